@@ -1,0 +1,60 @@
+#include "QuorvikCore/Platform/Environment.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+
+extern char** environ;
+
+namespace quorvik::Platform {
+
+namespace {
+
+std::string homeFromPasswordDatabase() {
+#ifdef __APPLE__
+    const passwd* user = ::getpwuid(::getuid());
+    return user ? user->pw_dir : "";
+#else
+    // getpwuid() would load name-service modules, which a statically linked program cannot count on.
+    struct Closer {
+        void operator()(std::FILE* file) const { std::fclose(file); }
+    };
+    const std::unique_ptr<std::FILE, Closer> file(std::fopen("/etc/passwd", "re"));
+    while (const passwd* user = file ? ::fgetpwent(file.get()) : nullptr) {
+        if (user->pw_uid == ::getuid()) return user->pw_dir;
+    }
+    return "";
+#endif
+}
+
+} // namespace
+
+std::string environmentValue(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? value : "";
+}
+
+std::map<std::string, std::string> environment() {
+    std::map<std::string, std::string> variables;
+    for (char** entry = environ; entry && *entry; ++entry) {
+        const std::string_view text = *entry;
+        const auto equals = text.find('=');
+        if (equals != std::string_view::npos)
+            variables.emplace(text.substr(0, equals), text.substr(equals + 1));
+    }
+    return variables;
+}
+
+std::string homeFolder() {
+    std::string home = environmentValue("HOME");
+    if (home.empty()) home = homeFromPasswordDatabase();
+    while (home.size() > 1 && home.back() == '/')
+        home.pop_back();
+    return home.empty() ? "/" : home;
+}
+
+} // namespace quorvik::Platform

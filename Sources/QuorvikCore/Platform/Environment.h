@@ -1,0 +1,17 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+namespace quorvik::Platform {
+
+/// The current user's home folder: $HOME, else the password database, else "/". Without a trailing slash.
+std::string homeFolder();
+
+/// The value of an environment variable; the empty string when it is not set.
+std::string environmentValue(const char* name);
+
+/// The whole environment. Of a variable that stands there twice the first counts, as for getenv().
+std::map<std::string, std::string> environment();
+
+} // namespace quorvik::Platform

@@ -1,0 +1,133 @@
+#include "QuorvikCore/Platform/Files.h"
+
+#include "QuorvikCore/Platform/FileError.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+
+namespace quorvik::Files {
+
+namespace {
+
+std::int64_t modificationTime(const struct stat& status) {
+#ifdef __APPLE__
+    const timespec& time = status.st_mtimespec;
+#else
+    const timespec& time = status.st_mtim;
+#endif
+    return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+}
+
+std::optional<std::string> failed(int errorNumber, std::error_code* error) {
+    if (error) *error = std::error_code(errorNumber, std::generic_category());
+    return std::nullopt;
+}
+
+std::optional<std::string> readAt(int folder, const char* path, std::size_t limit, std::error_code* error) {
+    // Non-blocking only for the open itself: regular files do not care, a named pipe would hang us.
+    const FileDescriptor file(::openat(folder, path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!file) return failed(errno, error);
+    struct stat status;
+    if (::fstat(file.get(), &status) != 0) return failed(errno, error);
+    if (S_ISDIR(status.st_mode)) return failed(EISDIR, error);
+    if (!S_ISREG(status.st_mode)) return failed(EINVAL, error);
+    if (static_cast<std::uint64_t>(status.st_size) > limit) return failed(EFBIG, error);
+
+    // More than the size seen: a short read then proves the end without a second call. /proc says size 0.
+    std::string bytes(std::max<std::size_t>(static_cast<std::size_t>(status.st_size) + 1, 1024), '\0');
+    std::size_t length = 0;
+    for (;;) {
+        const ssize_t count = ::read(file.get(), bytes.data() + length, bytes.size() - length);
+        if (count < 0) {
+            if (errno == EINTR) continue;
+            return failed(errno, error);
+        }
+        length += static_cast<std::size_t>(count);
+        if (length > limit) return failed(EFBIG, error);
+        if (count == 0 || length < bytes.size()) break;
+        bytes.resize(bytes.size() * 2); // it grew while we read
+    }
+    bytes.resize(length);
+    return bytes;
+}
+
+} // namespace
+
+std::optional<std::string> read(const std::filesystem::path& path, std::size_t limit,
+                                std::error_code* error) {
+    return readAt(AT_FDCWD, path.c_str(), limit, error);
+}
+
+void createPrivateFolder(const std::filesystem::path& path) {
+    struct stat status;
+    if (::stat(path.c_str(), &status) == 0) {
+        if (S_ISDIR(status.st_mode)) return;
+        throw FileError("create the folder", path, ENOTDIR);
+    }
+    if (::mkdir(path.c_str(), 0700) == 0) return;
+    if (errno == ENOENT && path.has_parent_path() && path.parent_path() != path) {
+        createPrivateFolder(path.parent_path());
+        if (::mkdir(path.c_str(), 0700) == 0) return;
+    }
+    if (errno == EEXIST && ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) return;
+    throw FileError("create the folder", path, errno);
+}
+
+FileDescriptor createPrivate(const std::filesystem::path& path) {
+    FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (file && ::fchmod(file.get(), 0600) != 0) return {};
+    return file;
+}
+
+void replace(const std::filesystem::path& target, std::string_view bytes,
+             const std::filesystem::path& temporary, mode_t permissions) {
+    FileDescriptor file(
+        ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, permissions));
+    if (!file) throw FileError("create", temporary, errno);
+    const auto give_up = [&](const char* action, const std::filesystem::path& path) {
+        const int why = errno;
+        ::unlink(temporary.c_str());
+        throw FileError(action, path, why);
+    };
+    if (!writeAll(file.get(), bytes.data(), bytes.size())) give_up("write", temporary);
+    if (::fchmod(file.get(), permissions) != 0) give_up("set the permissions of", temporary);
+    if (!file.close()) give_up("write", temporary);
+    if (::rename(temporary.c_str(), target.c_str()) != 0) give_up("replace", target);
+}
+
+std::optional<Folder> Folder::open(const std::filesystem::path& path) {
+    DIR* stream = ::opendir(path.c_str());
+    if (!stream) return std::nullopt;
+    return Folder(stream);
+}
+
+Folder::Folder(Folder&&) noexcept = default;
+Folder& Folder::operator=(Folder&&) noexcept = default;
+Folder::~Folder() = default;
+
+void Folder::Closer::operator()(void* stream) const {
+    ::closedir(static_cast<DIR*>(stream));
+}
+
+const char* Folder::next() {
+    const dirent* entry = ::readdir(static_cast<DIR*>(stream_.get()));
+    return entry ? entry->d_name : nullptr;
+}
+
+std::optional<Status> Folder::status(const char* name) const {
+    struct stat status;
+    if (::fstatat(::dirfd(static_cast<DIR*>(stream_.get())), name, &status, 0) != 0) return std::nullopt;
+    return Status{modificationTime(status), static_cast<std::uint64_t>(status.st_size)};
+}
+
+std::optional<std::string> Folder::read(const char* name, std::size_t limit) const {
+    return readAt(::dirfd(static_cast<DIR*>(stream_.get())), name, limit, nullptr);
+}
+
+} // namespace quorvik::Files

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "QuorvikCore/Platform/FileDescriptor.h"
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace quorvik::Files {
+
+/// The whole content of a regular file of at most `limit` bytes. Absent when it cannot be read, is not a
+/// regular file (a named pipe would block its reader) or is larger; `error`, when given, then says why.
+std::optional<std::string> read(const std::filesystem::path& path, std::size_t limit,
+                                std::error_code* error = nullptr);
+
+/// Creates the folder and its missing parents, for the owner only (0700). An existing folder is left as it
+/// is, permissions included. Throws FileError.
+void createPrivateFolder(const std::filesystem::path& path);
+
+/// An empty file for writing, readable and writable by its owner only (0600); an existing one is emptied, a
+/// symbolic link refused. Empty when it cannot be made.
+FileDescriptor createPrivate(const std::filesystem::path& path);
+
+/// Replaces `target` in one step: readers see the old content or the new one, never a part. The bytes go to
+/// `temporary` (in the same folder; an old one is overwritten, a symbolic link refused), which gets exactly
+/// `permissions` and is renamed over the target. Throws FileError, leaving the target as it was and no
+/// temporary file. Not synced to the disk: meant for short-lived state.
+void replace(const std::filesystem::path& target, std::string_view bytes,
+             const std::filesystem::path& temporary, mode_t permissions);
+
+/// What a directory listing shows of a file.
+struct Status {
+    std::int64_t modified; ///< nanoseconds since 1970
+    std::uint64_t size;    ///< bytes
+};
+
+/// Lists one folder, in the system's order, and reads its files without looking up their paths again.
+class Folder {
+  public:
+    /// Absent when the folder cannot be listed.
+    static std::optional<Folder> open(const std::filesystem::path& path);
+
+    Folder(Folder&&) noexcept;
+    Folder& operator=(Folder&&) noexcept;
+    ~Folder();
+
+    /// The next entry's name, valid until the next call; null at the end. "." and ".." are entries too.
+    const char* next();
+
+    /// Follows symbolic links. Absent when the entry vanished.
+    std::optional<Status> status(const char* name) const;
+
+    /// As Files::read, for an entry of this folder.
+    std::optional<std::string> read(const char* name, std::size_t limit) const;
+
+  private:
+    struct Closer {
+        void operator()(void* stream) const;
+    };
+    explicit Folder(void* stream) : stream_(stream) {}
+    std::unique_ptr<void, Closer> stream_;
+};
+
+} // namespace quorvik::Files

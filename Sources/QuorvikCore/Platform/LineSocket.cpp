@@ -1,0 +1,113 @@
+#include "QuorvikCore/Platform/LineSocket.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+namespace quorvik {
+
+namespace {
+
+#ifdef MSG_NOSIGNAL
+constexpr int sendFlags = MSG_NOSIGNAL;
+#else
+constexpr int sendFlags = 0; // SO_NOSIGPIPE does it for the whole socket
+#endif
+
+bool peerIsThisUser(int socket) {
+#ifdef SO_PEERCRED
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    return ::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == ::geteuid();
+#else
+    uid_t user;
+    gid_t group;
+    return ::getpeereid(socket, &user, &group) == 0 && user == ::geteuid();
+#endif
+}
+
+timeval timevalOf(LineSocket::Seconds duration) {
+    const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(duration).count();
+    timeval value;
+    value.tv_sec = static_cast<decltype(value.tv_sec)>(micros / 1'000'000);
+    value.tv_usec = static_cast<decltype(value.tv_usec)>(micros % 1'000'000);
+    return value;
+}
+
+} // namespace
+
+std::variant<LineSocket, LineSocket::ConnectFailure> LineSocket::connect(const std::string& path,
+                                                                         Seconds limit) {
+    FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
+    if (!socket) return ConnectFailure::noSocket;
+    ::fcntl(socket.get(), F_SETFD, FD_CLOEXEC);
+#ifdef SO_NOSIGPIPE
+    const int on = 1;
+    ::setsockopt(socket.get(), SOL_SOCKET, SO_NOSIGPIPE, &on, sizeof on);
+#endif
+    // Linux lets connect() to a listener with a full queue wait as long as sending may; macOS refuses at
+    // once.
+    const timeval sendLimit = timevalOf(limit);
+    ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &sendLimit, sizeof sendLimit);
+
+    if (path.size() + 1 > maxPathBytes) return ConnectFailure::pathTooLong;
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+        !peerIsThisUser(socket.get()))
+        return ConnectFailure::notListening;
+    return LineSocket(std::move(socket));
+}
+
+bool LineSocket::sendLine(std::string_view line) {
+    std::string text(line);
+    text += '\n';
+    ssize_t sent;
+    do {
+        sent = ::send(socket_.get(), text.data(), text.size(), sendFlags);
+    } while (sent < 0 && errno == EINTR);
+    return sent == static_cast<ssize_t>(text.size());
+}
+
+std::variant<std::string, LineSocket::ReadFailure> LineSocket::receiveLine(Seconds timeout,
+                                                                           const ReadLimits& limits) {
+    using Clock = std::chrono::steady_clock;
+    const auto start = Clock::now();
+    std::string text;
+    std::vector<char> chunk(limits.chunkBytes);
+    for (;;) {
+        if (text.size() >= limits.lineBytes) return ReadFailure::tooLong;
+        const double remaining = (timeout - Seconds(Clock::now() - start)).count();
+        if (!(remaining > 0)) return ReadFailure::timedOut;
+        pollfd readable{socket_.get(), POLLIN, 0};
+        const auto silence = static_cast<double>(limits.silence.count());
+        const int ready = ::poll(&readable, 1, static_cast<int>(std::min(remaining * 1000, silence)));
+        if (ready < 0) {
+            if (errno == EINTR) continue;
+            return ReadFailure::failed;
+        }
+        if (ready == 0) return ReadFailure::timedOut;
+        const ssize_t count = ::read(socket_.get(), chunk.data(), chunk.size());
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) return ReadFailure::closed;
+        const std::size_t searched = text.size();
+        text.append(chunk.data(), static_cast<std::size_t>(count));
+        const auto lineFeed = text.find('\n', searched);
+        if (lineFeed != std::string::npos) {
+            text.resize(lineFeed);
+            return text;
+        }
+    }
+}
+
+} // namespace quorvik

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace quorvik::Platform {
+
+/// One row of the kernel's process table.
+struct ProcessInfo {
+    std::int32_t pid = 0;
+    std::int32_t parentPID = 0;
+    std::string name;     ///< the kernel's short command name (at most 15 or 16 bytes)
+    double startTime = 0; ///< seconds since 1970; to the microsecond on macOS, to the clock tick on Linux
+    std::optional<std::string> tty; ///< "/dev/" + name of the controlling terminal; absent when there is none
+
+    bool operator==(const ProcessInfo&) const = default;
+};
+
+/// Absent when there is no such process, or the kernel does not tell.
+std::optional<ProcessInfo> processInfo(std::int32_t pid);
+
+} // namespace quorvik::Platform

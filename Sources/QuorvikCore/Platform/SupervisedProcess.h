@@ -1,0 +1,58 @@
+#pragma once
+
+#include <pthread.h>
+
+#include <csignal>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace quorvik {
+
+/// Runs one command in the place of this process: the command finds its arguments, environment, folder,
+/// standard input, descriptors, process group, signal mask and signal dispositions as this process found its
+/// own (SIGINT, SIGTERM and SIGPIPE at their defaults), and the signals meant for it reach it.
+///
+///  1. The constructor holds back SIGINT, SIGTERM and SIGHUP, so that one that arrives before the command
+///  runs
+///     is kept for it. It must run before the first thread is started.
+///  2. start() starts the command. From then on SIGINT is ignored: a terminal sends it to the command as
+///  well.
+///  3. wait() forwards SIGTERM and SIGHUP until the command has ended. One thread reaps and forwards, so a
+///     signal never goes to a process number that has been given to somebody else.
+///
+/// All but wake() are called on the constructing thread.
+class SupervisedProcess {
+  public:
+    SupervisedProcess();
+    SupervisedProcess(const SupervisedProcess&) = delete;
+    SupervisedProcess& operator=(const SupervisedProcess&) = delete;
+
+    /// Starts the command `arguments[0]` (searched in the PATH unless it contains "/"; a file without "#!" is
+    /// run by /bin/sh, as a shell would) with the two descriptors as its standard output and error. Returns
+    /// 0, or the system's error number when it could not be started.
+    int start(const std::vector<std::string>& arguments, int standardOutput, int standardError);
+
+    /// Waits until the command has ended and `outputDone()` holds; it is asked again after every wake(). A
+    /// SIGTERM or SIGHUP that comes when the command is gone and only its output is still held open (by
+    /// something it left in the background) ends the wait within a second. Returns the command's exit code,
+    /// or 128 + the number of the signal that killed it.
+    int wait(const std::function<bool()>& outputDone);
+
+    /// Makes wait() look again. From any thread.
+    void wake() const;
+
+  private:
+    [[noreturn]] void becomeCommand(std::vector<char*>& words, int standardOutput, int standardError,
+                                    int errorReport) const;
+    bool reap(int& status);
+
+    pthread_t thread_;
+    pid_t pid_ = 0; ///< 0 before the start and once the command is reaped
+    sigset_t served_{};
+    sigset_t originalMask_{};
+    bool interruptWasIgnored_ = false;
+    bool childSignalWasIgnored_ = false;
+};
+
+} // namespace quorvik

@@ -1,0 +1,96 @@
+#include "QuorvikCore/Session/QuorvikPaths.h"
+
+#include "QuorvikCore/Platform/Environment.h"
+#include "QuorvikCore/Platform/Files.h"
+
+#include <unistd.h>
+
+namespace quorvik::QuorvikPaths {
+
+namespace {
+
+constexpr std::size_t longestSocketPath = 99; // bytes
+
+Path socketPath(const char* name, const char* shortSuffix) {
+    Path path = supportDirectory() / name;
+    if (path.native().size() <= longestSocketPath) return path;
+    return "/tmp/quorvik-" + std::to_string(::getuid()) + shortSuffix;
+}
+
+} // namespace
+
+Path home() {
+    return Platform::homeFolder();
+}
+
+Path supportDirectory() {
+    const std::string chosen = Platform::environmentValue("QUORVIK_HOME");
+    return chosen.empty() ? home() / "Library/Application Support/Quorvik" : Path(chosen);
+}
+
+Path sessionsDirectory() {
+    return supportDirectory() / "sessions";
+}
+Path logsDirectory() {
+    return supportDirectory() / "logs";
+}
+Path backupsDirectory() {
+    return supportDirectory() / "backups";
+}
+Path binDirectory() {
+    return supportDirectory() / "bin";
+}
+
+Path alertSocket() {
+    return socketPath("alert.sock", "-alert.sock");
+}
+Path approvalSocket() {
+    return socketPath("approval.sock", ".sock");
+}
+
+Path installedCLIBinary() {
+    return binDirectory() / cliBinaryName;
+}
+Path installedHookBinary() {
+    return binDirectory() / hookBinaryName;
+}
+
+Path claudeSettings() {
+    return home() / ".claude/settings.json";
+}
+Path codexHooks() {
+    return home() / ".codex/hooks.json";
+}
+Path grokHooks() {
+    return home() / ".grok/hooks/quorvik.json";
+}
+Path commandCodeSettings() {
+    return home() / ".commandcode/settings.json";
+}
+Path devinConfig() {
+    return home() / ".config/devin/config.json";
+}
+Path qwenSettings() {
+    return home() / ".qwen/settings.json";
+}
+Path copilotHooks() {
+    return home() / ".copilot/hooks/quorvik.json";
+}
+
+Path kimiConfig() {
+    const Path usual = home() / ".kimi/config.toml";
+    const Path other = home() / ".kimi-code/config.toml";
+    std::error_code ignored;
+    return !std::filesystem::exists(usual, ignored) && std::filesystem::exists(other, ignored) ? other
+                                                                                               : usual;
+}
+
+Path piExtension() {
+    return home() / ".pi/agent/extensions/quorvik.ts";
+}
+
+void ensureDirectory(const Path& folder) {
+    Files::createPrivateFolder(folder);
+}
+
+} // namespace quorvik::QuorvikPaths

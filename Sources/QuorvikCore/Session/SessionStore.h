@@ -1,0 +1,90 @@
+#pragma once
+
+#include "QuorvikCore/Session/SessionRecord.h"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <unordered_map>
+#include <variant>
+#include <vector>
+
+/// The session records on disk: one JSON file each, in a folder that belongs to no process.
+///
+/// Writers (short-lived programs, one per event) queue on an exclusive lock of the record's own lock file,
+/// rewrite the record and rename it into place. Readers take no lock: they see the old file or the new one,
+/// whole. A file that cannot be read hides no other. docs/files.md describes the files.
+namespace quorvik::SessionStore {
+
+using Path = std::filesystem::path;
+
+/// Bytes; a larger file is never parsed, whoever wrote it.
+inline constexpr std::uint64_t maxFileSize = 262'144;
+
+/// What became of one file.
+struct LoadResult {
+    struct Ok {
+        std::shared_ptr<const SessionRecord> record; ///< never null; shared with the cache
+    };
+    struct Unsupported { ///< a record of another schema version: a newer program's
+        Path path;
+        bool operator==(const Unsupported&) const = default;
+    };
+    struct Corrupt { ///< unreadable, not a record, or too large
+        Path path;
+        bool operator==(const Corrupt&) const = default;
+    };
+    std::variant<Ok, Unsupported, Corrupt> value;
+
+    /// Null unless the file held a record.
+    const SessionRecord* record() const {
+        const Ok* ok = std::get_if<Ok>(&value);
+        return ok ? ok->record.get() : nullptr;
+    }
+};
+
+/// What loadAll() found in each file, so that an unchanged one (same modification time and size) is not read
+/// again. Owned by one reader and passed back on each call; not for use by two threads.
+struct LoadCache {
+    struct Entry {
+        std::int64_t modified; ///< nanoseconds since 1970; the distant past when unknown
+        std::uint64_t size;    ///< bytes; 0 when unknown
+        LoadResult result;
+        std::uint64_t generation; ///< the load that last met the file
+    };
+    struct Hash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+    };
+    std::unordered_map<std::string, Entry, Hash, std::equal_to<>> entries; ///< by the file's path
+    std::uint64_t generation = 0;                                          ///< loads so far
+};
+
+/// The record's file: "<source>-<session id>.json", in which every character of the id that is not a letter
+/// or digit (of any script), "-" or "_" becomes "_". Its lock file has ".lock" appended.
+Path fileURL(Source source, std::string_view sessionID, const Path& folder);
+
+/// Changes one record under its lock. `mutate` gets the current record, absent when there is no readable one,
+/// and leaves what is to be written; leaving it absent writes nothing and removes nothing. Creates the
+/// folder. Throws FileError when the folder or the lock file cannot be made or the write fails (the file is
+/// then as it was).
+void update(Source source, std::string_view sessionID, const Path& folder,
+            const std::function<void(std::optional<SessionRecord>& record)>& mutate);
+
+/// Replaces one file by the record in one step, permissions 0600. Takes no lock. Throws FileError.
+void write(const SessionRecord& record, const Path& file);
+
+LoadResult load(const Path& file);
+
+/// Every record file of a folder ("*.json", names that begin with "." left out), in the system's listing
+/// order. Empty when the folder cannot be listed. Files that are gone leave the cache.
+std::vector<LoadResult> loadAll(const Path& folder, LoadCache& cache);
+std::vector<LoadResult> loadAll(const Path& folder);
+
+/// Deletes the record's file, then its lock file, under the lock. Failures are ignored.
+void remove(const SessionRecord& record, const Path& folder);
+
+/// Tells readers that something changed; writers call it after each update.
+void postChangeNotification();
+
+} // namespace quorvik::SessionStore

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace quorvik {
+
+/// A compiled Perl-compatible regular expression (PCRE2) over UTF-8: Unicode properties for \s, \b and \w;
+/// every Unicode newline ends what "." matches. Immutable; may be used from any thread.
+///
+/// Texts must be valid UTF-8 (Unicode::repaired).
+class Regex {
+  public:
+    /// Absent when the pattern does not compile.
+    static std::optional<Regex> compile(std::string_view pattern);
+
+    /// Every match replaced by `replacement`, in which $1…$9 are the captured groups (nothing for one that
+    /// did not take part). Absent when the engine gave up at its limits: which is never the same as "no
+    /// match".
+    std::optional<std::string> replaceAll(std::string_view text, std::string_view replacement) const;
+
+  private:
+    struct Free {
+        void operator()(void* code) const;
+    };
+    explicit Regex(void* code) : code_(code, Free{}) {}
+    std::shared_ptr<void> code_;
+};
+
+/// A pattern that is compiled at its first use and kept for the life of the process.
+class LazyRegex {
+  public:
+    /// `pattern` must outlive this: a literal.
+    constexpr explicit LazyRegex(std::string_view pattern) : pattern_(pattern) {}
+
+    /// Null when the pattern does not compile.
+    const Regex* get() const;
+
+  private:
+    std::string_view pattern_;
+    mutable std::once_flag once_;
+    mutable std::optional<Regex> regex_;
+};
+
+} // namespace quorvik

@@ -1,0 +1,198 @@
+#include "QuorvikCore/Text/Unicode.h"
+
+#include <utf8proc.h>
+
+namespace quorvik::Unicode {
+
+namespace {
+
+constexpr char32_t replacementCharacter = 0xFFFD;
+
+bool isASCII(char byte) {
+    return static_cast<unsigned char>(byte) < 0x80;
+}
+
+utf8proc_category_t category(char32_t scalar) {
+    return utf8proc_category(static_cast<utf8proc_int32_t>(scalar));
+}
+
+} // namespace
+
+Scalar firstScalar(std::string_view text) {
+    const auto byteAt = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
+    const unsigned char lead = byteAt(0);
+    if (lead < 0x80) return {lead, 1, true};
+
+    // Table 3-7 of the Unicode Standard: the second byte's range depends on the lead, the others are 80..BF.
+    std::size_t length;
+    unsigned char low = 0x80, high = 0xBF;
+    char32_t value;
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        length = 2;
+        value = lead & 0x1F;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+        length = 3;
+        value = lead & 0x0F;
+        if (lead == 0xE0) low = 0xA0;
+        if (lead == 0xED) high = 0x9F;
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+        length = 4;
+        value = lead & 0x07;
+        if (lead == 0xF0) low = 0x90;
+        if (lead == 0xF4) high = 0x8F;
+    } else {
+        return {replacementCharacter, 1, false};
+    }
+    for (std::size_t index = 1; index < length; ++index) {
+        if (index >= text.size() || byteAt(index) < low || byteAt(index) > high)
+            return {replacementCharacter, index, false};
+        value = (value << 6) | (byteAt(index) & 0x3F);
+        low = 0x80;
+        high = 0xBF;
+    }
+    return {value, length, true};
+}
+
+std::string repaired(std::string_view text) {
+    std::string result;
+    result.reserve(text.size());
+    while (!text.empty()) {
+        std::size_t plain = 0;
+        while (plain < text.size() && isASCII(text[plain]))
+            ++plain;
+        result.append(text.substr(0, plain));
+        text.remove_prefix(plain);
+        if (text.empty()) break;
+        const Scalar scalar = firstScalar(text);
+        if (scalar.valid)
+            result.append(text.substr(0, scalar.length));
+        else
+            append(result, replacementCharacter);
+        text.remove_prefix(scalar.length);
+    }
+    return result;
+}
+
+void append(std::string& text, char32_t scalar) {
+    utf8proc_uint8_t bytes[4];
+    const auto length = utf8proc_encode_char(static_cast<utf8proc_int32_t>(scalar), bytes);
+    text.append(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(length));
+}
+
+std::string_view takeCharacter(std::string_view& text) {
+    std::size_t length = 0;
+    if (isASCII(text[0]) && (text.size() == 1 || isASCII(text[1]))) {
+        length = text[0] == '\r' && text.size() > 1 && text[1] == '\n' ? 2 : 1;
+    } else {
+        utf8proc_int32_t state = 0;
+        Scalar scalar = firstScalar(text);
+        for (;;) {
+            length += scalar.length;
+            if (length == text.size()) break;
+            const Scalar next = firstScalar(text.substr(length));
+            if (utf8proc_grapheme_break_stateful(static_cast<utf8proc_int32_t>(scalar.value),
+                                                 static_cast<utf8proc_int32_t>(next.value), &state))
+                break;
+            scalar = next;
+        }
+    }
+    const std::string_view character = text.substr(0, length);
+    text.remove_prefix(length);
+    return character;
+}
+
+std::size_t characterCount(std::string_view text, std::size_t limit) {
+    std::size_t count = 0;
+    for (; !text.empty() && count < limit; ++count)
+        takeCharacter(text);
+    return count;
+}
+
+std::string_view firstCharacters(std::string_view text, std::size_t count) {
+    if (text.size() <= count) return text; // no character is shorter than a byte
+    std::string_view rest = text;
+    for (std::size_t taken = 0; taken < count && !rest.empty(); ++taken)
+        takeCharacter(rest);
+    return text.substr(0, text.size() - rest.size());
+}
+
+std::string_view lastCharacters(std::string_view text, std::size_t count) {
+    if (text.size() <= count) return text;
+
+    // Walking back is possible as long as it meets nothing but ASCII, the byte before the cut included.
+    std::size_t start = text.size(), taken = 0;
+    while (start > 0 && taken < count && isASCII(text[start - 1])) {
+        start -= start > 1 && text[start - 1] == '\n' && text[start - 2] == '\r' ? 2 : 1;
+        ++taken;
+    }
+    if (start == 0 || (taken == count && isASCII(text[start - 1]))) return text.substr(start);
+
+    const std::size_t total = characterCount(text);
+    if (total <= count) return text;
+    return text.substr(firstCharacters(text, total - count).size());
+}
+
+bool isControl(char32_t scalar) {
+    const auto kind = category(scalar);
+    return kind == UTF8PROC_CATEGORY_CC || kind == UTF8PROC_CATEGORY_CF;
+}
+
+bool isNewline(char32_t scalar) {
+    return (scalar >= 0x0A && scalar <= 0x0D) || scalar == 0x85 || scalar == 0x2028 || scalar == 0x2029;
+}
+
+bool isWhitespace(char32_t scalar) {
+    return scalar == ' ' || scalar == '\t' || (scalar >= 0x80 && category(scalar) == UTF8PROC_CATEGORY_ZS);
+}
+
+bool isWhitespaceOrNewline(char32_t scalar) {
+    return isWhitespace(scalar) || isNewline(scalar);
+}
+
+bool isPunctuation(char32_t scalar) {
+    const auto kind = category(scalar);
+    return kind >= UTF8PROC_CATEGORY_PC && kind <= UTF8PROC_CATEGORY_PO;
+}
+
+bool isLetter(char32_t scalar) {
+    const auto kind = category(scalar);
+    return kind >= UTF8PROC_CATEGORY_LU && kind <= UTF8PROC_CATEGORY_LO;
+}
+
+bool isDigit(char32_t scalar) {
+    return category(scalar) == UTF8PROC_CATEGORY_ND;
+}
+
+std::string_view trimmed(std::string_view text, bool (*drop)(char32_t)) {
+    while (!text.empty()) {
+        const Scalar first = firstScalar(text);
+        if (!drop(first.value)) break;
+        text.remove_prefix(first.length);
+    }
+    while (!text.empty()) {
+        std::size_t start = text.size() - 1;
+        while (start > 0 && text.size() - start < 4 &&
+               (static_cast<unsigned char>(text[start]) & 0xC0) == 0x80)
+            --start;
+        if (!drop(firstScalar(text.substr(start)).value)) break;
+        text.remove_suffix(text.size() - start);
+    }
+    return text;
+}
+
+std::string lowercased(std::string_view text) {
+    std::string result;
+    result.reserve(text.size());
+    while (!text.empty()) {
+        const Scalar scalar = firstScalar(text);
+        if (scalar.value == 0x130)
+            result += "i\xCC\x87"; // the one lower-case mapping that is two scalars long (SpecialCasing.txt)
+        else
+            append(result,
+                   static_cast<char32_t>(utf8proc_tolower(static_cast<utf8proc_int32_t>(scalar.value))));
+        text.remove_prefix(scalar.length);
+    }
+    return result;
+}
+
+} // namespace quorvik::Unicode

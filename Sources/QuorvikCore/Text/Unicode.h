@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+/// Text as people see it. All text is UTF-8. A "character" is a user-perceived one (an extended grapheme
+/// cluster of UAX #29; CR LF is one); where a rule asks what a character is, its first scalar decides.
+/// Categories are those of the Unicode Character Database (utf8proc), sets are the ones macOS uses under the
+/// same names.
+namespace quorvik::Unicode {
+
+/// One scalar at the start of a text.
+struct Scalar {
+    char32_t value; ///< U+FFFD where the bytes are not UTF-8
+    std::size_t
+        length; ///< bytes taken; where they are not UTF-8, the maximal part that begins a valid sequence
+    bool valid;
+};
+
+/// The first scalar of `text`, which must not be empty.
+Scalar firstScalar(std::string_view text);
+
+/// The text with every ill-formed sequence replaced by U+FFFD, one for each maximal subpart (the practice the
+/// Unicode Standard recommends, section 3.9).
+std::string repaired(std::string_view text);
+
+void append(std::string& text, char32_t scalar);
+
+/// The next character of `text`, taken off its front. `text` must not be empty.
+std::string_view takeCharacter(std::string_view& text);
+
+/// The number of characters, counted up to `limit`.
+std::size_t characterCount(std::string_view text, std::size_t limit = SIZE_MAX);
+
+/// The first, or last, `count` characters; the whole text when it has no more.
+std::string_view firstCharacters(std::string_view text, std::size_t count);
+std::string_view lastCharacters(std::string_view text, std::size_t count);
+
+bool isControl(char32_t scalar);             ///< Cc and Cf, so a zero-width joiner too
+bool isNewline(char32_t scalar);             ///< U+000A–U+000D, U+0085, U+2028, U+2029
+bool isWhitespace(char32_t scalar);          ///< horizontal: Zs and the tab
+bool isWhitespaceOrNewline(char32_t scalar); ///< Z*, U+0009–U+000D and U+0085
+bool isPunctuation(char32_t scalar);         ///< P*
+bool isLetter(char32_t scalar);              ///< L*
+bool isDigit(char32_t scalar);               ///< Nd
+
+/// Without the leading and trailing scalars for which `drop` holds.
+std::string_view trimmed(std::string_view text, bool (*drop)(char32_t));
+
+/// Unicode's lower-casing, whatever the locale.
+std::string lowercased(std::string_view text);
+
+} // namespace quorvik::Unicode

@@ -1,0 +1,30 @@
+#include "quorvik_cli/Diagnostics.h"
+
+#include "QuorvikCore/Platform/FileDescriptor.h"
+
+#include <unistd.h>
+
+#include <string>
+
+namespace quorvik {
+
+namespace {
+
+void print(std::string_view text) {
+    writeAll(STDERR_FILENO, text.data(), text.size());
+}
+
+} // namespace
+
+void say(std::string_view message) {
+    print("quorvik: " + std::string(message) + "\n");
+}
+
+int usage() {
+    print("usage: quorvik run -- <command> [args…]\n"
+          "       quorvik alert --title <text> [--body <text>] [--level info|action|fail] [--open <path>] "
+          "[--id <id>] [--ttl <seconds>]\n");
+    return exitUsage;
+}
+
+} // namespace quorvik

@@ -1,0 +1,213 @@
+#include "quorvik_cli/RunCommand.h"
+
+#include "quorvik_cli/Diagnostics.h"
+
+#include "QuorvikCore/Activity/BuildLogs.h"
+#include "QuorvikCore/Activity/ErrorScanner.h"
+#include "QuorvikCore/Platform/Environment.h"
+#include "QuorvikCore/Platform/Files.h"
+#include "QuorvikCore/Platform/SupervisedProcess.h"
+#include "QuorvikCore/Session/ProcessInspector.h"
+#include "QuorvikCore/Session/QuorvikPaths.h"
+#include "QuorvikCore/Session/SessionStore.h"
+#include "QuorvikCore/Text/Redactor.h"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <mutex>
+#include <random>
+#include <thread>
+
+namespace quorvik::RunCommand {
+
+namespace {
+
+constexpr int keptLogDays = 7;
+constexpr int keptLogs = 50;
+
+Date now() {
+    return std::chrono::system_clock::now();
+}
+
+std::string joined(const std::vector<std::string>& words) {
+    std::string line;
+    for (const std::string& word : words)
+        line += (line.empty() ? "" : " ") + word;
+    return line;
+}
+
+/// "run-" and eight random hexadecimal digits.
+std::string newSessionID() {
+    char text[16];
+    std::snprintf(text, sizeof text, "run-%08x", static_cast<unsigned>(std::random_device()()));
+    return text;
+}
+
+/// What is fixed once, at the start, for the life of the command.
+struct Run {
+    explicit Run(const std::vector<std::string>& command_)
+        : command(command_), startedAt(now()), sessionID(newSessionID()),
+          commandLine(Redactor::redact(joined(command_))), logPath(BuildLogs::logURL(sessionID)) {
+        std::error_code ignored;
+        cwd = std::filesystem::current_path(ignored).string();
+        const auto process = ProcessInspector::agentProcess(::getpid());
+        if (process && process->pid == ::getpid()) pidStartTime = process->startTime;
+        host = HostInfo::fromEnvironment(Platform::environment(), process ? process->tty : std::nullopt);
+    }
+
+    const std::vector<std::string>& command;
+    Date startedAt;
+    std::string sessionID;
+    std::string commandLine; ///< fit to be shown
+    std::filesystem::path logPath;
+    std::string cwd;
+    HostInfo host;
+    std::optional<double> pidStartTime;
+};
+
+/// Applies one step to the session's record and tells the app. The command never suffers from a store that
+/// fails.
+void publish(const Run& run, const std::function<void(SessionRecord&)>& step) {
+    try {
+        SessionStore::update(Source::build, run.sessionID, QuorvikPaths::sessionsDirectory(),
+                             [&](std::optional<SessionRecord>& record) {
+                                 if (!record)
+                                     record.emplace(Source::build, run.sessionID, run.cwd, run.startedAt);
+                                 step(*record);
+                             });
+    } catch (const std::exception&) {
+        // Then the island does not show it.
+    }
+    SessionStore::postChangeNotification();
+}
+
+void publishStart(const Run& run) {
+    publish(run, [&](SessionRecord& record) {
+        record.state = SessionState::working;
+        record.tool = std::filesystem::path(run.command[0]).filename().string();
+        record.summary = run.commandLine;
+        record.turnStartedAt = record.stateSince = record.updatedAt = run.startedAt;
+        record.lastEvent = "start";
+        record.host = run.host;
+        record.pid = ::getpid();
+        record.pidStartTime = run.pidStartTime;
+        record.logPath = run.logPath.string();
+    });
+}
+
+/// What every kind of end has in common.
+void publishEnd(const Run& run, int exitCode, const std::function<void(SessionRecord&)>& step) {
+    publish(run, [&](SessionRecord& record) {
+        record.exitCode = exitCode;
+        record.stateSince = record.updatedAt = now();
+        record.lastEvent = "exit";
+        record.pid.reset();
+        record.pidStartTime.reset();
+        step(record);
+    });
+}
+
+void publishExit(const Run& run, int status, const std::optional<std::string>& errorLine) {
+    constexpr int interrupted = 128 + SIGINT, terminated = 128 + SIGTERM;
+    publishEnd(run, status, [&](SessionRecord& record) {
+        if (status == 0) {
+            record.state = SessionState::done;
+            record.summary = run.commandLine;
+            record.detail.reset();
+            return;
+        }
+        // A command that exits with these numbers by itself says the same.
+        const bool stopped = status == interrupted || status == terminated;
+        record.state = stopped ? SessionState::ended : SessionState::failed;
+        record.summary = Redactor::redact(errorLine.value_or("exit " + std::to_string(status)));
+        record.detail = run.commandLine;
+    });
+}
+
+int failedToStart(const Run& run, int errorNumber) {
+    const std::string message = run.command[0] + ": " + std::strerror(errorNumber);
+    say(message);
+    publishEnd(run, exitNotStarted, [&](SessionRecord& record) {
+        record.state = SessionState::failed;
+        record.summary = message;
+    });
+    return exitNotStarted;
+}
+
+FileDescriptor openLog(const Run& run) {
+    try {
+        QuorvikPaths::ensureDirectory(QuorvikPaths::logsDirectory());
+    } catch (const std::exception&) {
+        return {};
+    }
+    BuildLogs::prune(keptLogDays, keptLogs);
+    return Files::createPrivate(run.logPath);
+}
+
+/// Where both streams of the command end up besides their own targets.
+struct Output {
+    std::mutex mutex; ///< guards the log and the scanner
+    FileDescriptor log;
+    ErrorScanner scanner;
+    std::atomic<int> openStreams{2};
+};
+
+/// Copies one stream until it ends. A target that takes no more (its reader is gone) loses the output but
+/// never holds up the command.
+void pump(FileDescriptor from, int to, bool isStderr, Output& output) {
+    char buffer[16384];
+    for (;;) {
+        const ssize_t count = ::read(from.get(), buffer, sizeof buffer);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 1) return;
+        const auto size = static_cast<std::size_t>(count);
+        writeAll(to, buffer, size);
+        const std::lock_guard lock(output.mutex);
+        if (output.log) writeAll(output.log.get(), buffer, size);
+        output.scanner.feed(std::string_view(buffer, size), isStderr);
+    }
+}
+
+} // namespace
+
+int run(const std::vector<std::string>& command) {
+    SupervisedProcess child; // first of all: from here on signals are kept for the command
+    const Run run(command);
+    Output& output = *new Output; // never deleted: the copying threads may outlive this function
+    output.log = openLog(run);
+    publishStart(run);
+
+    Pipe standardOutput = Pipe::create(), standardError = Pipe::create();
+    if (!standardOutput.readEnd || !standardError.readEnd) return failedToStart(run, errno);
+    const int error = child.start(command, standardOutput.writeEnd.get(), standardError.writeEnd.get());
+    if (error != 0) return failedToStart(run, error);
+    standardOutput.writeEnd.close();
+    standardError.writeEnd.close();
+
+    const auto copy = [&](FileDescriptor from, int to, bool isStderr) {
+        std::thread([&child, &output, to, isStderr, from = std::move(from)]() mutable {
+            pump(std::move(from), to, isStderr, output);
+            --output.openStreams;
+            child.wake();
+        }).detach();
+    };
+    copy(std::move(standardOutput.readEnd), STDOUT_FILENO, false);
+    copy(std::move(standardError.readEnd), STDERR_FILENO, true);
+
+    const int status = child.wait([&] { return output.openStreams == 0; });
+    std::optional<std::string> errorLine;
+    {
+        const std::lock_guard lock(output.mutex);
+        output.scanner.finish();
+        errorLine = output.scanner.best();
+        output.log.close();
+    }
+    publishExit(run, status, errorLine);
+    return status;
+}
+
+} // namespace quorvik::RunCommand

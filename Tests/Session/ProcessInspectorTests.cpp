@@ -1,0 +1,101 @@
+#include "Tests/Support/Program.h"
+#include "Tests/Support/TemporaryHome.h"
+
+#include "QuorvikCore/Session/ProcessInspector.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <chrono>
+
+namespace quorvik::ProcessInspector {
+
+using testing::Program;
+
+class ProcessInspectorTests : public testing::TemporaryHome {
+  protected:
+    /// Shells within shells, each of which prints its process number; the last one waits.
+    struct Shells {
+        Shells(const std::filesystem::path& script, int depth)
+            : program({"sh", script.string(), std::to_string(depth)}) {
+            for (int i = 0; i < depth; ++i)
+                pids.push_back(std::stoi(program.readLine()));
+        }
+        Program program;
+        std::vector<std::int32_t> pids; ///< outermost first
+    };
+
+    const std::filesystem::path script =
+        write("nest.sh", "echo $$\nif [ $1 -gt 1 ]; then sh \"$0\" $(($1 - 1)); else read x; fi\n:\n");
+};
+
+TEST_F(ProcessInspectorTests, KnowsItself) {
+    const auto self = info(::getpid());
+    ASSERT_TRUE(self);
+    EXPECT_EQ(self->parentPID, ::getppid());
+    EXPECT_EQ(self->name, std::string("QuorvikTests"));
+    const double now =
+        std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+    EXPECT_LT(self->startTime, now + 1);
+    EXPECT_GT(self->startTime, now - 3600);
+    EXPECT_FALSE(info(-1));
+    EXPECT_FALSE(info(0x7FFFFFFF));
+}
+
+TEST_F(ProcessInspectorTests, WalksUpFromShellsToWhoStartedThem) {
+    const Shells two(script, 2);
+    EXPECT_EQ(agentProcess(two.pids.back())->pid, ::getpid());
+    EXPECT_EQ(agentProcess(::getpid())->pid, ::getpid());
+
+    const Shells four(script, 4);
+    EXPECT_EQ(agentProcess(four.pids.back())->pid, ::getpid()); // four steps
+    const Shells five(script, 5);
+    EXPECT_EQ(agentProcess(five.pids.back())->pid, five.pids.front()); // a fifth is not taken
+    EXPECT_FALSE(agentProcess(0x7FFFFFFF));
+}
+
+TEST_F(ProcessInspectorTests, NamesMayHoldBracketsAndBlanks) {
+    std::filesystem::create_symlink("/bin/sleep", home / "a) R 1 (b");
+    Program program({(home / "a) R 1 (b").string(), "30"});
+    testing::eventually([&] { return info(program.pid())->name == "a) R 1 (b"; });
+    EXPECT_EQ(info(program.pid())->parentPID, ::getpid());
+}
+
+TEST_F(ProcessInspectorTests, TellsALiveProcessFromAReusedNumber) {
+    Program program({"sleep", "30"});
+    const std::int32_t pid = program.pid();
+    const double start = info(pid)->startTime;
+    EXPECT_TRUE(isAlive(pid, std::nullopt));
+    EXPECT_TRUE(isAlive(pid, start - 0.5));
+    EXPECT_TRUE(isAlive(pid, start + 0.9));
+    EXPECT_FALSE(isAlive(pid, start - 1.1));
+    EXPECT_FALSE(isAlive(pid, start + 1.1));
+    EXPECT_TRUE(isAlive(1, std::nullopt));
+    EXPECT_FALSE(isAlive(0, std::nullopt));
+    EXPECT_FALSE(isAlive(-1, std::nullopt));
+    ::kill(pid, SIGKILL);
+    program.finish();
+    EXPECT_FALSE(isAlive(pid, std::nullopt));
+    EXPECT_FALSE(isAlive(pid, start));
+}
+
+TEST_F(ProcessInspectorTests, FindsTheTerminal) {
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(terminal, 0);
+    ASSERT_EQ(::grantpt(terminal), 0);
+    ASSERT_EQ(::unlockpt(terminal), 0);
+    const std::string name = ::ptsname(terminal);
+    const auto inTerminal = [&] {
+        ::setsid();
+        ::close(::open(name.c_str(), O_RDWR));
+    };
+    Program program({"sh", "-c", "echo; read x"}, inTerminal);
+    program.readLine();
+    EXPECT_EQ(info(program.pid())->tty, name);
+    Program without({"sh", "-c", "echo; read x"}, [] { ::setsid(); });
+    without.readLine();
+    EXPECT_EQ(info(without.pid())->tty, std::nullopt);
+    ::close(terminal);
+}
+
+} // namespace quorvik::ProcessInspector

@@ -1,0 +1,89 @@
+#include "Tests/Support/TemporaryHome.h"
+
+#include "QuorvikCore/Agents/AgentDetection.h"
+#include "QuorvikCore/Session/ProjectRoot.h"
+#include "QuorvikCore/Session/TaskTitle.h"
+
+namespace quorvik {
+
+class ProjectRootTests : public testing::TemporaryHome {};
+
+TEST_F(ProjectRootTests, FindsTheNearestProjectBelowHome) {
+    write("app/package.json", "");
+    write("app/lib/go.mod", "");
+    write("package.json", ""); // at home itself: does not count
+    write("deep/.git", "gitdir: elsewhere");
+    struct Case {
+        std::string cwd;
+        std::optional<std::string> project, repository;
+    };
+    const std::string user = home.string();
+    for (const auto& [cwd, project, repository] : std::initializer_list<Case>{
+             {"app", user + "/app", std::nullopt},
+             {"app/src/./x/../y/", user + "/app", std::nullopt},
+             {"app/lib/internal", user + "/app/lib", std::nullopt},
+             {"deep/1/2/3/4/5/6/7", user + "/deep", user + "/deep"}, // the eighth folder
+             {"deep/1/2/3/4/5/6/7/8", std::nullopt, user + "/deep"},
+             {"deep/1/2/3/4/5/6/7/8/9/10/11", std::nullopt, user + "/deep"}, // the twelfth
+             {"deep/1/2/3/4/5/6/7/8/9/10/11/12", std::nullopt, std::nullopt},
+             {"", std::nullopt, std::nullopt},
+             {"../outside", std::nullopt, std::nullopt},
+         }) {
+        EXPECT_EQ(ProjectRoot::find(user + "/" + cwd, user), project) << cwd;
+        EXPECT_EQ(ProjectRoot::gitRoot(user + "/" + cwd, user), repository) << cwd;
+    }
+    EXPECT_EQ(ProjectRoot::find(user + "/app", user + "/ap"), std::nullopt);
+    EXPECT_EQ(ProjectRoot::gitRoot(user + "/deep", "/elsewhere"),
+              user + "/deep"); // repositories may lie anywhere
+    EXPECT_EQ(ProjectRoot::gitRoot("/", "/elsewhere"), std::nullopt);
+}
+
+TEST_F(ProjectRootTests, DetectsAgentsByTheirFolders) {
+    for (const char* folder : {".kimi", ".claude", ".config/devin"})
+        std::filesystem::create_directories(home / folder);
+    write(".codex", "a file, not a folder");
+    EXPECT_EQ(AgentDetection::detected(home), (std::vector{Source::claude, Source::devin, Source::kimi}));
+    EXPECT_FALSE(AgentDetection::configDirectory(Source::git, home));
+}
+
+class TaskTitleTests : public testing::TemporaryHome {};
+
+TEST_F(TaskTitleTests, TakesTheFirstTellingLine) {
+    struct Case {
+        std::string_view prompt;
+        std::optional<std::string> title;
+    };
+    const std::optional<std::string> none;
+    for (const auto& [prompt, title] : std::initializer_list<Case>{
+             {"# Fix the login bug", "Fix the login bug"},
+             {"\r\n \u3000\n  Fix \t  it now\nsecond line", "Fix it now"},
+             {"first\u2028second", "first"},
+             {"> - * • ## Deep marks", "Deep marks"},
+             {"/review src/main", "/review src/main"},
+             {"/clear", none},
+             {"/clear\tnow", none}, // no space
+             {"ok", none},
+             {" Thanks! ", none},
+             {"«Try Again…»", none},
+             {"继续", none},
+             {"继续吧。", none},
+             {"重构登录", "重构登录"},
+             {"重", none},
+             {"hi", none},
+             {"hey", "hey"},
+             {"a1b", "a1b"},
+             {"+++ ½", none},
+             {"🚀 1a", "🚀 1a"}, // a scalar beyond U+2E80: two are enough
+             {"###", none},
+             {"", none},
+             {" \n ", none},
+             {"set TOKEN=abc please", "set TOKEN=*** please"},
+             {"bad \xFF bytes", "bad \uFFFD bytes"},
+         })
+        EXPECT_EQ(TaskTitle::make(prompt, std::nullopt, std::nullopt), title) << prompt;
+    EXPECT_EQ(TaskTitle::make(std::nullopt, std::nullopt, std::nullopt), none);
+    EXPECT_EQ(TaskTitle::make("Fix it", "slash_command_expansion", std::nullopt), none);
+    EXPECT_EQ(TaskTitle::make("Fix /p/a.c", "user", "/p"), "Fix a.c");
+}
+
+} // namespace quorvik

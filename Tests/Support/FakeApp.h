@@ -1,0 +1,34 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <thread>
+
+namespace quorvik::testing {
+
+/// The other end of a socket: accepts connections one after the other, reads a line of each and answers as
+/// told.
+class FakeApp {
+  public:
+    /// `answer` gets the line without its line feed, and the connection to write to; the connection is closed
+    /// after it. Listening when the constructor returns.
+    using Answer = std::function<void(const std::string& line, int connection)>;
+    FakeApp(const std::filesystem::path& socketPath, Answer answer);
+    ~FakeApp();
+    FakeApp(const FakeApp&) = delete;
+    FakeApp& operator=(const FakeApp&) = delete;
+
+    /// Answers every line with this text.
+    static Answer says(std::string text);
+
+  private:
+    void serve();
+
+    std::filesystem::path path_;
+    Answer answer_;
+    int listener_ = -1;
+    std::thread thread_;
+};
+
+} // namespace quorvik::testing

@@ -1,0 +1,27 @@
+# What every target of the project is compiled and linked with: target quorvik_options.
+add_library(quorvik_options INTERFACE)
+target_include_directories(quorvik_options INTERFACE ${PROJECT_SOURCE_DIR}/Sources)
+target_compile_options(quorvik_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Werror
+  -Wno-missing-field-initializers # designated initialisers name what matters
+  $<$<COMPILE_LANGUAGE:CXX>:-Wconversion -Wnon-virtual-dtor>)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  # GCC 12 sees overlapping copies in "literal" + std::string (its bug 105651).
+  target_compile_options(quorvik_options INTERFACE -Wno-restrict)
+endif()
+
+if(QUORVIK_SANITIZE)
+  target_compile_options(quorvik_options INTERFACE
+    -fsanitize=${QUORVIK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(quorvik_options INTERFACE -fsanitize=${QUORVIK_SANITIZE})
+endif()
+
+if(QUORVIK_STATIC AND CMAKE_SYSTEM_NAME STREQUAL "Linux")
+  # Not position independent on purpose: a static-pie relocates itself at every start.
+  set(QUORVIK_PROGRAM_LINK_OPTIONS -static -Wl,--gc-sections)
+  target_link_options(quorvik_options INTERFACE -no-pie)
+  target_compile_options(quorvik_options INTERFACE -fno-pie -ffunction-sections -fdata-sections)
+endif()
+
+find_package(Threads REQUIRED)
+target_link_libraries(quorvik_options INTERFACE Threads::Threads)
