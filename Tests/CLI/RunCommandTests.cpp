@@ -152,9 +152,9 @@ TEST_F(RunCommandTests, TheCommandCannotTell) {
         for (const int signal : {SIGHUP, SIGCHLD, SIGUSR1, SIGTSTP})
             ::signal(signal, SIG_IGN);
         sigset_t blocked;
-        ::sigemptyset(&blocked);
-        ::sigaddset(&blocked, SIGUSR2);
-        ::sigaddset(&blocked, SIGTERM);
+        sigemptyset(&blocked);
+        sigaddset(&blocked, SIGUSR2);
+        sigaddset(&blocked, SIGTERM);
         ::pthread_sigmask(SIG_SETMASK, &blocked, nullptr);
         ::dup2(::open("/dev/null", O_RDONLY), 9);
         ::close(0);

@@ -33,9 +33,9 @@ void doNothing(int) {}
 SupervisedProcess::SupervisedProcess()
     : thread_(::pthread_self()), interruptWasIgnored_(isIgnored(SIGINT)),
       childSignalWasIgnored_(isIgnored(SIGCHLD)) {
-    ::sigemptyset(&served_);
+    sigemptyset(&served_);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD})
-        ::sigaddset(&served_, signal);
+        sigaddset(&served_, signal);
     ::pthread_sigmask(SIG_BLOCK, &served_, &originalMask_);
     // A handler that is never called: macOS drops a blocked SIGCHLD at its default, and were it ignored (a
     // parent may leave it so) the kernel would discard the command's status.
@@ -70,7 +70,7 @@ int SupervisedProcess::start(const std::vector<std::string>& arguments, int stan
     // An interrupt that came before the command existed is still held. One that came since reached the
     // command through its process group too; twice does no harm.
     sigset_t pending;
-    if (!interruptWasIgnored_ && ::sigpending(&pending) == 0 && ::sigismember(&pending, SIGINT) == 1)
+    if (!interruptWasIgnored_ && ::sigpending(&pending) == 0 && sigismember(&pending, SIGINT) == 1)
         ::kill(pid_, SIGINT);
     setAction(SIGINT, SIG_IGN);
     return 0;
