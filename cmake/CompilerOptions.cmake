@@ -16,6 +16,10 @@ if(QUORVIK_SANITIZE)
   target_link_options(quorvik_options INTERFACE -fsanitize=${QUORVIK_SANITIZE})
 endif()
 
+if(QUORVIK_LIBFUZZER)
+  target_compile_options(quorvik_options INTERFACE -fsanitize=fuzzer-no-link) # coverage of the library itself
+endif()
+
 if(QUORVIK_STATIC AND CMAKE_SYSTEM_NAME STREQUAL "Linux")
   # Not position independent on purpose: a static-pie relocates itself at every start.
   set(QUORVIK_PROGRAM_LINK_OPTIONS -static -Wl,--gc-sections)
