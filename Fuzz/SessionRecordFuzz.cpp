@@ -3,19 +3,21 @@
 
 #include "Fuzz/Check.h"
 
+#include "QuorvikCore/JSON/OrderedJSON.h"
 #include "QuorvikCore/Session/SessionRecord.h"
+#include "QuorvikCore/Text/Unicode.h"
 
 #include <cstdint>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace quorvik;
-    const auto value = parseJSON(std::string_view(reinterpret_cast<const char*>(data), size));
-    if (!value) return 0;
     try {
-        const SessionRecord record = SessionRecord::fromJSON(*value);
-        const auto again = parseJSON(printJSON(record.toJSON()));
-        CHECK(again);
-        CHECK(SessionRecord::fromJSON(*again) == record);
+        const auto value = OrderedJSON::parse(std::string_view(reinterpret_cast<const char*>(data), size));
+        const SessionRecord record = SessionRecord::fromJSON(value);
+        const std::string printed = printJSON(record.toJSON());
+        const bool isText = Unicode::isValid(std::string_view(reinterpret_cast<const char*>(data), size));
+        CHECK(!isText || SessionRecord::fromJSON(OrderedJSON::parse(printed)) == record);
+    } catch (const JSONParseError&) {
     } catch (const RecordError&) {
     }
     return 0;

@@ -42,8 +42,8 @@ TEST(ErrorScanner, KeepsTheMostTellingLine) {
              {{{"fine\n", true}, {"1 failed\n"}, {"error\n", true}},
               "1 failed"},                                    // the first of either stream
              {{{"late: error"}, {"fatal\n", true}}, "fatal"}, // complete lines come before unfinished ones
-             {{{"x\r\nerror 1\r\nerror 2\r\n"}}, "xerror 1error 2"},  // CR LF ends no line: all one
-             {{{"a\r"}, {"\nb\n"}}, "ab"},                    // CR LF over two chunks
+             {{{"x\r\nerror 1\r\nerror 2\r\n"}}, "xerror 1error 2"}, // CR LF ends no line: all one
+             {{{"a\r"}, {"\nb\n"}}, "ab"},                           // CR LF over two chunks
              {{{"a\r"}, {"\n\nb"}}, "b"},
              {{{"er\x1B[1mr\x1B[0mor\nlast\n"}}, "error"}, // coloured within the word
              {{{"er\bror\nlast\n"}}, "error"},

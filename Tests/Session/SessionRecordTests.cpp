@@ -1,3 +1,4 @@
+#include "QuorvikCore/JSON/OrderedJSON.h"
 #include "QuorvikCore/Session/SessionRecord.h"
 
 #include <gtest/gtest.h>
@@ -12,7 +13,7 @@ constexpr const char* minimal =
 
 std::optional<SessionRecord> decoded(const nlohmann::json& value) {
     try {
-        return SessionRecord::fromJSON(value);
+        return SessionRecord::fromJSON(OrderedJSON::parse(value.dump()));
     } catch (const RecordError&) {
         return std::nullopt;
     }

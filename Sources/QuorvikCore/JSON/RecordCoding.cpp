@@ -1,5 +1,9 @@
 #include "QuorvikCore/JSON/RecordCoding.h"
 
+#include <charconv>
+#include <cstdlib>
+#include <limits>
+
 namespace quorvik {
 
 std::optional<nlohmann::json> parseJSON(std::string_view text) {
@@ -15,54 +19,72 @@ std::string printJSON(const nlohmann::json& value) {
     return value.dump(onOneLine, ' ', escapeNonASCII, nlohmann::json::error_handler_t::replace);
 }
 
-RecordReader::RecordReader(const nlohmann::json& value) : object_(value) {
-    if (!value.is_object()) throw RecordError("not an object");
+namespace RecordAccess {
+
+const nlohmann::json* member(const nlohmann::json& value, std::string_view key) {
+    const auto found = value.find(key);
+    return found == value.end() ? nullptr : &*found;
+}
+bool isObject(const nlohmann::json& value) {
+    return value.is_object();
+}
+bool isNull(const nlohmann::json& value) {
+    return value.is_null();
+}
+const std::string* text(const nlohmann::json& value) {
+    return value.get_ptr<const std::string*>();
 }
 
-const nlohmann::json* RecordReader::member(const char* key) const {
-    const auto found = object_.find(key);
-    return found == object_.end() || found->is_null() ? nullptr : &*found;
+std::optional<bool> boolean(const nlohmann::json& value) {
+    if (!value.is_boolean()) return std::nullopt;
+    return value.get<bool>();
 }
 
-void RecordReader::wrongType(const char* key) {
-    throw RecordError(std::string(key) + " has the wrong type");
+std::optional<double> number(const nlohmann::json& value) {
+    if (!value.is_number()) return std::nullopt;
+    return value.get<double>();
 }
 
-void RecordReader::read(const char* key, const nlohmann::json& value, std::string& field) {
-    if (!value.is_string()) wrongType(key);
-    field = value.get_ref<const std::string&>();
+std::optional<std::int64_t> integer(const nlohmann::json& value) {
+    constexpr std::uint64_t largest = std::numeric_limits<std::int64_t>::max();
+    if (!value.is_number_integer()) return std::nullopt;
+    if (value.is_number_unsigned() && value.get<std::uint64_t>() > largest) return std::nullopt;
+    return value.get<std::int64_t>();
 }
 
-void RecordReader::read(const char* key, const nlohmann::json& value, bool& field) {
-    if (!value.is_boolean()) wrongType(key);
-    field = value.get<bool>();
+const JSONValue* member(const JSONValue& value, std::string_view key) {
+    return value[key];
+}
+bool isObject(const JSONValue& value) {
+    return value.objectValue() != nullptr;
+}
+bool isNull(const JSONValue& value) {
+    return value.isNull();
+}
+const std::string* text(const JSONValue& value) {
+    return value.stringValue();
+}
+std::optional<bool> boolean(const JSONValue& value) {
+    return value.boolValue();
 }
 
-void RecordReader::read(const char* key, const nlohmann::json& value, double& field) {
-    if (!value.is_number()) wrongType(key);
-    field = value.get<double>();
+std::optional<double> number(const JSONValue& value) {
+    const std::string* digits = value.numberText();
+    if (!digits) return std::nullopt;
+    return std::strtod(digits->c_str(),
+                       nullptr); // the parser has seen that it is one; the locale is always "C"
 }
 
-void RecordReader::read(const char* key, const nlohmann::json& value, Date& field) {
-    double seconds;
-    read(key, value, seconds);
-    field = dateFromSeconds(seconds);
+std::optional<std::int64_t> integer(const JSONValue& value) {
+    const std::string* digits = value.numberText();
+    if (!digits) return std::nullopt;
+    std::int64_t result = 0;
+    const char* end = digits->data() + digits->size();
+    const auto parsed = std::from_chars(digits->data(), end, result);
+    if (parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
+    return result;
 }
 
-void RecordReader::read(const char* key, const nlohmann::json& value, std::int64_t& field) {
-    if (!value.is_number_integer()) wrongType(key);
-    if (value.is_number_unsigned() &&
-        value.get<std::uint64_t>() > std::uint64_t{std::numeric_limits<std::int64_t>::max()})
-        wrongType(key);
-    field = value.get<std::int64_t>();
-}
-
-void RecordReader::read(const char* key, const nlohmann::json& value, std::int32_t& field) {
-    std::int64_t wide;
-    read(key, value, wide);
-    if (wide < std::numeric_limits<std::int32_t>::min() || wide > std::numeric_limits<std::int32_t>::max())
-        wrongType(key);
-    field = static_cast<std::int32_t>(wide);
-}
+} // namespace RecordAccess
 
 } // namespace quorvik

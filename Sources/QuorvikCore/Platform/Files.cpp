@@ -29,18 +29,19 @@ std::optional<std::string> failed(int errorNumber, std::error_code* error) {
     return std::nullopt;
 }
 
-std::optional<std::string> readAt(int folder, const char* path, std::size_t limit, std::error_code* error) {
-    // Non-blocking only for the open itself: regular files do not care, a named pipe would hang us.
-    const FileDescriptor file(::openat(folder, path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (!file) return failed(errno, error);
-    struct stat status;
-    if (::fstat(file.get(), &status) != 0) return failed(errno, error);
-    if (S_ISDIR(status.st_mode)) return failed(EISDIR, error);
-    if (!S_ISREG(status.st_mode)) return failed(EINVAL, error);
-    if (static_cast<std::uint64_t>(status.st_size) > limit) return failed(EFBIG, error);
+Status statusOf(const struct stat& status) {
+    return {modificationTime(status), static_cast<std::uint64_t>(status.st_size), S_ISREG(status.st_mode)};
+}
 
+// Non-blocking only for the open itself: regular files do not care, a named pipe would hang us.
+constexpr int readFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
+
+/// `size` is what the file is expected to have.
+std::optional<std::string> readAll(const FileDescriptor& file, std::uint64_t size, std::size_t limit,
+                                   std::error_code* error) {
+    if (size > limit) return failed(EFBIG, error);
     // More than the size seen: a short read then proves the end without a second call. /proc says size 0.
-    std::string bytes(std::max<std::size_t>(static_cast<std::size_t>(status.st_size) + 1, 1024), '\0');
+    std::string bytes(std::max<std::size_t>(static_cast<std::size_t>(size) + 1, 1024), '\0');
     std::size_t length = 0;
     for (;;) {
         const ssize_t count = ::read(file.get(), bytes.data() + length, bytes.size() - length);
@@ -61,7 +62,11 @@ std::optional<std::string> readAt(int folder, const char* path, std::size_t limi
 
 std::optional<std::string> read(const std::filesystem::path& path, std::size_t limit,
                                 std::error_code* error) {
-    return readAt(AT_FDCWD, path.c_str(), limit, error);
+    const FileDescriptor file(::open(path.c_str(), readFlags));
+    struct stat status;
+    if (!file || ::fstat(file.get(), &status) != 0) return failed(errno, error);
+    if (!S_ISREG(status.st_mode)) return failed(S_ISDIR(status.st_mode) ? EISDIR : EINVAL, error);
+    return readAll(file, static_cast<std::uint64_t>(status.st_size), limit, error);
 }
 
 void createPrivateFolder(const std::filesystem::path& path) {
@@ -123,11 +128,14 @@ const char* Folder::next() {
 std::optional<Status> Folder::status(const char* name) const {
     struct stat status;
     if (::fstatat(::dirfd(static_cast<DIR*>(stream_.get())), name, &status, 0) != 0) return std::nullopt;
-    return Status{modificationTime(status), static_cast<std::uint64_t>(status.st_size)};
+    return statusOf(status);
 }
 
-std::optional<std::string> Folder::read(const char* name, std::size_t limit) const {
-    return readAt(::dirfd(static_cast<DIR*>(stream_.get())), name, limit, nullptr);
+std::optional<std::string> Folder::read(const char* name, const Status& status, std::size_t limit) const {
+    if (!status.regular) return std::nullopt;
+    const FileDescriptor file(::openat(::dirfd(static_cast<DIR*>(stream_.get())), name, readFlags));
+    if (!file) return std::nullopt;
+    return readAll(file, status.size, limit, nullptr);
 }
 
 } // namespace quorvik::Files

@@ -37,6 +37,7 @@ void replace(const std::filesystem::path& target, std::string_view bytes,
 struct Status {
     std::int64_t modified; ///< nanoseconds since 1970
     std::uint64_t size;    ///< bytes
+    bool regular;          ///< a file, not a folder, pipe or device
 };
 
 /// Lists one folder, in the system's order, and reads its files without looking up their paths again.
@@ -55,8 +56,8 @@ class Folder {
     /// Follows symbolic links. Absent when the entry vanished.
     std::optional<Status> status(const char* name) const;
 
-    /// As Files::read, for an entry of this folder.
-    std::optional<std::string> read(const char* name, std::size_t limit) const;
+    /// As Files::read, for an entry of this folder whose status is known: one system call less.
+    std::optional<std::string> read(const char* name, const Status& status, std::size_t limit) const;
 
   private:
     struct Closer {

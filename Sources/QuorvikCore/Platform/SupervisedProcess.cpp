@@ -108,11 +108,11 @@ int SupervisedProcess::wait(const std::function<bool()>& outputDone) {
     while (!ended || !outputDone()) {
         int signal = 0;
         ::sigwait(&served_, &signal);
-        if (signal == SIGCHLD) {
-            if (!ended) ended = reap(status);
-        } else if (!ended && signal != SIGINT) {
+        if (!ended) ended = reap(status); // whatever came: a command that is gone cannot be told anything
+        if (signal != SIGTERM && signal != SIGHUP) continue;
+        if (!ended) {
             ::kill(pid_, signal);
-        } else if (ended && signal != SIGINT) {
+        } else {
             // Sent to the whole group perhaps, and only just after the command's death: what it wrote is
             // still on its way through the pipes.
             const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);

@@ -24,7 +24,7 @@ SessionRecord::SessionRecord(Source source_, std::string sessionID_, std::string
 
 namespace {
 
-HostInfo hostFromJSON(const nlohmann::json& value) {
+HostInfo hostFromJSON(const JSONValue& value) {
     const RecordReader reader(value);
     HostInfo host;
     reader.optional("termProgram", host.termProgram);
@@ -48,7 +48,7 @@ nlohmann::json hostToJSON(const HostInfo& host) {
 
 } // namespace
 
-SessionRecord SessionRecord::fromJSON(const nlohmann::json& value) {
+SessionRecord SessionRecord::fromJSON(const JSONValue& value) {
     const RecordReader reader(value);
     SessionRecord record;
     reader.required("schemaVersion", record.schemaVersion);
@@ -63,7 +63,7 @@ SessionRecord SessionRecord::fromJSON(const nlohmann::json& value) {
     reader.required("stateSince", record.stateSince);
     reader.required("updatedAt", record.updatedAt);
     reader.optional("lastEvent", record.lastEvent);
-    const nlohmann::json* host = reader.member("host");
+    const JSONValue* host = reader.member("host");
     if (!host) throw RecordError("host is missing");
     record.host = hostFromJSON(*host);
     reader.optional("pid", record.pid);

@@ -77,7 +77,7 @@ struct SessionRecord {
 
     /// Strict: throws RecordError when a required member is missing, has a wrong type or an unknown raw
     /// value. Does not look at the schema version.
-    static SessionRecord fromJSON(const nlohmann::json& value);
+    static SessionRecord fromJSON(const JSONValue& value);
 
     nlohmann::json toJSON() const;
 

@@ -1,5 +1,6 @@
 #include "QuorvikCore/Session/SessionStore.h"
 
+#include "QuorvikCore/JSON/OrderedJSON.h"
 #include "QuorvikCore/Platform/ChangeNotification.h"
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/FileLock.h"
@@ -22,7 +23,18 @@ Path lockPath(const Path& file) {
     return file.native() + ".lock";
 }
 
-std::optional<SessionRecord> decoded(const std::optional<nlohmann::json>& value) {
+/// The JSON value of a file's text; absent when there is none. Records are read in numbers and often, so by
+/// the faster of our two readers, which lets bytes pass that are not UTF-8.
+std::optional<JSONValue> parsed(const std::optional<std::string>& text) {
+    if (!text || !Unicode::isValid(*text)) return std::nullopt;
+    try {
+        return OrderedJSON::parse(*text);
+    } catch (const JSONParseError&) {
+        return std::nullopt;
+    }
+}
+
+std::optional<SessionRecord> decoded(const std::optional<JSONValue>& value) {
     if (!value) return std::nullopt;
     try {
         return SessionRecord::fromJSON(*value);
@@ -31,15 +43,14 @@ std::optional<SessionRecord> decoded(const std::optional<nlohmann::json>& value)
     }
 }
 
-bool hasOtherSchema(const std::optional<nlohmann::json>& value) {
-    if (!value || !value->is_object()) return false;
-    const auto version = value->find("schemaVersion");
-    return version != value->end() && version->is_number_integer() &&
-           *version != SessionRecord::currentSchema;
+bool hasOtherSchema(const std::optional<JSONValue>& value) {
+    const JSONValue* version = value ? (*value)["schemaVersion"] : nullptr;
+    const auto number = version ? RecordAccess::integer(*version) : std::nullopt;
+    return number && *number != SessionRecord::currentSchema;
 }
 
 LoadResult interpreted(const std::optional<std::string>& text, const Path& file) {
-    const auto value = text ? parseJSON(*text) : std::nullopt;
+    const auto value = parsed(text);
     if (hasOtherSchema(value)) return {LoadResult::Unsupported{file}};
     auto record = decoded(value);
     if (!record) return {LoadResult::Corrupt{file}};
@@ -70,8 +81,7 @@ void update(Source source, std::string_view sessionID, const Path& folder,
     QuorvikPaths::ensureDirectory(folder);
     const Path file = fileURL(source, sessionID, folder);
     const FileLock lock = FileLock::acquire(lockPath(file));
-    const auto text = Files::read(file, maxFileSize);
-    auto record = text ? decoded(parseJSON(*text)) : std::nullopt;
+    auto record = decoded(parsed(Files::read(file, maxFileSize)));
     mutate(record);
     if (record) write(*record, file);
 }
@@ -86,12 +96,13 @@ LoadResult load(const Path& file) {
     return interpreted(Files::read(file, maxFileSize), file);
 }
 
-std::vector<LoadResult> loadAll(const Path& folder, LoadCache& cache) {
+namespace {
+
+/// Calls `visit(path, name, status, listing)` for every record file; false when the folder cannot be listed.
+template <typename Visit>
+bool forEachRecordFile(const Path& folder, Visit visit) {
     auto listing = Files::Folder::open(folder);
-    if (!listing) return {};
-    std::vector<LoadResult> results;
-    results.reserve(cache.entries.size());
-    ++cache.generation;
+    if (!listing) return false;
     std::string path = folder.native();
     if (path.empty() || path.back() != '/') path += '/';
     const std::size_t prefix = path.size();
@@ -99,30 +110,50 @@ std::vector<LoadResult> loadAll(const Path& folder, LoadCache& cache) {
         if (!isRecordName(name)) continue;
         path.resize(prefix);
         path += name;
-        const auto status = listing->status(name);
-        const std::int64_t modified = status ? status->modified : distantPast;
-        const std::uint64_t size = status ? status->size : 0;
-        auto entry = cache.entries.find(std::string_view(path));
-        if (entry == cache.entries.end() || entry->second.modified != modified ||
-            entry->second.size != size) {
-            LoadResult result = size <= maxFileSize ? interpreted(listing->read(name, maxFileSize), path)
-                                                    : LoadResult{LoadResult::Corrupt{path}};
-            entry =
-                cache.entries.insert_or_assign(path, LoadCache::Entry{modified, size, std::move(result), 0})
-                    .first;
-        }
-        entry->second.generation = cache.generation;
-        results.push_back(entry->second.result);
+        visit(path, name, listing->status(name).value_or(Files::Status{distantPast, 0, false}), *listing);
     }
+    return true;
+}
+
+LoadResult loadEntry(const std::string& path, const char* name, const Files::Status& status,
+                     const Files::Folder& listing) {
+    return interpreted(listing.read(name, status, maxFileSize), path);
+}
+
+} // namespace
+
+std::vector<LoadResult> loadAll(const Path& folder, LoadCache& cache) {
+    std::vector<LoadResult> results;
+    results.reserve(cache.entries.size());
+    const std::uint64_t generation = cache.generation + 1;
+    const bool listed = forEachRecordFile(folder, [&](const std::string& path, const char* name,
+                                                      const Files::Status& status, Files::Folder& listing) {
+        auto found = cache.entries.find(path);
+        if (found == cache.entries.end())
+            found = cache.entries.try_emplace(path).first;
+        else if (found->second.modified == status.modified && found->second.size == status.size) {
+            found->second.generation = generation;
+            results.push_back(found->second.result);
+            return;
+        }
+        found->second = {status.modified, status.size, loadEntry(path, name, status, listing), generation};
+        results.push_back(found->second.result);
+    });
+    if (!listed) return {};
+    cache.generation = generation;
     if (cache.entries.size() > results.size())
         std::erase_if(cache.entries,
-                      [&](const auto& entry) { return entry.second.generation != cache.generation; });
+                      [&](const auto& entry) { return entry.second.generation != generation; });
     return results;
 }
 
 std::vector<LoadResult> loadAll(const Path& folder) {
-    LoadCache cache;
-    return loadAll(folder, cache);
+    std::vector<LoadResult> results;
+    forEachRecordFile(folder, [&](const std::string& path, const char* name, const Files::Status& status,
+                                  const Files::Folder& listing) {
+        results.push_back(loadEntry(path, name, status, listing));
+    });
+    return results;
 }
 
 void remove(const SessionRecord& record, const Path& folder) {

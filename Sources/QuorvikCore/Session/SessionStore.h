@@ -47,17 +47,13 @@ struct LoadResult {
 /// again. Owned by one reader and passed back on each call; not for use by two threads.
 struct LoadCache {
     struct Entry {
-        std::int64_t modified; ///< nanoseconds since 1970; the distant past when unknown
-        std::uint64_t size;    ///< bytes; 0 when unknown
+        std::int64_t modified = 0; ///< nanoseconds since 1970; the distant past when unknown
+        std::uint64_t size = 0;    ///< bytes; 0 when unknown
         LoadResult result;
-        std::uint64_t generation; ///< the load that last met the file
+        std::uint64_t generation = 0; ///< the load that last met the file
     };
-    struct Hash {
-        using is_transparent = void;
-        std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
-    };
-    std::unordered_map<std::string, Entry, Hash, std::equal_to<>> entries; ///< by the file's path
-    std::uint64_t generation = 0;                                          ///< loads so far
+    std::unordered_map<std::string, Entry> entries; ///< by the file's path
+    std::uint64_t generation = 0;                   ///< loads so far
 };
 
 /// The record's file: "<source>-<session id>.json", in which every character of the id that is not a letter

@@ -41,7 +41,7 @@ std::optional<std::string> percentDecoded(std::string_view text) {
         result += static_cast<char>(byte);
         text.remove_prefix(3);
     }
-    if (Unicode::repaired(result) != result) return std::nullopt;
+    if (!Unicode::isValid(result)) return std::nullopt;
     return result;
 }
 

@@ -2,6 +2,8 @@
 
 #include <utf8proc.h>
 
+#include <cstring>
+
 namespace quorvik::Unicode {
 
 namespace {
@@ -14,6 +16,25 @@ bool isASCII(char byte) {
 
 utf8proc_category_t category(char32_t scalar) {
     return utf8proc_category(static_cast<utf8proc_int32_t>(scalar));
+}
+
+/// The length of the part at the start that is UTF-8.
+std::size_t validLength(std::string_view text) {
+    std::size_t length = 0;
+    while (length < text.size()) {
+        std::uint64_t eight = 0;
+        if (length + sizeof eight <= text.size()) {
+            std::memcpy(&eight, text.data() + length, sizeof eight);
+            if ((eight & 0x8080808080808080) == 0) {
+                length += sizeof eight;
+                continue;
+            }
+        }
+        const Scalar scalar = firstScalar(text.substr(length));
+        if (!scalar.valid) break;
+        length += scalar.length;
+    }
+    return length;
 }
 
 } // namespace
@@ -57,20 +78,18 @@ std::string repaired(std::string_view text) {
     std::string result;
     result.reserve(text.size());
     while (!text.empty()) {
-        std::size_t plain = 0;
-        while (plain < text.size() && isASCII(text[plain]))
-            ++plain;
-        result.append(text.substr(0, plain));
-        text.remove_prefix(plain);
+        const std::size_t valid = validLength(text);
+        result.append(text.substr(0, valid));
+        text.remove_prefix(valid);
         if (text.empty()) break;
-        const Scalar scalar = firstScalar(text);
-        if (scalar.valid)
-            result.append(text.substr(0, scalar.length));
-        else
-            append(result, replacementCharacter);
-        text.remove_prefix(scalar.length);
+        append(result, replacementCharacter);
+        text.remove_prefix(firstScalar(text).length);
     }
     return result;
+}
+
+bool isValid(std::string_view text) {
+    return validLength(text) == text.size();
 }
 
 void append(std::string& text, char32_t scalar) {

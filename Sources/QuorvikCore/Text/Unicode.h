@@ -26,6 +26,9 @@ Scalar firstScalar(std::string_view text);
 /// Unicode Standard recommends, section 3.9).
 std::string repaired(std::string_view text);
 
+/// Whether the text is UTF-8 throughout.
+bool isValid(std::string_view text);
+
 void append(std::string& text, char32_t scalar);
 
 /// The next character of `text`, taken off its front. `text` must not be empty.

@@ -1,0 +1,4 @@
+// The least a process can be.
+int main(void) {
+    return 0;
+}
