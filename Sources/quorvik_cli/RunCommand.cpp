@@ -144,7 +144,6 @@ FileDescriptor openLog(const Run& run) {
     } catch (const std::exception&) {
         return {};
     }
-    BuildLogs::prune(keptLogDays, keptLogs);
     return Files::createPrivate(run.logPath);
 }
 
@@ -184,6 +183,8 @@ int run(const std::vector<std::string>& command) {
     Pipe standardOutput = Pipe::create(), standardError = Pipe::create();
     if (!standardOutput.readEnd || !standardError.readEnd) return failedToStart(run, errno);
     const int error = child.start(command, standardOutput.writeEnd.get(), standardError.writeEnd.get());
+    BuildLogs::prune(keptLogDays,
+                     keptLogs + (output.log ? 1 : 0)); // while the command gets going; ours is the newest
     if (error != 0) return failedToStart(run, error);
     standardOutput.writeEnd.close();
     standardError.writeEnd.close();

@@ -51,7 +51,11 @@ int SupervisedProcess::start(const std::vector<std::string>& arguments, int stan
 
     Pipe errorReport = Pipe::create(); // close-on-exec: end of file means that the command runs
     if (!errorReport.readEnd) return errno;
-    const pid_t child = ::fork();
+#ifdef __APPLE__
+    const pid_t child = ::fork(); // vfork() is deprecated there
+#else
+    const pid_t child = ::vfork(); // spares copying our page tables only to drop them
+#endif
     if (child < 0) return errno;
     if (child == 0) becomeCommand(words, standardOutput, standardError, errorReport.writeEnd.get());
 
