@@ -21,7 +21,7 @@ struct Run {
 
 Run timed(const std::string& commandLine) {
     std::vector<std::string> words;
-    if (commandLine.find_first_of("|><") != std::string::npos) {
+    if (commandLine.find_first_of("|><;") != std::string::npos) {
         words = {"/bin/sh", "-c", commandLine};
     } else {
         std::istringstream stream(commandLine);
