@@ -42,7 +42,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         start = end + 1;
     }
     check([&] { return AlertValidator::make(words, "/home/u"); });
-    check([&] { return AlertValidator::makeFromLink(text, "/home/u"); });
-    check([&] { return AlertValidator::makeFromLink("quorvik://alert?title=t&" + text, "/home/u"); });
+    check([&] { return AlertValidator::make(std::string_view(text), "/home/u"); });
+    check(
+        [&] { return AlertValidator::make(std::string_view("quorvik://alert?title=t&" + text), "/home/u"); });
     return 0;
 }

@@ -14,6 +14,9 @@ if(QUORVIK_SANITIZE)
   target_compile_options(quorvik_options INTERFACE
     -fsanitize=${QUORVIK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(quorvik_options INTERFACE -fsanitize=${QUORVIK_SANITIZE})
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(quorvik_options INTERFACE -Wno-maybe-uninitialized) # instrumented code confuses it
+  endif()
 endif()
 
 if(QUORVIK_LIBFUZZER)

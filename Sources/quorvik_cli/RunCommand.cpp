@@ -88,7 +88,7 @@ void publish(const Run& run, const std::function<void(SessionRecord&)>& step) {
 void publishStart(const Run& run) {
     publish(run, [&](SessionRecord& record) {
         record.state = SessionState::working;
-        record.tool = std::filesystem::path(run.command[0]).filename().string();
+        record.tool = Files::lastComponent(run.command[0]);
         record.summary = run.commandLine;
         record.turnStartedAt = record.stateSince = record.updatedAt = run.startedAt;
         record.lastEvent = "start";

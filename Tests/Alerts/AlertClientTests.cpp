@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 
 namespace quorvik {
@@ -113,9 +114,9 @@ TEST_F(AlertClientTests, NobodyListens) {
 
 TEST_F(AlertClientTests, AnotherUsersListenerIsNotTheApp) {
     if (::geteuid() != 0) GTEST_SKIP() << "only root can change sides";
-    bool spokenTo = false;
+    std::atomic<bool> spokenTo = false;
     const FakeApp app(socket, [&](const std::string& line, int connection) {
-        spokenTo = spokenTo || !line.empty();
+        if (!line.empty()) spokenTo = true;
         FakeApp::says("{\"status\":\"ok\"}\n")(line, connection);
     });
     for (const auto& folder : {home, support, std::filesystem::path(socket)})

@@ -177,7 +177,7 @@ TEST(AlertValidator, Links) {
              {"quorvik://alert?title=x&id=", "id must be 1 to 64 letters, digits or . _ : -"},
              {"quorvik://alert?title=x&open", "open must be an absolute path"},
          })
-        EXPECT_EQ(outcome([&] { return makeFromLink(link, home); }), expected) << link;
+        EXPECT_EQ(outcome([&] { return make(std::string_view(link), home); }), expected) << link;
 }
 
 } // namespace quorvik::AlertValidator

@@ -15,6 +15,8 @@ TEST_F(QuorvikPathsTests, FollowTheEnvironmentAtEveryCall) {
     ::setenv("QUORVIK_HOME", "", 1);
     EXPECT_EQ(supportDirectory(), home / "Library/Application Support/Quorvik");
     EXPECT_EQ(installedHookBinary(), supportDirectory() / "bin/quorvik-hook");
+    ::setenv("QUORVIK_HOME", "relative", 1);
+    EXPECT_EQ(supportDirectory(), std::filesystem::current_path() / "relative");
     ::setenv("HOME", "/Users/u/", 1);
     EXPECT_EQ(claudeSettings(), "/Users/u/.claude/settings.json");
     ::unsetenv("HOME");

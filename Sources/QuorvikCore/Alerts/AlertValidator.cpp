@@ -93,12 +93,12 @@ AlertRequest make(std::span<const std::string> arguments, std::string_view home)
     return make(fields, home);
 }
 
-AlertRequest makeFromLink(std::string_view link, std::string_view home) {
-    const auto url = URL::parse(link);
-    if (!url || url->scheme != "quorvik" || url->host != "alert" || !url->query)
+AlertRequest make(std::string_view url, std::string_view home) {
+    const auto parts = URL::parse(url);
+    if (!parts || parts->scheme != "quorvik" || parts->host != "alert" || !parts->query)
         reject("not a quorvik://alert link");
     RawFields fields;
-    for (const URL::QueryItem& item : *url->query) {
+    for (const URL::QueryItem& item : *parts->query) {
         std::optional<std::string>* field = fields.named(item.name);
         if (!field) reject("unknown parameter " + item.name);
         *field = item.value;

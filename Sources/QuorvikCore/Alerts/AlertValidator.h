@@ -39,7 +39,7 @@ AlertRequest make(std::span<const std::string> arguments, std::string_view home)
 
 /// From a link "quorvik://alert?title=…&body=…", percent-encoded; scheme and host in any case. Throws,
 /// besides the messages of make(RawFields): "not a quorvik://alert link", "unknown parameter <name>".
-AlertRequest makeFromLink(std::string_view link, std::string_view home);
+AlertRequest make(std::string_view url, std::string_view home);
 
 /// Checks in the order title, body, level, ttl, id, open and stops at the first failure:
 /// "title is required (1 to 16 characters)", "title is longer than 16 characters", "body is longer than 80

@@ -106,6 +106,13 @@ void replace(const std::filesystem::path& target, std::string_view bytes,
     if (::rename(temporary.c_str(), target.c_str()) != 0) give_up("replace", target);
 }
 
+std::string lastComponent(std::string_view path) {
+    while (path.size() > 1 && path.back() == '/')
+        path.remove_suffix(1);
+    const auto slash = path.size() > 1 ? path.rfind('/') : std::string_view::npos;
+    return std::string(path.substr(slash == std::string_view::npos ? 0 : slash + 1));
+}
+
 std::optional<Folder> Folder::open(const std::filesystem::path& path) {
     DIR* stream = ::opendir(path.c_str());
     if (!stream) return std::nullopt;

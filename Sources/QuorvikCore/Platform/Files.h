@@ -33,6 +33,9 @@ FileDescriptor createPrivate(const std::filesystem::path& path);
 void replace(const std::filesystem::path& target, std::string_view bytes,
              const std::filesystem::path& temporary, mode_t permissions);
 
+/// "make" of "/usr/bin/make" and of "make/"; "/" of "/".
+std::string lastComponent(std::string_view path);
+
 /// What a directory listing shows of a file.
 struct Status {
     std::int64_t modified; ///< nanoseconds since 1970

@@ -102,7 +102,10 @@ bool SupervisedProcess::reap(int& status) {
     const pid_t ended = ::waitpid(pid_, &raw, WNOHANG);
     if (ended == 0 || (ended < 0 && errno == EINTR)) return false;
     pid_ = 0;
-    status = ended > 0 && WIFSIGNALED(raw) ? 128 + WTERMSIG(raw) : WEXITSTATUS(raw);
+    if (ended < 0)
+        status = 127; // taken from us: it cannot be known, and must not pass for success
+    else
+        status = WIFSIGNALED(raw) ? 128 + WTERMSIG(raw) : WEXITSTATUS(raw);
     return true;
 }
 

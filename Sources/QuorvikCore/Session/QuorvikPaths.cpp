@@ -25,7 +25,10 @@ Path home() {
 
 Path supportDirectory() {
     const std::string chosen = Platform::environmentValue("QUORVIK_HOME");
-    return chosen.empty() ? home() / "Library/Application Support/Quorvik" : Path(chosen);
+    if (chosen.empty()) return home() / "Library/Application Support/Quorvik";
+    std::error_code unknown; // of the current folder; then the path stays relative
+    const Path absolute = std::filesystem::absolute(chosen, unknown);
+    return unknown ? Path(chosen) : absolute;
 }
 
 Path sessionsDirectory() {
