@@ -8,32 +8,22 @@ using Kind = AlertOutcome::Kind;
 
 std::int32_t AlertOutcome::exitCode() const {
     switch (kind) {
-    case Kind::rejected:
-        return 3;
-    case Kind::failed:
-        return 4;
-    case Kind::shown:
-        return 0;
-    case Kind::notRunning:
-        return 1;
-    case Kind::disabled:
-        return 2;
+    case Kind::rejected: return 3;
+    case Kind::failed: return 4;
+    case Kind::shown: return 0;
+    case Kind::notRunning: return 1;
+    case Kind::disabled: return 2;
     }
     return 4;
 }
 
 std::string AlertOutcome::message() const {
     switch (kind) {
-    case Kind::rejected:
-        return "refused: " + text;
-    case Kind::failed:
-        return text;
-    case Kind::shown:
-        return "";
-    case Kind::notRunning:
-        return "Quorvik is not running";
-    case Kind::disabled:
-        return "External alerts are switched off in Quorvik's settings";
+    case Kind::rejected: return "refused: " + text;
+    case Kind::failed: return text;
+    case Kind::shown: return "";
+    case Kind::notRunning: return "Quorvik is not running";
+    case Kind::disabled: return "External alerts are switched off in Quorvik's settings";
     }
     return text;
 }
@@ -62,26 +52,19 @@ constexpr LineSocket::ReadLimits replyLimits{
 
 AlertOutcome outcomeOf(LineSocket::ConnectFailure failure) {
     switch (failure) {
-    case LineSocket::ConnectFailure::noSocket:
-        return {Kind::failed, "could not open a socket"};
-    case LineSocket::ConnectFailure::pathTooLong:
-        return {Kind::failed, "socket path too long"};
-    case LineSocket::ConnectFailure::notListening:
-        break;
+    case LineSocket::ConnectFailure::noSocket: return {Kind::failed, "could not open a socket"};
+    case LineSocket::ConnectFailure::pathTooLong: return {Kind::failed, "socket path too long"};
+    case LineSocket::ConnectFailure::notListening: break;
     }
     return {Kind::notRunning, ""};
 }
 
 AlertOutcome outcomeOf(LineSocket::ReadFailure failure) {
     switch (failure) {
-    case LineSocket::ReadFailure::timedOut:
-        return {Kind::failed, "Quorvik did not answer"};
-    case LineSocket::ReadFailure::tooLong:
-        return {Kind::failed, "unexpected answer"};
-    case LineSocket::ReadFailure::failed:
-        return {Kind::failed, "could not read the answer"};
-    case LineSocket::ReadFailure::closed:
-        break;
+    case LineSocket::ReadFailure::timedOut: return {Kind::failed, "Quorvik did not answer"};
+    case LineSocket::ReadFailure::tooLong: return {Kind::failed, "unexpected answer"};
+    case LineSocket::ReadFailure::failed: return {Kind::failed, "could not read the answer"};
+    case LineSocket::ReadFailure::closed: break;
     }
     return {Kind::notRunning, ""};
 }

@@ -99,20 +99,13 @@ class Parser {
     bool parseValueOrOpening() {
         if (cursor == end) fail(cursor);
         switch (*cursor) {
-        case '{':
-            return openContainer(true, '}');
-        case '[':
-            return openContainer(false, ']');
-        case '"':
-            return push(JSONValue::string(parseString()));
-        case 't':
-            return parseLiteral("true", JSONValue::boolean(true));
-        case 'f':
-            return parseLiteral("false", JSONValue::boolean(false));
-        case 'n':
-            return parseLiteral("null", JSONValue());
-        default:
-            return push(JSONValue::number(parseNumber()));
+        case '{': return openContainer(true, '}');
+        case '[': return openContainer(false, ']');
+        case '"': return push(JSONValue::string(parseString()));
+        case 't': return parseLiteral("true", JSONValue::boolean(true));
+        case 'f': return parseLiteral("false", JSONValue::boolean(false));
+        case 'n': return parseLiteral("null", JSONValue());
+        default: return push(JSONValue::number(parseNumber()));
         }
     }
 

@@ -82,18 +82,10 @@ class Printer {
             out += value.arrayValue()->empty() ? "[]" : "[";
             if (!value.arrayValue()->empty()) open.push_back({&value, 0});
             break;
-        case JSONValue::Kind::string:
-            appendQuoted(out, *value.stringValue());
-            break;
-        case JSONValue::Kind::number:
-            out += *value.numberText();
-            break;
-        case JSONValue::Kind::boolean:
-            out += *value.boolValue() ? "true" : "false";
-            break;
-        case JSONValue::Kind::null:
-            out += "null";
-            break;
+        case JSONValue::Kind::string: appendQuoted(out, *value.stringValue()); break;
+        case JSONValue::Kind::number: out += *value.numberText(); break;
+        case JSONValue::Kind::boolean: out += *value.boolValue() ? "true" : "false"; break;
+        case JSONValue::Kind::null: out += "null"; break;
         }
     }
 
