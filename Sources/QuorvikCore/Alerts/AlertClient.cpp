@@ -64,7 +64,8 @@ AlertOutcome outcomeOf(LineSocket::ReadFailure failure) {
     case LineSocket::ReadFailure::timedOut: return {Kind::failed, "Quorvik did not answer"};
     case LineSocket::ReadFailure::tooLong: return {Kind::failed, "unexpected answer"};
     case LineSocket::ReadFailure::failed: return {Kind::failed, "could not read the answer"};
-    case LineSocket::ReadFailure::closed: break;
+    case LineSocket::ReadFailure::closed:
+    case LineSocket::ReadFailure::unwanted: break;
     }
     return {Kind::notRunning, ""};
 }

@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace quorvik {
 
@@ -58,6 +59,11 @@ std::optional<bool> boolean(const JSONValue& value);
 std::optional<double> number(const JSONValue& value);
 std::optional<std::int64_t> integer(const JSONValue& value);
 
+template <typename T>
+inline constexpr bool isList = false;
+template <typename T>
+inline constexpr bool isList<std::vector<T>> = true;
+
 } // namespace RecordAccess
 
 /// Reads the members of one JSON object into the fields of a record, strictly: a missing required member, a
@@ -65,7 +71,7 @@ std::optional<std::int64_t> integer(const JSONValue& value);
 /// Members that are not asked for are ignored.
 ///
 /// Types: std::string, bool, integers (a number written without fraction or exponent), double and Date (any
-/// number), and enumerations with raw values.
+/// number), enumerations with raw values, records (T::fromJSON), and lists of these.
 template <typename Value>
 class RecordReader {
   public:
@@ -103,6 +109,13 @@ class RecordReader {
             field = *found(key, RecordAccess::number(value));
         } else if constexpr (std::is_same_v<T, Date>) {
             field = dateFromSeconds(*found(key, RecordAccess::number(value)));
+        } else if constexpr (RecordAccess::isList<T>) {
+            if (!value.is_array()) wrongType(key);
+            field.clear();
+            for (const Value& element : value)
+                read(key, element, field.emplace_back());
+        } else if constexpr (requires { T::fromJSON(value); }) {
+            field = T::fromJSON(value);
         } else if constexpr (std::is_enum_v<T>) {
             const std::string& raw = *found(key, RecordAccess::text(value));
             const auto known = fromRawValue<T>(raw);
@@ -126,6 +139,15 @@ class RecordReader {
 
     const Value& object_;
 };
+
+/// A list of records (T::toJSON) as a JSON array.
+template <typename T>
+nlohmann::json listJSON(const std::vector<T>& records) {
+    nlohmann::json list = nlohmann::json::array();
+    for (const T& record : records)
+        list.push_back(record.toJSON());
+    return list;
+}
 
 /// Adds a member unless the field is absent.
 template <typename T>

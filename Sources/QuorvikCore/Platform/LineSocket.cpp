@@ -23,6 +23,9 @@ constexpr int sendFlags = MSG_NOSIGNAL;
 constexpr int sendFlags = 0; // SO_NOSIGPIPE does it for the whole socket
 #endif
 
+/// How long a wait may go on without asking whether it is still wanted.
+constexpr LineSocket::Seconds askingInterval(0.25);
+
 bool peerIsThisUser(int socket) {
 #ifdef SO_PEERCRED
     ucred peer{};
@@ -79,27 +82,32 @@ bool LineSocket::sendLine(std::string_view line) {
     return sent == static_cast<ssize_t>(text.size());
 }
 
-std::variant<std::string, LineSocket::ReadFailure> LineSocket::receiveLine(Seconds timeout,
-                                                                           const ReadLimits& limits) {
+std::variant<std::string, LineSocket::ReadFailure>
+LineSocket::receiveLine(Seconds timeout, const ReadLimits& limits, const std::function<bool()>& stillWanted) {
     using Clock = std::chrono::steady_clock;
     const auto start = Clock::now();
+    auto lastHeard = start;
     std::string text;
     std::vector<char> chunk(limits.chunkBytes);
     for (;;) {
         if (text.size() >= limits.lineBytes) return ReadFailure::tooLong;
-        const double remaining = (timeout - Seconds(Clock::now() - start)).count();
-        if (!(remaining > 0)) return ReadFailure::timedOut;
+        if (stillWanted && !stillWanted()) return ReadFailure::unwanted;
+        const auto now = Clock::now();
+        const Seconds remaining =
+            std::min(timeout - Seconds(now - start), Seconds(limits.silence) - Seconds(now - lastHeard));
+        if (!(remaining > Seconds::zero())) return ReadFailure::timedOut;
+        const bool asksFirst = stillWanted && remaining > askingInterval;
+        const double wait = asksFirst ? askingInterval.count() : remaining.count();
         pollfd readable{socket_.get(), POLLIN, 0};
-        const auto silence = static_cast<double>(limits.silence.count());
-        const int ready = ::poll(&readable, 1, static_cast<int>(std::min(remaining * 1000, silence)));
-        if (ready < 0) {
-            if (errno == EINTR) continue;
-            return ReadFailure::failed;
-        }
-        if (ready == 0) return ReadFailure::timedOut;
+        const int ready =
+            ::poll(&readable, 1, static_cast<int>(std::min(wait * 1000, double{maxMilliseconds})));
+        if (ready < 0 && errno != EINTR) return ReadFailure::failed;
+        if (ready == 0 && !asksFirst) return ReadFailure::timedOut;
+        if (ready <= 0) continue;
         const ssize_t count = ::read(socket_.get(), chunk.data(), chunk.size());
         if (count < 0 && errno == EINTR) continue;
         if (count <= 0) return ReadFailure::closed;
+        lastHeard = Clock::now();
         const std::size_t searched = text.size();
         text.append(chunk.data(), static_cast<std::size_t>(count));
         const auto lineFeed = text.find('\n', searched);

@@ -3,6 +3,7 @@
 #include "QuorvikCore/Platform/FileDescriptor.h"
 
 #include <chrono>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -25,6 +26,7 @@ class LineSocket {
         timedOut, ///< the deadline passed, or the silence was too long
         closed,   ///< the other side closed (or broke) the connection before its line was complete
         tooLong,  ///< the limit was reached without a line feed
+        unwanted, ///< the caller no longer wants the line
         failed    ///< the wait itself failed
     };
 
@@ -47,8 +49,10 @@ class LineSocket {
     bool sendLine(std::string_view line);
 
     /// The first line the other side sends, without its line feed; whatever follows is dropped. Waits until
-    /// `timeout` from now at most.
-    std::variant<std::string, ReadFailure> receiveLine(Seconds timeout, const ReadLimits& limits);
+    /// `timeout` from now at most. `stillWanted`, when given, is asked before every wait, at least four times
+    /// a second and after every signal: the first false ends the matter.
+    std::variant<std::string, ReadFailure> receiveLine(Seconds timeout, const ReadLimits& limits,
+                                                       const std::function<bool()>& stillWanted = {});
 
   private:
     static constexpr int maxMilliseconds = 2'147'483'647;

@@ -1,0 +1,158 @@
+#include "QuorvikCore/Agents/HookEvent.h"
+
+#include "QuorvikCore/JSON/OrderedJSON.h"
+#include "QuorvikCore/Text/Redactor.h"
+#include "QuorvikCore/Text/Unicode.h"
+
+namespace quorvik {
+
+namespace {
+
+struct Spelling {
+    std::string_view received;
+    std::string_view canonical;
+};
+
+constexpr Spelling spellings[] = {
+    {"sessionStart", "SessionStart"},
+    {"sessionEnd", "SessionEnd"},
+    {"userPromptSubmitted", "UserPromptSubmit"},
+    {"preToolUse", "PreToolUse"},
+    {"postToolUse", "PostToolUse"},
+    {"postToolUseFailure", "PostToolUseFailure"},
+    {"permissionRequest", "PermissionRequest"},
+    {"notification", "Notification"},
+    {"agentStop", "Stop"},
+    {"subagentStart", "SubagentStart"},
+    {"subagentStop", "SubagentStop"},
+    {"preCompact", "PreCompact"},
+};
+
+/// A tool's arguments, most telling first.
+constexpr std::string_view summaryArguments[] = {"command",       "file_path", "absolute_path", "path",
+                                                 "notebook_path", "pattern",   "url",           "query",
+                                                 "description",   "prompt"};
+
+constexpr std::string_view questionsArgument = "questions";
+
+/// An argument as one text: a text that is more than blanks, or a list of texts (a command's words) joined by
+/// spaces.
+std::optional<std::string> argumentText(std::string_view value) {
+    if (auto text = RawJSON::string(value)) {
+        if (Unicode::trimmed(*text, Unicode::isWhitespace).empty()) return std::nullopt;
+        return text;
+    }
+    if (!value.starts_with('[')) return std::nullopt;
+    const JSONValue list = OrderedJSON::parse(value);
+    std::string joined;
+    for (const JSONValue& element : *list.arrayValue()) {
+        const std::string* text = element.stringValue();
+        if (!text) return std::nullopt;
+        if (&element != list.arrayValue()->data()) joined += ' ';
+        joined += *text;
+    }
+    if (list.arrayValue()->empty()) return std::nullopt;
+    return joined;
+}
+
+/// An agent's JSON text, fit to travel: strict readers take it.
+std::string repairedJSON(std::string_view value) {
+    return Unicode::repaired(RawJSON::withoutHalfSurrogates(value));
+}
+
+/// Some agents send a text, others the list itself.
+std::optional<std::string> suggestions(const HookPayload& payload) {
+    if (auto text = payload.text("permission_suggestions")) return text;
+    for (const std::string_view key : {"permission_suggestions", "permissionSuggestions"}) {
+        const auto found = payload.members.find(key);
+        if (found == payload.members.end() || !found->second.starts_with('[')) continue;
+        if (RawJSON::compacted(found->second) != "[]") return repairedJSON(found->second);
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::optional<HookEvent> HookEvent::fromPayload(const HookPayload& payload) {
+    const auto name = payload.eventName();
+    auto session = payload.text({"session_id", "sessionId"});
+    if (!name || !session || session->empty()) return std::nullopt;
+    HookEvent event;
+    event.name = canonicalName(*name);
+    event.sessionID = std::move(*session);
+    event.cwd = payload.text({"cwd", "workspaceRoot"}).value_or("");
+    event.toolName = payload.text({"tool_name", "toolName"});
+    event.toolInput = toolInputFrom(payload);
+    event.notificationType = payload.text("notification_type");
+    event.message = payload.text("message");
+    event.error = payload.text("error");
+    event.lastAssistantMessage = payload.text("last_assistant_message");
+    event.prompt = payload.text({"submitted_prompt", "prompt"});
+    event.source = payload.text("source");
+    event.permissionSuggestions = suggestions(payload);
+    return event;
+}
+
+std::optional<HookEvent> HookEvent::fromJSON(std::string_view bytes) {
+    const auto payload = HookPayload::read(bytes);
+    return payload ? fromPayload(*payload) : std::nullopt;
+}
+
+std::string HookEvent::canonicalName(std::string_view name) {
+    for (const Spelling& spelling : spellings)
+        if (spelling.received == name) return std::string(spelling.canonical);
+    return std::string(name);
+}
+
+RawJSON::Members HookEvent::toolInputFrom(const HookPayload& payload) {
+    for (const std::string_view key : {"tool_input", "toolInput", "toolArgs", "tool_args"}) {
+        const auto found = payload.members.find(key);
+        if (found == payload.members.end()) continue;
+        const auto text = RawJSON::string(found->second);
+        if (auto arguments = RawJSON::members(text ? *text : found->second)) return std::move(*arguments);
+    }
+    return {};
+}
+
+bool HookEvent::isQuestionTool() const {
+    return toolName == "AskUserQuestion" || toolName == "ask_user_question";
+}
+
+std::vector<Question> HookEvent::questions() const {
+    const auto list = toolInput.find(questionsArgument);
+    if (!isQuestionTool() || list == toolInput.end()) return {};
+    const auto value = parseJSON(repairedJSON(list->second));
+    return value ? Question::parse(*value).value_or(std::vector<Question>()) : std::vector<Question>();
+}
+
+std::optional<std::string> HookEvent::toolSummary() const {
+    for (const std::string_view key : summaryArguments) {
+        const auto argument = toolInput.find(key);
+        const auto text = argument == toolInput.end() ? std::nullopt : argumentText(argument->second);
+        if (text) return Redactor::redact(*text, cwd);
+    }
+    return std::nullopt;
+}
+
+std::optional<ApprovalRequest> HookEvent::approvalRequest(Source agent, std::string id) const {
+    const bool asksPermission = supportsApprovals(agent) && name == "PermissionRequest";
+    const bool asksQuestions =
+        supportsQuestions(agent) && name == (asksOnPreToolUse(agent) ? "PreToolUse" : "PermissionRequest");
+    auto list = asksQuestions ? questions() : std::vector<Question>();
+    if (list.empty() && !asksPermission) return std::nullopt;
+
+    ApprovalRequest request{.id = std::move(id),
+                            .source = agent,
+                            .sessionID = sessionID,
+                            .cwd = cwd,
+                            .tool = toolName,
+                            .summary = toolSummary(),
+                            .suggestions = permissionSuggestions};
+    if (!list.empty()) {
+        request.questions = std::move(list);
+        request.questionsJSON = repairedJSON(toolInput.find(questionsArgument)->second);
+    }
+    return request;
+}
+
+} // namespace quorvik

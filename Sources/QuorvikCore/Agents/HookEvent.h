@@ -1,0 +1,59 @@
+#pragma once
+
+#include "QuorvikCore/Agents/HookPayload.h"
+#include "QuorvikCore/Approvals/ApprovalRequest.h"
+
+#include <vector>
+
+namespace quorvik {
+
+/// One lifecycle event of an agent's session, the same for all agents: every key under one name, every event
+/// by its canonical name. Texts are UTF-8, repaired where the agent's were not.
+struct HookEvent {
+    std::string name;                    ///< canonical: "PreToolUse", "Stop"…
+    std::string sessionID;               ///< never empty
+    std::string cwd;                     ///< the agent's working folder; empty when it gives none
+    std::optional<std::string> toolName; ///< the tool that a tool event is about
+    RawJSON::Members toolInput;          ///< the tool's arguments: name → JSON text, as it came
+    std::optional<std::string> notificationType;
+    std::optional<std::string> message; ///< of a notification
+    std::optional<std::string> error;   ///< of a failed tool call or turn
+    std::optional<std::string> lastAssistantMessage;
+    std::optional<std::string> prompt;                ///< what the user wrote
+    std::optional<std::string> source;                ///< for example how the session started: "clear"
+    std::optional<std::string> permissionSuggestions; ///< rules that the agent suggests: a JSON text
+
+    /// Absent when the payload names no event or no session. A member of the wrong type counts as missing;
+    /// permission suggestions are taken as text or as a list, and an empty list counts as missing.
+    static std::optional<HookEvent> fromPayload(const HookPayload& payload);
+
+    /// The same from the bytes of a payload that needs no PayloadNormaliser. Absent too when they are not a
+    /// JSON object.
+    static std::optional<HookEvent> fromJSON(std::string_view bytes);
+
+    /// "Stop" for "agentStop": the canonical spelling of a camel-case name; any other name as it is.
+    static std::string canonicalName(std::string_view name);
+
+    /// The arguments of a tool call, given as an object or as the JSON text of one, under the first of the
+    /// four keys in use that has them; empty when there are none.
+    static RawJSON::Members toolInputFrom(const HookPayload& payload);
+
+    /// Whether the tool asks the user questions.
+    bool isQuestionTool() const;
+
+    /// The questions of a question tool; empty when there are none, or none that can be shown.
+    std::vector<Question> questions() const;
+
+    /// The most telling argument of the tool call, redacted: its command, else its file, pattern, address…
+    /// Absent when it has none of these.
+    std::optional<std::string> toolSummary() const;
+
+    /// What the user is to be asked by way of the app because of this event; absent when nothing. A question
+    /// list that cannot be shown is no reason to stay silent where the tool call needs a permission anyway:
+    /// it is then asked for without the questions. `id` names the request.
+    std::optional<ApprovalRequest> approvalRequest(Source agent, std::string id) const;
+
+    bool operator==(const HookEvent&) const = default;
+};
+
+} // namespace quorvik

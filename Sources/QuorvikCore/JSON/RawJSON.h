@@ -1,0 +1,45 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+/// JSON that is looked at instead of built: a text is checked against the grammar of RFC 8259 and taken apart
+/// one level at a time, and what nobody asks for costs one fast pass over its bytes. For payloads of a
+/// megabyte of which a few short members matter, and for parts that are handed on exactly as they came (1.50
+/// stays 1.50).
+///
+/// How deep a text is nested costs one bit of heap per level and no stack. Strings may hold bytes that are
+/// not UTF-8 and escaped halves of surrogate pairs; everything else that the grammar forbids is refused,
+/// control characters in strings included. Never throws.
+namespace quorvik::RawJSON {
+
+/// The members of an object: each name, with its escapes undone, and the JSON text of its value.
+using Members = std::map<std::string, std::string, std::less<>>;
+
+/// The one value of a JSON text, without the white space around it; absent when the text is not JSON.
+std::optional<std::string_view> value(std::string_view text);
+
+/// The members of a JSON text that is an object, or those of them that are `wanted` (empty: all of them). Of
+/// members with the same name the last one counts. Absent when the text is not JSON or not an object.
+std::optional<Members> members(std::string_view text, std::span<const std::string_view> wanted = {});
+
+/// What a JSON string means, escapes undone, a half surrogate as U+FFFD; absent when the value is anything
+/// else.
+std::optional<std::string> string(std::string_view value);
+
+/// The JSON string that means `text`, quotes included. Bytes that are not UTF-8 become U+FFFD.
+std::string encoded(std::string_view text);
+
+// The last two take a JSON text, as value() and members() give it.
+
+/// The same text with every escaped half of a surrogate pair replaced by "\ufffd", so that strict readers
+/// take it.
+std::string withoutHalfSurrogates(std::string_view value);
+
+/// The same text without white space between its tokens.
+std::string compacted(std::string_view value);
+
+} // namespace quorvik::RawJSON
