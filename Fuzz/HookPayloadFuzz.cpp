@@ -3,6 +3,7 @@
 
 #include "QuorvikCore/Agents/EventReducer.h"
 #include "QuorvikCore/Agents/PayloadNormaliser.h"
+#include "QuorvikCore/JSON/OrderedJSON.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <cstdint>
@@ -27,7 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!event) return 0;
     SessionRecord record(agent, event->sessionID, event->cwd, dateFromSeconds(0));
     EventReducer::apply(*event, record, dateFromSeconds(1));
-    if (SessionRecord::fromJSON(*parseJSON(printJSON(record.toJSON()))) != record) std::abort();
+    if (SessionRecord::fromJSON(OrderedJSON::parse(printJSON(record.toJSON()))) != record) std::abort();
     if (const auto request = event->approvalRequest(agent, "id")) {
         if (ApprovalRequest::fromJSON(*parseJSON(printJSON(request->toJSON()))) != *request) std::abort();
     }
