@@ -6,6 +6,7 @@
 #include "QuorvikCore/Activity/ErrorScanner.h"
 #include "QuorvikCore/Platform/Environment.h"
 #include "QuorvikCore/Platform/Files.h"
+#include "QuorvikCore/Platform/RandomID.h"
 #include "QuorvikCore/Platform/SupervisedProcess.h"
 #include "QuorvikCore/Session/ProcessInspector.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
@@ -16,10 +17,8 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <mutex>
-#include <random>
 #include <thread>
 
 namespace quorvik::RunCommand {
@@ -40,17 +39,10 @@ std::string joined(const std::vector<std::string>& words) {
     return line;
 }
 
-/// "run-" and eight random hexadecimal digits.
-std::string newSessionID() {
-    char text[16];
-    std::snprintf(text, sizeof text, "run-%08x", static_cast<unsigned>(std::random_device()()));
-    return text;
-}
-
 /// What is fixed once, at the start, for the life of the command.
 struct Run {
     explicit Run(const std::vector<std::string>& command_)
-        : command(command_), startedAt(now()), sessionID(newSessionID()),
+        : command(command_), startedAt(now()), sessionID("run-" + Platform::newUUID().substr(0, 8)),
           commandLine(Redactor::redact(joined(command_))), logPath(BuildLogs::logURL(sessionID)) {
         std::error_code ignored;
         cwd = std::filesystem::current_path(ignored).string();

@@ -69,6 +69,22 @@ std::optional<std::string> read(const std::filesystem::path& path, std::size_t l
     return readAll(file, static_cast<std::uint64_t>(status.st_size), limit, error);
 }
 
+std::optional<std::string> readStream(int descriptor, std::size_t limit) {
+    std::string bytes(16 * 1024, '\0');
+    for (std::size_t length = 0;;) {
+        const ssize_t count = ::read(descriptor, bytes.data() + length, bytes.size() - length);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return std::nullopt;
+        length += static_cast<std::size_t>(count);
+        if (length > limit) return std::nullopt;
+        if (count == 0) {
+            bytes.resize(length);
+            return bytes;
+        }
+        if (length == bytes.size()) bytes.resize(bytes.size() * 4);
+    }
+}
+
 void createPrivateFolder(const std::filesystem::path& path) {
     struct stat status;
     if (::stat(path.c_str(), &status) == 0) {

@@ -18,6 +18,10 @@ namespace quorvik::Files {
 std::optional<std::string> read(const std::filesystem::path& path, std::size_t limit,
                                 std::error_code* error = nullptr);
 
+/// What a stream (a pipe, standard input) gives until its end. Absent when reading fails or there is more
+/// than `limit` bytes.
+std::optional<std::string> readStream(int descriptor, std::size_t limit);
+
 /// Creates the folder and its missing parents, for the owner only (0700). An existing folder is left as it
 /// is, permissions included. Throws FileError.
 void createPrivateFolder(const std::filesystem::path& path);
