@@ -1,6 +1,6 @@
-// Times whole processes in turn: ProcessBench <rounds> <what> <candidate> -- <yardstick>, both command lines
-// for sh-free execution (words separated by blanks), or in single words for `sh -c` when they hold a "|" or
-// ">". Prints the ratio of the medians and the candidate's peak memory.
+// Times whole processes in turn: ProcessBench <rounds> <what> <candidate> <yardstick>. A command line is
+// words separated by blanks, started without a shell; "<file", ">file" and "2>file" redirect. One with a "|"
+// or ";" goes to `sh -c`. Prints the ratio of the medians and the candidate's peak memory.
 
 #include "Benchmarks/Measure.h"
 
@@ -19,32 +19,53 @@ struct Run {
     long peakKilobytes;
 };
 
-Run timed(const std::string& commandLine) {
+struct Command {
     std::vector<std::string> words;
-    if (commandLine.find_first_of("|><;") != std::string::npos) {
-        words = {"/bin/sh", "-c", commandLine};
-    } else {
-        std::istringstream stream(commandLine);
-        for (std::string word; stream >> word;)
-            words.push_back(word);
+    std::vector<std::pair<int, std::string>> redirections; ///< descriptor, file
+
+    explicit Command(const std::string& line) {
+        if (line.find_first_of("|;") != std::string::npos) {
+            words = {"/bin/sh", "-c", line};
+            return;
+        }
+        std::istringstream stream(line);
+        for (std::string word; stream >> word;) {
+            if (word.starts_with("<"))
+                redirections.emplace_back(0, word.substr(1));
+            else if (word.starts_with(">"))
+                redirections.emplace_back(1, word.substr(1));
+            else if (word.starts_with("2>"))
+                redirections.emplace_back(2, word.substr(2));
+            else
+                words.push_back(word);
+        }
     }
+};
+
+Run timed(const std::string& line) {
+    Command command(line);
     std::vector<char*> arguments;
-    for (std::string& word : words)
+    for (std::string& word : command.words)
         arguments.push_back(word.data());
     arguments.push_back(nullptr);
 
     rusage usage{};
+    int status = 0;
     const double seconds = quorvik::bench::seconds([&] {
         const pid_t child = ::vfork();
         if (child == 0) {
+            for (const auto& [descriptor, file] : command.redirections) {
+                const int opened =
+                    ::open(file.c_str(), descriptor == 0 ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC, 0600);
+                ::dup2(opened, descriptor);
+                ::close(opened);
+            }
             ::execvp(arguments[0], arguments.data());
             ::_exit(126);
         }
-        int status;
         ::wait4(child, &status, 0, &usage);
-        if (WIFEXITED(status) && WEXITSTATUS(status) == 126)
-            std::printf("cannot run: %s\n", commandLine.c_str());
     });
+    if (WIFEXITED(status) && WEXITSTATUS(status) == 126) std::printf("cannot run: %s\n", line.c_str());
     return {seconds, usage.ru_maxrss};
 }
 

@@ -23,9 +23,11 @@ namespace {
 /// Agents kill their hook after 130 seconds. Connecting may take 5 of them besides.
 constexpr std::chrono::seconds patience(120);
 
-Date now() { return std::chrono::system_clock::now(); }
+Date now() {
+    return std::chrono::system_clock::now();
+}
 
-std::optional<HookEvent> eventOf(const std::string& bytes, Source agent) {
+std::optional<HookEvent> eventOf(std::string_view bytes, Source agent) {
     auto payload = HookPayload::read(bytes);
     if (!payload) return std::nullopt;
     std::error_code unknown;
@@ -76,20 +78,24 @@ class Session {
         });
     }
 
-    /// Whether the agent may still be waiting for the answer to what `asked` was written for. The user can answer in
-    /// the agent's own interface, and nobody tells the hook; what the agent does next shows it. Work that goes on
-    /// beside the request (subagents, parallel tool calls) shows nothing.
+    /// Whether the agent may still be waiting for the answer to what `asked` was written for. The user can
+    /// answer in the agent's own interface, and nobody tells the hook; what the agent does next shows it.
+    /// Work that goes on beside the request (subagents, parallel tool calls) shows nothing.
     bool isStillWaiting(const SessionRecord& asked) const {
         const auto loaded = SessionStore::load(SessionStore::fileURL(agent_, id_, folder_));
         const SessionRecord* record = loaded.record();
         if (!record || record->updatedAt == asked.updatedAt) return true;
-        const auto isOneOf = [](const auto& value, const auto& values) { return std::ranges::find(values, value) != values.end(); };
+        const auto isOneOf = [](const auto& value, const auto& values) {
+            return std::ranges::find(values, value) != values.end();
+        };
 
-        constexpr std::array turnIsOver = {SessionState::idle, SessionState::failed, SessionState::done, SessionState::ended};
+        constexpr std::array turnIsOver = {SessionState::idle, SessionState::failed, SessionState::done,
+                                           SessionState::ended};
         if (isOneOf(record->state, turnIsOver)) return false;
         if (record->lastEvent == "UserPromptSubmit") return false;
         if (asked.turnStartedAt && record->turnStartedAt != asked.turnStartedAt) return false;
-        constexpr std::array<std::string_view, 3> toolIsOver = {"PostToolUse", "PostToolUseFailure", "PostToolBatch"};
+        constexpr std::array<std::string_view, 3> toolIsOver = {"PostToolUse", "PostToolUseFailure",
+                                                                "PostToolBatch"};
         return !(isOneOf(record->lastEvent.value_or(""), toolIsOver) && isAbout(*record, asked));
     }
 
@@ -115,7 +121,7 @@ class Session {
 
 } // namespace
 
-void handle(const std::string& payload, Source agent, std::int32_t startedBy,
+void handle(std::string_view payload, Source agent, std::int32_t startedBy,
             const std::function<bool(const std::string&)>& print) {
     const auto event = eventOf(payload, agent);
     if (!event) return;
@@ -128,9 +134,8 @@ void handle(const std::string& payload, Source agent, std::int32_t startedBy,
     }
     const auto request = event->approvalRequest(agent, Platform::newUUID());
     if (!request) return;
-    const auto response =
-        ApprovalClient::ask(*request, patience, QuorvikPaths::approvalSocket().string(),
-                            [&] { return !asked || session.isStillWaiting(*asked); });
+    const auto response = ApprovalClient::ask(*request, patience, QuorvikPaths::approvalSocket().string(),
+                                              [&] { return !asked || session.isStillWaiting(*asked); });
     const auto reply = response ? ApprovalWire::hookOutput(*request, *response) : std::nullopt;
     if (reply && print(*reply) && asked) session.resume(*asked);
 }

@@ -1,14 +1,15 @@
+#include "quorvik_hook/AgentEvent.h"
+
 #include "QuorvikCore/Platform/FileDescriptor.h"
 #include "QuorvikCore/Platform/Files.h"
-#include "quorvik_hook/AgentEvent.h"
+
+#include <unistd.h>
 
 #include <charconv>
 #include <csignal>
 #include <cstdlib>
 #include <string_view>
 #include <vector>
-
-#include <unistd.h>
 
 namespace quorvik {
 
@@ -36,21 +37,23 @@ Options parse(const std::vector<std::string_view>& words) {
     return options;
 }
 
-bool print(const std::string& reply) { return writeAll(STDOUT_FILENO, reply.data(), reply.size()); }
+bool print(const std::string& reply) {
+    return writeAll(STDOUT_FILENO, reply.data(), reply.size());
+}
 
 void run(const std::vector<std::string_view>& words) {
     const Options options = parse(words);
     if (!options.agent || !isAgent(*options.agent)) return;
     if (const auto payload = Files::readStream(STDIN_FILENO, maxPayload))
-        AgentEvent::handle(*payload, *options.agent, options.startedBy, print);
+        AgentEvent::handle(payload->text(), *options.agent, options.startedBy, print);
 }
 
 } // namespace
 
 } // namespace quorvik
 
-/// Run by agents before and after every tool call. Whatever happens, the agent finds exit status 0 and no output but a
-/// reply that it asked for.
+/// Run by agents before and after every tool call. Whatever happens, the agent finds exit status 0 and no
+/// output but a reply that it asked for.
 int main(int argc, char** argv) {
     quorvik::occupyStandardDescriptors();
     std::signal(SIGPIPE, SIG_IGN);

@@ -9,7 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
+#include <cstdlib>
 
 namespace quorvik::Files {
 
@@ -69,19 +69,24 @@ std::optional<std::string> read(const std::filesystem::path& path, std::size_t l
     return readAll(file, static_cast<std::uint64_t>(status.st_size), limit, error);
 }
 
-std::optional<std::string> readStream(int descriptor, std::size_t limit) {
-    std::string bytes(16 * 1024, '\0');
-    for (std::size_t length = 0;;) {
-        const ssize_t count = ::read(descriptor, bytes.data() + length, bytes.size() - length);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return std::nullopt;
-        length += static_cast<std::size_t>(count);
-        if (length > limit) return std::nullopt;
-        if (count == 0) {
-            bytes.resize(length);
-            return bytes;
+std::optional<StreamContent> readStream(int descriptor, std::size_t limit) {
+    constexpr std::size_t pipeCapacity = 64 * 1024;
+    StreamContent content;
+    std::size_t capacity = 0;
+    for (;;) {
+        if (content.size_ == capacity) {
+            capacity = std::max(capacity * 2, pipeCapacity);
+            void* larger = std::realloc(content.bytes_.get(), capacity);
+            if (!larger) return std::nullopt;
+            static_cast<void>(content.bytes_.release());
+            content.bytes_.reset(static_cast<char*>(larger));
         }
-        if (length == bytes.size()) bytes.resize(bytes.size() * 4);
+        const ssize_t count =
+            ::read(descriptor, content.bytes_.get() + content.size_, capacity - content.size_);
+        if (count < 0 && errno == EINTR) continue;
+        if (count == 0) return content;
+        if (count < 0 || content.size_ + static_cast<std::size_t>(count) > limit) return std::nullopt;
+        content.size_ += static_cast<std::size_t>(count);
     }
 }
 

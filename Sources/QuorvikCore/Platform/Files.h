@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -18,9 +19,25 @@ namespace quorvik::Files {
 std::optional<std::string> read(const std::filesystem::path& path, std::size_t limit,
                                 std::error_code* error = nullptr);
 
+/// Bytes of a stream. Kept on the C heap, where a large block grows without being copied and without touching
+/// memory before it is needed, unlike in a std::string: payloads of megabytes pass through processes of a
+/// millisecond.
+class StreamContent {
+  public:
+    std::string_view text() const { return {bytes_.get(), size_}; }
+
+  private:
+    friend std::optional<StreamContent> readStream(int descriptor, std::size_t limit);
+    struct Free {
+        void operator()(char* bytes) const { std::free(bytes); }
+    };
+    std::unique_ptr<char, Free> bytes_;
+    std::size_t size_ = 0;
+};
+
 /// What a stream (a pipe, standard input) gives until its end. Absent when reading fails or there is more
 /// than `limit` bytes.
-std::optional<std::string> readStream(int descriptor, std::size_t limit);
+std::optional<StreamContent> readStream(int descriptor, std::size_t limit);
 
 /// Creates the folder and its missing parents, for the owner only (0700). An existing folder is left as it
 /// is, permissions included. Throws FileError.
