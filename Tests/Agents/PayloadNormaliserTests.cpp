@@ -3,198 +3,110 @@
 
 #include <gtest/gtest.h>
 
-namespace quorvik {
+#include <sstream>
 
-using PayloadNormaliser::Surroundings;
-using PayloadNormaliser::Verdict;
+namespace quorvik {
 
 namespace {
 
-constexpr const char* dropped = "(dropped)";
-constexpr const char* noEvent = "(no event)";
-
-std::optional<HookEvent> eventOf(Source source, const std::string& bytes,
-                                 const Surroundings& surroundings = {}) {
-    auto payload = HookPayload::read(bytes);
-    if (!payload || PayloadNormaliser::normalise(*payload, source, surroundings) == Verdict::drop)
-        return std::nullopt;
-    return HookEvent::fromPayload(*payload);
-}
-
-std::string nameOf(Source source, const std::string& bytes) {
-    auto payload = HookPayload::read(bytes);
-    if (!payload) return noEvent;
-    if (PayloadNormaliser::normalise(*payload, source, {}) == Verdict::drop) return dropped;
-    const auto event = HookEvent::fromPayload(*payload);
-    return event ? event->name : noEvent;
+/// The event of a payload with these members besides its session's id; absent when it is dropped or no event.
+std::optional<HookEvent> eventOf(Source source, const std::string& members,
+                                 const PayloadNormaliser::Surroundings& surroundings = {}) {
+    auto payload = HookPayload::read(R"({"session_id":"s","sessionId":"s",)" + members + "}\n");
+    if (!payload) ADD_FAILURE() << members;
+    const auto verdict = PayloadNormaliser::normalise(*payload, source, surroundings);
+    return verdict == PayloadNormaliser::Verdict::drop ? std::nullopt : HookEvent::fromPayload(*payload);
 }
 
 } // namespace
 
 TEST(PayloadNormaliserTests, WhichEventAPayloadIs) {
-    struct Case {
-        Source source;
-        std::string members; // besides the session's id under both keys
-        std::string event;
-    };
-    for (const auto& [source, members, event] : std::initializer_list<Case>{
-             {Source::copilot, R"("toolName":"bash","toolArgs":{},"toolResult":{"error":"x"})",
-              "PostToolUse"},
-             {Source::copilot, R"("toolName":"bash","toolArgs":{},"error":"it failed")",
-              "PostToolUseFailure"},
-             {Source::copilot, R"("toolName":"bash","toolArgs":{},"error":null,"toolResult":null)",
-              "PreToolUse"},
-             {Source::copilot, R"("hookName":"permissionRequest","toolName":"bash","toolInput":{})",
-              "PermissionRequest"},
-             {Source::copilot, R"("hook_event_name":"Notification","message":"m","prompt":"p")",
-              "Notification"},
-             {Source::copilot, R"("source":"resume")", "SessionStart"},
-             {Source::copilot, R"("initialPrompt":"p")", "SessionStart"},
-             {Source::copilot, R"("prompt":"")", "UserPromptSubmit"},
-             {Source::copilot, R"("stopReason":"end_turn","reason":"x")", "Stop"},
-             {Source::copilot, R"("reason":"complete")", "SessionEnd"},
-             {Source::copilot, R"("error":{"message":"m"})", "errorOccurred"},
-             {Source::copilot, R"("error":"m")", noEvent},
-             {Source::copilot, R"("timestamp":1)", noEvent},
-             {Source::copilot, R"("toolName":"bash","parentAgentId":"p")", dropped},
-             {Source::copilot, R"("toolName":"bash","parentAgentId":null)", "PreToolUse"},
-             {Source::claude, R"("toolName":"bash","toolResult":1)",
-              noEvent}, // told by its members: only Copilot's
-
-             {Source::grok, R"("hookEventName":"session_start")", "SessionStart"},
-             {Source::grok, R"("hookEventName":"user_prompt_submit")", "UserPromptSubmit"},
-             {Source::grok, R"("hookEventName":"pre_tool_use")", "PreToolUse"},
-             {Source::grok, R"("hookEventName":"post_tool_use_failure")", "PostToolUseFailure"},
-             {Source::grok, R"("hookEventName":"stop")", "Stop"},
-             {Source::grok, R"("hookEventName":"stop_failure")", "StopFailure"},
-             {Source::grok, R"("hookEventName":"PreToolUse")", "PreToolUse"},
-             {Source::grok, R"("hookEventName":"something_new")", "something_new"},
-             {Source::kimi, R"("hookEventName":"pre_tool_use")", "pre_tool_use"},
-             {Source::claude, R"("hookEventName":"pre_tool_use","toolName":"Bash")", dropped},
-             {Source::claude, R"("hookEventName":"stop","workspaceRoot":"/w")", dropped},
-             {Source::claude, R"("hookEventName":"agentStop","workspaceRoot":"/w")", "Stop"},
-             {Source::claude, R"("hookEventName":"notification")", "Notification"},
-             {Source::claude, R"("hook_event_name":"Stop","hookEventName":"stop_failure")", "Stop"},
-
-             {Source::qwen, R"("hook_event_name":"UserPromptSubmit","prompt":"")", dropped},
-             {Source::qwen, R"("hook_event_name":"UserPromptSubmit","prompt":"","submitted_prompt":"x")",
-              "UserPromptSubmit"},
-             {Source::qwen, R"("hook_event_name":"UserPromptSubmit")", "UserPromptSubmit"},
-             {Source::qwen, R"("hook_event_name":"Stop","prompt":"")", "Stop"},
-             {Source::claude, R"("hook_event_name":"UserPromptSubmit","prompt":"")", "UserPromptSubmit"},
-         })
-        EXPECT_EQ(nameOf(source, R"({"session_id":"s","sessionId":"s",)" + members + "}"), event)
-            << rawValue(source) << " " << members;
+    std::istringstream cases(R"(
+        copilot PostToolUse        "toolName":"bash","toolArgs":{},"toolResult":{"error":"x"},"error":"x"
+        copilot PostToolUseFailure "toolName":"bash","toolArgs":{},"error":"it failed"
+        copilot PreToolUse         "toolName":"bash","toolArgs":{},"error":null,"toolResult":null
+        copilot PermissionRequest  "hookName":"permissionRequest","toolName":"bash","toolInput":{}
+        copilot SessionStart       "source":"resume"
+        copilot UserPromptSubmit   "prompt":""
+        copilot Stop               "stopReason":"end_turn","reason":"x"
+        copilot errorOccurred      "error":{"message":"m"}
+        copilot -                  "error":"m"
+        copilot -                  "toolName":"bash","parentAgentId":"p"
+        copilot PreToolUse         "toolName":"bash","parentAgentId":null
+        claude  -                  "toolName":"bash","toolResult":1
+        grok    SessionStart       "hookEventName":"session_start"
+        grok    PostToolUseFailure "hookEventName":"post_tool_use_failure"
+        grok    StopFailure        "hookEventName":"stop_failure"
+        grok    something_new      "hookEventName":"something_new"
+        claude  -                  "hookEventName":"pre_tool_use","toolName":"Bash"
+        claude  -                  "hookEventName":"stop","workspaceRoot":"/w"
+        claude  Stop               "hookEventName":"agentStop","workspaceRoot":"/w"
+        claude  Notification       "hookEventName":"notification"
+        claude  Stop               "hook_event_name":"Stop","hookEventName":"stop_failure"
+        qwen    UserPromptSubmit   "hook_event_name":"UserPromptSubmit","prompt":"","submitted_prompt":"x"
+        qwen    UserPromptSubmit   "hook_event_name":"UserPromptSubmit"
+        claude  UserPromptSubmit   "hook_event_name":"UserPromptSubmit","prompt":"")");
+    for (std::string source, expected, members; cases >> source >> expected;) {
+        std::getline(cases, members);
+        const auto event = eventOf(*fromRawValue<Source>(source), members);
+        EXPECT_EQ(event ? event->name : "-", expected) << source << members;
+    }
 }
 
 TEST(PayloadNormaliserTests, FoldersOfAnAgentThatSaysNone) {
-    const std::string bare = R"({"hook_event_name":"Stop","session_id":"s"})";
-    const std::string named = R"({"hook_event_name":"Stop","session_id":"s","cwd":"/own"})";
-    const Surroundings both{"/project \"x\"", "/here"}, onlyHere{"", "/here"};
-    EXPECT_EQ(eventOf(Source::devin, bare, both)->cwd, "/project \"x\"");
-    EXPECT_EQ(eventOf(Source::devin, bare, onlyHere)->cwd, "/here");
-    EXPECT_EQ(eventOf(Source::devin, bare)->cwd, "");
-    EXPECT_EQ(eventOf(Source::devin, named, both)->cwd, "/own");
-    EXPECT_EQ(eventOf(Source::kimi, bare, both)->cwd, "");
+    const std::string stop = R"("hook_event_name":"Stop")";
+    EXPECT_EQ(eventOf(Source::devin, stop, {"/project \"x\"", "/here"})->cwd, "/project \"x\"");
+    EXPECT_EQ(eventOf(Source::devin, stop, {"", "/here"})->cwd, "/here");
+    EXPECT_EQ(eventOf(Source::devin, stop + R"(,"cwd":"/own")", {"/project", "/here"})->cwd, "/own");
+    EXPECT_EQ(eventOf(Source::kimi, stop, {"/project", "/here"})->cwd, "");
 }
 
-TEST(PayloadNormaliserTests, ABackgroundTasksPromptIsNoTitle) {
-    const std::string payload =
-        R"({"hook_event_name":"UserPromptSubmit","session_id":"s","prompt":"<task-notification>\n<id>b1</id>"})";
-    EXPECT_FALSE(eventOf(Source::claude, payload)->prompt);
-    EXPECT_TRUE(eventOf(Source::codex, payload)->prompt);
-}
-
-/// Whole sessions, as the agents report them: each line is an event and the state that it leaves.
+/// Each line: the state that the event leaves, the title, and the event.
 TEST(PayloadNormaliserTests, SessionsAsAgentsReportThem) {
-    struct Step {
-        std::string members;
-        SessionState state;
-        std::string tool = "", summary = "", title = "";
+    const std::pair<Source, const char*> sessions[] = {
+        {Source::claude, R"(
+            idle     -    "hook_event_name":"SessionStart","source":"startup","model":"m"
+            working  Fix! "hook_event_name":"UserPromptSubmit","prompt":"Fix!"
+            working  Fix! "hook_event_name":"PreToolUse","tool_name":"Bash","effort":{"level":"low"}
+            awaiting Fix! "hook_event_name":"PermissionRequest","permission_suggestions":[{}]
+            awaiting Fix! "hook_event_name":"Notification","notification_type":"permission_prompt"
+            working  Fix! "hook_event_name":"PostToolUseFailure","tool_name":"Bash","error":{"code":2}
+            done     Fix! "hook_event_name":"Stop","last_assistant_message":"odd \udc00"
+            working  Fix! "hook_event_name":"UserPromptSubmit","prompt":"<task-notification>done"
+            failed   Fix! "hook_event_name":"StopFailure","error":"server_error"
+            ended    Fix! "hook_event_name":"SessionEnd","reason":"other")"},
+        {Source::qwen, R"(
+            working  Write "hook_event_name":"UserPromptSubmit","prompt":"Write","submitted_prompt":"Write"
+            awaiting Write "hook_event_name":"PermissionRequest","tool_name":"write_file"
+            working  Write "hook_event_name":"PreToolUse","tool_name":"write_file"
+            working  Write "hook_event_name":"PostToolBatch","tool_calls":[{}]
+            done     Write "hook_event_name":"Stop"
+            done     Write "hook_event_name":"UserPromptSubmit","prompt":""
+            done     Write "hook_event_name":"Notification","notification_type":"idle_prompt")"},
+        {Source::copilot, R"(
+            idle     -    "source":"new","initialPrompt":"List"
+            working  List "prompt":"List"
+            working  List "toolName":"bash","toolArgs":{"command":"ls"}
+            awaiting List "hookName":"permissionRequest","toolName":"bash","permissionSuggestions":[]
+            awaiting List "parentAgentId":"p","stopReason":"end_turn"
+            working  List "toolName":"bash","toolResult":{"resultType":"success"}
+            done     List "stopReason":"end_turn","transcriptPath":"/x"
+            ended    List "reason":"complete")"},
+        {Source::grok, R"(
+            working  Ask "hookEventName":"user_prompt_submit","workspaceRoot":"/w","prompt":"Ask"
+            awaiting Ask "hookEventName":"pre_tool_use","toolName":"ask_user_question","toolInput":{}
+            working  Ask "hookEventName":"post_tool_use","toolName":"ask_user_question"
+            done     Ask "hookEventName":"stop")"},
     };
-    struct Session {
-        Source source;
-        std::string idKey;
-        std::vector<Step> steps;
-    };
-    using S = SessionState;
-    const Session sessions[] = {
-        {Source::claude,
-         "session_id",
-         {{R"("hook_event_name":"SessionStart","source":"startup","model":"m")", S::idle},
-          {R"("hook_event_name":"UserPromptSubmit","prompt":"Fix the build")", S::working, "", "",
-           "Fix the build"},
-          {R"("hook_event_name":"PreToolUse","tool_name":"Bash","tool_input":{"command":"make"},"effort":{"level":"low"})",
-           S::working, "Bash", "make", "Fix the build"},
-          {R"("hook_event_name":"PermissionRequest","tool_name":"Bash","tool_input":{"command":"make"},"permission_suggestions":[{}])",
-           S::awaiting, "Bash", "make", "Fix the build"},
-          {R"("hook_event_name":"Notification","message":"Needs you","notification_type":"permission_prompt")",
-           S::awaiting, "Bash", "make", "Fix the build"},
-          {R"("hook_event_name":"PostToolUseFailure","tool_name":"Bash","error":{"code":2})", S::working,
-           "Bash", "make", "Fix the build"},
-          {R"("hook_event_name":"Stop","last_assistant_message":"odd \udc00")", S::done, "", "make",
-           "Fix the build"},
-          {R"("hook_event_name":"UserPromptSubmit","prompt":"<task-notification>done")", S::working, "", "",
-           "Fix the build"},
-          {R"("hook_event_name":"StopFailure","error":"server_error","last_assistant_message":"API Error: 529")",
-           S::failed, "", "API Error: 529", "Fix the build"},
-          {R"("hook_event_name":"SessionEnd","reason":"other")", S::ended, "", "API Error: 529",
-           "Fix the build"}}},
-        {Source::codex,
-         "session_id",
-         {{R"("hook_event_name":"SessionStart","source":"startup")", S::idle},
-          {R"("hook_event_name":"UserPromptSubmit","prompt":"Look around")", S::working, "", "",
-           "Look around"},
-          {R"("hook_event_name":"PreToolUse","tool_name":"mcp__a__b","tool_input":{"n":1.5})", S::working,
-           "mcp__a__b", "", "Look around"},
-          {R"("hook_event_name":"PostToolUse","tool_name":"mcp__a__b","tool_response":"text")", S::working,
-           "mcp__a__b", "", "Look around"},
-          {R"("hook_event_name":"Interrupt")", S::idle, "", "", "Look around"}}},
-        {Source::qwen,
-         "session_id",
-         {{R"("hook_event_name":"UserPromptSubmit","prompt":"Say it","submitted_prompt":"Say it")",
-           S::working, "", "", "Say it"},
-          {R"("hook_event_name":"PermissionRequest","tool_name":"write_file","tool_input":{"file_path":"/w/b"})",
-           S::awaiting, "write_file", "b", "Say it"},
-          {R"("hook_event_name":"PreToolUse","tool_name":"write_file","tool_input":{"file_path":"/w/b"})",
-           S::working, "write_file", "b", "Say it"},
-          {R"("hook_event_name":"PostToolBatch","tool_calls":[{}])", S::working, "write_file", "b", "Say it"},
-          {R"("hook_event_name":"UserPromptSubmit","prompt":"")", S::working, "write_file", "b", "Say it"},
-          {R"("hook_event_name":"Stop")", S::done, "", "b", "Say it"},
-          {R"("hook_event_name":"Notification","message":"waiting","notification_type":"idle_prompt")",
-           S::done, "", "b", "Say it"}}},
-        {Source::copilot,
-         "sessionId",
-         {{R"("source":"new","initialPrompt":"List files")", S::idle},
-          {R"("prompt":"List files")", S::working, "", "", "List files"},
-          {R"("toolName":"bash","toolArgs":{"command":"ls"})", S::working, "bash", "ls", "List files"},
-          {R"("hookName":"permissionRequest","toolName":"bash","toolInput":{"command":"ls"},"permissionSuggestions":[])",
-           S::awaiting, "bash", "ls", "List files"},
-          {R"("parentAgentId":"p","stopReason":"end_turn")", S::awaiting, "bash", "ls", "List files"},
-          {R"("toolName":"bash","toolArgs":{"command":"ls"},"toolResult":{"resultType":"success"})",
-           S::working, "bash", "ls", "List files"},
-          {R"("stopReason":"end_turn","transcriptPath":"/x")", S::done, "", "ls", "List files"},
-          {R"("reason":"complete")", S::ended, "", "ls", "List files"}}},
-        {Source::grok,
-         "sessionId",
-         {{R"("hookEventName":"user_prompt_submit","workspaceRoot":"/w","prompt":"Ask me")", S::working, "",
-           "", "Ask me"},
-          {R"("hookEventName":"pre_tool_use","toolName":"ask_user_question","toolInput":{})", S::awaiting,
-           "ask_user_question", "", "Ask me"},
-          {R"("hookEventName":"post_tool_use","toolName":"ask_user_question")", S::working,
-           "ask_user_question", "", "Ask me"},
-          {R"("hookEventName":"stop")", S::done, "", "", "Ask me"}}},
-    };
-    for (const Session& session : sessions) {
-        SessionRecord record(session.source, "s", "/w", dateFromSeconds(0));
-        for (const Step& step : session.steps) {
-            const auto event = eventOf(session.source, "{\"" + session.idKey + "\":\"s\",\"cwd\":\"/w\"," +
-                                                           step.members + "}\n");
-            if (event) EventReducer::apply(*event, record, dateFromSeconds(1));
-            EXPECT_EQ(record.state, step.state) << step.members;
-            EXPECT_EQ(record.tool.value_or(""), step.tool) << step.members;
-            EXPECT_EQ(record.summary.value_or(""), step.summary) << step.members;
-            EXPECT_EQ(record.title.value_or(""), step.title) << step.members;
+    for (const auto& [source, lines] : sessions) {
+        SessionRecord record(source, "s", "/w", dateFromSeconds(0));
+        std::istringstream steps(lines);
+        for (std::string state, title, members; steps >> state >> title;) {
+            std::getline(steps, members);
+            if (const auto event = eventOf(source, members))
+                EventReducer::apply(*event, record, dateFromSeconds(1));
+            EXPECT_EQ(rawValue(record.state), state) << members;
+            EXPECT_EQ(record.title.value_or("-"), title) << members;
         }
     }
 }

@@ -6,6 +6,7 @@ namespace quorvik {
 
 using Decision = ApprovalDecision;
 using Answers = std::vector<std::string>;
+using Text = std::optional<std::string>;
 
 namespace {
 
@@ -19,111 +20,82 @@ std::string permission(const std::string& decision) {
     return R"({"hookSpecificOutput":{"decision":)" + decision + R"(,"hookEventName":"PermissionRequest"}})";
 }
 
-const ApprovalRequest question{
-    .source = Source::claude,
-    .questions = {{{"Red or \"blue\"?", "", {{"R", ""}}}, {"Big?", "", {{"Y", ""}}}}},
-    .questionsJSON = R"([ {"z":1.50, "a":1E2, "t":"a b\u00e9\/"},
-                                                     {"z":12345678901234567890123} ])"};
-const std::string questionsAsWritten =
-    R"([{"z":1.50,"a":1E2,"t":"a b\u00e9\/"},{"z":12345678901234567890123}])";
+ApprovalRequest questionOf(Source source, const Text& json, const std::string& second = "Big?") {
+    return {.source = source,
+            .questions = {{{"Red or \"blue\"?", "", {{"R", ""}}}, {second, "", {{"Y", ""}}}}},
+            .questionsJSON = json};
+}
 
 } // namespace
 
 TEST(ApprovalWireTests, EveryAgentGetsItsOwnShape) {
-    struct Shapes {
-        std::vector<Source> sources;
-        std::string allow, deny, denyWithReason, denyWithEmptyReason;
-    };
-    const Shapes all[] = {
-        {{Source::claude, Source::codex, Source::commandcode, Source::qwen, Source::pi, Source::kimi,
-          Source::build},
-         permission(R"({"behavior":"allow"})"),
-         permission(R"({"behavior":"deny","message":"Denied from the Quorvik notch"})"),
-         permission(R"({"behavior":"deny","message":"no \"é\"/\n"})"),
-         permission(R"({"behavior":"deny","message":""})")},
-        {{Source::copilot},
-         R"({"behavior":"allow"})",
-         R"({"behavior":"deny","interrupt":false,"message":"Denied from the Quorvik notch"})",
-         R"({"behavior":"deny","interrupt":false,"message":"no \"é\"/\n"})",
-         R"({"behavior":"deny","interrupt":false,"message":""})"},
-        {{Source::devin},
-         R"({"decision":"approve"})",
-         R"({"decision":"block","reason":"Denied from the Quorvik notch"})",
-         R"({"decision":"block","reason":"no \"é\"/\n"})",
-         R"({"decision":"block","reason":""})"},
-        {{Source::grok}, nothing, nothing, nothing, nothing},
-    };
-    for (const Shapes& shapes : all) {
-        for (const Source source : shapes.sources) {
-            const ApprovalRequest request{.source = source};
-            EXPECT_EQ(output(request, {Decision::allow}), shapes.allow) << rawValue(source);
-            EXPECT_EQ(output(request, {Decision::allowAlways}), shapes.allow) << rawValue(source);
-            EXPECT_EQ(output(request, {Decision::deny}), shapes.deny) << rawValue(source);
-            EXPECT_EQ(output(request, {Decision::deny, "no \"é\"/\n"}), shapes.denyWithReason)
-                << rawValue(source);
-            EXPECT_EQ(output(request, {Decision::deny, ""}), shapes.denyWithEmptyReason) << rawValue(source);
-            EXPECT_EQ(output(request, {Decision::ask, "m", Answers{}}), nothing) << rawValue(source);
+    for (const Source source : allSources()) {
+        std::string allow = permission(R"({"behavior":"allow"})");
+        std::string deny = permission(R"({"behavior":"deny","message":"*"})");
+        if (source == Source::copilot) {
+            allow = R"({"behavior":"allow"})";
+            deny = R"({"behavior":"deny","interrupt":false,"message":"*"})";
+        } else if (source == Source::devin) {
+            allow = R"({"decision":"approve"})";
+            deny = R"({"decision":"block","reason":"*"})";
+        } else if (source == Source::grok) {
+            allow = deny = nothing;
         }
+        const auto denied = [&](const std::string& reason) {
+            std::string text = deny;
+            return deny == nothing ? deny : text.replace(deny.find('*'), 1, reason);
+        };
+        const ApprovalRequest request{.source = source};
+        EXPECT_EQ(output(request, {Decision::allow}), allow);
+        EXPECT_EQ(output(request, {Decision::allowAlways}), allow);
+        EXPECT_EQ(output(request, {Decision::deny}), denied("Denied from the Quorvik notch"));
+        EXPECT_EQ(output(request, {Decision::deny, "no \"é\"/\n\xff"}), denied("no \\\"é\\\"/\\n\uFFFD"));
+        EXPECT_EQ(output(request, {Decision::deny, ""}), denied(""));
+        EXPECT_EQ(output(request, {Decision::ask, "m", Answers{}}), nothing);
     }
 }
 
 TEST(ApprovalWireTests, SuggestedRulesComeBackWithAllowAlways) {
-    struct Case {
-        std::optional<std::string> suggestions;
-        std::string updated; // empty: left out
-    };
-    for (const auto& [suggestions, updated] : std::initializer_list<Case>{
+    const std::string leftOut = "";
+    for (const auto& [suggestions, updated] : std::initializer_list<std::pair<Text, std::string>>{
              {R"([ {"type":"setMode", "n":1.50} ])", R"([{"type":"setMode","n":1.50}])"},
-             {"[[]]", "[[]]"},
-             {"[]", ""},
-             {" [ ] ", ""},
-             {"{\"a\":1}", ""},
-             {"[1", ""},
-             {"[1],\"behavior\":[\"deny\"]", ""}, // no way to smuggle members in
-             {std::string("[1]\0,", 5), ""},
-             {"", ""},
-             {std::nullopt, ""},
+             {"[\"\xff\"]", "[\"\uFFFD\"]"},
+             {" [ ] ", leftOut},
+             {"{\"a\":1}", leftOut},
+             {"[1],\"behavior\":[\"deny\"]", leftOut}, // no way to smuggle members in
+             {std::string("[1]\0,", 5), leftOut},
          }) {
-        ApprovalRequest request{.source = Source::claude, .suggestions = suggestions};
+        const ApprovalRequest request{.source = Source::claude, .suggestions = suggestions};
         const std::string rules = updated.empty() ? "" : ",\"updatedPermissions\":" + updated;
-        const std::string expected = permission("{\"behavior\":\"allow\"" + rules + "}");
-        EXPECT_EQ(output(request, {Decision::allowAlways}), expected) << suggestions.value_or("-");
+        EXPECT_EQ(output(request, {Decision::allowAlways}),
+                  permission("{\"behavior\":\"allow\"" + rules + "}"));
         EXPECT_EQ(output(request, {Decision::allow}), permission(R"({"behavior":"allow"})"));
     }
 }
 
 TEST(ApprovalWireTests, AnswersGoBackWithTheQuestionsAsTheyCame) {
     const ApprovalResponse answered{Decision::allow, std::nullopt, Answers{"Blue", "Yes, very\n"}};
+    const ApprovalRequest question = questionOf(
+        Source::claude, R"([ {"z":1.50, "a":1E2, "t":"a b\u00e9\/"}, {"z":12345678901234567890123} ])");
     EXPECT_EQ(output(question, answered),
               permission(R"({"behavior":"allow","updatedInput":{"answers":{"Big?":"Yes, very\n",)"
-                         R"("Red or \"blue\"?":"Blue"},"questions":)" +
-                         questionsAsWritten + "}}"));
+                         R"("Red or \"blue\"?":"Blue"},"questions":)"
+                         R"([{"z":1.50,"a":1E2,"t":"a b\u00e9\/"},{"z":12345678901234567890123}]}})"));
+    EXPECT_EQ(
+        output(questionOf(Source::claude, "[]", "Red or \"blue\"?"), answered),
+        permission(R"({"behavior":"allow","updatedInput":{"answers":{"Red or \"blue\"?":"Yes, very\n"},)"
+                   R"("questions":[]}})"));
     EXPECT_EQ(output(question, {Decision::allowAlways}), permission(R"({"behavior":"allow"})"));
     EXPECT_EQ(output(question, {Decision::deny, "why"}),
               permission(R"({"behavior":"deny","message":"why"})"));
-
-    for (const std::optional<Answers>& answers :
-         {std::optional<Answers>(), std::optional(Answers{}), std::optional(Answers{"a"}),
-          std::optional(Answers{"a", "b", "c"})})
-        EXPECT_EQ(output(question, {Decision::allow, std::nullopt, answers}), nothing);
-    for (const std::optional<std::string>& list :
-         {std::optional<std::string>(), std::optional<std::string>("[1"), std::optional<std::string>("")}) {
-        ApprovalRequest request = question;
-        request.questionsJSON = list;
-        EXPECT_EQ(output(request, answered), nothing);
-    }
-
-    ApprovalRequest twice = question;
-    twice.questions = {{"Same?", "", {{"A", ""}}}, {"Same?", "", {{"A", ""}}}};
-    twice.questionsJSON = "[]";
-    EXPECT_EQ(
-        output(twice, {Decision::allow, std::nullopt, Answers{"first", "second"}}),
-        permission(R"({"behavior":"allow","updatedInput":{"answers":{"Same?":"second"},"questions":[]}})"));
+    EXPECT_EQ(output(question, {Decision::allow}), nothing);
+    EXPECT_EQ(output(question, {Decision::allow, std::nullopt, Answers{"a", "b", "c"}}), nothing);
+    for (const Text& unusable : {Text(), Text("[1"), Text("")})
+        EXPECT_EQ(output(questionOf(Source::claude, unusable), answered), nothing);
 }
 
 TEST(ApprovalWireTests, GrokHearsTheAnswerAsARefusal) {
-    ApprovalRequest request = question;
-    request.source = Source::grok;
+    const ApprovalRequest request = questionOf(Source::grok, std::nullopt);
     const Answers answers = {"Blue", "Yes"};
     EXPECT_EQ(
         output(request, {Decision::allow, std::nullopt, answers}),
@@ -134,14 +106,7 @@ TEST(ApprovalWireTests, GrokHearsTheAnswerAsARefusal) {
     for (const Decision decision : {Decision::allowAlways, Decision::deny, Decision::ask})
         EXPECT_EQ(output(request, {decision, std::nullopt, answers}), nothing);
     EXPECT_EQ(output(request, {Decision::allow}), nothing);
-    EXPECT_EQ(output(request, {Decision::allow, std::nullopt, Answers{"one", "two", "three"}}), nothing);
-}
-
-TEST(ApprovalWireTests, BytesThatAreNotUTF8DoNotReachTheAgent) {
-    EXPECT_EQ(output({.source = Source::devin}, {Decision::deny, "a\xff"}),
-              "{\"decision\":\"block\",\"reason\":\"a\uFFFD\"}");
-    EXPECT_EQ(output({.source = Source::claude, .suggestions = "[\"\xff\"]"}, {Decision::allowAlways}),
-              permission("{\"behavior\":\"allow\",\"updatedPermissions\":[\"\uFFFD\"]}"));
+    EXPECT_EQ(output(request, {Decision::allow, std::nullopt, Answers{"one"}}), nothing);
 }
 
 } // namespace quorvik
