@@ -92,7 +92,7 @@ TEST(HookEventTests, WhatTheUserIsAsked) {
              {Source::grok, "PreToolUse", "Ask_User_Question", {nothing, nothing}},
              {Source::kimi, "PermissionRequest", "Bash", {nothing, nothing}},
          }) {
-        for (const std::size_t list : {0, 1}) {
+        for (const std::size_t list : {0u, 1u}) {
             const std::string input = R"({"command":"ls","questions":)" + lists[list] + "}";
             const auto event = eventWith(
                 R"("permission_suggestions":[1],"tool_name":")" + tool + R"(","tool_input":)" + input, name);
