@@ -1,5 +1,5 @@
-// The least that one hook event takes: read standard input, lock, read the record, write a temporary file, rename it.
-// Usage: yardstick_hook <folder>
+// The least that one hook event takes: read standard input, lock, read the record, write a temporary file,
+// rename it. Usage: yardstick_hook <folder>
 
 #include <fcntl.h>
 #include <stdio.h>
