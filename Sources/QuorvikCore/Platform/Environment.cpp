@@ -2,6 +2,11 @@
 
 #include <pwd.h>
 #include <unistd.h>
+#ifdef __APPLE__
+#include <mach-o/dyld.h>
+
+#include <cstdint>
+#endif
 
 #include <cstdio>
 #include <cstdlib>
@@ -55,6 +60,19 @@ std::string homeFolder() {
     while (home.size() > 1 && home.back() == '/')
         home.pop_back();
     return home.empty() ? "/" : home;
+}
+
+std::filesystem::path runningProgram() {
+    std::error_code error;
+#ifdef __APPLE__
+    std::uint32_t size = 0;
+    ::_NSGetExecutablePath(nullptr, &size); // says how much room it needs
+    std::string path(size, '\0');
+    if (::_NSGetExecutablePath(path.data(), &size) != 0) return {};
+    return std::filesystem::canonical(path.c_str(), error);
+#else
+    return std::filesystem::read_symlink("/proc/self/exe", error);
+#endif
 }
 
 } // namespace quorvik::Platform

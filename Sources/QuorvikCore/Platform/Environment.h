@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <map>
 #include <string>
 
@@ -13,5 +14,8 @@ std::string environmentValue(const char* name);
 
 /// The whole environment. Of a variable that stands there twice the first counts, as for getenv().
 std::map<std::string, std::string> environment();
+
+/// The file that this process runs, links resolved; empty when the system does not tell.
+std::filesystem::path runningProgram();
 
 } // namespace quorvik::Platform

@@ -134,6 +134,11 @@ std::string lastComponent(std::string_view path) {
     return std::string(path.substr(slash == std::string_view::npos ? 0 : slash + 1));
 }
 
+bool isExecutable(const std::filesystem::path& path) {
+    struct stat status;
+    return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && ::access(path.c_str(), X_OK) == 0;
+}
+
 std::optional<Folder> Folder::open(const std::filesystem::path& path) {
     DIR* stream = ::opendir(path.c_str());
     if (!stream) return std::nullopt;

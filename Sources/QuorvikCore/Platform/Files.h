@@ -57,6 +57,9 @@ void replace(const std::filesystem::path& target, std::string_view bytes,
 /// "make" of "/usr/bin/make" and of "make/"; "/" of "/".
 std::string lastComponent(std::string_view path);
 
+/// Whether this user may run the file as a program.
+bool isExecutable(const std::filesystem::path& path);
+
 /// What a directory listing shows of a file.
 struct Status {
     std::int64_t modified; ///< nanoseconds since 1970

@@ -1,0 +1,107 @@
+#include "QuorvikCore/Install/HookInstaller.h"
+
+#include "QuorvikCore/Install/HookFormat.h"
+#include "QuorvikCore/Platform/Files.h"
+#include "QuorvikCore/Session/QuorvikPaths.h"
+#include "QuorvikCore/Text/Unicode.h"
+
+#include <algorithm>
+#include <exception>
+
+namespace quorvik {
+
+const HookFormat& HookFormat::of(HookTarget::Kind kind) {
+    switch (kind) {
+    case HookTarget::Kind::json:
+        return jsonHookFormat();
+    case HookTarget::Kind::copilot:
+        return copilotHookFormat();
+    case HookTarget::Kind::kimiTOML:
+        return kimiHookFormat();
+    case HookTarget::Kind::piExtension:
+        return piHookFormat();
+    }
+    return jsonHookFormat();
+}
+
+void HookFormat::requireUTF8(std::string_view text) {
+    if (Unicode::repaired(text) != text) throw EditError("not UTF-8");
+}
+
+namespace HookInstaller {
+
+namespace {
+
+/// Whether the agent's hooks run in a shell that is its direct child, so that $PPID is the agent.
+bool knowsItsProcess(Source source) {
+    return source == Source::claude || source == Source::codex;
+}
+
+/// A path that some format could not hold, or that we would not know again, is refused for all of them.
+void requireUsable(const HookTarget& target, const std::string& hookPath) {
+    const bool isPlain =
+        std::ranges::none_of(hookPath, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; });
+    if (!isPlain || Unicode::repaired(hookPath) != hookPath)
+        throw EditError("the path of the hook program must be UTF-8 without control characters");
+    if (!isManaged(command(target.source, hookPath)))
+        throw EditError(
+            "the path of the hook program must contain \"quorvik-hook\", which tells our hooks from "
+            "others: " +
+            hookPath);
+}
+
+UserFileEdit::Options options(const HookTarget& target) {
+    if (!HookFormat::of(target.kind).needsBackup()) return {};
+    return {.backupName = target.backupName()};
+}
+
+} // namespace
+
+std::string command(Source source, std::string_view hookPath) {
+    std::string line = std::string(QuorvikPaths::managedMarker) + " '";
+    for (const char byte : hookPath) {
+        if (byte == '\'')
+            line += "'\\''";
+        else
+            line += byte;
+    }
+    line += "' --source " + std::string(rawValue(source));
+    if (knowsItsProcess(source)) line += " --ppid \"$PPID\"";
+    return line;
+}
+
+bool isManaged(std::string_view command) {
+    return command.find(QuorvikPaths::managedMarker) != command.npos &&
+           command.find(QuorvikPaths::hookBinaryName) != command.npos;
+}
+
+Status status(const HookTarget& target, const std::string& hookPath) {
+    try {
+        const auto text = UserFileEdit::read(target.fileURL);
+        if (!text) return {Status::Kind::notInstalled, {}};
+        const Status::Kind kind = HookFormat::of(target.kind).status(target, *text, hookPath);
+        if (kind == Status::Kind::installed && !Files::isExecutable(hookPath))
+            return {Status::Kind::stale, {}};
+        return {kind, {}};
+    } catch (const std::exception& error) {
+        return {Status::Kind::unreadable, error.what()};
+    }
+}
+
+FileChange install(const HookTarget& target, const std::string& hookPath) {
+    requireUsable(target, hookPath);
+    const auto decide = [&](const UserFileEdit::Content& text) {
+        return UserFileEdit::Decision::write(HookFormat::of(target.kind).installed(target, text, hookPath));
+    };
+    return UserFileEdit::edit(target.fileURL, decide, options(target));
+}
+
+FileChange uninstall(const HookTarget& target) {
+    const auto decide = [&](const UserFileEdit::Content& text) {
+        return text ? HookFormat::of(target.kind).uninstalled(target, *text) : UserFileEdit::Decision::keep();
+    };
+    return UserFileEdit::edit(target.fileURL, decide, options(target));
+}
+
+} // namespace HookInstaller
+} // namespace quorvik
