@@ -169,10 +169,11 @@ UserFileEdit::Decision JSONHookFormat::uninstalled(const HookTarget& target, con
     if (!removal.any) return UserFileEdit::Decision::keep();
     dropEmptied(*container, removal);
 
-    // Copilot's file has members besides the hooks that are ours as well, and stays.
+    // Copilot's file stays, whatever is left in it.
     JSONValue nothingElse = JSONValue::object();
     nothingElse.set(path(target.container), JSONValue::object());
-    if (target.ownsFile && document.root == nothingElse) return UserFileEdit::Decision::remove();
+    if (target.kind == HookTarget::Kind::json && target.ownsFile && document.root == nothingElse)
+        return UserFileEdit::Decision::remove();
     return UserFileEdit::Decision::write(document.print());
 }
 

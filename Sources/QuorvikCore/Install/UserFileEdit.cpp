@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <ctime>
 #include <limits>
+#include <utility>
 #include <vector>
 
 namespace quorvik {
@@ -52,23 +53,18 @@ std::string timeStamp() {
 }
 
 void prune(const std::filesystem::path& folder, const std::string& prefix) {
-    struct Backup {
-        std::int64_t modified;
-        std::string name;
-        auto operator<=>(const Backup&) const = default;
-    };
-    std::vector<Backup> backups;
+    std::vector<std::pair<std::int64_t, std::string>> backups; // modification time and name
     auto listing = Files::Folder::open(folder);
     while (const char* name = listing ? listing->next() : nullptr) {
         const std::string_view view = name;
         if (!view.starts_with(prefix) || !view.ends_with(suffix)) continue;
         const auto status = listing->status(name);
-        backups.push_back({status ? status->modified : std::numeric_limits<std::int64_t>::min(), name});
+        backups.emplace_back(status ? status->modified : std::numeric_limits<std::int64_t>::min(), name);
     }
     std::ranges::sort(backups, std::greater());
     for (std::size_t index = kept; index < backups.size(); ++index) {
         std::error_code ignored;
-        std::filesystem::remove(folder / backups[index].name, ignored);
+        std::filesystem::remove(folder / backups[index].second, ignored);
     }
 }
 

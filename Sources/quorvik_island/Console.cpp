@@ -1,0 +1,34 @@
+#include "quorvik_island/Console.h"
+
+#include "QuorvikCore/JSON/RecordCoding.h"
+#include "QuorvikCore/Platform/FileDescriptor.h"
+
+#include <unistd.h>
+
+#include <string>
+
+namespace quorvik {
+
+int printHelp(std::string_view text) {
+    return writeAll(STDOUT_FILENO, text.data(), text.size()) ? exitSuccess : exitFailure;
+}
+
+void Console::print(std::string_view text) {
+    if (!writeAll(STDOUT_FILENO, text.data(), text.size())) failed_ = true;
+}
+
+void Console::line(std::string_view text) {
+    if (!json_) print(std::string(text) + "\n");
+}
+
+void Console::value(const nlohmann::json& value) {
+    if (json_) print(printJSON(value) + "\n");
+}
+
+void Console::fail(std::string_view message) {
+    failed_ = true;
+    const std::string text = "quorvik-island: " + std::string(message) + "\n";
+    writeAll(STDERR_FILENO, text.data(), text.size());
+}
+
+} // namespace quorvik

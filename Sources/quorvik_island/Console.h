@@ -1,0 +1,42 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <string_view>
+
+namespace quorvik {
+
+/// Exit statuses of the program.
+enum ExitStatus : int { exitSuccess = 0, exitFailure = 1, exitUsage = 3 };
+
+/// Prints a help text on standard output; returns the exit status.
+int printHelp(std::string_view text);
+
+/// What one run says: results on standard output, failures on standard error, a line each.
+class Console {
+  public:
+    /// With `json`, results are values, of which the run prints one at its end, instead of lines.
+    explicit Console(bool json) : json_(json) {}
+
+    bool json() const { return json_; }
+
+    /// A result. Prints it unless the run speaks JSON.
+    void line(std::string_view text);
+
+    /// The one value of a run that speaks JSON; ignored otherwise.
+    void value(const nlohmann::json& value);
+
+    /// A failure: "quorvik-island: <message>". The run goes on, and ends with exitFailure.
+    void fail(std::string_view message);
+
+    /// exitFailure after a failure, or when results could not be written.
+    int exitStatus() const { return failed_ ? exitFailure : exitSuccess; }
+
+  private:
+    void print(std::string_view text);
+
+    bool json_;
+    bool failed_ = false;
+};
+
+} // namespace quorvik

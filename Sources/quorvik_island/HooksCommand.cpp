@@ -1,0 +1,159 @@
+#include "quorvik_island/HooksCommand.h"
+
+#include "quorvik_island/Arguments.h"
+#include "quorvik_island/Console.h"
+#include "quorvik_island/HookProgram.h"
+
+#include "QuorvikCore/Agents/AgentDetection.h"
+#include "QuorvikCore/Install/HookInstaller.h"
+#include "QuorvikCore/Session/QuorvikPaths.h"
+
+#include <array>
+#include <vector>
+
+namespace quorvik::HooksCommand {
+
+namespace {
+
+constexpr std::string_view help =
+    R"(usage: quorvik-island hooks status|install|uninstall [<agent>…|--all] [--hook-path <path>] [--json]
+
+Connects coding agents with Quorvik, through the hooks in their own settings.
+
+  status      one line per agent: its name, a tab, and one of
+                installed      up to date
+                notInstalled   nothing of ours in the agent's settings
+                stale          out of date, or the hook program is gone: install again
+                unreadable: …  the settings cannot be read; they are left alone
+  install     adds our hooks, or brings them up to date; your own stay
+  uninstall   takes our hooks out again
+
+Agents: claude codex grok commandcode devin qwen copilot pi kimi. Without names: those that have a
+configuration folder in your home folder. Files are copied before they are changed; each run says where to.
+
+  --all               every agent, also those that were not found
+  --hook-path <path>  the hook program; by default the installed one, else the one beside this program
+  --json              one JSON array instead of lines
+
+Examples:
+  quorvik-island hooks status
+  quorvik-island hooks install claude codex
+  quorvik-island hooks uninstall --all
+)";
+
+enum class Action { status, install, uninstall };
+
+std::vector<HookTarget> chosenTargets(const Arguments& arguments, std::span<const std::string> names) {
+    std::vector<HookTarget> targets;
+    const bool all = arguments.has("--all");
+    if (all && !names.empty()) throw UsageError("name agents or say --all, not both");
+    const auto add = [&](Source source) {
+        if (const auto target = HookTarget::target(source)) targets.push_back(*target);
+    };
+    for (const std::string& name : names) {
+        const auto source = fromRawValue<Source>(name);
+        if (!source || !isAgent(*source)) throw UsageError("unknown agent " + name);
+        add(*source);
+    }
+    if (all) {
+        for (const Source source : agentSources())
+            add(source);
+    } else if (names.empty()) {
+        for (const Source source : AgentDetection::detected(QuorvikPaths::home()))
+            add(source);
+    }
+    return targets;
+}
+
+void reportStatus(const HookTarget& target, const std::string& hookPath, Console& console,
+                  nlohmann::json& result) {
+    const auto status = HookInstaller::status(target, hookPath);
+    std::string text(rawValue(status.kind));
+    result["status"] = text;
+    if (!status.why.empty()) {
+        result["why"] = status.why;
+        text += ": " + status.why;
+    }
+    console.line(std::string(rawValue(target.source)) + "\t" + text);
+}
+
+/// What an agent makes of newly installed hooks that its user should know; empty for most.
+std::string_view noteAfterInstall(Source source) {
+    if (source == Source::codex)
+        return "Codex will ask you to review the new hooks at its next start, and runs none of them before "
+               "that";
+    return "";
+}
+
+void change(Action action, const HookTarget& target, const std::string& hookPath, Console& console,
+            nlohmann::json& result) {
+    const std::string agent(rawValue(target.source));
+    const std::string file = target.fileURL.string();
+    try {
+        const FileChange done = action == Action::install ? HookInstaller::install(target, hookPath)
+                                                          : HookInstaller::uninstall(target);
+        result["file"] = file;
+        result["changed"] = done.changed;
+        if (!done.changed) {
+            console.line(agent + ": nothing to remove from " + file);
+            return;
+        }
+        console.line(agent + (action == Action::install ? ": installed in " : ": removed from ") + file);
+        if (done.backup) {
+            result["backup"] = done.backup->string();
+            console.line(agent + ": backup in " + done.backup->string());
+        }
+        if (action != Action::install) return;
+        if (const std::string note(noteAfterInstall(target.source)); !note.empty()) {
+            result["note"] = note;
+            console.line(agent + ": " + note);
+        }
+    } catch (const std::exception& error) {
+        result["error"] = error.what();
+        console.fail(agent + ": " + error.what());
+    }
+}
+
+Action actionNamed(const std::string& name) {
+    if (name == "status") return Action::status;
+    if (name == "install") return Action::install;
+    if (name == "uninstall") return Action::uninstall;
+    throw UsageError("hooks: unknown action " + name);
+}
+
+} // namespace
+
+int run(std::span<const std::string> commandLine) {
+    constexpr std::array<std::string_view, 2> flags = {"--all", "--json"};
+    constexpr std::array<std::string_view, 1> valueOptions = {HookProgram::option};
+    const Arguments arguments = Arguments::parse(commandLine, flags, valueOptions);
+    Console console(arguments.has("--json"));
+    if (arguments.has("--help")) return printHelp(help);
+    if (arguments.words.empty()) throw UsageError("hooks: say status, install or uninstall");
+    const Action action = actionNamed(arguments.words.front());
+    const auto targets = chosenTargets(arguments, std::span(arguments.words).subspan(1));
+
+    std::string hookPath;
+    if (action == Action::install && targets.empty()) {
+        console.fail("no coding agent has a configuration folder in " + QuorvikPaths::home().string() +
+                     "; name one, or say --all");
+    } else if (action == Action::install) {
+        hookPath = HookProgram::runnablePath(arguments);
+    } else {
+        hookPath = HookProgram::path(arguments);
+    }
+
+    nlohmann::json results = nlohmann::json::array();
+    for (const HookTarget& target : targets) {
+        nlohmann::json result{{"source", rawValue(target.source)}};
+        if (action == Action::status)
+            reportStatus(target, hookPath, console, result);
+        else
+            change(action, target, hookPath, console, result);
+        results.push_back(std::move(result));
+    }
+    console.value(results);
+    return console.exitStatus();
+}
+
+} // namespace quorvik::HooksCommand

@@ -1,0 +1,73 @@
+#include "quorvik_island/Arguments.h"
+#include "quorvik_island/Console.h"
+#include "quorvik_island/HooksCommand.h"
+#include "quorvik_island/StatusLineCommand.h"
+
+#include "QuorvikCore/Platform/FileDescriptor.h"
+
+#include <algorithm>
+#include <csignal>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace quorvik {
+
+namespace {
+
+constexpr std::string_view help =
+    R"(usage: quorvik-island <command> …
+
+Quorvik's settings, in a terminal.
+
+  hooks        connect coding agents with Quorvik, or disconnect them
+  statusline   let Quorvik draw Claude Code's status line
+
+`quorvik-island <command> --help` says more. Results go to standard output, failures to standard error.
+Exit status: 0 done, 1 something failed, 3 the command line does not make sense.
+
+Examples:
+  quorvik-island hooks install          connect every agent that is found
+  quorvik-island hooks status --json    how things stand, for scripts
+)";
+
+struct Command {
+    std::string_view name;
+    int (*run)(std::span<const std::string> commandLine);
+};
+
+constexpr Command commands[] = {
+    {"hooks", HooksCommand::run},
+    {"statusline", StatusLineCommand::run},
+};
+
+int dispatch(std::span<const std::string> words) {
+    Console console(false);
+    try {
+        if (words.empty()) throw UsageError("say what to do");
+        if (words.front() == "--help" || words.front() == "-h" || words.front() == "help")
+            return printHelp(help);
+        const Command* command = std::ranges::find(commands, words.front(), &Command::name);
+        if (command == std::end(commands)) throw UsageError("unknown command " + words.front());
+        return command->run(words.subspan(1));
+    } catch (const UsageError& error) {
+        console.fail(std::string(error.what()) + " (see quorvik-island --help)");
+        return exitUsage;
+    } catch (const std::exception& error) {
+        console.fail(error.what());
+        return exitFailure;
+    }
+}
+
+} // namespace
+
+} // namespace quorvik
+
+int main(int argc, char** argv) {
+    quorvik::occupyStandardDescriptors();
+    // A reader that went away and a file that may not grow are errors of one write, not our end.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    const std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+    return quorvik::dispatch(words);
+}
