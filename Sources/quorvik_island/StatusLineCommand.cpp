@@ -29,6 +29,19 @@ Examples:
   quorvik-island statusline status --json
 )";
 
+using Status = StatusLineInstaller::Status;
+
+FileChange apply(const std::string& action, const HookTarget& target, const Arguments& arguments) {
+    const auto original = StatusLineInstaller::originalFile();
+    if (action == "status") return {};
+    if (action == "install")
+        return StatusLineInstaller::install(target, HookProgram::runnablePath(arguments), original);
+    if (action != "uninstall") throw UsageError("statusline: unknown action " + action);
+    const Status before = StatusLineInstaller::status(target);
+    if (before.kind == Status::Kind::unreadable) throw EditError(before.why);
+    return StatusLineInstaller::uninstall(target, original);
+}
+
 } // namespace
 
 int run(std::span<const std::string> commandLine) {
@@ -41,18 +54,16 @@ int run(std::span<const std::string> commandLine) {
     if (arguments.words.size() > 1) throw UsageError("statusline: unexpected argument " + arguments.words[1]);
     const std::string& action = arguments.words.front();
 
-    using Status = StatusLineInstaller::Status;
     const HookTarget target = HookTarget::claude();
-    const auto original = StatusLineInstaller::originalFile();
     FileChange change;
-    if (action == "install") {
-        change = StatusLineInstaller::install(target, HookProgram::runnablePath(arguments), original);
-    } else if (action == "uninstall") {
-        const Status before = StatusLineInstaller::status(target);
-        if (before.kind == Status::Kind::unreadable) throw EditError(before.why);
-        change = StatusLineInstaller::uninstall(target, original);
-    } else if (action != "status") {
-        throw UsageError("statusline: unknown action " + action);
+    try {
+        change = apply(action, target, arguments);
+    } catch (const UsageError&) {
+        throw;
+    } catch (const std::exception& error) {
+        console.fail("statusline: " + std::string(error.what()));
+        console.value({{"error", error.what()}});
+        return console.exitStatus();
     }
 
     const Status status = StatusLineInstaller::status(target);

@@ -1,0 +1,255 @@
+#include "Tests/Support/TemporaryHome.h"
+
+#include "QuorvikCore/Install/HookInstaller.h"
+#include "QuorvikCore/JSON/OrderedJSON.h"
+#include "QuorvikCore/Platform/FileError.h"
+#include "QuorvikCore/Platform/Files.h"
+#include "QuorvikCore/Session/QuorvikPaths.h"
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+
+namespace quorvik {
+
+using testing::contentOf;
+using testing::namesIn;
+using Decision = UserFileEdit::Decision;
+using Kind = HookInstaller::Status::Kind;
+
+class HookInstallerTests : public testing::TemporaryHome {
+  protected:
+    HookInstallerTests() : hook(write("bin/quorvik-hook", "#!/bin/sh\n")) { ::chmod(hook.c_str(), 0755); }
+
+    Kind status(const HookTarget& target) const { return HookInstaller::status(target, hook.string()).kind; }
+    FileChange install(const HookTarget& target) const {
+        return HookInstaller::install(target, hook.string());
+    }
+    std::vector<std::string> backups() const { return namesIn(support / "backups"); }
+
+    static mode_t mode(const std::filesystem::path& file) {
+        struct stat status {};
+        EXPECT_EQ(::lstat(file.c_str(), &status), 0);
+        return status.st_mode & 07777;
+    }
+
+    /// While one lives, no file can grow beyond `bytes`: a full disk.
+    class FullDisk {
+      public:
+        explicit FullDisk(rlim_t bytes) {
+            ::signal(SIGXFSZ, SIG_IGN);
+            ::getrlimit(RLIMIT_FSIZE, &before_);
+            const rlimit limit{bytes, before_.rlim_max};
+            ::setrlimit(RLIMIT_FSIZE, &limit);
+        }
+        ~FullDisk() { ::setrlimit(RLIMIT_FSIZE, &before_); }
+
+      private:
+        rlimit before_{};
+    };
+
+    const std::filesystem::path hook;
+};
+
+TEST_F(HookInstallerTests, TargetsFollowTheHomeFolder) {
+    EXPECT_EQ(HookTarget::claude().fileURL, home / ".claude/settings.json");
+    EXPECT_EQ(HookTarget::commandCode().fileURL, home / ".commandcode/settings.json");
+    EXPECT_EQ(HookTarget::kimi().fileURL, home / ".kimi/config.toml");
+    write(".kimi-code/config.toml", "");
+    EXPECT_EQ(HookTarget::target(Source::kimi)->fileURL, home / ".kimi-code/config.toml");
+    EXPECT_FALSE(HookTarget::target(Source::build));
+    for (const Source source : agentSources()) {
+        const HookTarget target = HookTarget::target(source).value();
+        EXPECT_EQ(target.blockingEvents.size(),
+                  supportsApprovals(source) || source == Source::grok ? 1u : 0u);
+        for (const std::string& event : target.blockingEvents)
+            EXPECT_EQ(std::ranges::count(target.events, event), 1);
+    }
+}
+
+// Settings as people have them; each must be given back as the same document.
+TEST_F(HookInstallerTests, GivesRealSettingsBack) {
+    struct Case {
+        HookTarget target;
+        std::string text;
+    };
+    const Case cases[] = {
+        {HookTarget::claude(), R"({
+  "$schema": "https://json.schemastore.org/settings.json",
+  "permissions": { "allow": ["Bash(npm run test:*) "], "deny": [] },
+  "env": { "A": "é/\u0041" }, "cleanupPeriodDays": 30.0,
+  "hooks": {
+    "PreToolUse": [{ "matcher": "Bash", "hooks": [{ "type": "command", "command": "~/check.sh" }] }],
+    "Stop": [{ "hooks": [{ "type": "command", "command": "say done", "timeout": 9 }] }]
+  }
+}
+)"},
+        {HookTarget::codex(), R"({"hooks":{"Stop":[{"hooks":[{"type":"command","command":"notify"}]}]}})"},
+        {HookTarget::commandCode(), "{\n\t\"theme\": \"dark\",\n\t\"hooks\": {}\n}\n"},
+        {HookTarget::devin(), R"({"version":1e0,"hooks":{"Stop":[]},"list":[{},[]]})"},
+        {HookTarget::qwen(),
+         R"({"selectedAuthType":"oauth","hooks":{"SessionStart":[{"command":"x"}]},"ui":{}})"},
+        {HookTarget::grok(), R"({"hooks":{"Stop":[{"hooks":[{"command":"mine"}]}]}})"},
+    };
+    for (const auto& [target, text] : cases) {
+        write(target.fileURL, text);
+        EXPECT_EQ(status(target), Kind::notInstalled);
+        EXPECT_TRUE(install(target).backup);
+        EXPECT_EQ(status(target), Kind::installed);
+        EXPECT_TRUE(HookInstaller::uninstall(target).changed);
+        // An event whose list is empty is not written back, whoever emptied it.
+        JSONValue before = OrderedJSON::parse(text), after = OrderedJSON::parse(contentOf(target.fileURL));
+        before.valueAt({"hooks"})->setMember("Stop", std::nullopt);
+        after.valueAt({"hooks"})->setMember("Stop", std::nullopt);
+        EXPECT_EQ(after, before) << contentOf(target.fileURL);
+        EXPECT_EQ(contentOf(target.fileURL).ends_with('\n'), text.ends_with('\n'));
+        EXPECT_EQ(HookInstaller::uninstall(target), FileChange{});
+    }
+}
+
+TEST_F(HookInstallerTests, NeedsAProgramThatCanBeRunAndFoundAgain) {
+    const HookTarget target = HookTarget::pi();
+    install(target);
+    ::chmod(hook.c_str(), 0644);
+    EXPECT_EQ(status(target), Kind::stale);
+    for (const std::string path : {"/opt/hook", "/a\n/quorvik-hook", "/\xff/quorvik-hook", ""})
+        EXPECT_THROW(HookInstaller::install(HookTarget::codex(), path), EditError) << path;
+    EXPECT_EQ(namesIn(home / ".codex"), std::vector<std::string>{});
+}
+
+TEST_F(HookInstallerTests, KeepsLinksAndPermissions) {
+    const auto real = write("dotfiles/claude.json", "{}");
+    ::chmod(real.c_str(), 0640);
+    const HookTarget target = HookTarget::claude();
+    std::filesystem::create_directories(target.fileURL.parent_path());
+    std::filesystem::create_symlink("../dotfiles/claude.json", target.fileURL);
+    install(target);
+    EXPECT_EQ(std::filesystem::read_symlink(target.fileURL), "../dotfiles/claude.json");
+    EXPECT_EQ(status(target), Kind::installed);
+    EXPECT_EQ(mode(real), 0640u);
+    EXPECT_EQ(namesIn(real.parent_path()), std::vector<std::string>{"claude.json"});
+
+    // A link to a file that is not there yet is where the file belongs.
+    const HookTarget devin = HookTarget::devin();
+    std::filesystem::create_directories(devin.fileURL.parent_path());
+    std::filesystem::create_symlink(home / "new/devin.json", devin.fileURL);
+    install(devin);
+    EXPECT_TRUE(std::filesystem::is_symlink(devin.fileURL));
+    EXPECT_EQ(mode(home / "new/devin.json"), 0600u);
+    EXPECT_EQ(mode(home / "new"), 0700u);
+
+    if (::getuid() == 0) {
+        ASSERT_EQ(::chown(real.c_str(), 12, 34), 0);
+        HookInstaller::uninstall(target);
+        struct stat found {};
+        ASSERT_EQ(::stat(real.c_str(), &found), 0);
+        EXPECT_EQ(found.st_uid, 12u);
+        EXPECT_EQ(found.st_gid, 34u);
+        EXPECT_EQ(found.st_mode & 07777, 0640u);
+    }
+
+    std::filesystem::create_directories(home / ".qwen");
+    std::filesystem::create_symlink("settings.json", HookTarget::qwen().fileURL);
+    EXPECT_EQ(status(HookTarget::qwen()), Kind::unreadable);
+    EXPECT_THROW(install(HookTarget::qwen()), FileError);
+}
+
+TEST_F(HookInstallerTests, TellsWhyAFileCannotBeRead) {
+    write(".claude/settings.json", "{\"a\":}");
+    EXPECT_EQ(HookInstaller::status(HookTarget::claude(), hook.string()),
+              (HookInstaller::Status{Kind::unreadable, "Invalid JSON near byte 5"}));
+    EXPECT_THROW(install(HookTarget::claude()), JSONParseError);
+    EXPECT_THROW(HookInstaller::uninstall(HookTarget::claude()), JSONParseError);
+    EXPECT_EQ(contentOf(home / ".claude/settings.json"), "{\"a\":}");
+
+    std::filesystem::create_directories(HookTarget::codex().fileURL);
+    write(".kimi/config.toml", "\xff");
+    ::mkfifo((write(".qwen/x", "").parent_path() / "settings.json").c_str(), 0600);
+    for (const auto& [target, why] : std::initializer_list<std::pair<HookTarget, std::string>>{
+             {HookTarget::codex(),
+              "could not read " + (home / ".codex/hooks.json").string() + ": Is a directory"},
+             {HookTarget::kimi(), "not UTF-8"},
+             {HookTarget::qwen(),
+              "could not read " + (home / ".qwen/settings.json").string() + ": Invalid argument"}})
+        EXPECT_EQ(HookInstaller::status(target, hook.string()).why, why);
+    EXPECT_EQ(backups(), std::vector<std::string>{});
+}
+
+TEST_F(HookInstallerTests, FailsCleanlyWhenTheDiskIsFull) {
+    const auto file = write(".codex/hooks.json", "{}\n");
+    {
+        const FullDisk full(1000);
+        EXPECT_THROW(install(HookTarget::codex()), FileError);
+        EXPECT_THROW(install(HookTarget::pi()), FileError);
+    }
+    EXPECT_EQ(contentOf(file), "{}\n");
+    EXPECT_EQ(namesIn(home / ".codex"), std::vector<std::string>{"hooks.json"});
+    EXPECT_EQ(namesIn(home / ".pi/agent/extensions"), std::vector<std::string>{});
+    { // not even the backup
+        const FullDisk full(1);
+        EXPECT_THROW(install(HookTarget::codex()), FileError);
+    }
+    EXPECT_EQ(contentOf(file), "{}\n");
+}
+
+TEST_F(HookInstallerTests, StartsOverWhenAnAgentWritesMeanwhile) {
+    const auto file = write("settings.json", "0");
+    int calls = 0;
+    const auto rewriteTwice = [&](const UserFileEdit::Content& text) {
+        if (++calls < 3) write("settings.json", std::to_string(calls)); // of the same size
+        return Decision::write(text.value_or("none") + " and ours");
+    };
+    EXPECT_EQ(UserFileEdit::edit(file, rewriteTwice, {}), (FileChange{true, std::nullopt}));
+    EXPECT_EQ(contentOf(file), "2 and ours");
+
+    const auto agentCreatesAndRemoves = [&](const UserFileEdit::Content& text) {
+        if (text) return std::filesystem::remove(file), Decision::write("lost");
+        if (++calls < 5) write("settings.json", "theirs");
+        return text ? Decision::keep() : Decision::write("ours alone");
+    };
+    UserFileEdit::edit(file, agentCreatesAndRemoves, {});
+    EXPECT_EQ(contentOf(file), "ours alone");
+
+    int writes = 0;
+    const auto restless = [&](const UserFileEdit::Content&) {
+        write("settings.json", "write " + std::to_string(++writes));
+        return writes % 2 ? Decision::write("ours") : Decision::remove();
+    };
+    try {
+        UserFileEdit::edit(file, restless, {});
+        ADD_FAILURE();
+    } catch (const EditError& error) {
+        EXPECT_EQ(error.what(), file.string() + " keeps changing; nothing was written");
+    }
+    EXPECT_EQ(contentOf(file), "write " + std::to_string(writes));
+    EXPECT_EQ(namesIn(home), (std::vector<std::string>{"bin", "settings.json"}));
+}
+
+TEST_F(HookInstallerTests, KeepsTheFiveNewestBackupsOfEachFile) {
+    const auto now = std::filesystem::file_time_type::clock::now();
+    for (int age = 1; age <= 7; ++age) { // names say nothing about the age
+        const auto old =
+            write("support/backups/kimi-config.toml.2020-01-0" + std::to_string(age) + ".bak", "");
+        std::filesystem::last_write_time(old, now - std::chrono::hours(age));
+    }
+    write("support/backups/qwen-settings.json.2020.bak", "");
+    write("support/backups/kimi-config.toml.notes", "");
+    write(".kimi/config.toml", "secret = 1\n");
+    const auto backup = *install(HookTarget::kimi()).backup;
+    EXPECT_EQ(contentOf(backup), "secret = 1\n");
+    EXPECT_EQ(mode(backup), 0600u);
+    EXPECT_EQ(backups(),
+              (std::vector<std::string>{"kimi-config.toml.2020-01-01.bak", "kimi-config.toml.2020-01-02.bak",
+                                        "kimi-config.toml.2020-01-03.bak", "kimi-config.toml.2020-01-04.bak",
+                                        backup.filename().string(), "kimi-config.toml.notes",
+                                        "qwen-settings.json.2020.bak"}));
+    const std::string time = backup.filename().string().substr(std::string("kimi-config.toml.").size());
+    EXPECT_EQ(time.size(), std::string("2026-11-21T023556Z.bak").size()) << time;
+    EXPECT_TRUE(time[10] == 'T' && time.ends_with("Z.bak")) << time;
+}
+
+} // namespace quorvik

@@ -1,0 +1,99 @@
+#include "Tests/Support/TemporaryHome.h"
+
+#include "QuorvikCore/Install/SettingsDocument.h"
+#include "QuorvikCore/Install/StatusLineInstaller.h"
+
+namespace quorvik {
+
+using testing::contentOf;
+using testing::namesIn;
+using Kind = StatusLineInstaller::Status::Kind;
+
+class StatusLineInstallerTests : public testing::TemporaryHome {
+  protected:
+    StatusLineInstallerTests() : original(StatusLineInstaller::originalFile()) {}
+
+    FileChange install(const std::string& hookPath = "/q/quorvik-hook") const {
+        return StatusLineInstaller::install(HookTarget::claude(), hookPath, original);
+    }
+    FileChange uninstall() const { return StatusLineInstaller::uninstall(HookTarget::claude(), original); }
+    Kind status() const { return StatusLineInstaller::status(HookTarget::claude()).kind; }
+    void settings(const std::string& text) const { write(".claude/settings.json", text); }
+    JSONValue settings() const { return OrderedJSON::parse(contentOf(home / ".claude/settings.json")); }
+
+    const std::filesystem::path original;
+};
+
+TEST_F(StatusLineInstallerTests, GivesTheUsersStatusLineBack) {
+    for (const std::string text :
+         {R"({"a":1})", R"({"statusLine":{"type":"command","command":"mine","padding":0.0},"a":1})",
+          R"({"statusLine":null})", R"({"statusLine":"x"})",
+          R"({"statusLine":{"command":"quorvik-hook --other"}})"}) {
+        settings(text);
+        const JSONValue before = settings();
+        EXPECT_EQ(status(), Kind::off);
+        EXPECT_TRUE(install().backup);
+        EXPECT_EQ(status(), Kind::on);
+        EXPECT_EQ(*settings()["statusLine"],
+                  OrderedJSON::parse(
+                      R"({"type":"command","command":"QUORVIK_MANAGED=1 '/q/quorvik-hook' --statusline"})"));
+        EXPECT_EQ(std::filesystem::exists(original), before["statusLine"] != nullptr);
+        install("/new/quorvik-hook"); // must not take ours for the user's
+        EXPECT_TRUE(uninstall().changed);
+        EXPECT_EQ(settings(), before);
+        EXPECT_FALSE(contentOf(home / ".claude/settings.json").ends_with('\n'));
+        EXPECT_FALSE(std::filesystem::exists(original));
+        EXPECT_EQ(uninstall(), FileChange{});
+    }
+}
+
+TEST_F(StatusLineInstallerTests, StartsFromNoFile) {
+    EXPECT_EQ(status(), Kind::off);
+    EXPECT_EQ(uninstall(), FileChange{});
+    EXPECT_EQ(install(), (FileChange{true, std::nullopt}));
+    uninstall();
+    EXPECT_EQ(settings(), JSONValue::object());
+}
+
+TEST_F(StatusLineInstallerTests, TellsTheSavedCommand) {
+    EXPECT_EQ(StatusLineInstaller::originalCommand(original), std::nullopt);
+    settings(R"({"statusLine":{"command":"mine --x"}})");
+    install();
+    EXPECT_EQ(contentOf(original), "{\n  \"command\": \"mine --x\"\n}");
+    EXPECT_EQ(StatusLineInstaller::originalCommand(original), "mine --x");
+    for (const std::string text : {"", "{", "[]", "{\"command\":1}", "\"command\""})
+        EXPECT_EQ(StatusLineInstaller::originalCommand(write("saved.json", text)), std::nullopt) << text;
+}
+
+TEST_F(StatusLineInstallerTests, DoesNotRestoreWhatIsDamagedOrGivenUp) {
+    settings(R"({"statusLine":{"command":"mine"},"a":1})");
+    install();
+    write("support/statusline-original.json", "{\"comm");
+    uninstall();
+    EXPECT_EQ(settings(), OrderedJSON::parse(R"({"a":1})"));
+
+    write("support/statusline-original.json", R"({"command":"of long ago"})");
+    install();
+    uninstall();
+    EXPECT_EQ(settings(), OrderedJSON::parse(R"({"a":1})"));
+}
+
+TEST_F(StatusLineInstallerTests, LeavesAloneWhatItCannotReadOrWrite) {
+    for (const auto& [text, why] : std::initializer_list<std::pair<std::string, std::string>>{
+             {"{\"statusLine\"", "Invalid JSON near byte 13"}, {"[]", "not a JSON object"}}) {
+        settings(text);
+        EXPECT_EQ(StatusLineInstaller::status(HookTarget::claude()).why, why);
+        EXPECT_THROW(install(), std::runtime_error);
+        EXPECT_EQ(uninstall(), FileChange{});
+        EXPECT_EQ(contentOf(home / ".claude/settings.json"), text);
+    }
+    settings("{}");
+    EXPECT_THROW(install("/it's/quorvik-hook"), EditError);
+    EXPECT_THROW(install("/hook"), EditError);
+    write("support", ""); // where backups should go
+    EXPECT_THROW(install(), std::runtime_error);
+    EXPECT_EQ(contentOf(home / ".claude/settings.json"), "{}");
+    EXPECT_EQ(namesIn(home / ".claude"), std::vector<std::string>{"settings.json"});
+}
+
+} // namespace quorvik

@@ -1,0 +1,178 @@
+#include "Tests/Support/Program.h"
+#include "Tests/Support/TemporaryHome.h"
+
+#include "QuorvikCore/JSON/RecordCoding.h"
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+
+namespace quorvik {
+
+using testing::contentOf;
+using testing::namesIn;
+using testing::Program;
+
+/// `quorvik-island hooks` and `quorvik-island statusline`, as people and scripts run them.
+class SettingsCommandsTests : public testing::TemporaryHome {
+  protected:
+    SettingsCommandsTests() : hook(write("support/bin/quorvik-hook", "#!/bin/sh\n")) {
+        ::chmod(hook.c_str(), 0755);
+    }
+
+    static Program::Result island(std::vector<std::string> words, const std::function<void()>& prepare = {}) {
+        words.insert(words.begin(), testing::programPath("quorvik-island"));
+        return Program::run(words, "", prepare);
+    }
+    static nlohmann::json json(const std::string& text) {
+        return parseJSON(text).value_or("not JSON: " + text);
+    }
+
+    const std::filesystem::path hook;
+};
+
+TEST_F(SettingsCommandsTests, HelpGoesToOutputAndMistakesToErrors) {
+    for (const std::vector<std::string>& words : {std::vector<std::string>{"--help"},
+                                                  {"help"},
+                                                  {"hooks", "--help"},
+                                                  {"statusline", "install", "-h"}}) {
+        const auto result = island(words);
+        EXPECT_EQ(result.status, 0);
+        EXPECT_TRUE(result.output.starts_with("usage: quorvik-island ")) << result.output;
+        EXPECT_LT(std::ranges::count(result.output, '\n'), 25);
+        EXPECT_EQ(result.errors, "");
+    }
+    struct Case {
+        std::vector<std::string> words;
+        std::string why;
+    };
+    for (const auto& [words, why] : std::initializer_list<Case>{
+             {{}, "say what to do"},
+             {{"hook"}, "unknown command hook"},
+             {{"hooks"}, "hooks: say status, install or uninstall"},
+             {{"hooks", "Status"}, "hooks: unknown action Status"},
+             {{"hooks", "status", "git"}, "unknown agent git"},
+             {{"hooks", "install", "claude", "clod"}, "unknown agent clod"},
+             {{"hooks", "status", "--all", "pi"}, "name agents or say --all, not both"},
+             {{"hooks", "status", "--force=1"}, "unknown option --force"},
+             {{"hooks", "status", "--all=1"}, "--all takes no value"},
+             {{"hooks", "status", "--hook-path"}, "--hook-path needs a value"},
+             {{"hooks", "status", "--", "--all"}, "unknown agent --all"},
+             {{"statusline"}, "statusline: say status, install or uninstall"},
+             {{"statusline", "on"}, "statusline: unknown action on"},
+             {{"statusline", "status", "claude"}, "statusline: unexpected argument claude"}}) {
+        const auto result = island(words);
+        EXPECT_EQ(result.status, 3);
+        EXPECT_EQ(result.errors, "quorvik-island: " + why + " (see quorvik-island --help)\n");
+        EXPECT_EQ(result.output, "");
+    }
+    EXPECT_FALSE(std::filesystem::exists(home / ".claude"));
+}
+
+TEST_F(SettingsCommandsTests, HooksGoInAndOutOfTheAgentsThatAreFound) {
+    EXPECT_EQ(island({"hooks", "status"}).output, "");
+    const auto nobody = island({"hooks", "install"});
+    EXPECT_EQ(nobody.status, 1);
+    EXPECT_EQ(nobody.errors, "quorvik-island: no coding agent has a configuration folder in " +
+                                 home.string() + "; name one, or say --all\n");
+
+    const auto claude = write(".claude/settings.json", R"({"hooks":{}})").string();
+    const std::string codex = write(".codex/config.toml", "").parent_path() / "hooks.json";
+    EXPECT_EQ(island({"hooks", "status"}).output, "claude\tnotInstalled\ncodex\tnotInstalled\n");
+    const auto installed = island({"hooks", "install"});
+    const auto backup = support / "backups" / namesIn(support / "backups").at(0);
+    EXPECT_EQ(installed.status, 0);
+    EXPECT_EQ(installed.errors, "");
+    EXPECT_EQ(installed.output,
+              "claude: installed in " + claude + "\nclaude: backup in " + backup.string() +
+                  "\ncodex: installed in " + codex +
+                  "\ncodex: Codex will ask you to review the new hooks at its next start, and "
+                  "runs none of them before that\n");
+    EXPECT_NE(contentOf(codex).find("QUORVIK_MANAGED=1 '" + hook.string() + "' --source codex"),
+              std::string::npos);
+
+    EXPECT_EQ(island({"hooks", "status"}).output, "claude\tinstalled\ncodex\tinstalled\n");
+    EXPECT_EQ(island({"hooks", "status", "codex", "--hook-path", "/x/../y/quorvik-hook"}).output,
+              "codex\tstale\n");
+    const auto all = json(island({"hooks", "status", "--all", "--json"}).output);
+    EXPECT_EQ(all.size(), 9u);
+    EXPECT_EQ(all[0], json(R"({"source":"claude","status":"installed"})"));
+    EXPECT_EQ(all[2], json(R"({"source":"grok","status":"notInstalled"})"));
+
+    EXPECT_EQ(island({"hooks", "uninstall", "codex"}).status, 0);
+    EXPECT_EQ(island({"hooks", "uninstall", "codex"}).output,
+              "codex: nothing to remove from " + codex + "\n");
+    const auto removed = json(island({"hooks", "uninstall", "claude", "--json"}).output);
+    EXPECT_EQ(removed[0]["changed"], true);
+    EXPECT_EQ(removed[0]["file"], claude);
+    EXPECT_TRUE(removed[0]["backup"].is_string());
+    EXPECT_EQ(json(contentOf(claude)), json(R"({"hooks":{}})"));
+}
+
+TEST_F(SettingsCommandsTests, OneAgentsFailureDoesNotStopTheOthers) {
+    write(".claude/settings.json", "{");
+    const auto kimi = write(".kimi/config.toml", "hooks = []\n");
+    const auto result = island({"hooks", "install", "claude", "kimi", "pi"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.errors,
+              "quorvik-island: claude: Invalid JSON near byte 1\n"
+              "quorvik-island: kimi: config.toml already sets `hooks = …` inline; convert it to "
+              "[[hooks]] tables first.\n");
+    EXPECT_EQ(result.output,
+              "pi: installed in " + (home / ".pi/agent/extensions/quorvik.ts").string() + "\n");
+    EXPECT_EQ(island({"hooks", "status", "claude"}).output, "claude\tunreadable: Invalid JSON near byte 1\n");
+    const auto answer = json(island({"hooks", "install", "claude", "--json"}).output);
+    EXPECT_EQ(answer, json(R"([{"source":"claude","error":"Invalid JSON near byte 1"}])"));
+
+    write(".kimi/config.toml", "a = 1\n");
+    const auto full = island({"hooks", "install", "kimi"}, [] {
+        const rlimit limit{200, 200};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    });
+    EXPECT_EQ(full.status, 1);
+    EXPECT_TRUE(full.errors.starts_with("quorvik-island: kimi: could not write ")) << full.errors;
+    EXPECT_EQ(contentOf(kimi), "a = 1\n");
+    EXPECT_EQ(namesIn(home / ".kimi"), std::vector<std::string>{"config.toml"});
+}
+
+TEST_F(SettingsCommandsTests, InstallsOnlyAProgramThatCanBeRun) {
+    std::filesystem::remove(hook);
+    const auto result = island({"hooks", "install", "pi", "--hook-path=nowhere/quorvik-hook"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.errors, "quorvik-island: there is no hook program at " +
+                                 (std::filesystem::current_path() / "nowhere/quorvik-hook").string() +
+                                 "; name one with --hook-path\n");
+    // The one beside the running program is the other candidate.
+    const auto copy = home / "copy/quorvik-island";
+    std::filesystem::create_directories(copy.parent_path());
+    std::filesystem::copy_file(testing::programPath("quorvik-island"), copy);
+    const auto beside = write("copy/quorvik-hook", "#!/bin/sh\n");
+    ::chmod(beside.c_str(), 0755);
+    EXPECT_EQ(Program::run({copy.string(), "hooks", "install", "pi"}).status, 0);
+    EXPECT_NE(contentOf(home / ".pi/agent/extensions/quorvik.ts").find(beside.string()), std::string::npos);
+}
+
+TEST_F(SettingsCommandsTests, TheStatusLineGoesOnAndOff) {
+    const std::string mine = R"({"statusLine":{"command":"mine"}})";
+    const auto file = write(".claude/settings.json", mine);
+    EXPECT_EQ(island({"statusline", "status"}).output, "off\n");
+    const auto installed = island({"statusline", "install"});
+    EXPECT_EQ(installed.status, 0);
+    EXPECT_TRUE(installed.output.starts_with("on\nbackup in " + support.string())) << installed.output;
+    EXPECT_EQ(json(island({"statusline", "status", "--json"}).output), json(R"({"status":"on"})"));
+    EXPECT_TRUE(island({"statusline", "uninstall"}).output.starts_with("off\nbackup in "));
+    EXPECT_EQ(json(contentOf(file)), json(mine));
+    EXPECT_EQ(json(island({"statusline", "uninstall", "--json"}).output),
+              json(R"({"status":"off","changed":false})"));
+
+    write(".claude/settings.json", "[]");
+    EXPECT_EQ(island({"statusline", "status"}).output, "unreadable: not a JSON object\n");
+    for (const std::string action : {"install", "uninstall"}) {
+        const auto result = island({"statusline", action});
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.errors, "quorvik-island: statusline: not a JSON object\n");
+    }
+}
+
+} // namespace quorvik
