@@ -12,14 +12,10 @@ namespace quorvik {
 
 const HookFormat& HookFormat::of(HookTarget::Kind kind) {
     switch (kind) {
-    case HookTarget::Kind::json:
-        return jsonHookFormat();
-    case HookTarget::Kind::copilot:
-        return copilotHookFormat();
-    case HookTarget::Kind::kimiTOML:
-        return kimiHookFormat();
-    case HookTarget::Kind::piExtension:
-        return piHookFormat();
+    case HookTarget::Kind::json: return jsonHookFormat();
+    case HookTarget::Kind::copilot: return copilotHookFormat();
+    case HookTarget::Kind::kimiTOML: return kimiHookFormat();
+    case HookTarget::Kind::piExtension: return piHookFormat();
     }
     return jsonHookFormat();
 }
