@@ -1,10 +1,12 @@
 #include "quorvik_hook/AgentEvent.h"
+#include "quorvik_hook/StatusLine.h"
 
 #include "QuorvikCore/Platform/FileDescriptor.h"
 #include "QuorvikCore/Platform/Files.h"
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <charconv>
 #include <csignal>
 #include <cstdlib>
@@ -19,12 +21,14 @@ namespace {
 constexpr std::size_t maxPayload = 256u << 20;
 
 struct Options {
+    bool statusLine = false;
     std::optional<Source> agent;
     std::int32_t startedBy = ::getppid();
 };
 
 Options parse(const std::vector<std::string_view>& words) {
     Options options;
+    options.statusLine = std::ranges::find(words, "--statusline") != words.end();
     for (std::size_t index = 0; index + 1 < words.size(); ++index) {
         const std::string_view value = words[index + 1];
         if (words[index] == "--source") options.agent = fromRawValue<Source>(value);
@@ -43,6 +47,7 @@ bool print(const std::string& reply) {
 
 void run(const std::vector<std::string_view>& words) {
     const Options options = parse(words);
+    if (options.statusLine) return StatusLine::run();
     if (!options.agent || !isAgent(*options.agent)) return;
     if (const auto payload = Files::readStream(STDIN_FILENO, maxPayload))
         AgentEvent::handle(payload->text(), *options.agent, options.startedBy, print);
@@ -57,7 +62,8 @@ void run(const std::vector<std::string_view>& words) {
 int main(int argc, char** argv) {
     quorvik::occupyStandardDescriptors();
     std::signal(SIGPIPE, SIG_IGN);
-    std::signal(SIGTERM, [](int) { std::_Exit(0); }); // the agent's time-out: the agent asks by itself now
+    std::signal(SIGTERM,
+                [](int) { std::_Exit(0); }); // the agent's time-out: it asks, or draws, by itself now
     try {
         quorvik::run(std::vector<std::string_view>(argv + std::min(argc, 1), argv + argc));
     } catch (const std::exception&) {

@@ -1,0 +1,73 @@
+#include "Tests/Support/Program.h"
+#include "Tests/Support/TemporaryHome.h"
+
+#include "QuorvikCore/Platform/FileDescriptor.h"
+
+#include <csignal>
+
+namespace quorvik {
+
+using testing::Program;
+
+class StatusLineTests : public testing::TemporaryHome {
+  protected:
+    static Program::Result draw(const std::string& payload) {
+        return Program::run({testing::programPath("quorvik-hook"), "--statusline"}, payload);
+    }
+    void saveOriginal(const std::string& command) const {
+        write("support/statusline-original.json", R"({"type":"command","command":")" + command + "\"}");
+    }
+};
+
+TEST_F(StatusLineTests, SaysWhatThePayloadTells) {
+    struct Case {
+        std::string payload, line;
+    };
+    for (
+        const auto& [payload, line] : std::initializer_list<Case>{
+            {R"({"model":{"id":"x","display_name":"Opus 5.5"},"workspace":{"current_dir":"/home/u/w"},)"
+             R"("context_window":{"used_percentage":12},"rate_limits":{"five_hour":{"used_percentage":42.4,"resets_at":1},)"
+             R"("seven_day":{"used_percentage":6.5}}})",
+             "Opus 5.5 · w · context 12% · 5h 42% · 7d 7%\n"},
+            {R"({"model":{"display_name":"A\u001b[2J\nB"},"context_window":{"used_percentage":null}})",
+             "A[2JB\n"},
+            {R"({"model":"x","workspace":[],"context_window":{"used_percentage":-1}})", ""},
+            {"{}", ""},
+            {"[", ""},
+            {"", ""},
+            {std::string(100'000, '['), ""},
+            {std::string(2 << 20, ' '), ""},
+        }) {
+        const auto result = draw(payload);
+        EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result.output, line);
+        EXPECT_EQ(result.errors, "");
+    }
+}
+
+TEST_F(StatusLineTests, RunsTheUsersOwn) {
+    const std::string payload = R"({"model":{"display_name":"M"}})";
+    saveOriginal(R"(cat; printf ' %s' \"$COLUMNS\"; exit 7)");
+    ::setenv("COLUMNS", "123", 1);
+    const auto result = draw(payload);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, payload + " 123");
+
+    saveOriginal("QUORVIK_MANAGED=1 '/x/quorvik-hook' --statusline"); // never itself
+    EXPECT_EQ(draw(payload).output, "M\n");
+    write("support/statusline-original.json", "damaged");
+    EXPECT_EQ(draw(payload).output, "M\n");
+    saveOriginal("no-such-command");
+    EXPECT_EQ(draw(payload).status, 0);
+}
+
+TEST_F(StatusLineTests, EndsTheUsersOwnWithItself) {
+    saveOriginal("echo $$; exec sleep 100");
+    Program drawing({testing::programPath("quorvik-hook"), "--statusline"});
+    const int original = std::stoi(drawing.readLine());
+    ::kill(drawing.pid(), SIGTERM); // the next update comes
+    EXPECT_EQ(drawing.finish().status, 0);
+    EXPECT_NE(::kill(original, 0), 0);
+}
+
+} // namespace quorvik
