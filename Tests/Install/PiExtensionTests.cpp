@@ -3,6 +3,7 @@
 
 #include "QuorvikCore/Install/HookInstaller.h"
 #include "QuorvikCore/JSON/RecordCoding.h"
+#include "QuorvikCore/Session/SessionStore.h"
 
 #include <sys/stat.h>
 
@@ -31,23 +32,10 @@ class PiExtensionTests : public testing::TemporaryHome {
 { echo "$QUORVIK_MANAGED $*"; cat; } >"$RECORDS/$$.part" && mv "$RECORDS/$$.part" "$RECORDS/$$.run"
 )");
         ::chmod(hook.c_str(), 0755);
-        HookInstaller::install(HookTarget::pi(), hook.string());
-        write("run/extension.mjs", contentOf(HookTarget::pi().fileURL));
-        const auto harness = write("run/harness.mjs", R"(import extension from "./extension.mjs";
-const handlers = {};
-extension({ on: (name, handler) => (handlers[name] = handler) });
-console.log(process.pid, Object.keys(handlers).join(" "));
-const fire = async (name, event, ctx) => {
-  const answer = await handlers[name]({ type: name, ...event }, ctx);
-  if (answer !== undefined) throw new Error(name + " answered");
-};
-)" + script);
         const auto records = home / "records";
         std::filesystem::create_directories(records);
         ::setenv("RECORDS", records.c_str(), 1);
-        const auto result = Program::run({"node", harness.string()});
-        EXPECT_EQ(result.status, 0) << result.errors;
-        output = result.output;
+        run(hook, script);
 
         std::vector<Run> runs;
         const auto complete = [](const std::string& name) { return name.ends_with(".run"); };
@@ -63,8 +51,59 @@ const fire = async (name, event, ctx) => {
         return runs;
     }
 
+    /// Installs the extension for that hook program and runs it in Node.
+    void run(const std::filesystem::path& hook, const std::string& script) {
+        HookInstaller::install(HookTarget::pi(), hook.string());
+        write("run/extension.mjs", contentOf(HookTarget::pi().fileURL));
+        const auto harness = write("run/harness.mjs", R"(import extension from "./extension.mjs";
+const handlers = {};
+extension({ on: (name, handler) => (handlers[name] = handler) });
+console.log(process.pid, Object.keys(handlers).join(" "));
+const fire = async (name, event, ctx) => {
+  const answer = await handlers[name]({ type: name, ...event }, ctx);
+  if (answer !== undefined) throw new Error(name + " answered");
+};
+)" + script);
+        const auto result = Program::run({"node", harness.string()});
+        EXPECT_EQ(result.status, 0) << result.errors;
+        output = result.output;
+    }
+
     std::string output;
 };
+
+TEST_F(PiExtensionTests, ItsEventsBecomeARecord) {
+    if (Program::run({"node", "--version"}).status != 0) GTEST_SKIP() << "node is not installed";
+    struct Case {
+        std::string event;
+        SessionState state;
+        std::optional<std::string> tool;
+    };
+    const std::string session = R"({ cwd: "/w", sessionManager: { getSessionFile: () => "/x/s.jsonl" } })";
+    using State = SessionState;
+    for (const auto& [event, state, tool] : std::initializer_list<Case>{
+             {R"("session_start", {})", State::idle, std::nullopt},
+             {R"("before_agent_start", { prompt: "Fix the login bug" })", State::working, std::nullopt},
+             {R"("tool_call", { toolName: "bash", input: { command: "ls" } })", State::working, "bash"},
+             {R"("tool_result", { toolName: "bash" })", State::working, "bash"},
+             {R"("agent_end", {})", State::done, std::nullopt},
+             {R"("session_shutdown", {})", State::ended, std::nullopt},
+         }) {
+        const auto file = SessionStore::fileURL(Source::pi, "s", sessions);
+        const auto before = SessionStore::load(file);
+        run(testing::programPath("quorvik-hook"), "await fire(" + event + ", " + session + ");");
+        testing::eventually([&] {
+            const auto after = SessionStore::load(file);
+            return after.record() &&
+                   (!before.record() || after.record()->updatedAt != before.record()->updatedAt);
+        });
+        const auto loaded = SessionStore::load(file);
+        EXPECT_EQ(loaded.record()->state, state) << event;
+        EXPECT_EQ(loaded.record()->tool, tool) << event;
+    }
+    EXPECT_EQ(SessionStore::load(SessionStore::fileURL(Source::pi, "s", sessions)).record()->title,
+              "Fix the login bug");
+}
 
 TEST_F(PiExtensionTests, ReportsEveryEvent) {
     if (Program::run({"node", "--version"}).status != 0) GTEST_SKIP() << "node is not installed";
