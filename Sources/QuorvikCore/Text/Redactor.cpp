@@ -20,7 +20,7 @@ constexpr double minSecretEntropy = 3.5; // bits per character
 struct Rule {
     /// Without one of these in the text, in any ASCII case, the pattern cannot match and need not be
     /// compiled: most command lines pass through a short-lived process without any.
-    std::array<std::string_view, 6> oneOf;
+    std::array<std::string_view, 11> oneOf;
     LazyRegex regex;
     std::string_view replacement;
 };
@@ -36,7 +36,8 @@ const Rule rules[] = {
     // start at any
     // "-" before it in the same run of option characters, so when the first one of a run fails, the others
     // need no try.
-    {{"-"},
+    // (?i) knows two more letters: the long s and the Kelvin sign.
+    {{"token", "passw", "secret", "key", "\u017F", "\u212A"},
      LazyRegex(
          R"re((?i)(--?(?:[a-z0-9_-]*)(?:token|password|passwd|secret|api[-_]?key|access[-_]?key)(?:[=\s]+))("[^"]*"|'[^']*'|[^\s]+))re"
          R"re(|-[a-z0-9_-]*+(*SKIP)(*FAIL))re"),
@@ -44,7 +45,7 @@ const Rule rules[] = {
 
     {{"="}, LazyRegex(R"re(\b([A-Za-z_][A-Za-z0-9_]*)=("[^"]*"|'[^']*'|[^\s]+))re"), "$1=***"},
 
-    {{"sk", "gh", "github_pat_", "xox", "akia", "aiza"},
+    {{"sk-", "sk_", "ghp_", "gho_", "ghu_", "ghs_", "ghr_", "github_pat_", "xox", "akia", "aiza"},
      LazyRegex(
          R"re(\b(sk-[A-Za-z0-9_-]{6,}|sk_(?:live|test)_[A-Za-z0-9]{6,}|gh[pousr]_[A-Za-z0-9]{10,}|github_pat_[A-Za-z0-9_]{10,}|xox[abprs]-[A-Za-z0-9-]{6,}|AKIA[0-9A-Z]{12,}|AIza[0-9A-Za-z_-]{20,}))re"),
      "***"},
