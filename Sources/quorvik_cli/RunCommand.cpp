@@ -19,6 +19,7 @@
 #include <cerrno>
 #include <cstring>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 namespace quorvik::RunCommand {
@@ -61,9 +62,10 @@ struct Run {
     std::optional<double> pidStartTime;
 };
 
-/// Applies one step to the session's record and tells the app. The command never suffers from a store that
-/// fails.
-void publish(const Run& run, const std::function<void(SessionRecord&)>& step) {
+/// Applies one step to the session's record and tells the app. False when it could not be written, from
+/// which the command never suffers.
+bool publish(const Run& run, const std::function<void(SessionRecord&)>& step) {
+    bool written = true;
     try {
         SessionStore::update(Source::build, run.sessionID, QuorvikPaths::sessionsDirectory(),
                              [&](std::optional<SessionRecord>& record) {
@@ -72,9 +74,10 @@ void publish(const Run& run, const std::function<void(SessionRecord&)>& step) {
                                  step(*record);
                              });
     } catch (const std::exception&) {
-        // Then the island does not show it.
+        written = false; // then the island does not show it
     }
     SessionStore::postChangeNotification();
+    return written;
 }
 
 void publishStart(const Run& run) {
@@ -92,8 +95,8 @@ void publishStart(const Run& run) {
 }
 
 /// What every kind of end has in common.
-void publishEnd(const Run& run, int exitCode, const std::function<void(SessionRecord&)>& step) {
-    publish(run, [&](SessionRecord& record) {
+bool publishEnd(const Run& run, int exitCode, const std::function<void(SessionRecord&)>& step) {
+    return publish(run, [&](SessionRecord& record) {
         record.exitCode = exitCode;
         record.stateSince = record.updatedAt = now();
         record.lastEvent = "exit";
@@ -103,9 +106,9 @@ void publishEnd(const Run& run, int exitCode, const std::function<void(SessionRe
     });
 }
 
-void publishExit(const Run& run, int status, const std::optional<std::string>& errorLine) {
+bool publishExit(const Run& run, int status, const std::optional<std::string>& errorLine) {
     constexpr int interrupted = 128 + SIGINT, terminated = 128 + SIGTERM;
-    publishEnd(run, status, [&](SessionRecord& record) {
+    return publishEnd(run, status, [&](SessionRecord& record) {
         if (status == 0) {
             record.state = SessionState::done;
             record.summary = run.commandLine;
@@ -166,21 +169,16 @@ void pump(FileDescriptor from, int to, bool isStderr, Output& output) {
 } // namespace
 
 int run(const std::vector<std::string>& command) {
-    SupervisedProcess child; // first of all: from here on signals are kept for the command
+    // First of all: from here on signals are kept for the command. Never deleted, as the output: the copying
+    // threads may outlive this function.
+    SupervisedProcess& child = *new SupervisedProcess;
+    Output& output = *new Output;
     const Run run(command);
-    Output& output = *new Output; // never deleted: the copying threads may outlive this function
     output.log = openLog(run);
     publishStart(run);
 
     Pipe standardOutput = Pipe::create(), standardError = Pipe::create();
     if (!standardOutput.readEnd || !standardError.readEnd) return failedToStart(run, errno);
-    const int error = child.start(command, standardOutput.writeEnd.get(), standardError.writeEnd.get());
-    BuildLogs::prune(keptLogDays,
-                     keptLogs + (output.log ? 1 : 0)); // while the command gets going; ours is the newest
-    if (error != 0) return failedToStart(run, error);
-    standardOutput.writeEnd.close();
-    standardError.writeEnd.close();
-
     const auto copy = [&](FileDescriptor from, int to, bool isStderr) {
         std::thread([&child, &output, to, isStderr, from = std::move(from)]() mutable {
             pump(std::move(from), to, isStderr, output);
@@ -188,8 +186,18 @@ int run(const std::vector<std::string>& command) {
             child.wake();
         }).detach();
     };
-    copy(std::move(standardOutput.readEnd), STDOUT_FILENO, false);
-    copy(std::move(standardError.readEnd), STDERR_FILENO, true);
+    try {
+        copy(std::move(standardOutput.readEnd), STDOUT_FILENO, false);
+        copy(std::move(standardError.readEnd), STDERR_FILENO, true);
+    } catch (const std::system_error& error) { // no more threads: the command would run without a reader
+        return failedToStart(run, error.code().value());
+    }
+    const int error = child.start(command, standardOutput.writeEnd.get(), standardError.writeEnd.get());
+    BuildLogs::prune(keptLogDays,
+                     keptLogs + (output.log ? 1 : 0)); // while the command gets going; ours is the newest
+    if (error != 0) return failedToStart(run, error);
+    standardOutput.writeEnd.close();
+    standardError.writeEnd.close();
 
     const int status = child.wait([&] { return output.openStreams == 0; });
     std::optional<std::string> errorLine;
@@ -197,9 +205,10 @@ int run(const std::vector<std::string>& command) {
         const std::lock_guard lock(output.mutex);
         output.scanner.finish();
         errorLine = output.scanner.best();
-        output.log.close();
     }
-    publishExit(run, status, errorLine);
+    // A disk that our own log filled: how the command ended is worth more than what it printed.
+    if (!publishExit(run, status, errorLine) && output.log && ::ftruncate(output.log.get(), 0) == 0)
+        publishExit(run, status, errorLine);
     return status;
 }
 

@@ -49,6 +49,7 @@ void run(const std::vector<std::string_view>& words) {
     const Options options = parse(words);
     if (options.statusLine) return StatusLine::run();
     if (!options.agent || !isAgent(*options.agent)) return;
+    std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow is an error of one write
     if (const auto payload = Files::readStream(STDIN_FILENO, maxPayload))
         AgentEvent::handle(payload->text(), *options.agent, options.startedBy, print);
 }

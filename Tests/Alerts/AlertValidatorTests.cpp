@@ -113,7 +113,7 @@ TEST(AlertValidator, OpensLocalPathsOnly) {
              {"/tmp/", "/tmp"},
              {"/private/tmp/x", "/private/tmp/x"},
              {"file:///tmp/a%20b?q#f", "/tmp/a b"},
-             {"FILE://LocalHost/tmp/x", "/tmp/x"},
+             {"FILE://localhost/tmp/x", "/tmp/x"},
              {"file://user@localhost:80/tmp/x", "/tmp/x"},
              {"file://server/tmp/x", notLocal},
              {"file:///tmp/%zz", notLocal},

@@ -60,6 +60,7 @@ TEST_F(SessionStoreTests, NamesFilesAfterTheSession) {
              {"e\u0301!\r\n", "claude-e\u0301__.json"}, // one "_" for a character, however many scalars
              {"👍🏽½\xFF", "claude-___.json"},
              {"", "claude-.json"},
+             {"\u0D4E/x", "claude-_x.json"}, // a letter that takes the next character along
          })
         EXPECT_EQ(fileURL(Source::claude, id, "/d").filename(), name) << id;
 }
@@ -212,7 +213,7 @@ TEST_F(SessionStoreTests, AFullDiskLeavesTheOldRecord) {
     const pid_t writer = inChild([&] {
         const rlimit limit{100, 100}; // bytes of any file
         ::setrlimit(RLIMIT_FSIZE, &limit);
-        ::signal(SIGXFSZ, SIG_IGN);
+        ::signal(SIGXFSZ, SIG_IGN); // as the programs do
         increment();
     });
     int status = -1;

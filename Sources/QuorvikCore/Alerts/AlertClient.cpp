@@ -2,6 +2,8 @@
 
 #include "QuorvikCore/Platform/LineSocket.h"
 
+#include <algorithm>
+
 namespace quorvik {
 
 using Kind = AlertOutcome::Kind;
@@ -47,6 +49,9 @@ namespace AlertClient {
 
 namespace {
 
+/// The longest wait for an app that listens but is too busy to take a connection.
+constexpr std::chrono::duration<double> connectLimit(1);
+
 constexpr LineSocket::ReadLimits replyLimits{
     .lineBytes = 4096, .chunkBytes = 1024, .silence = std::chrono::milliseconds(5000)};
 
@@ -85,7 +90,7 @@ AlertOutcome send(const AlertRequest& request, const std::string& socketPath,
                   std::chrono::duration<double> timeout) {
     const std::string line = printJSON(request.toJSON());
     if (line.size() >= AlertWire::maxLine) return {Kind::rejected, "too large"};
-    auto connected = LineSocket::connect(socketPath, timeout);
+    auto connected = LineSocket::connect(socketPath, std::min(timeout, connectLimit));
     if (const auto* failure = std::get_if<LineSocket::ConnectFailure>(&connected)) return outcomeOf(*failure);
     LineSocket& socket = std::get<LineSocket>(connected);
     if (!socket.sendLine(line)) return {Kind::notRunning, ""};

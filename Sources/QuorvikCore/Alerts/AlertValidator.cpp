@@ -95,7 +95,8 @@ AlertRequest make(std::span<const std::string> arguments, std::string_view home)
 
 AlertRequest make(std::string_view url, std::string_view home) {
     const auto parts = URL::parse(url);
-    if (!parts || parts->scheme != "quorvik" || parts->host != "alert" || !parts->query)
+    if (!parts || parts->scheme != "quorvik" || Unicode::lowercased(parts->host.value_or("")) != "alert" ||
+        !parts->query)
         reject("not a quorvik://alert link");
     RawFields fields;
     for (const URL::QueryItem& item : *parts->query) {

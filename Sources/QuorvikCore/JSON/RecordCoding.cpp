@@ -1,6 +1,7 @@
 #include "QuorvikCore/JSON/RecordCoding.h"
 
 #include <charconv>
+#include <cmath>
 #include <cstdlib>
 #include <limits>
 
@@ -20,6 +21,16 @@ std::string printJSON(const nlohmann::json& value) {
 }
 
 namespace RecordAccess {
+
+namespace {
+
+/// JSON has no infinity: 1e999 would be written back as something else.
+std::optional<double> finite(double value) {
+    if (!std::isfinite(value)) return std::nullopt;
+    return value;
+}
+
+} // namespace
 
 const nlohmann::json* member(const nlohmann::json& value, std::string_view key) {
     const auto found = value.find(key);
@@ -42,7 +53,7 @@ std::optional<bool> boolean(const nlohmann::json& value) {
 
 std::optional<double> number(const nlohmann::json& value) {
     if (!value.is_number()) return std::nullopt;
-    return value.get<double>();
+    return finite(value.get<double>());
 }
 
 std::optional<std::int64_t> integer(const nlohmann::json& value) {

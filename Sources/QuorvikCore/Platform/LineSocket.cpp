@@ -39,7 +39,9 @@ bool peerIsThisUser(int socket) {
 }
 
 timeval timevalOf(LineSocket::Seconds duration) {
-    const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(duration).count();
+    // To the system, nothing at all means "for ever".
+    const double bounded = std::clamp(duration.count(), 1e-6, 86'400.0);
+    const auto micros = static_cast<long long>(bounded * 1e6);
     timeval value;
     value.tv_sec = static_cast<decltype(value.tv_sec)>(micros / 1'000'000);
     value.tv_usec = static_cast<decltype(value.tv_usec)>(micros % 1'000'000);

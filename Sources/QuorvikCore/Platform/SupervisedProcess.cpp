@@ -5,9 +5,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <optional>
 #include <thread>
 
 namespace quorvik {
@@ -28,15 +28,26 @@ bool isIgnored(int signal) {
 
 void doNothing(int) {}
 
+/// A terminal sends these to the command as well.
+constexpr int fromTerminal[] = {SIGINT, SIGQUIT};
+/// Meant for the command when they are sent to us.
+constexpr int forwarded[] = {SIGTERM, SIGHUP, SIGALRM, SIGUSR1, SIGUSR2};
+
 } // namespace
 
-SupervisedProcess::SupervisedProcess()
-    : thread_(::pthread_self()), interruptWasIgnored_(isIgnored(SIGINT)),
-      childSignalWasIgnored_(isIgnored(SIGCHLD)) {
+SupervisedProcess::SupervisedProcess() : thread_(::pthread_self()) {
     sigemptyset(&served_);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD})
+    sigaddset(&served_, SIGCHLD);
+    for (const int signal : fromTerminal) {
         sigaddset(&served_, signal);
+        if (isIgnored(signal)) sigaddset(&originallyIgnored_, signal);
+    }
+    for (const int signal : forwarded)
+        sigaddset(&served_, signal);
+    for (const int signal : {SIGCHLD, SIGXFSZ})
+        if (isIgnored(signal)) sigaddset(&originallyIgnored_, signal);
     ::pthread_sigmask(SIG_BLOCK, &served_, &originalMask_);
+    setAction(SIGXFSZ, SIG_IGN); // a log that may not grow is an error of one write, not our end
     // A handler that is never called: macOS drops a blocked SIGCHLD at its default, and were it ignored (a
     // parent may leave it so) the kernel would discard the command's status.
     setAction(SIGCHLD, doNothing, SA_NOCLDSTOP);
@@ -71,12 +82,16 @@ int SupervisedProcess::start(const std::vector<std::string>& arguments, int stan
     }
     pid_ = child;
 
-    // An interrupt that came before the command existed is still held. One that came since reached the
-    // command through its process group too; twice does no harm.
+    // One that came before the command existed is still held. One that came since reached the command through
+    // its process group too; twice does no harm.
     sigset_t pending;
-    if (!interruptWasIgnored_ && ::sigpending(&pending) == 0 && sigismember(&pending, SIGINT) == 1)
-        ::kill(pid_, SIGINT);
-    setAction(SIGINT, SIG_IGN);
+    sigemptyset(&pending);
+    ::sigpending(&pending);
+    for (const int signal : fromTerminal) {
+        const bool wasIgnored = sigismember(&originallyIgnored_, signal) == 1;
+        if (!wasIgnored && sigismember(&pending, signal) == 1) ::kill(pid_, signal);
+        setAction(signal, SIG_IGN);
+    }
     return 0;
 }
 
@@ -87,7 +102,8 @@ void SupervisedProcess::becomeCommand(std::vector<char*>& words, int standardOut
                                       int errorReport) const {
     for (const int signal : {SIGINT, SIGTERM, SIGPIPE})
         setAction(signal, SIG_DFL);
-    setAction(SIGCHLD, childSignalWasIgnored_ ? SIG_IGN : SIG_DFL);
+    for (const int signal : {SIGCHLD, SIGXFSZ})
+        setAction(signal, sigismember(&originallyIgnored_, signal) == 1 ? SIG_IGN : SIG_DFL);
     if (::dup2(standardOutput, STDOUT_FILENO) >= 0 && ::dup2(standardError, STDERR_FILENO) >= 0) {
         ::pthread_sigmask(SIG_SETMASK, &originalMask_, nullptr);
         ::execvp(words[0], words.data());
@@ -111,22 +127,20 @@ bool SupervisedProcess::reap(int& status) {
 
 int SupervisedProcess::wait(const std::function<bool()>& outputDone) {
     int status = 0;
-    bool ended = reap(status);
+    bool ended = reap(status), toldToStop = false;
     while (!ended || !outputDone()) {
         int signal = 0;
         ::sigwait(&served_, &signal);
         if (!ended) ended = reap(status); // whatever came: a command that is gone cannot be told anything
-        if (signal != SIGTERM && signal != SIGHUP) continue;
-        if (!ended) {
-            ::kill(pid_, signal);
-        } else {
-            // Sent to the whole group perhaps, and only just after the command's death: what it wrote is
-            // still on its way through the pipes.
-            const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
-            while (!outputDone() && std::chrono::steady_clock::now() < deadline)
-                std::this_thread::sleep_for(std::chrono::milliseconds(5));
-            break;
-        }
+        toldToStop = toldToStop || signal == SIGTERM || signal == SIGHUP;
+        if (!ended && std::ranges::find(forwarded, signal) != std::end(forwarded)) ::kill(pid_, signal);
+        if (!ended || !toldToStop) continue;
+
+        // What the command wrote may still be on its way through the pipes.
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+        while (!outputDone() && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        break;
     }
     return status;
 }

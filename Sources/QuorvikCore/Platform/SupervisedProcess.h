@@ -13,13 +13,17 @@ namespace quorvik {
 /// standard input, descriptors, process group, signal mask and signal dispositions as this process found its
 /// own (SIGINT, SIGTERM and SIGPIPE at their defaults), and the signals meant for it reach it.
 ///
-///  1. The constructor holds back SIGINT, SIGTERM and SIGHUP, so that one that arrives before the command
-///  runs
-///     is kept for it. It must run before the first thread is started.
-///  2. start() starts the command. From then on SIGINT is ignored: a terminal sends it to the command as
-///  well.
-///  3. wait() forwards SIGTERM and SIGHUP until the command has ended. One thread reaps and forwards, so a
-///     signal never goes to a process number that has been given to somebody else.
+///  1. The constructor holds back the signals below, so that one that arrives before the command runs is kept
+///  for it.
+///  2. start() starts the command. From then on SIGINT and SIGQUIT are ignored: a terminal sends them to the
+///  command as
+///     well.
+///  3. wait() forwards SIGTERM, SIGHUP, SIGALRM, SIGUSR1 and SIGUSR2 until the command has ended. One thread
+///  reaps and
+///     forwards, so a signal never goes to a process number that has been given to somebody else.
+///
+/// SIGXFSZ is ignored: a file that may not grow must not end us. Signals are held back for the whole process
+/// if the constructor runs before the first thread is started.
 ///
 /// All but wake() are called on the constructing thread.
 class SupervisedProcess {
@@ -33,10 +37,10 @@ class SupervisedProcess {
     /// 0, or the system's error number when it could not be started.
     int start(const std::vector<std::string>& arguments, int standardOutput, int standardError);
 
-    /// Waits until the command has ended and `outputDone()` holds; it is asked again after every wake(). A
-    /// SIGTERM or SIGHUP that comes when the command is gone and only its output is still held open (by
-    /// something it left in the background) ends the wait within a second. Returns the command's exit code,
-    /// or 128 + the number of the signal that killed it.
+    /// Waits until the command has ended and `outputDone()` holds; it is asked again after every wake(). When
+    /// SIGTERM or SIGHUP came and the command is gone, whatever it left in the background may hold its output
+    /// open for another second at most. Returns the command's exit code, or 128 + the number of the signal
+    /// that killed it.
     int wait(const std::function<bool()>& outputDone);
 
     /// Makes wait() look again. From any thread.
@@ -51,8 +55,7 @@ class SupervisedProcess {
     pid_t pid_ = 0; ///< 0 before the start and once the command is reaped
     sigset_t served_{};
     sigset_t originalMask_{};
-    bool interruptWasIgnored_ = false;
-    bool childSignalWasIgnored_ = false;
+    sigset_t originallyIgnored_{};
 };
 
 } // namespace quorvik

@@ -10,6 +10,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <limits>
 
 namespace quorvik::SessionStore {
@@ -69,8 +70,10 @@ Path fileURL(Source source, std::string_view sessionID, const Path& folder) {
     for (std::string_view rest = identifier; !rest.empty();) {
         const std::string_view character = Unicode::takeCharacter(rest);
         const char32_t scalar = Unicode::firstScalar(character).value;
-        const bool stays =
+        // A few letters take what follows them into their character: no slash may pass that way.
+        const bool isWord =
             Unicode::isLetter(scalar) || Unicode::isDigit(scalar) || character == "-" || character == "_";
+        const bool stays = isWord && character.find('/') == std::string_view::npos;
         name += stays ? character : "_";
     }
     return folder / (name + ".json");
@@ -89,7 +92,9 @@ void update(Source source, std::string_view sessionID, const Path& folder,
 void write(const SessionRecord& record, const Path& file) {
     const Path temporary =
         file.parent_path() / ("." + file.filename().string() + "." + std::to_string(::getpid()) + ".tmp");
-    Files::replace(file, printJSON(record.toJSON()), temporary, ownerOnly);
+    const std::string text = printJSON(record.toJSON());
+    if (text.size() > maxFileSize) throw FileError("write a record that nobody would read to", file, EFBIG);
+    Files::replace(file, text, temporary, ownerOnly);
 }
 
 LoadResult load(const Path& file) {

@@ -67,7 +67,8 @@ Path fileURL(Source source, std::string_view sessionID, const Path& folder);
 void update(Source source, std::string_view sessionID, const Path& folder,
             const std::function<void(std::optional<SessionRecord>& record)>& mutate);
 
-/// Replaces one file by the record in one step, permissions 0600. Takes no lock. Throws FileError.
+/// Replaces one file by the record in one step, permissions 0600. Takes no lock. Throws FileError, also for a
+/// record that would be larger than maxFileSize.
 void write(const SessionRecord& record, const Path& file);
 
 LoadResult load(const Path& file);

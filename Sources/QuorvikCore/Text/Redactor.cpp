@@ -14,6 +14,7 @@ namespace {
 
 constexpr std::string_view mask = "***";
 constexpr std::size_t maxCharacters = 80;
+constexpr std::size_t maxBytes = 4096; // a character may be made of any number of them
 constexpr std::size_t minTokenLength = 21;
 constexpr double minSecretEntropy = 3.5; // bits per character
 
@@ -145,6 +146,7 @@ std::string redact(std::string_view text, std::optional<std::string_view> projec
     line = replaceHighEntropy(line);
     if (Unicode::characterCount(line, maxCharacters + 1) > maxCharacters)
         line = std::string(Unicode::firstCharacters(line, maxCharacters - 1)) + "…";
+    if (line.size() > maxBytes) line = Unicode::repaired(std::string_view(line).substr(0, maxBytes));
     return line;
 }
 

@@ -8,7 +8,8 @@
 /// line, short, paths made short, and no credential left readable.
 namespace quorvik::Redactor {
 
-/// The display-safe form of `text`: at most 80 characters, without line breaks and tabs, always valid UTF-8.
+/// The display-safe form of `text`: at most 80 characters (and some kilobytes), without line breaks and tabs,
+/// always valid UTF-8.
 ///  - Paths below `projectDir` become relative, paths below the user's home folder begin with "~/".
 ///  - Values of secret-looking options, of authorization headers and of every NAME=value assignment, and
 ///  tokens in the

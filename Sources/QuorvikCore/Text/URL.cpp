@@ -52,9 +52,7 @@ std::optional<std::string> hostOf(std::string_view authority) {
     if (port != std::string_view::npos &&
         authority.find_first_not_of("0123456789", port + 1) == std::string_view::npos)
         authority = authority.substr(0, port);
-    const auto host = percentDecoded(authority);
-    if (!host) return std::nullopt;
-    return Unicode::lowercased(*host);
+    return percentDecoded(authority);
 }
 
 std::optional<std::vector<URL::QueryItem>> queryItems(std::string_view query) {

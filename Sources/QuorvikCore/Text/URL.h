@@ -16,7 +16,7 @@ struct URL {
     };
 
     std::string scheme;              ///< lower-cased
-    std::optional<std::string> host; ///< lower-cased, without user and port; absent when there is no "//"
+    std::optional<std::string> host; ///< without user and port; absent when there is no "//"
     std::string path;
     std::optional<std::vector<QueryItem>> query; ///< absent when there is no "?"
 
