@@ -43,11 +43,25 @@ bool isControl(char c) {
     return static_cast<unsigned char>(c) < 0x20 && c != '\n' && c != '\t';
 }
 
+/// Whether one of the words stands around a pair of bytes that may belong to one.
+bool isWordAt(std::string_view text, std::size_t pair) {
+    const auto standsAt = [&](std::size_t offset, std::string_view word) {
+        if (pair < offset) return false;
+        const std::string_view there = text.substr(pair - offset, word.size());
+        return std::ranges::equal(there, word, {}, lower);
+    };
+    switch (lower(text[pair])) {
+    case 'r': return standsAt(1, "error");
+    case 'f': return standsAt(0, "fail") || standsAt(0, "fatal");
+    case 's': return standsAt(1, "assertion");
+    default: return text.substr(pair, 3) == "✖" || text.substr(pair, 3) == "✗";
+    }
+}
+
 bool isTellingPair(char a, char b) {
-    return (lower(a) == 'r' && lower(b) == 'r') || // error
-           (lower(a) == 'f' && lower(b) == 'a') || // failed, fatal, fail
-           (lower(a) == 's' && lower(b) == 's') || // assertion
-           (a == '\xE2' && b == '\x9C');           // ✖ ✗
+    const unsigned char x = lower(a), y = lower(b);
+    return (x == 'r' && y == 'r') || (x == 'f' && y == 'a') || (x == 's' && y == 's') ||
+           (a == '\xE2' && b == '\x9C');
 }
 
 constexpr std::size_t blockSize = 64;
@@ -67,7 +81,7 @@ bool blockHasTellingByte(const char* block) {
     return hits != 0;
 }
 
-/// Where the next byte, or pair of bytes, is that an error line may have.
+/// Where the next control character, or word, is that an error line may have.
 std::size_t findTellingByte(std::string_view text, std::size_t from) {
     while (from + 1 < text.size()) {
         if (from + blockSize < text.size() && !blockHasTellingByte(text.data() + from)) {
@@ -76,7 +90,8 @@ std::size_t findTellingByte(std::string_view text, std::size_t from) {
         }
         const std::size_t end = std::min(from + blockSize, text.size() - 1);
         for (; from < end; ++from) {
-            if (isControl(text[from]) || isTellingPair(text[from], text[from + 1])) return from;
+            if (isControl(text[from])) return from;
+            if (isTellingPair(text[from], text[from + 1]) && isWordAt(text, from)) return from;
         }
     }
     return npos;
@@ -89,13 +104,29 @@ bool containsErrorWord(std::string_view lowered) {
     return lowered.starts_with("fail ");
 }
 
-/// False only when the line cannot look like an error, whatever cleaning does to it.
-bool mayLookLikeError(std::string_view line) {
-    if (std::ranges::any_of(line, isControl)) return true;
-    std::string lowered(line);
-    std::ranges::transform(lowered, lowered.begin(),
-                           [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; });
-    return containsErrorWord(lowered) || lowered.find("fail ") != npos;
+/// False only when the line cannot look like an error, whatever cleaning does to it. Cleans roughly, byte by
+/// byte: what is left holds all that a thorough cleaning leaves, in one piece, and perhaps more.
+bool mayLookLikeError(std::string_view line, std::string& scratch) {
+    const auto isASCII = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+    scratch.clear();
+    for (std::size_t at = 0; at < line.size(); ++at) {
+        const char c = line[at];
+        if (c == escape) {
+            // The characters of a control sequence, unless they are made of more than a byte: then better
+            // look closely.
+            bool inSequence = at + 1 < line.size() && line[at + 1] == '[';
+            ++at;
+            while (inSequence && ++at < line.size()) {
+                if (!isASCII(line[at])) return true;
+                inSequence = line[at] < '@' || line[at] > '~';
+            }
+            if ((at < line.size() && !isASCII(line[at])) || (at + 1 < line.size() && !isASCII(line[at + 1])))
+                return true;
+        } else if (!isControl(c)) {
+            scratch += c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+        }
+    }
+    return containsErrorWord(scratch) || scratch.find("fail ") != npos;
 }
 
 /// The length of the text without a UTF-8 sequence that its end cuts off.
@@ -175,12 +206,13 @@ void ErrorScanner::scanCompleteLines(std::string_view lines, bool isStderr) {
             start = end + 1;
         }
     }
+    std::string scratch;
     for (std::size_t at = 0; !firstError && (at = findTellingByte(lines, at)) != npos;) {
         const std::size_t before = findLastLineFeed(lines, at + 1);
         const std::size_t start = before == npos ? 1 : before + 1;
         const std::size_t end = findLineFeed(lines, at);
         const std::string_view line = lines.substr(start, end - start);
-        if (mayLookLikeError(line)) {
+        if (mayLookLikeError(line, scratch)) {
             if (std::string cleaned = clean(line); looksLikeError(cleaned)) firstError = std::move(cleaned);
         }
         at = end;
