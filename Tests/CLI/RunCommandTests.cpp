@@ -257,6 +257,62 @@ TEST_F(RunCommandTests, WaitsForWhatHoldsTheOutputUntilToldToStop) {
     EXPECT_EQ(::kill(left, SIGKILL), 0); // it was not sent the signal
 }
 
+TEST_F(RunCommandTests, EndsSoonAfterItWasToldTo) {
+    // The shell dies of the signal; what it had started holds the output open.
+    Program program(supervised(sh("echo ready; sleep 100; echo over")));
+    EXPECT_EQ(program.readLine(), "ready");
+    const auto start = std::chrono::steady_clock::now();
+    ::kill(program.pid(), SIGTERM);
+    EXPECT_EQ(program.finish().status, 143);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
+    EXPECT_EQ(takeRecord().state, SessionState::ended);
+}
+
+TEST_F(RunCommandTests, OtherSignalsAreTheCommandsToo) {
+    for (const int signal : {SIGQUIT, SIGALRM, SIGUSR1, SIGUSR2}) {
+        Program program(
+            supervised(
+                sh("trap 'echo told; exit 6' QUIT ALRM USR1 USR2; echo ready; while :; do read x; done")),
+            [] { ::setpgid(0, 0); });
+        EXPECT_EQ(program.readLine(), "ready");
+        ::kill(signal == SIGQUIT ? -program.pid() : program.pid(), signal); // Ctrl-\ goes to the whole group
+        EXPECT_EQ(program.readLine(), "told");
+        EXPECT_EQ(program.finish().status, 6);
+        takeRecord();
+    }
+}
+
+TEST_F(RunCommandTests, WithoutThreadsThereIsNoCommand) {
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "the limit is counted per user, and root can take one that nobody uses";
+    for (const auto& folder : {home, support})
+        std::filesystem::create_directories(folder), ::chmod(folder.c_str(), 0777);
+    const auto result = run(sh("echo ran"), "", [] {
+        const rlimit limit{1, 1}; // processes and threads
+        ::setrlimit(RLIMIT_NPROC, &limit);
+        ASSERT_EQ(::setuid(64321), 0);
+    });
+    EXPECT_EQ(result.status, 127);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.errors, "quorvik: sh: Resource temporarily unavailable\n");
+}
+
+TEST_F(RunCommandTests, KeepsTheLogsOfAWeekAndTellsTheApp) {
+    const auto now = std::filesystem::file_time_type::clock::now();
+    for (int age = 1; age <= 55; ++age)
+        std::filesystem::last_write_time(write("support/logs/" + std::to_string(age) + ".log", ""),
+                                         now - std::chrono::hours(age));
+    std::filesystem::last_write_time(write("support/logs/3.log", ""), now - std::chrono::hours(24 * 8));
+    EXPECT_EQ(run({"true"}).status, 0);
+    const auto names = namesIn(support / "logs");
+    EXPECT_EQ(names.size(), 51u); // fifty, and its own
+    EXPECT_EQ(std::ranges::count(names, "3.log"), 0);
+    EXPECT_EQ(std::ranges::count(names, "51.log"), 1);
+#ifdef __linux__
+    EXPECT_TRUE(std::filesystem::exists(support / "com.quorvik.state-changed"));
+#endif
+}
+
 TEST_F(RunCommandTests, AFullDiskDoesNotConcernTheCommand) {
     const auto full = [] {
         const rlimit limit{100, 100}; // bytes of any file

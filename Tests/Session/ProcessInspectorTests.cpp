@@ -38,7 +38,7 @@ TEST_F(ProcessInspectorTests, KnowsItself) {
     const double now =
         std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
     EXPECT_LT(self->startTime, now + 1);
-    EXPECT_GT(self->startTime, now - 3600);
+    EXPECT_GT(self->startTime, now - 86400); // somebody may be looking with a debugger
     EXPECT_FALSE(info(-1));
     EXPECT_FALSE(info(0x7FFFFFFF));
 }

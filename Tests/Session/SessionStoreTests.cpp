@@ -111,6 +111,7 @@ TEST_F(SessionStoreTests, TellsBadFilesApart) {
     }
     std::filesystem::create_directory(sessions / "folder.json");
     ASSERT_EQ(::mkfifo((sessions / "pipe.json").c_str(), 0600), 0);
+    EXPECT_EQ(load(sessions / "pipe.json").value.index(), 2u); // and does not wait for a writer
     std::filesystem::create_symlink("nowhere", sessions / "dangling.json");
     for (const char* ignored :
          {".claude-s.json.1.tmp", ".hidden.json", "claude-x.json.lock", "notes.txt", "json"})
@@ -200,6 +201,9 @@ TEST_F(SessionStoreTests, AWaitingWriterSurvivesTheRemovalOfItsLockFile) {
     {
         const FileLock lock = FileLock::acquire(lockFile);
         waiting = std::thread([&] { increment(); });
+#ifdef __linux__
+        testing::eventually([] { return contentOf("/proc/locks").find("-> FLOCK") != std::string::npos; });
+#endif
         std::filesystem::remove(lockFile); // as remove() does while it holds the lock
     }
     waiting.join();
@@ -223,6 +227,15 @@ TEST_F(SessionStoreTests, AFullDiskLeavesTheOldRecord) {
     EXPECT_EQ(namesIn(sessions), (std::vector<std::string>{"claude-s.json", "claude-s.json.lock"}));
 }
 
+TEST_F(SessionStoreTests, WritesNothingThatNobodyWouldRead) {
+    increment();
+    EXPECT_THROW(
+        update(Source::claude, "s", sessions,
+               [](std::optional<SessionRecord>& record) { record->summary = std::string(maxFileSize, 'x'); }),
+        FileError);
+    EXPECT_EQ(count(), 1);
+}
+
 TEST_F(SessionStoreTests, SaysWhatWentWrong) {
     write("support", "a file in the way");
     try {
@@ -244,6 +257,10 @@ TEST_F(SessionStoreTests, ANotificationTouchesAFile) {
     std::filesystem::last_write_time(file, past);
     postChangeNotification();
     EXPECT_GT(std::filesystem::last_write_time(file), past);
+
+    std::filesystem::remove(file);
+    ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
+    postChangeNotification(); // whatever stands there, nobody waits
 }
 #endif
 
