@@ -1,5 +1,6 @@
 #include "quorvik_cli/RunCommand.h"
 
+#include "quorvik_cli/CommandSession.h"
 #include "quorvik_cli/Diagnostics.h"
 
 #include "QuorvikCore/Activity/BuildLogs.h"
@@ -10,7 +11,6 @@
 #include "QuorvikCore/Platform/SupervisedProcess.h"
 #include "QuorvikCore/Session/ProcessInspector.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
-#include "QuorvikCore/Session/SessionStore.h"
 #include "QuorvikCore/Text/Redactor.h"
 
 #include <unistd.h>
@@ -29,24 +29,13 @@ namespace {
 constexpr int keptLogDays = 7;
 constexpr int keptLogs = 50;
 
-Date now() {
-    return std::chrono::system_clock::now();
-}
-
-std::string joined(const std::vector<std::string>& words) {
-    std::string line;
-    for (const std::string& word : words)
-        line += (line.empty() ? "" : " ") + word;
-    return line;
-}
-
 /// What is fixed once, at the start, for the life of the command.
 struct Run {
     explicit Run(const std::vector<std::string>& command_)
-        : command(command_), startedAt(now()), sessionID("run-" + Platform::newUUID().substr(0, 8)),
-          commandLine(Redactor::redact(joined(command_))), logPath(BuildLogs::logURL(sessionID)) {
-        std::error_code ignored;
-        cwd = std::filesystem::current_path(ignored).string();
+        : command(command_), startedAt(CommandSession::now()),
+          sessionID("run-" + Platform::newUUID().substr(0, 8)),
+          commandLine(Redactor::redact(CommandSession::commandLine(command_))),
+          logPath(BuildLogs::logURL(sessionID)), cwd(CommandSession::currentFolder()) {
         const auto process = ProcessInspector::agentProcess(::getpid());
         if (process && process->pid == ::getpid()) pidStartTime = process->startTime;
         host = HostInfo::fromEnvironment(Platform::environment(), process ? process->tty : std::nullopt);
@@ -62,22 +51,8 @@ struct Run {
     std::optional<double> pidStartTime;
 };
 
-/// Applies one step to the session's record and tells the app. False when it could not be written, from
-/// which the command never suffers.
 bool publish(const Run& run, const std::function<void(SessionRecord&)>& step) {
-    bool written = true;
-    try {
-        SessionStore::update(Source::build, run.sessionID, QuorvikPaths::sessionsDirectory(),
-                             [&](std::optional<SessionRecord>& record) {
-                                 if (!record)
-                                     record.emplace(Source::build, run.sessionID, run.cwd, run.startedAt);
-                                 step(*record);
-                             });
-    } catch (const std::exception&) {
-        written = false; // then the island does not show it
-    }
-    SessionStore::postChangeNotification();
-    return written;
+    return CommandSession::publish(run.sessionID, run.cwd, run.startedAt, step);
 }
 
 void publishStart(const Run& run) {
@@ -98,7 +73,7 @@ void publishStart(const Run& run) {
 bool publishEnd(const Run& run, int exitCode, const std::function<void(SessionRecord&)>& step) {
     return publish(run, [&](SessionRecord& record) {
         record.exitCode = exitCode;
-        record.stateSince = record.updatedAt = now();
+        record.stateSince = record.updatedAt = CommandSession::now();
         record.lastEvent = "exit";
         record.pid.reset();
         record.pidStartTime.reset();
@@ -107,7 +82,6 @@ bool publishEnd(const Run& run, int exitCode, const std::function<void(SessionRe
 }
 
 bool publishExit(const Run& run, int status, const std::optional<std::string>& errorLine) {
-    constexpr int interrupted = 128 + SIGINT, terminated = 128 + SIGTERM;
     return publishEnd(run, status, [&](SessionRecord& record) {
         if (status == 0) {
             record.state = SessionState::done;
@@ -115,9 +89,7 @@ bool publishExit(const Run& run, int status, const std::optional<std::string>& e
             record.detail.reset();
             return;
         }
-        // A command that exits with these numbers by itself says the same.
-        const bool stopped = status == interrupted || status == terminated;
-        record.state = stopped ? SessionState::ended : SessionState::failed;
+        record.state = CommandSession::wasStopped(status) ? SessionState::ended : SessionState::failed;
         record.summary = Redactor::redact(errorLine.value_or("exit " + std::to_string(status)));
         record.detail = run.commandLine;
     });

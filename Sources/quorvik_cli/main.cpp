@@ -1,5 +1,6 @@
 #include "quorvik_cli/Diagnostics.h"
 #include "quorvik_cli/RunCommand.h"
+#include "quorvik_cli/ShellCommand.h"
 
 #include "QuorvikCore/Alerts/AlertClient.h"
 #include "QuorvikCore/Alerts/AlertValidator.h"
@@ -34,7 +35,10 @@ int dispatch(std::vector<std::string> words) {
     if (words.empty()) return usage();
     const std::string name = words.front();
     words.erase(words.begin());
-    if (name == "shell") return exitSuccess; // whatever it is told, a prompt must not suffer
+    if (name == "shell") {
+        ShellCommand::runShellEvent(words);
+        return exitSuccess; // whatever it was told, a prompt must not suffer
+    }
     if (name == "alert") return alert(words);
     if (name != "run") return usage();
     if (!words.empty() && words.front() == "--") words.erase(words.begin());

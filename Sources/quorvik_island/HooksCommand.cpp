@@ -2,7 +2,7 @@
 
 #include "quorvik_island/Arguments.h"
 #include "quorvik_island/Console.h"
-#include "quorvik_island/HookProgram.h"
+#include "quorvik_island/ProgramPath.h"
 
 #include "QuorvikCore/Agents/AgentDetection.h"
 #include "QuorvikCore/Install/HookInstaller.h"
@@ -125,7 +125,7 @@ Action actionNamed(const std::string& name) {
 
 int run(std::span<const std::string> commandLine) {
     constexpr std::array<std::string_view, 2> flags = {"--all", "--json"};
-    constexpr std::array<std::string_view, 1> valueOptions = {HookProgram::option};
+    constexpr std::array<std::string_view, 1> valueOptions = {hookProgram.option};
     const Arguments arguments = Arguments::parse(commandLine, flags, valueOptions);
     Console console(arguments.has("--json"));
     if (arguments.has("--help")) return printHelp(help);
@@ -138,9 +138,9 @@ int run(std::span<const std::string> commandLine) {
         console.fail("no coding agent has a configuration folder in " + QuorvikPaths::home().string() +
                      "; name one, or say --all");
     } else if (action == Action::install) {
-        hookPath = HookProgram::runnablePath(arguments);
+        hookPath = hookProgram.runnableOf(arguments);
     } else {
-        hookPath = HookProgram::path(arguments);
+        hookPath = hookProgram.of(arguments);
     }
 
     nlohmann::json results = nlohmann::json::array();

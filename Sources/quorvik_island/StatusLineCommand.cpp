@@ -2,7 +2,7 @@
 
 #include "quorvik_island/Arguments.h"
 #include "quorvik_island/Console.h"
-#include "quorvik_island/HookProgram.h"
+#include "quorvik_island/ProgramPath.h"
 
 #include "QuorvikCore/Install/StatusLineInstaller.h"
 
@@ -35,7 +35,7 @@ FileChange apply(const std::string& action, const HookTarget& target, const Argu
     const auto original = StatusLineInstaller::originalFile();
     if (action == "status") return {};
     if (action == "install")
-        return StatusLineInstaller::install(target, HookProgram::runnablePath(arguments), original);
+        return StatusLineInstaller::install(target, hookProgram.runnableOf(arguments), original);
     if (action != "uninstall") throw UsageError("statusline: unknown action " + action);
     const Status before = StatusLineInstaller::status(target);
     if (before.kind == Status::Kind::unreadable) throw EditError(before.why);
@@ -46,7 +46,7 @@ FileChange apply(const std::string& action, const HookTarget& target, const Argu
 
 int run(std::span<const std::string> commandLine) {
     constexpr std::array<std::string_view, 1> flags = {"--json"};
-    constexpr std::array<std::string_view, 1> valueOptions = {HookProgram::option};
+    constexpr std::array<std::string_view, 1> valueOptions = {hookProgram.option};
     const Arguments arguments = Arguments::parse(commandLine, flags, valueOptions);
     Console console(arguments.has("--json"));
     if (arguments.has("--help")) return printHelp(help);

@@ -1,6 +1,7 @@
 #include "quorvik_island/Arguments.h"
 #include "quorvik_island/Console.h"
 #include "quorvik_island/HooksCommand.h"
+#include "quorvik_island/ShellIntegrationCommand.h"
 #include "quorvik_island/StatusLineCommand.h"
 
 #include "QuorvikCore/Platform/FileDescriptor.h"
@@ -21,6 +22,7 @@ constexpr std::string_view help =
 Quorvik's settings, in a terminal.
 
   hooks        connect coding agents with Quorvik, or disconnect them
+  shell        let zsh report long commands
   statusline   let Quorvik draw Claude Code's status line
 
 `quorvik-island <command> --help` says more. Results go to standard output, failures to standard error.
@@ -38,6 +40,7 @@ struct Command {
 
 constexpr Command commands[] = {
     {"hooks", HooksCommand::run},
+    {"shell", ShellIntegrationCommand::run},
     {"statusline", StatusLineCommand::run},
 };
 

@@ -1,10 +1,10 @@
 #include "QuorvikCore/Alerts/AlertValidator.h"
 
+#include "QuorvikCore/Text/Number.h"
 #include "QuorvikCore/Text/URL.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
-#include <charconv>
 
 namespace quorvik::AlertValidator {
 
@@ -26,14 +26,9 @@ std::string_view trimmed(std::string_view text) {
 }
 
 std::int64_t parseTTL(std::string_view raw) {
-    std::string_view digits = trimmed(raw);
-    if (digits.starts_with('+') && !digits.starts_with("+-")) digits.remove_prefix(1);
-    std::int64_t seconds = 0;
-    const auto end = digits.data() + digits.size();
-    const auto parsed = std::from_chars(digits.data(), end, seconds);
-    if (parsed.ec != std::errc() || parsed.ptr != end || seconds < 0 || seconds > maxTTL)
-        reject("ttl must be 0 to 86400 seconds");
-    return seconds;
+    const auto seconds = Number::integer<std::int64_t>(trimmed(raw));
+    if (!seconds || *seconds < 0 || *seconds > maxTTL) reject("ttl must be 0 to 86400 seconds");
+    return *seconds;
 }
 
 /// What "^[A-Za-z][A-Za-z0-9+.-]*:" matches at the start of the text.

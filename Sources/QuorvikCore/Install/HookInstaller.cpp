@@ -3,6 +3,7 @@
 #include "QuorvikCore/Install/HookFormat.h"
 #include "QuorvikCore/Platform/Files.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
+#include "QuorvikCore/Text/ShellQuoting.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
@@ -54,14 +55,8 @@ UserFileEdit::Options options(const HookTarget& target) {
 } // namespace
 
 std::string command(Source source, std::string_view hookPath) {
-    std::string line = std::string(QuorvikPaths::managedMarker) + " '";
-    for (const char byte : hookPath) {
-        if (byte == '\'')
-            line += "'\\''";
-        else
-            line += byte;
-    }
-    line += "' --source " + std::string(rawValue(source));
+    std::string line = std::string(QuorvikPaths::managedMarker) + " " + shellQuoted(hookPath) + " --source " +
+                       std::string(rawValue(source));
     if (knowsItsProcess(source)) line += " --ppid \"$PPID\"";
     return line;
 }

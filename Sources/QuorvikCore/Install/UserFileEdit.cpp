@@ -1,5 +1,6 @@
 #include "QuorvikCore/Install/UserFileEdit.h"
 
+#include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/Files.h"
 #include "QuorvikCore/Platform/UserFile.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
@@ -14,6 +15,20 @@ namespace quorvik {
 
 namespace UserFileEdit {
 
+namespace {
+
+std::optional<std::filesystem::path> backedUp(std::string_view content, const Options& options) {
+    if (options.backupName.empty()) return std::nullopt;
+    try {
+        return Backups::save(options.backupName, content);
+    } catch (const FileError&) {
+        if (!options.backupIsOptional) throw;
+        return std::nullopt;
+    }
+}
+
+} // namespace
+
 Content read(const std::filesystem::path& file) {
     return UserFile::read(file, maxFileSize).content();
 }
@@ -26,8 +41,7 @@ FileChange edit(const std::filesystem::path& file, const std::function<Decision(
         const Decision decision = decide(found.content());
         if (decision.kind == Decision::Kind::keep) return {};
         FileChange change{true, std::nullopt};
-        if (found.content() && !options.backupName.empty())
-            change.backup = Backups::save(options.backupName, *found.content());
+        if (found.content()) change.backup = backedUp(*found.content(), options);
         if (options.beforeWrite) options.beforeWrite();
         const bool done =
             decision.kind == Decision::Kind::remove ? found.remove() : found.replace(decision.text);

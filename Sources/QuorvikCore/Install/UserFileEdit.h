@@ -53,6 +53,8 @@ struct Options {
     /// Name that the file's backups begin with (Backups::save); empty for none. A file that does not exist
     /// yet needs none.
     std::string backupName;
+    /// Whether the edit goes on without a backup when there can be none; otherwise that failure ends it.
+    bool backupIsOptional = false;
     /// Runs after the backup and before the file is touched; what it throws ends the edit.
     std::function<void()> beforeWrite;
 };

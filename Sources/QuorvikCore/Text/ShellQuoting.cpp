@@ -1,0 +1,16 @@
+#include "QuorvikCore/Text/ShellQuoting.h"
+
+namespace quorvik {
+
+std::string shellQuoted(std::string_view text) {
+    std::string quoted = "'";
+    for (const char byte : text) {
+        if (byte == '\'')
+            quoted += R"('\'')";
+        else
+            quoted += byte;
+    }
+    return quoted += '\'';
+}
+
+} // namespace quorvik

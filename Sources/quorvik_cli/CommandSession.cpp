@@ -1,0 +1,46 @@
+#include "quorvik_cli/CommandSession.h"
+
+#include "QuorvikCore/Session/QuorvikPaths.h"
+#include "QuorvikCore/Session/SessionStore.h"
+
+#include <csignal>
+
+namespace quorvik::CommandSession {
+
+Date now() {
+    return std::chrono::system_clock::now();
+}
+
+std::string commandLine(std::span<const std::string> words) {
+    std::string line;
+    for (std::size_t index = 0; index < words.size(); ++index)
+        line += (index == 0 ? "" : " ") + words[index];
+    return line;
+}
+
+std::string currentFolder() {
+    std::error_code unknown;
+    return std::filesystem::current_path(unknown).string();
+}
+
+bool wasStopped(int status) {
+    return status == 128 + SIGINT || status == 128 + SIGTERM;
+}
+
+bool publish(const std::string& sessionID, const std::string& cwd, Date now,
+             const std::function<void(SessionRecord&)>& step) {
+    bool written = true;
+    try {
+        SessionStore::update(Source::build, sessionID, QuorvikPaths::sessionsDirectory(),
+                             [&](std::optional<SessionRecord>& record) {
+                                 if (!record) record.emplace(Source::build, sessionID, cwd, now);
+                                 step(*record);
+                             });
+    } catch (const std::exception&) {
+        written = false; // then the island does not show it
+    }
+    SessionStore::postChangeNotification();
+    return written;
+}
+
+} // namespace quorvik::CommandSession

@@ -1,0 +1,26 @@
+#include "quorvik_island/ProgramPath.h"
+
+#include "QuorvikCore/Install/UserFileEdit.h"
+#include "QuorvikCore/Platform/Environment.h"
+#include "QuorvikCore/Platform/Files.h"
+
+namespace quorvik {
+
+std::string ProgramPath::of(const Arguments& arguments) const {
+    if (const auto chosen = arguments.values.find(option); chosen != arguments.values.end())
+        return std::filesystem::absolute(chosen->second).lexically_normal().string();
+    const auto usual = std::filesystem::absolute(installed());
+    const auto running = Platform::runningProgram();
+    if (Files::isExecutable(usual) || running.empty()) return usual.string();
+    return (running.parent_path() / name).string();
+}
+
+std::string ProgramPath::runnableOf(const Arguments& arguments) const {
+    std::string program = of(arguments);
+    if (!Files::isExecutable(program))
+        throw EditError("there is no " + std::string(what) + " at " + program + "; name one with " +
+                        std::string(option));
+    return program;
+}
+
+} // namespace quorvik
