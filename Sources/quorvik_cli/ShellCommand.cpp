@@ -8,6 +8,7 @@
 #include "QuorvikCore/Shell/ShellCommandFilter.h"
 #include "QuorvikCore/Text/Number.h"
 #include "QuorvikCore/Text/Redactor.h"
+#include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
 #include <map>
@@ -18,6 +19,7 @@ namespace {
 
 constexpr std::string_view startEvent = "shell-start";
 constexpr std::string_view endEvent = "shell-end";
+constexpr std::size_t longestTool = 80; // characters; a "word" of pasted data must not fill the record
 
 struct Options {
     std::map<std::string, std::string, std::less<>> values; ///< by name, without dashes; the last counts
@@ -78,11 +80,15 @@ std::string_view commandWord(std::string_view commandLine) {
     return word == words.end() ? commandLine : *word;
 }
 
+std::string toolName(std::string_view commandLine) {
+    const std::string name = Files::lastComponent(commandWord(commandLine));
+    return std::string(Unicode::firstCharacters(name, longestTool));
+}
+
 /// What the record shows of the command.
 struct Shown {
     explicit Shown(const std::string& line)
-        : provider(ShellCommandFilter::deployProvider(line)),
-          tool(provider ? "Deploy" : Files::lastComponent(commandWord(line))),
+        : provider(ShellCommandFilter::deployProvider(line)), tool(provider ? "Deploy" : toolName(line)),
           commandLine(Redactor::redact(line)) {}
 
     std::string summary() const { return provider ? std::string(*provider) : commandLine; }

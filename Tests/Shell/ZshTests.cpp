@@ -1,0 +1,247 @@
+#include "Tests/Support/Program.h"
+#include "Tests/Support/TemporaryHome.h"
+#include "Tests/Support/Terminal.h"
+
+#include "QuorvikCore/Install/ShellIntegration.h"
+#include "QuorvikCore/Session/SessionStore.h"
+#include "QuorvikCore/Text/Redactor.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <memory>
+
+namespace quorvik {
+
+using testing::contentOf;
+using testing::eventually;
+using testing::namesIn;
+using testing::Program;
+using testing::Terminal;
+
+/// The integration as people have it: installed, in a real zsh on a terminal, with a minimum of one second.
+/// The tool that it calls notes each call and hands it to the real one. Long commands wait at a gate (a named
+/// pipe) for the test to open it.
+class ZshTests : public testing::TemporaryHome {
+  protected:
+    ZshTests() : log(home / "calls") {
+        ::unsetenv("ZDOTDIR");
+        ::mkfifo((home / "gate").c_str(), 0600);
+        tool = write("a 'quoted' \"tool\" $x `y`/quorvik",
+                     "#!/bin/sh\nprintf '%s\\0' CALL \"$@\" >>" + log.string() + "\n" +
+                         testing::programPath("quorvik") + " \"$@\"\nprintf '%s\\0' DONE >>" + log.string() +
+                         "\n");
+        ::chmod(tool.c_str(), 0755);
+        write(".zshrc", "PS1='@%?@ '\nunsetopt prompt_cr prompt_sp\n");
+    }
+
+    void install() const {
+        ShellIntegration::install(tool.native(), 1, ShellIntegration::zshrcURL(),
+                                  ShellIntegration::scriptURL());
+    }
+
+    std::unique_ptr<Terminal> newShell() const {
+        auto shell = std::make_unique<Terminal>(std::vector<std::string>{"zsh"}, [this] {
+            ::setenv("TERM", "dumb", 1);
+            if (::chdir(home.c_str()) != 0) ::_exit(125);
+        });
+        shell->waitFor("@0@ ");
+        return shell;
+    }
+    static void run(Terminal& shell, const std::string& command, int status) {
+        shell.type(command + "\n");
+        shell.waitFor("@" + std::to_string(status) + "@ ");
+    }
+
+    void openGate(const std::string& name = "gate") const {
+        int gate = -1;
+        eventually([&] { return (gate = ::open((home / name).c_str(), O_WRONLY | O_NONBLOCK)) >= 0; });
+        ::close(gate);
+    }
+
+    std::filesystem::path recordFile(const Terminal& shell) const {
+        return sessions / ("build-sh-" + std::to_string(shell.pid()) + ".json");
+    }
+    void waitForState(const Terminal& shell, SessionState state) const {
+        EXPECT_TRUE(eventually([&] {
+            const auto result = SessionStore::load(recordFile(shell));
+            return result.record() && result.record()->state == state;
+        })) << rawValue(state);
+    }
+    SessionRecord record(const Terminal& shell) const {
+        const auto result = SessionStore::load(recordFile(shell));
+        return result.record() ? *result.record() : SessionRecord();
+    }
+
+    /// The words that the tool was called with so far, "CALL" before each call, and "DONE" for each that
+    /// ended.
+    std::vector<std::string> words() const {
+        std::vector<std::string> result;
+        if (!std::filesystem::exists(log)) return result;
+        const std::string text = contentOf(log);
+        for (std::size_t start = 0; start < text.size();) {
+            result.emplace_back(text.c_str() + start);
+            start += result.back().size() + 1;
+        }
+        return result;
+    }
+    /// "start make": the event and the command line of each call, in order.
+    std::vector<std::string> calls() const {
+        std::vector<std::string> result;
+        const auto all = words();
+        for (auto call = all.begin(); call != all.end(); ++call) {
+            if (*call == "CALL")
+                result.push_back(*(call + 2) + " " + *(std::find(call, all.end(), "--") + 1));
+        }
+        return result;
+    }
+    void waitForCalls(std::ptrdiff_t count) const {
+        eventually([&] {
+            const auto all = words();
+            return std::ranges::count(all, "DONE") >= count;
+        });
+    }
+
+    const std::filesystem::path log;
+    std::filesystem::path tool;
+};
+
+TEST_F(ZshTests, LongAndFailedCommandsBecomeSessions) {
+    install();
+    write("Makefile", "all:\n\t@cat gate\n");
+    const auto shell = newShell();
+    run(*shell, "ls", 0);
+    run(*shell, "false", 1);
+    shell->type("make\n");
+    waitForState(*shell, SessionState::working);
+    const SessionRecord working = record(*shell);
+    EXPECT_EQ(working.tool, "make");
+    EXPECT_EQ(working.summary, "make");
+    EXPECT_EQ(working.cwd, home);
+    EXPECT_EQ(working.pid, shell->pid());
+    EXPECT_TRUE(working.host.tty && working.host.tty->starts_with("/dev/"));
+    openGate();
+    shell->waitFor("@0@ ");
+    waitForState(*shell, SessionState::done);
+    EXPECT_EQ(record(*shell).turnStartedAt, working.turnStartedAt);
+
+    run(*shell, "git push", 128); // no repository
+    waitForState(*shell, SessionState::failed);
+    EXPECT_EQ(record(*shell).summary, "exit 128");
+    EXPECT_EQ(record(*shell).detail, "git push");
+    run(*shell, "git status", 128); // reported, and found not to be worth it
+    waitForCalls(4);
+    EXPECT_EQ(record(*shell).detail, "git push");
+    EXPECT_EQ(calls(),
+              (std::vector<std::string>{"start make", "end make", "end git push", "end git status"}));
+}
+
+TEST_F(ZshTests, TheUsersOwnHooksNoticeNothing) {
+    write(".zshrc", "PS1='@%?@ '\nprecmd() { print -r -- own $? }\nother() { print -r -- other $? }\n"
+                    "precmd_functions=(other)\npreexec() { print -r -- before ${(q)1} }\n"
+                    "zshexit() { print -r -- bye $? }\n");
+    install();
+    const auto shell = newShell();
+    for (const auto& [command, status] : std::initializer_list<std::pair<std::string, std::string>>{
+             {"true", "0"}, {"(exit 3)", "3"}, {"git push", "128"}, {"no-such-command", "127"}}) {
+        shell->type(command + "\n");
+        shell->waitFor("before ");
+        shell->waitFor("own " + status);
+        shell->waitFor("other " + status);
+        shell->waitFor("@" + status + "@ ");
+    }
+    run(*shell, "", 127); // no command, no hook of ours that changes it
+    shell->type("exit 5\n");
+    shell->waitFor("bye");
+    EXPECT_EQ(shell->finish(), 5);
+    waitForCalls(1);
+    EXPECT_EQ(calls(), std::vector<std::string>{"end git push"});
+}
+
+TEST_F(ZshTests, EachShellHasASessionOfItsOwn) {
+    install();
+    for (const char* gate : {"gate1", "gate2"})
+        ::mkfifo((home / gate).c_str(), 0600);
+    const auto leaving = newShell(), first = newShell(), second = newShell(), third = newShell();
+    leaving->type("exit\n"); // takes its start job along
+    EXPECT_EQ(leaving->finish(), 0);
+    first->type("cat gate1\n");
+    second->type("cat gate2 missing\n");
+    third->type("cat gate\n");
+    for (const Terminal* shell : {first.get(), second.get(), third.get()})
+        waitForState(*shell, SessionState::working);
+    openGate("gate1");
+    openGate("gate2");
+    third->type("\x03");
+    third->waitFor("@130@ ");
+    waitForState(*first, SessionState::done);
+    waitForState(*second, SessionState::failed);
+    waitForState(*third, SessionState::ended);
+    EXPECT_EQ(record(*second).detail, "cat gate2 missing");
+    EXPECT_EQ(record(*third).summary, "exit 130");
+    EXPECT_EQ(calls().size(), 6u);
+}
+
+TEST_F(ZshTests, ANewTabJustWorksUntilRemoved) {
+    ::setenv("ZDOTDIR", (home / "z dot").c_str(), 1);
+    write("z dot/.zshrc", contentOf(home / ".zshrc"));
+    const auto island = [](const std::vector<std::string>& words) {
+        std::vector<std::string> line{testing::programPath("quorvik-island"), "shell"};
+        line.insert(line.end(), words.begin(), words.end());
+        EXPECT_EQ(Program::run(line).status, 0);
+    };
+    const std::string look = "print have$+functions[_quorvik_precmd]\n";
+    const auto old = newShell();
+    island({"install", "--min-seconds", "1", "--cli", tool.string()});
+    const auto tab = newShell();
+    tab->type("cat gate\n");
+    waitForState(*tab, SessionState::working);
+    openGate();
+    tab->waitFor("@0@ ");
+    waitForState(*tab, SessionState::done);
+
+    island({"remove"});
+    const auto later = newShell();
+    for (const auto& [shell, answer] :
+         {std::pair{old.get(), "have0"}, {tab.get(), "have1"}, {later.get(), "have0"}}) {
+        shell->type(look);
+        shell->waitFor(answer);
+    }
+    ::unsetenv("ZDOTDIR");
+}
+
+TEST_F(ZshTests, TheCommandLineArrivesAsTyped) {
+    install();
+    const auto shell = newShell();
+    for (const std::string line : {
+             R"(: 'a  b' "c $HOME \"d\"" $'e\tf\'g' \h\ i ${x:-'y z'} $(echo "(") `echo \`echo w\`` {1..3} )"
+             R"(*.none(N) <<<'é' "--" -- =(true) && TOKEN=x cat gate)",
+             "print -r -- 'one\n two' \\\nthree && cat gate",
+         }) {
+        const std::size_t before = calls().size();
+        shell->type(line + "\n");
+        waitForState(*shell, SessionState::working);
+        EXPECT_EQ(calls().size(), before + 1);
+        EXPECT_EQ(calls().back(), "start " + line);
+        EXPECT_EQ(record(*shell).summary, Redactor::redact(line));
+        openGate();
+        shell->waitFor("@0@ ");
+        waitForState(*shell, SessionState::done);
+        EXPECT_EQ(calls().back(), "end " + line);
+    }
+}
+
+TEST_F(ZshTests, AKilledShellLeavesNoSession) {
+    install();
+    const auto shell = newShell();
+    shell->type("print st''arted; cat gate\n");
+    shell->waitFor("started");
+    shell->destroy();
+    waitForCalls(1); // the start job has outlived its shell
+    EXPECT_EQ(calls()[0], "start print st''arted; cat gate");
+    EXPECT_EQ(namesIn(sessions), std::vector<std::string>{});
+}
+
+} // namespace quorvik
