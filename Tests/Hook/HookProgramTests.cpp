@@ -11,6 +11,7 @@
 #include <atomic>
 #include <csignal>
 #include <list>
+#include <mutex>
 #include <thread>
 
 namespace quorvik {
@@ -136,21 +137,27 @@ TEST_F(HookProgramTests, IsSilentWhateverItIsGiven) {
 }
 
 TEST_F(HookProgramTests, PutsARequestToTheApp) {
+    std::mutex mutex; // the app answers on a thread of its own
     std::string line;
     SessionState meanwhile = SessionState::idle;
     const FakeApp app(socket, [&](const std::string& request, int connection) {
+        const std::lock_guard lock(mutex);
         line = request;
         meanwhile = state();
         FakeApp::says("{\"decision\":\"allow\"}\n")(request, connection);
     });
     send(event("UserPromptSubmit", R"("prompt":"go on with it")"));
     send(bash("PreToolUse", "git push")); // asks nobody
-    EXPECT_EQ(line, "");
+    {
+        const std::lock_guard lock(mutex);
+        EXPECT_EQ(line, "");
+    }
     send(
         event(
             "PermissionRequest",
             R"("tool_name":"Bash","tool_input":{"command":"git push"},"permission_suggestions":[{"n":1.50}])"),
         allowed);
+    const std::lock_guard lock(mutex);
     EXPECT_EQ(meanwhile, SessionState::awaiting);
     auto request = *parseJSON(line);
     EXPECT_EQ(request["id"].get<std::string>().size(), 36u);
