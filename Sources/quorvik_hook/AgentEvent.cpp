@@ -8,12 +8,12 @@
 #include "QuorvikCore/Platform/Environment.h"
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/RandomID.h"
+#include "QuorvikCore/Session/OpenRequests.h"
 #include "QuorvikCore/Session/ProcessInspector.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 #include "QuorvikCore/Session/SessionStore.h"
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
 
 namespace quorvik::AgentEvent {
@@ -38,38 +38,45 @@ std::optional<HookEvent> eventOf(std::string_view bytes, Source agent) {
     return HookEvent::fromPayload(*payload);
 }
 
-/// The record of one session, changed under the store's lock.
+bool isOneOf(std::string_view name, std::initializer_list<std::string_view> names) {
+    return std::ranges::find(names, name) != names.end();
+}
+
+/// The record of one session, and what it waits for, changed under the store's lock.
 class Session {
   public:
     Session(Source agent, const HookEvent& event)
-        : agent_(agent), id_(event.sessionID), folder_(QuorvikPaths::sessionsDirectory()) {}
+        : agent_(agent), id_(event.sessionID), folder_(QuorvikPaths::sessionsDirectory()),
+          file_(SessionStore::fileURL(agent, event.sessionID, folder_)) {}
 
-    /// Returns the record as it was written; absent when the event does not count.
-    std::optional<SessionRecord> fold(const HookEvent& event, std::int32_t startedBy) const {
+    /// False when the event does not count, and nothing was written.
+    bool fold(const HookEvent& event, std::int32_t startedBy,
+              const std::optional<ApprovalRequest>& request) const {
         const auto process = ProcessInspector::agentProcess(startedBy);
         const auto environment = Platform::environment();
-        std::optional<SessionRecord> written;
-        change([&](std::optional<SessionRecord>& record) {
+        return change([&](std::optional<SessionRecord>& record) {
             if (!record) record.emplace(agent_, id_, event.cwd, now());
             if (!EventReducer::apply(event, *record, now())) {
                 record.reset();
                 return;
             }
+            settleRequests(event);
+            if (request) OpenRequests::add(file_, request->id, event.toolName, event.toolSummary());
             if (process) {
                 record->pid = process->pid;
                 record->pidStartTime = process->startTime;
             }
             record->host = HostInfo::fromEnvironment(environment, process ? process->tty : record->host.tty);
-            written = record;
         });
-        return written;
     }
 
-    /// The user answered here: the agent goes on. Unless it waits for something else by now.
-    void resume(const SessionRecord& asked) const {
+    /// The wait for a request is over. When the user answered here, the agent goes on, unless it waits for
+    /// the answer to another one.
+    void endWait(const std::string& requestID, bool answered) const {
         change([&](std::optional<SessionRecord>& record) {
+            const bool waitsForMore = OpenRequests::othersRemainWithout(file_, requestID);
             if (!record) return;
-            if (record->state != SessionState::awaiting || !isAbout(*record, asked)) {
+            if (!answered || waitsForMore || record->state != SessionState::awaiting) {
                 record.reset();
                 return;
             }
@@ -78,46 +85,47 @@ class Session {
         });
     }
 
-    /// Whether the agent may still be waiting for the answer to what `asked` was written for. The user can
-    /// answer in the agent's own interface, and nobody tells the hook; what the agent does next shows it.
-    /// Work that goes on beside the request (subagents, parallel tool calls) shows nothing.
-    bool isStillWaiting(const SessionRecord& asked) const {
-        const auto loaded = SessionStore::load(SessionStore::fileURL(agent_, id_, folder_));
-        const SessionRecord* record = loaded.record();
-        if (!record || record->updatedAt == asked.updatedAt) return true;
-        const auto isOneOf = [](const auto& value, const auto& values) {
-            return std::ranges::find(values, value) != values.end();
-        };
-
-        constexpr std::array turnIsOver = {SessionState::idle, SessionState::failed, SessionState::done,
-                                           SessionState::ended};
-        if (isOneOf(record->state, turnIsOver)) return false;
-        if (record->lastEvent == "UserPromptSubmit") return false;
-        if (asked.turnStartedAt && record->turnStartedAt != asked.turnStartedAt) return false;
-        constexpr std::array<std::string_view, 3> toolIsOver = {"PostToolUse", "PostToolUseFailure",
-                                                                "PostToolBatch"};
-        return !(isOneOf(record->lastEvent.value_or(""), toolIsOver) && isAbout(*record, asked));
+    /// False once the user answered in the agent's own interface: nobody tells the hook, but what the agent
+    /// does next shows it. Work that goes on beside the request (subagents, parallel tool calls) shows
+    /// nothing.
+    bool isStillWaitingFor(const std::string& requestID) const {
+        return OpenRequests::isOpen(file_, requestID);
     }
 
   private:
-    static bool isAbout(const SessionRecord& record, const SessionRecord& asked) {
-        return record.tool == asked.tool && record.summary == asked.summary;
+    void settleRequests(const HookEvent& event) const {
+        if (isOneOf(event.name, {"PostToolUse", "PostToolUseFailure"}))
+            OpenRequests::toolHasRun(file_, event.toolName, event.toolSummary());
+        if (isOneOf(event.name,
+                    {"UserPromptSubmit", "Stop", "StopFailure", "Interrupt", "SessionEnd", "PostToolBatch"}))
+            OpenRequests::clear(file_);
     }
 
-    /// Writes, and tells the app, unless `mutate` leaves no record.
-    void change(const std::function<void(std::optional<SessionRecord>&)>& mutate) const {
+    /// Writes, and tells the app, unless `mutate` leaves no record; returns which.
+    bool change(const std::function<void(std::optional<SessionRecord>&)>& mutate) const {
         bool written = false;
         SessionStore::update(agent_, id_, folder_, [&](std::optional<SessionRecord>& record) {
             mutate(record);
             written = record.has_value();
         });
         if (written) SessionStore::postChangeNotification();
+        return written;
     }
 
     Source agent_;
     std::string id_;
     std::filesystem::path folder_;
+    std::filesystem::path file_;
 };
+
+/// A bare "allow" that Claude Code does not heed: it goes on asking by itself.
+bool isIgnored(const ApprovalRequest& request, const HookEvent& event, const ApprovalResponse& response) {
+    const bool allows =
+        response.decision == ApprovalDecision::allow || response.decision == ApprovalDecision::allowAlways;
+    const bool isBare = !request.isQuestion() || response.decision == ApprovalDecision::allowAlways;
+    return request.source == Source::claude && allows && isBare &&
+           (event.isQuestionTool() || event.toolName == "ExitPlanMode");
+}
 
 } // namespace
 
@@ -126,18 +134,20 @@ void handle(std::string_view payload, Source agent, std::int32_t startedBy,
     const auto event = eventOf(payload, agent);
     if (!event) return;
     const Session session(agent, *event);
-    std::optional<SessionRecord> asked;
+    const auto request = event->approvalRequest(agent, Platform::newUUID());
+    bool isRecorded = false;
     try {
-        asked = session.fold(*event, startedBy);
+        isRecorded = session.fold(*event, startedBy, request);
     } catch (const FileError&) {
         // A store that cannot be written is no reason to leave a question unasked.
     }
-    const auto request = event->approvalRequest(agent, Platform::newUUID());
     if (!request) return;
-    const auto response = ApprovalClient::ask(*request, patience, QuorvikPaths::approvalSocket().string(),
-                                              [&] { return !asked || session.isStillWaiting(*asked); });
+    const auto response =
+        ApprovalClient::ask(*request, patience, QuorvikPaths::approvalSocket().string(),
+                            [&] { return !isRecorded || session.isStillWaitingFor(request->id); });
     const auto reply = response ? ApprovalWire::hookOutput(*request, *response) : std::nullopt;
-    if (reply && print(*reply) && asked) session.resume(*asked);
+    const bool answered = reply && print(*reply) && !isIgnored(*request, *event, *response);
+    if (isRecorded) session.endWait(request->id, answered);
 }
 
 } // namespace quorvik::AgentEvent

@@ -3,6 +3,7 @@
 #include "QuorvikCore/Install/StatusLineInstaller.h"
 #include "QuorvikCore/JSON/OrderedJSON.h"
 #include "QuorvikCore/JSON/RecordCoding.h"
+#include "QuorvikCore/Platform/Environment.h"
 #include "QuorvikCore/Platform/Files.h"
 #include "QuorvikCore/Platform/SupervisedProcess.h"
 #include "QuorvikCore/Text/Unicode.h"
@@ -17,7 +18,8 @@ namespace quorvik::StatusLine {
 
 namespace {
 
-constexpr std::size_t maxPayload = 1u << 20; // bytes
+constexpr std::size_t maxPayload = 1u << 20;               // bytes
+constexpr const char* insideMarker = "QUORVIK_STATUSLINE"; // in the environment of the user's own status line
 constexpr std::string_view separator = " · ";
 
 /// A text for one line of a terminal; empty when there is none.
@@ -45,7 +47,9 @@ std::string percentage(const JSONValue& payload, std::initializer_list<std::stri
 /// The command saved when ours was installed; absent when there is none. One of ours would run for ever.
 std::optional<std::string> usersOwn() {
     auto command = StatusLineInstaller::originalCommand(StatusLineInstaller::originalFile());
-    if (!command) return std::nullopt;
+    if (!command || Unicode::trimmed(*command, Unicode::isWhitespaceOrNewline).empty()) return std::nullopt;
+    if (!Platform::environmentValue(insideMarker).empty())
+        return std::nullopt; // it is the user's own that runs us
     JSONValue statusLine = JSONValue::object();
     statusLine.setMember("command", JSONValue::string(*command));
     if (StatusLineInstaller::isOurs(statusLine)) return std::nullopt;
@@ -90,6 +94,7 @@ void run() {
         if (line.size() > 1) writeAll(STDOUT_FILENO, line.data(), line.size());
         return;
     }
+    ::setenv(insideMarker, "1", 1);
     SupervisedProcess command; // ended together with us, when the agent wants the next line
     if (command.start({"/bin/sh", "-c", *original}, STDOUT_FILENO, STDERR_FILENO) == 0)
         command.wait([] { return true; });

@@ -221,6 +221,7 @@ TEST_F(HookProgramTests, GoesAwayWhenTheUserAnsweredElsewhere) {
           event("StopFailure"), event("Interrupt"), event("SessionEnd")}) {
         SilentApp app(socket);
         send(event("UserPromptSubmit"));
+        send(bash("PreToolUse", "b")); // both before either's end, as agents do
         send(bash("PreToolUse", "a"));
         Program waiting(hook());
         waiting.writeInput(bash("PermissionRequest", "a"));
@@ -228,14 +229,15 @@ TEST_F(HookProgramTests, GoesAwayWhenTheUserAnsweredElsewhere) {
         eventually([&] { return app.asked == 1; });
 
         // Parallel work is no reason to go.
-        send(bash("PreToolUse", "b"));
         send(bash("PostToolUse", "b"));
+        send(bash("PreToolUse", "c"));
+        send(bash("PostToolUse", "c"));
         send(event("SubagentStart"));
         std::this_thread::sleep_for(std::chrono::milliseconds(600)); // twice as long as it takes to look
         EXPECT_EQ(app.withdrawn, 0) << over;
 
-        send(bash("PreToolUse", "a"));
         send(over);
+        send(bash("PreToolUse", "the next at once")); // hides what was last in the record
         const auto start = std::chrono::steady_clock::now();
         eventually([&] { return app.withdrawn == 1; });
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5))
@@ -243,6 +245,8 @@ TEST_F(HookProgramTests, GoesAwayWhenTheUserAnsweredElsewhere) {
         const auto result = waiting.finish();
         EXPECT_EQ(result.status, 0);
         EXPECT_EQ(result.output + result.errors, "");
+        EXPECT_EQ(testing::namesIn(sessions),
+                  (std::vector<std::string>{"claude-s.json", "claude-s.json.lock"}));
     }
 }
 
@@ -260,21 +264,35 @@ TEST_F(HookProgramTests, EndsAtOnceWhenTheAgentsTimeIsUp) {
 }
 
 TEST_F(HookProgramTests, AnAnswerToOneRequestDoesNotEndAnother) {
-    std::atomic<bool> answer = false;
+    // The app answers them in the order in which they come; the second one only when told.
+    std::atomic<int> answers = 0;
+    std::atomic<bool> second = false;
     const FakeApp app(socket, [&](const std::string& line, int connection) {
-        eventually([&] { return answer.load(); });
+        if (answers == 1) eventually([&] { return second.load(); });
         FakeApp::says("{\"decision\":\"allow\"}\n")(line, connection);
+        ++answers;
     });
-    Program first(hook());
-    first.writeInput(bash("PermissionRequest", "a"));
-    first.closeInput();
-    eventually([&] { return record() && record()->summary == "a"; });
-    send(event("Notification", R"("notification_type":"permission_prompt")")); // changes nothing
-    // Another request of the same session takes its place on the island, and waits on.
-    SessionStore::update(Source::claude, "s", sessions,
-                         [](std::optional<SessionRecord>& changed) { changed->summary = "b"; });
-    answer = true;
-    EXPECT_EQ(first.finish().output, allowed);
+    std::list<Program> hooks;
+    const auto ask = [&](const std::string& command) {
+        hooks.emplace_back(hook());
+        hooks.back().writeInput(bash("PermissionRequest", command));
+        hooks.back().closeInput();
+    };
+    ask("a");
+    EXPECT_EQ(hooks.front().finish().output, allowed);
+    EXPECT_EQ(state(), SessionState::working);
+    ask("b");
+    eventually([&] { return state() == SessionState::awaiting; });
+    send(bash("PostToolUse", "a")); // the first one's tool has run
+    std::this_thread::sleep_for(std::chrono::milliseconds(600));
+    second = true;
+    EXPECT_EQ(hooks.back().finish().output, allowed); // it was not given up
+    EXPECT_EQ(state(), SessionState::working);
+}
+
+TEST_F(HookProgramTests, ABareAllowThatClaudeDoesNotHeedChangesNothing) {
+    const FakeApp app(socket, FakeApp::says("{\"decision\":\"allow\"}\n"));
+    send(event("PermissionRequest", R"("tool_name":"ExitPlanMode","tool_input":{"plan":"x"})"), allowed);
     EXPECT_EQ(state(), SessionState::awaiting);
 }
 

@@ -70,8 +70,11 @@ Verdict claude(HookPayload& payload, const Surroundings&) {
     const bool isGroks = !payload.hasText(eventNameKey) && grokSpelling(name) &&
                          (name->find('_') != std::string::npos || payload.has("workspaceRoot"));
     if (isGroks) return Verdict::drop;
-    if (isPrompt(payload) && payload.text("prompt").value_or("").starts_with("<task-notification>"))
+    const auto prompt = payload.text({"submitted_prompt", "prompt"});
+    if (isPrompt(payload) && prompt.value_or("").starts_with("<task-notification>")) {
+        payload.members.erase("submitted_prompt");
         payload.members.erase("prompt");
+    }
     return Verdict::report;
 }
 

@@ -5,6 +5,7 @@
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/FileLock.h"
 #include "QuorvikCore/Platform/Files.h"
+#include "QuorvikCore/Session/OpenRequests.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 #include "QuorvikCore/Text/Unicode.h"
 
@@ -167,6 +168,7 @@ void remove(const SessionRecord& record, const Path& folder) {
         // Whoever waits for the lock meanwhile notices that its file is gone and takes the next one.
         const FileLock lock = FileLock::acquire(lockPath(file));
         ::unlink(file.c_str());
+        OpenRequests::clear(file);
         ::unlink(lockPath(file).c_str());
     } catch (const FileError&) {
         // No folder, no record.
