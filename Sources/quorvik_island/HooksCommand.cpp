@@ -8,6 +8,7 @@
 #include "QuorvikCore/Install/HookInstaller.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
@@ -48,7 +49,9 @@ std::vector<HookTarget> chosenTargets(const Arguments& arguments, std::span<cons
     const bool all = arguments.has("--all");
     if (all && !names.empty()) throw UsageError("name agents or say --all, not both");
     const auto add = [&](Source source) {
-        if (const auto target = HookTarget::target(source)) targets.push_back(*target);
+        const auto target = HookTarget::target(source);
+        const bool isNew = std::ranges::find(targets, source, &HookTarget::source) == targets.end();
+        if (target && isNew) targets.push_back(*target); // twice would replace the backup of a moment ago
     };
     for (const std::string& name : names) {
         const auto source = fromRawValue<Source>(name);

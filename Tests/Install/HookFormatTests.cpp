@@ -309,7 +309,8 @@ TEST(KimiHooks, KnowTheirBlockByBothMarkers) {
 }
 
 TEST(KimiHooks, RefuseInlineHooksAndWhatIsNotText) {
-    for (const std::string text : {"hooks = []\n", "a = 1\n \thooks\t = [", "hooks="}) {
+    for (const std::string text : {"hooks = []\n", "a = 1\n \thooks\t = [", "hooks=", "'hooks' = 1",
+                                   "\"hooks\".x = 1", "hooks . x = 1", "[hooks]\n", "[ \"hooks\".x ]"}) {
         try {
             installed(smallKimi(), text);
             ADD_FAILURE() << text;

@@ -78,16 +78,25 @@ std::string withBlock(std::string text, std::string block) {
     return text + block;
 }
 
-/// Whether the text has a line "hooks = …": a table cannot be added to that.
+/// Whether the text sets "hooks" in a way to which no [[hooks]] table can be added: "hooks = …", "hooks.x =
+/// …", with or without quotes, or a table [hooks].
 bool setsHooksInline(std::string_view text) {
-    constexpr std::string_view key = "hooks";
     for (std::size_t start = 0; start < text.size(); start = nextLine(text, start)) {
         std::string_view line = lineAt(text, start);
-        line.remove_prefix(std::min(line.find_first_not_of(blanks), line.size()));
-        if (!line.starts_with(key)) continue;
-        line.remove_prefix(key.size());
-        line.remove_prefix(std::min(line.find_first_not_of(blanks), line.size()));
-        if (line.starts_with('=')) return true;
+        const auto skipBlanks = [&] {
+            line.remove_prefix(std::min(line.find_first_not_of(blanks), line.size()));
+        };
+        const auto skip = [&](std::string_view prefix) {
+            if (!line.starts_with(prefix)) return false;
+            line.remove_prefix(prefix.size());
+            return true;
+        };
+        skipBlanks();
+        const bool isHeader = skip("[");
+        skipBlanks();
+        if (!skip("hooks") && !skip("\"hooks\"") && !skip("'hooks'")) continue;
+        skipBlanks();
+        if (line.starts_with('.') || line.starts_with(isHeader ? ']' : '=')) return true;
     }
     return false;
 }

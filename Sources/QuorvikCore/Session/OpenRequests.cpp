@@ -13,7 +13,9 @@ namespace {
 constexpr std::size_t maxFileSize = 1u << 20; // bytes
 constexpr std::size_t maxRequests = 100;      // an agent that asks more at once is not to be believed
 
-Path fileOf(const Path& record) { return record.native() + ".asked"; }
+Path fileOf(const Path& record) {
+    return record.native() + ".asked";
+}
 
 nlohmann::json read(const Path& record) {
     const auto text = Files::read(fileOf(record), maxFileSize);
@@ -51,7 +53,8 @@ void add(const Path& record, const std::string& id, const std::optional<std::str
     write(record, list);
 }
 
-void toolHasRun(const Path& record, const std::optional<std::string>& tool, const std::optional<std::string>& summary) {
+void toolHasRun(const Path& record, const std::optional<std::string>& tool,
+                const std::optional<std::string>& summary) {
     nlohmann::json list = read(record);
     const auto found = std::ranges::find_if(list, [&](const nlohmann::json& one) {
         return one.value("tool", nlohmann::json()) == orNull(tool) &&
