@@ -12,14 +12,21 @@ namespace quorvik::Platform {
 
 namespace {
 
-/// When the machine started, by the wall clock, in seconds since 1970 (what /proc/stat calls "btime", but to
-/// the microsecond and without the cost of that file).
+double seconds(clockid_t clock) {
+    timespec time{};
+    ::clock_gettime(clock, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}
+
+/// When the machine started, by the wall clock, in seconds since 1970 (what /proc/stat calls "btime", but
+/// finer and without the cost of that file).
 double bootTime() {
-    timespec wall{}, sinceBoot{};
-    ::clock_gettime(CLOCK_REALTIME, &wall);
-    ::clock_gettime(CLOCK_BOOTTIME, &sinceBoot);
-    return static_cast<double>(wall.tv_sec - sinceBoot.tv_sec) +
-           static_cast<double>(wall.tv_nsec - sinceBoot.tv_nsec) / 1e9;
+    // Two clocks cannot be read at once: taken again should we be interrupted for long between the two.
+    for (int attempt = 1;; ++attempt) {
+        const double before = seconds(CLOCK_BOOTTIME), wall = seconds(CLOCK_REALTIME),
+                     after = seconds(CLOCK_BOOTTIME);
+        if (after - before < 0.001 || attempt == 10) return wall - (before + after) / 2;
+    }
 }
 
 /// Device numbers as the kernel's "devices.txt" assigns them; others are asked for in sysfs.
