@@ -27,6 +27,10 @@ void Console::value(const nlohmann::json& value) {
 
 void Console::fail(std::string_view message) {
     failed_ = true;
+    note(message);
+}
+
+void Console::note(std::string_view message) {
     const std::string text = "quorvik-island: " + std::string(message) + "\n";
     writeAll(STDERR_FILENO, text.data(), text.size());
 }

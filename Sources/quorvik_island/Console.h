@@ -26,6 +26,9 @@ class Console {
     /// The one value of a run that speaks JSON; ignored otherwise.
     void value(const nlohmann::json& value);
 
+    /// Worth knowing, but no failure: "quorvik-island: <message>" on standard error.
+    void note(std::string_view message);
+
     /// A failure: "quorvik-island: <message>". The run goes on, and ends with exitFailure.
     void fail(std::string_view message);
 

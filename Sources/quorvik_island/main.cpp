@@ -2,6 +2,7 @@
 #include "quorvik_island/Console.h"
 #include "quorvik_island/HooksCommand.h"
 #include "quorvik_island/ShellIntegrationCommand.h"
+#include "quorvik_island/ShowCommand.h"
 #include "quorvik_island/StatusLineCommand.h"
 
 #include "QuorvikCore/Platform/FileDescriptor.h"
@@ -19,8 +20,9 @@ namespace {
 constexpr std::string_view help =
     R"(usage: quorvik-island <command> …
 
-Quorvik's settings, in a terminal.
+Your side of Quorvik, in a terminal.
 
+  show         what the island shows right now
   hooks        connect coding agents with Quorvik, or disconnect them
   shell        let zsh report long commands
   statusline   let Quorvik draw Claude Code's status line
@@ -29,6 +31,7 @@ Quorvik's settings, in a terminal.
 Exit status: 0 done, 1 something failed, 3 the command line does not make sense.
 
 Examples:
+  quorvik-island show                   what is going on
   quorvik-island hooks install          connect every agent that is found
   quorvik-island hooks status --json    how things stand, for scripts
 )";
@@ -41,6 +44,7 @@ struct Command {
 constexpr Command commands[] = {
     {"hooks", HooksCommand::run},
     {"shell", ShellIntegrationCommand::run},
+    {"show", ShowCommand::run},
     {"statusline", StatusLineCommand::run},
 };
 

@@ -22,6 +22,10 @@ SessionRecord::SessionRecord(Source source_, std::string sessionID_, std::string
     : source(source_), sessionID(std::move(sessionID_)), cwd(std::move(cwd_)), stateSince(now),
       updatedAt(now) {}
 
+std::string SessionRecord::key() const {
+    return std::string(rawValue(source)) + "-" + sessionID;
+}
+
 namespace {
 
 HostInfo hostFromJSON(const JSONValue& value) {

@@ -75,6 +75,9 @@ struct SessionRecord {
     /// A fresh record: idle since `now`, everything optional absent.
     SessionRecord(Source source, std::string sessionID, std::string cwd, Date now);
 
+    /// "<source>-<session id>": names the session among all others.
+    std::string key() const;
+
     /// Strict: throws RecordError when a required member is missing, has a wrong type or an unknown raw
     /// value. Does not look at the schema version.
     static SessionRecord fromJSON(const JSONValue& value);

@@ -2,6 +2,7 @@
 
 #include <utf8proc.h>
 
+#include <algorithm>
 #include <cstring>
 
 namespace quorvik::Unicode {
@@ -149,6 +150,44 @@ std::string_view lastCharacters(std::string_view text, std::size_t count) {
     const std::size_t total = characterCount(text);
     if (total <= count) return text;
     return text.substr(firstCharacters(text, total - count).size());
+}
+
+namespace {
+
+/// A character is as wide as its scalars together, but no wider than two columns: the parts of a family
+/// emoji, or of a flag, are drawn as one.
+std::size_t columnsOf(std::string_view character) {
+    constexpr char32_t emojiPresentation = 0xFE0F;
+    constexpr std::size_t widest = 2;
+    std::size_t columns = 0;
+    while (!character.empty()) {
+        const Scalar scalar = firstScalar(character);
+        if (scalar.value == emojiPresentation && columns > 0) return widest;
+        columns += static_cast<std::size_t>(utf8proc_charwidth(static_cast<utf8proc_int32_t>(scalar.value)));
+        character.remove_prefix(scalar.length);
+    }
+    return std::min(columns, widest);
+}
+
+} // namespace
+
+std::size_t columnCount(std::string_view text) {
+    std::size_t columns = 0;
+    while (!text.empty())
+        columns += columnsOf(takeCharacter(text));
+    return columns;
+}
+
+std::string_view firstColumns(std::string_view text, std::size_t columns) {
+    std::string_view rest = text;
+    while (!rest.empty()) {
+        std::string_view next = rest;
+        const std::size_t width = columnsOf(takeCharacter(next));
+        if (width > columns) break;
+        columns -= width;
+        rest = next;
+    }
+    return text.substr(0, text.size() - rest.size());
 }
 
 bool isControl(char32_t scalar) {

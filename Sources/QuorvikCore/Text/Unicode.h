@@ -41,6 +41,13 @@ std::size_t characterCount(std::string_view text, std::size_t limit = SIZE_MAX);
 std::string_view firstCharacters(std::string_view text, std::size_t count);
 std::string_view lastCharacters(std::string_view text, std::size_t count);
 
+/// The columns of a terminal that the text takes: one or two for each character, none for control characters
+/// and for marks that stand alone.
+std::size_t columnCount(std::string_view text);
+
+/// The first characters that fit into so many columns.
+std::string_view firstColumns(std::string_view text, std::size_t columns);
+
 bool isControl(char32_t scalar);             ///< Cc and Cf, so a zero-width joiner too
 bool isNewline(char32_t scalar);             ///< U+000A–U+000D, U+0085, U+2028, U+2029
 bool isWhitespace(char32_t scalar);          ///< horizontal: Zs and the tab

@@ -1,0 +1,170 @@
+#include "QuorvikCore/Island/Scheduler.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace quorvik::Scheduler {
+
+namespace {
+
+/// An item without its record's copy: most records are only looked at and put in order.
+struct Candidate {
+    const SessionRecord* record;
+    DisplayState display;
+    bool quiet = false;
+    double rank = 0;
+
+    IslandItem item() const { return {*record, display, quiet}; }
+    bool isSameSession(const Candidate& other) const {
+        return record->source == other.record->source && record->sessionID == other.record->sessionID;
+    }
+};
+
+bool isGit(const SessionRecord& record, std::string_view tool) {
+    return record.source == Source::git && record.tool == tool;
+}
+
+double ageInSeconds(Date since, Date now) {
+    return (now - since).count();
+}
+
+std::optional<Candidate> judged(const SessionRecord& record, Date now, const SchedulerConfig& config,
+                                const AcknowledgedKeys& acknowledged) {
+    const auto shown = [&](DisplayState display, bool quiet = false) {
+        return Candidate{&record, display, quiet};
+    };
+    const auto isAcknowledged = [&] {
+        return !acknowledged.empty() && acknowledged.contains(ackKey(record));
+    };
+    const double age = ageInSeconds(record.stateSince, now);
+    const double idle = ageInSeconds(record.updatedAt, now);
+
+    switch (record.state) {
+    case SessionState::idle:
+    case SessionState::ended: return std::nullopt;
+    case SessionState::working: {
+        const bool goesStale = record.source != Source::update && record.source != Source::service;
+        return shown(idle <= config.staleAfter || !goesStale ? DisplayState::working : DisplayState::stale);
+    }
+    case SessionState::awaiting:
+        if (age > config.awaitingStaleAfter) return shown(DisplayState::stale);
+        return shown(DisplayState::awaiting, age > config.awaitingQuietAfter);
+    case SessionState::compacting:
+        return shown(idle > config.staleAfter ? DisplayState::stale : DisplayState::compacting);
+    case SessionState::failed:
+        if (isAcknowledged()) return std::nullopt;
+        if (record.source == Source::service && record.port && age >= config.portDownLinger)
+            return std::nullopt;
+        return shown(DisplayState::failed);
+    case SessionState::done:
+        if (isGit(record, "Clipboard")) return shown(DisplayState::done);
+        if (isGit(record, "Changes") || isGit(record, "Usage")) {
+            const bool lingers = age < std::max(config.doneLinger, config.changesLinger);
+            if (!lingers || isAcknowledged()) return std::nullopt;
+            return shown(DisplayState::done);
+        }
+        if (age >= config.doneLinger) return std::nullopt;
+        return shown(DisplayState::done);
+    }
+    return std::nullopt;
+}
+
+constexpr double baseRank(DisplayState display) {
+    switch (display) {
+    case DisplayState::awaiting: return 0;
+    case DisplayState::failed: return 1;
+    case DisplayState::working:
+    case DisplayState::compacting: return 2;
+    case DisplayState::stale: return 3;
+    case DisplayState::done: return 4;
+    }
+    return 4;
+}
+
+double rankOf(const SessionRecord& record, DisplayState display) {
+    if (isGit(record, "Clipboard")) return 1.5;
+    if (isGit(record, "Alert")) {
+        if (record.lastEvent == "fail") return 1.2;
+        if (record.lastEvent == "action") return 3.5;
+        return 4;
+    }
+    return baseRank(display);
+}
+
+bool isBefore(const Candidate& first, const Candidate& second) {
+    if (first.rank != second.rank) return first.rank < second.rank;
+    if (first.display == DisplayState::awaiting) return first.record->stateSince < second.record->stateSince;
+    return first.record->updatedAt > second.record->updatedAt;
+}
+
+Candidate candidate(const IslandItem& item) {
+    return {&item.record, item.display, item.quiet, rankOf(item.record, item.display)};
+}
+
+/// The picked one, when it may stay in front; null when the most urgent one is.
+const Candidate* picked(std::span<const Candidate> candidates, const std::optional<ManualPick>& pick) {
+    if (!pick) return nullptr;
+    const auto found = std::ranges::find_if(candidates, [&](const Candidate& candidate) {
+        return candidate.record->stateSince == pick->stateSince && candidate.record->key() == pick->key;
+    });
+    if (found == candidates.end()) return nullptr;
+    const bool isOvertaken = std::ranges::any_of(candidates, [&](const Candidate& other) {
+        return other.rank < found->rank && other.record->stateSince > pick->pickedAt;
+    });
+    return isOvertaken ? nullptr : &*found;
+}
+
+} // namespace
+
+std::optional<IslandItem> display(const SessionRecord& record, Date now, const SchedulerConfig& config,
+                                  const AcknowledgedKeys& acknowledged) {
+    const auto candidate = judged(record, now, config, acknowledged);
+    if (!candidate) return std::nullopt;
+    return candidate->item();
+}
+
+std::string ackKey(const SessionRecord& record) {
+    char digits[512]; // the longest double has 309 before the point, or 325 after it
+    const auto printed = std::to_chars(digits, digits + sizeof digits, secondsSince1970(record.stateSince),
+                                       std::chars_format::fixed);
+    std::string seconds(digits, printed.ptr);
+    if (seconds.find('.') == seconds.npos) seconds += ".0";
+    return record.key() + "@" + seconds;
+}
+
+double rank(const IslandItem& item) {
+    return rankOf(item.record, item.display);
+}
+
+bool order(const IslandItem& first, const IslandItem& second) {
+    return isBefore(candidate(first), candidate(second));
+}
+
+IslandLayout layout(std::span<const SessionRecord> records, Date now, const SchedulerConfig& config,
+                    const AcknowledgedKeys& acknowledged, const std::optional<ManualPick>& pick) {
+    std::vector<Candidate> candidates;
+    candidates.reserve(records.size());
+    for (const SessionRecord& record : records) {
+        auto candidate = judged(record, now, config, acknowledged);
+        if (!candidate) continue;
+        candidate->rank = rankOf(record, candidate->display);
+        candidates.push_back(*candidate);
+    }
+    if (candidates.empty()) return IslandLayout::empty;
+    std::ranges::stable_sort(candidates, isBefore);
+
+    const Candidate* choice = picked(candidates, pick);
+    const Candidate& primary = choice ? *choice : candidates.front();
+    const std::size_t maxBubbles = static_cast<std::size_t>(std::max(config.maxBubbles, 0));
+    IslandLayout layout;
+    layout.primary = primary.item();
+    layout.overflow.reserve(candidates.size());
+    for (const Candidate& candidate : candidates) {
+        if (candidate.isSameSession(primary)) continue;
+        auto& place = layout.bubbles.size() < maxBubbles ? layout.bubbles : layout.overflow;
+        place.push_back(candidate.item());
+    }
+    return layout;
+}
+
+} // namespace quorvik::Scheduler

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <limits>
+#include <string>
+#include <string_view>
+
+namespace quorvik {
+
+/// What standard output can show.
+struct Screen {
+    static constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
+
+    bool isTerminal = false;
+    std::size_t columns =
+        unlimited;        ///< of a terminal that tells, else $COLUMNS, else 80; unlimited elsewhere
+    bool colours = false; ///< on a terminal, unless NO_COLOR is set and not empty or TERM is "dumb"
+
+    static Screen ofStandardOutput();
+};
+
+/// One line of output, cut to the screen's columns. Texts are made harmless first: what session records hold
+/// comes from agents and commands, and must not drive the terminal.
+class ScreenLine {
+  public:
+    explicit ScreenLine(const Screen& screen) : screen_(screen), left_(screen.columns) {}
+
+    /// Appends the text, and blanks up to `width` columns. A text that does not fit ends with "…", and
+    /// nothing follows it. `style` holds the parameters of an SGR sequence ("1;31"), or nothing.
+    void add(std::string_view text, std::size_t width = 0, std::string_view style = {});
+
+    /// Without blanks at the end, and without a line feed.
+    const std::string& text() const { return text_; }
+
+    /// The text on one line, as add() writes it: without invisible formatting, blanks for control characters
+    /// and line breaks.
+    static std::string harmless(std::string_view text);
+
+  private:
+    const Screen& screen_;
+    std::size_t left_;        ///< columns
+    std::size_t pending_ = 0; ///< blanks that are written when something follows
+    std::string text_;
+};
+
+} // namespace quorvik

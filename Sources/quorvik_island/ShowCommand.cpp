@@ -1,0 +1,218 @@
+#include "quorvik_island/ShowCommand.h"
+
+#include "quorvik_island/Arguments.h"
+#include "quorvik_island/Console.h"
+#include "quorvik_island/Screen.h"
+
+#include "QuorvikCore/Island/Scheduler.h"
+#include "QuorvikCore/Platform/FileError.h"
+#include "QuorvikCore/Platform/Files.h"
+#include "QuorvikCore/Session/ProcessInspector.h"
+#include "QuorvikCore/Session/QuorvikPaths.h"
+#include "QuorvikCore/Session/SessionStore.h"
+#include "QuorvikCore/Text/Unicode.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cmath>
+
+namespace quorvik::ShowCommand {
+
+namespace {
+
+constexpr std::string_view help =
+    R"(usage: quorvik-island show [--json]
+
+Prints what the island shows: a line each, the most urgent first.
+
+  ◆ CC   awaiting     2 min  Fix the login bug  Allow npm install?
+
+"◆" stands before the item in the notch itself, "•" before those beside it. Then who it is, its state, for
+how long, the task or tool, and what is happening. Prints nothing when there is nothing to show. Sessions
+whose process is gone count as ended; files that hold no readable record are named on standard error.
+
+  --json   one object: "primary" (null when there is nothing to show), "bubbles" and "overflow", each item
+           with "id", "display", "quiet", "needsAttention", "mark", "label", and "record", the session record;
+           and the paths of unreadable files, "corrupt" and "unsupported" (of another version)
+
+Examples:
+  quorvik-island show
+  quorvik-island show --json | jq -r '.primary.label // empty'
+)";
+
+/// What the store holds, as far as it can be read.
+struct Sessions {
+    std::vector<SessionRecord> records;
+    std::vector<std::string> corrupt, unsupported; ///< paths
+};
+
+/// Whether the record claims that something is going on in a process that no longer exists: it was killed
+/// before it could say so.
+bool hasLostItsProcess(const SessionRecord& record) {
+    const bool isBusy = record.state == SessionState::working || record.state == SessionState::awaiting ||
+                        record.state == SessionState::compacting;
+    return isBusy && record.pid && !ProcessInspector::isAlive(*record.pid, record.pidStartTime);
+}
+
+Sessions load(const std::filesystem::path& folder) {
+    Sessions sessions;
+    const auto results = SessionStore::loadAll(folder);
+    if (std::error_code ignored; results.empty() && std::filesystem::exists(folder, ignored)) {
+        if (!Files::Folder::open(folder)) throw FileError("list", folder, errno);
+    }
+    sessions.records.reserve(results.size());
+    for (const SessionStore::LoadResult& result : results) {
+        if (const SessionRecord* record = result.record()) {
+            sessions.records.push_back(*record);
+            if (hasLostItsProcess(*record)) sessions.records.back().state = SessionState::ended;
+        } else if (const auto* other = std::get_if<SessionStore::LoadResult::Unsupported>(&result.value)) {
+            sessions.unsupported.push_back(other->path.string());
+        } else {
+            sessions.corrupt.push_back(
+                std::get<SessionStore::LoadResult::Corrupt>(result.value).path.string());
+        }
+    }
+    std::ranges::sort(sessions.corrupt);
+    std::ranges::sort(sessions.unsupported);
+    return sessions;
+}
+
+/// What the item is about: its task, else its tool or command, else who it is.
+std::string_view label(const SessionRecord& record) {
+    if (record.title) return *record.title;
+    if (record.tool) return *record.tool;
+    return displayName(record.source);
+}
+
+nlohmann::json itemJSON(const IslandItem& item) {
+    return {{"id", item.id()},
+            {"display", rawValue(item.display)},
+            {"quiet", item.quiet},
+            {"needsAttention", needsAttention(item.display)},
+            {"mark", mark(item.record.source)},
+            {"label", label(item.record)},
+            {"record", item.record.toJSON()}};
+}
+
+nlohmann::json itemsJSON(const std::vector<IslandItem>& items) {
+    nlohmann::json list = nlohmann::json::array();
+    for (const IslandItem& item : items)
+        list.push_back(itemJSON(item));
+    return list;
+}
+
+nlohmann::json layoutJSON(const IslandLayout& layout, const Sessions& sessions) {
+    return {{"primary", layout.primary ? itemJSON(*layout.primary) : nlohmann::json()},
+            {"bubbles", itemsJSON(layout.bubbles)},
+            {"overflow", itemsJSON(layout.overflow)},
+            {"corrupt", sessions.corrupt},
+            {"unsupported", sessions.unsupported}};
+}
+
+/// SGR parameters.
+std::string_view style(const IslandItem& item) {
+    switch (item.display) {
+    case DisplayState::awaiting: return item.quiet ? "33" : "1;33"; // yellow, bold while it should be seen
+    case DisplayState::failed: return "1;31";                       // red
+    case DisplayState::working:
+    case DisplayState::compacting: return "36"; // cyan
+    case DisplayState::stale: return "2";       // faint
+    case DisplayState::done: return "32";       // green
+    }
+    return {};
+}
+
+/// "12 s", "3 min", "5 h", "2 d".
+std::string age(Date since, Date now) {
+    const double seconds = std::max(0.0, (now - since).count()); // the clock may have been set back
+    struct Unit {
+        double length; // seconds
+        std::string_view name;
+    };
+    constexpr Unit units[] = {{86400, " d"}, {3600, " h"}, {60, " min"}, {1, " s"}};
+    for (const auto& [length, name] : units) {
+        if (seconds >= length || length == 1) {
+            const double count = std::min(std::floor(seconds / length), 99999.0);
+            return std::to_string(static_cast<int>(count)) + std::string(name);
+        }
+    }
+    return {};
+}
+
+/// The width of the label column: as wide as its widest label, within reason.
+std::size_t labelColumns(const IslandLayout& layout) {
+    constexpr std::size_t widest = 24;
+    std::size_t columns = 0;
+    const auto include = [&](const IslandItem& item) {
+        const std::string shown = ScreenLine::harmless(label(item.record));
+        columns = std::max(columns, std::min(widest, Unicode::columnCount(shown)));
+    };
+    if (layout.primary) include(*layout.primary);
+    std::ranges::for_each(layout.bubbles, include);
+    std::ranges::for_each(layout.overflow, include);
+    return columns;
+}
+
+void print(const IslandLayout& layout, Date now, Console& console) {
+    constexpr std::size_t gap = 2;
+    const Screen screen = Screen::ofStandardOutput();
+    const std::size_t labelWidth = labelColumns(layout);
+    const auto printItem = [&](std::string_view place, const IslandItem& item) {
+        const std::string since = age(item.record.stateSince, now);
+        constexpr std::size_t sinceWidth = 6;
+        ScreenLine line(screen);
+        line.add(place, 2);
+        line.add(mark(item.record.source), 3 + gap);
+        line.add(rawValue(item.display), 10 + gap, style(item));
+        line.add("", since.size() < sinceWidth ? sinceWidth - since.size() : 0);
+        line.add(since, since.size() + gap);
+        line.add(label(item.record), labelWidth + gap);
+        if (item.record.summary) line.add(*item.record.summary);
+        console.line(line.text());
+    };
+    if (layout.primary) printItem("◆", *layout.primary);
+    for (const IslandItem& item : layout.bubbles)
+        printItem("•", item);
+    for (const IslandItem& item : layout.overflow)
+        printItem("", item);
+}
+
+void nameUnreadable(const std::vector<std::string>& paths, std::string_view one, std::string_view many,
+                    Console& console) {
+    if (paths.empty()) return;
+    std::string text = std::to_string(paths.size()) + std::string(paths.size() == 1 ? one : many);
+    std::string_view separator = ": ";
+    for (const std::string& path : paths) {
+        text += separator;
+        text += ScreenLine::harmless(path);
+        separator = ", ";
+    }
+    console.note(text);
+}
+
+} // namespace
+
+int run(std::span<const std::string> commandLine) {
+    constexpr std::array<std::string_view, 1> flags = {"--json"};
+    const Arguments arguments = Arguments::parse(commandLine, flags, {});
+    if (arguments.has("--help")) return printHelp(help);
+    if (!arguments.words.empty()) throw UsageError("show: unexpected argument " + arguments.words.front());
+
+    Console console(arguments.has("--json"));
+    const Sessions sessions = load(QuorvikPaths::sessionsDirectory());
+    const Date now = std::chrono::system_clock::now();
+    const IslandLayout layout = Scheduler::layout(sessions.records, now);
+    if (console.json()) {
+        console.value(layoutJSON(layout, sessions));
+        return console.exitStatus();
+    }
+    print(layout, now, console);
+    nameUnreadable(sessions.corrupt, " file holds no readable session record",
+                   " files hold no readable session record", console);
+    nameUnreadable(sessions.unsupported, " record is of another version of Quorvik",
+                   " records are of another version of Quorvik", console);
+    return console.exitStatus();
+}
+
+} // namespace quorvik::ShowCommand

@@ -1,0 +1,220 @@
+#include "QuorvikCore/Island/Scheduler.h"
+
+#include <gtest/gtest.h>
+
+namespace quorvik {
+
+namespace {
+
+constexpr double now = 1'763'700'000;
+
+/// A record whose state and last write are so many seconds old.
+SessionRecord record(Source source, std::string id, SessionState state, double age = 0, double idle = 0) {
+    SessionRecord record(source, std::move(id), "/w", dateFromSeconds(now - age));
+    record.state = state;
+    record.updatedAt = dateFromSeconds(now - idle);
+    return record;
+}
+
+SessionRecord withTool(SessionRecord record, const char* tool, std::optional<std::string> lastEvent = {}) {
+    record.tool = tool;
+    record.lastEvent = std::move(lastEvent);
+    return record;
+}
+
+SessionRecord withPort(SessionRecord record) {
+    record.port = 3000;
+    return record;
+}
+
+/// "claude-a awaiting", "claude-a awaiting quiet", or nothing.
+std::string shown(const std::optional<IslandItem>& item) {
+    if (!item) return "";
+    return item->id() + " " + std::string(rawValue(item->display)) + (item->quiet ? " quiet" : "");
+}
+
+/// "primary | bubbles | overflow", as ids without their source.
+std::string shown(const IslandLayout& layout) {
+    const auto name = [](const IslandItem& item) { return item.record.sessionID; };
+    std::string text = layout.primary ? name(*layout.primary) : "";
+    for (const auto* place : {&layout.bubbles, &layout.overflow}) {
+        text += " |";
+        for (const IslandItem& item : *place)
+            text += " " + name(item);
+    }
+    return text;
+}
+
+} // namespace
+
+TEST(Scheduler, ShowsARecordByItsStateAndAge) {
+    using enum SessionState;
+    const auto claude = [](SessionState state, double age, double idle = 0) {
+        return record(Source::claude, "a", state, age, idle);
+    };
+    const auto service = [](SessionState state, double age, double idle = 0) {
+        return record(Source::service, "s", state, age, idle);
+    };
+    const auto git = [](const char* tool, double age) {
+        return withTool(record(Source::git, "g", done, age), tool);
+    };
+    struct Case {
+        SessionRecord record;
+        std::string shown;
+    };
+    for (const auto& [record, expected] : std::initializer_list<Case>{
+             {claude(idle, 0), ""},
+             {claude(ended, 0), ""},
+             {claude(working, 9000, 600), "claude-a working"},
+             {claude(working, 0, 601), "claude-a stale"},
+             {service(working, 0, 601), "service-s working"},
+             {record(Source::update, "u", working, 0, 9000), "update-u working"},
+             {claude(compacting, 0, 600), "claude-a compacting"},
+             {claude(compacting, 0, 601), "claude-a stale"},
+             {service(compacting, 0, 601), "service-s stale"},
+             {claude(awaiting, 120, 9000), "claude-a awaiting"},
+             {claude(awaiting, 121), "claude-a awaiting quiet"},
+             {claude(awaiting, 1800), "claude-a awaiting quiet"},
+             {claude(awaiting, 1801), "claude-a stale"},
+             {claude(failed, 1e6), "claude-a failed"},
+             {withPort(claude(failed, 1e6)), "claude-a failed"},
+             {service(failed, 1e6), "service-s failed"},
+             {withPort(service(failed, 14.5)), "service-s failed"},
+             {withPort(service(failed, 15)), ""},
+             {claude(done, 3.5), "claude-a done"},
+             {claude(done, 4), ""},
+             {withTool(claude(done, 4), "Clipboard"), ""},
+             {git("Commit", 4), ""},
+             {git("Clipboard", 1e6), "git-g done"},
+             {git("Changes", 89.5), "git-g done"},
+             {git("Usage", 89.5), "git-g done"},
+             {git("Changes", 90), ""},
+         }) {
+        SCOPED_TRACE(record.toJSON().dump());
+        const auto item = Scheduler::display(record, dateFromSeconds(now));
+        EXPECT_EQ(shown(item), expected);
+        if (item) {
+            EXPECT_EQ(item->record, record);
+        }
+    }
+    EXPECT_EQ(shown(Scheduler::display(git("Changes", 95), dateFromSeconds(now), SchedulerConfig(100))),
+              "git-g done"); // the longer of the two lingers
+}
+
+TEST(Scheduler, AcknowledgedItemsStayAwayUntilTheirStateChanges) {
+    const Date date = dateFromSeconds(now);
+    SessionRecord record = quorvik::record(Source::git, "g", SessionState::failed);
+    for (const auto& [tool, state, isHidden] :
+         std::initializer_list<std::tuple<const char*, SessionState, bool>>{
+             {"Commit", SessionState::failed, true},
+             {"Changes", SessionState::done, true},
+             {"Usage", SessionState::done, true},
+             {"Clipboard", SessionState::done, false},
+             {"Commit", SessionState::done, false},
+             {"Commit", SessionState::working, false}}) {
+        record.tool = tool;
+        record.state = state;
+        const AcknowledgedKeys seen = {Scheduler::ackKey(record)};
+        EXPECT_EQ(Scheduler::display(record, date, {}, seen).has_value(), !isHidden) << tool;
+        SessionRecord again = record;
+        again.stateSince += std::chrono::milliseconds(1);
+        EXPECT_TRUE(Scheduler::display(again, date, {}, seen)) << tool;
+    }
+}
+
+TEST(Scheduler, AcknowledgementKeysHoldTheShortestDecimal) {
+    for (const auto& [seconds, text] :
+         std::initializer_list<std::pair<double, std::string>>{{1763700000, "1763700000.0"},
+                                                               {1763700000.5, "1763700000.5"},
+                                                               {1763695000.123456, "1763695000.123456"},
+                                                               {0.1, "0.1"},
+                                                               {-1.25, "-1.25"},
+                                                               {1e15, "1000000000000000.0"}}) {
+        SessionRecord record(Source::codex, "x@y", "/w", dateFromSeconds(seconds));
+        EXPECT_EQ(Scheduler::ackKey(record), "codex-x@y@" + text);
+    }
+    SessionRecord extreme(Source::git, "g", "/w", dateFromSeconds(-1.7976931348623157e308));
+    EXPECT_EQ(Scheduler::ackKey(extreme).size(), sizeof "git-g@-.0" - 1 + 309);
+}
+
+TEST(Scheduler, RanksByStateWithAlertsAndClipboardInBetween) {
+    const auto rank = [](SessionRecord record, DisplayState display) {
+        return Scheduler::rank({std::move(record), display, false});
+    };
+    const SessionRecord git = record(Source::git, "g", SessionState::done);
+    const SessionRecord claude = record(Source::claude, "a", SessionState::done);
+    double last = -1;
+    for (const auto& [record, display] : std::initializer_list<std::pair<SessionRecord, DisplayState>>{
+             {claude, DisplayState::awaiting},
+             {git, DisplayState::failed},
+             {withTool(git, "Alert", "fail"), DisplayState::done},
+             {withTool(git, "Clipboard"), DisplayState::done},
+             {withTool(claude, "Clipboard"), DisplayState::working},
+             {claude, DisplayState::stale},
+             {withTool(git, "Alert", "action"), DisplayState::done},
+             {withTool(git, "Changes"), DisplayState::done}}) {
+        EXPECT_GT(rank(record, display), last);
+        last = rank(record, display);
+    }
+    EXPECT_EQ(last, 4);
+    EXPECT_EQ(rank(withTool(git, "Alert"), DisplayState::failed), 4);
+    EXPECT_EQ(rank(withTool(git, "Alert", "info"), DisplayState::failed), 4);
+    EXPECT_EQ(rank(claude, DisplayState::compacting), rank(claude, DisplayState::working));
+    EXPECT_EQ(rank(withTool(claude, "Alert", "fail"), DisplayState::done), 4);
+}
+
+TEST(Scheduler, LaysOutByUrgencyThenWaitingThenActivity) {
+    using enum SessionState;
+    struct Case {
+        std::vector<SessionRecord> records;
+        int maxBubbles;
+        std::string layout;
+    };
+    const auto claude = [](const char* id, SessionState state, double age = 0, double idle = 0) {
+        return record(Source::claude, id, state, age, idle);
+    };
+    for (const auto& [records, maxBubbles, layout] : std::initializer_list<Case>{
+             {{}, 3, " | |"},
+             {{claude("a", idle), claude("b", ended)}, 3, " | |"},
+             {{claude("w", working), claude("a", awaiting)}, 3, "a | w |"},
+             {{claude("new", awaiting, 10), claude("old", awaiting, 20, 500)}, 3, "old | new |"},
+             {{claude("quiet", working, 5, 9), claude("busy", working, 50, 2)}, 3, "busy | quiet |"},
+             {{claude("a", working), claude("b", compacting), claude("c", working)}, 3, "a | b c |"},
+             {{claude("s", working, 0, 700), claude("d", done), claude("f", failed), claude("w", working),
+               claude("a", awaiting)},
+              3,
+              "a | f w s | d"},
+             {{claude("a", working), claude("b", working, 0, 1)}, 0, "a | | b"},
+             {{claude("a", working), claude("b", working, 0, 1)}, -5, "a | | b"},
+             {{claude("a", awaiting), claude("a", working), claude("b", working, 0, 1)}, 3, "a | b |"}}) {
+        SchedulerConfig config;
+        config.maxBubbles = maxBubbles;
+        const IslandLayout result = Scheduler::layout(records, dateFromSeconds(now), config);
+        EXPECT_EQ(shown(result), layout);
+        EXPECT_EQ(result.isEmpty(), layout == " | |");
+    }
+}
+
+TEST(Scheduler, APickStaysInFrontUntilSomethingMoreUrgentComesUp) {
+    const SessionRecord work = record(Source::claude, "w", SessionState::working, 100);
+    const SessionRecord asks = record(Source::codex, "a", SessionState::awaiting, 50);
+    const SessionRecord fails = record(Source::build, "f", SessionState::failed, 20);
+    const std::vector<SessionRecord> records = {work, asks, fails};
+    struct Case {
+        std::string why;
+        ManualPick pick;
+        std::string layout;
+    };
+    const auto ago = [](double seconds) { return dateFromSeconds(now - seconds); };
+    for (const auto& [why, pick, layout] : std::initializer_list<Case>{
+             {"the others are older", {"claude-w", work.stateSince, ago(10)}, "w | a f |"},
+             {"at the very moment is not later", {"claude-w", work.stateSince, ago(20)}, "w | a f |"},
+             {"failed since", {"claude-w", work.stateSince, ago(30)}, "a | f w |"},
+             {"the newer one is less urgent", {"codex-a", asks.stateSince, ago(45)}, "a | f w |"},
+             {"the more urgent one is older", {"build-f", fails.stateSince, ago(15)}, "f | a w |"},
+             {"another state by now", {"claude-w", ago(99), ago(10)}, "a | f w |"},
+             {"gone", {"claude-x", work.stateSince, ago(10)}, "a | f w |"}})
+        EXPECT_EQ(shown(Scheduler::layout(records, dateFromSeconds(now), {}, {}, pick)), layout) << why;
+}
+
+} // namespace quorvik

@@ -1,0 +1,175 @@
+#include "Tests/Support/Program.h"
+#include "Tests/Support/TemporaryHome.h"
+#include "Tests/Support/Terminal.h"
+
+#include "QuorvikCore/JSON/RecordCoding.h"
+#include "QuorvikCore/Session/SessionStore.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <regex>
+
+namespace quorvik {
+
+using testing::Program;
+
+/// `quorvik-island show`, on sessions that our own programs made.
+class ShowCommandTests : public testing::TemporaryHome {
+  protected:
+    static Program::Result show(std::vector<std::string> words = {}) {
+        words.insert(words.begin(), {testing::programPath("quorvik-island"), "show"});
+        return Program::run(words);
+    }
+    static nlohmann::json layout() {
+        const auto result = show({"--json"});
+        EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result.errors, "");
+        return parseJSON(result.output).value_or(nullptr);
+    }
+    static void tellHook(const nlohmann::json& payload) {
+        const auto hook = testing::programPath("quorvik-hook");
+        Program::run({hook, "--source", "claude"}, printJSON(payload));
+    }
+    void put(SessionRecord record, const std::function<void(SessionRecord&)>& change = {}) const {
+        if (change) change(record);
+        std::filesystem::create_directories(sessions);
+        SessionStore::write(record, SessionStore::fileURL(record.source, record.sessionID, sessions));
+    }
+    static SessionRecord working(const std::string& id) {
+        SessionRecord record(Source::claude, id, "/w", std::chrono::system_clock::now());
+        record.state = SessionState::working;
+        return record;
+    }
+};
+
+TEST_F(ShowCommandTests, RealProgramsInOrder) {
+    EXPECT_EQ(show().output, "");
+    EXPECT_TRUE(layout()["primary"].is_null());
+
+    const std::string run = testing::programPath("quorvik");
+    EXPECT_EQ(Program::run({run, "run", "--", "sh", "-c", "echo 'error: no such planet' >&2; exit 1"}).status,
+              1);
+    Program busy({run, "run", "--", "sh", "-c", "echo started; read line"});
+    EXPECT_EQ(busy.readLine(), "started");
+    nlohmann::json event = {{"session_id", "s1"},
+                            {"cwd", home.string()},
+                            {"hook_event_name", "UserPromptSubmit"},
+                            {"prompt", "Fix the login bug"}};
+    tellHook(event);
+    event.erase("prompt");
+    event["hook_event_name"] = "Notification";
+    event["message"] = "Claude needs your permission to use Bash";
+    event["notification_type"] = "permission_prompt";
+    tellHook(event);
+
+    const std::regex expected("◆ CC   awaiting +[0-9]+ s  Fix the login bug.*\n"
+                              "• RUN  failed +[0-9]+ s  sh +error: no such planet\n"
+                              "• RUN  working +[0-9]+ s  sh +sh -c .*\n");
+    const std::string output = show().output;
+    EXPECT_TRUE(std::regex_match(output, expected)) << output;
+    EXPECT_EQ(output.find('\x1b'), output.npos);
+
+    const auto json = layout();
+    EXPECT_EQ(json["primary"]["id"], "claude-s1");
+    EXPECT_EQ(json["primary"]["label"], "Fix the login bug");
+    EXPECT_EQ(json["primary"]["mark"], "CC");
+    EXPECT_EQ(json["primary"]["needsAttention"], true);
+    ASSERT_EQ(json["bubbles"].size(), 2);
+    EXPECT_EQ(json["bubbles"][0]["record"]["summary"], "error: no such planet");
+    EXPECT_EQ(json["bubbles"][1]["display"], "working");
+    EXPECT_EQ(json["overflow"], nlohmann::json::array());
+
+    ::kill(busy.pid(), SIGKILL); // it cannot say that it ended
+    EXPECT_EQ(busy.finish().status, 128 + SIGKILL);
+    EXPECT_EQ(layout()["bubbles"].size(), 1);
+}
+
+TEST_F(ShowCommandTests, OnlyWhatIsBusyNeedsItsProcess) {
+    Program over({"true"});
+    const pid_t gone = over.pid();
+    over.finish();
+    const auto shownAs = [&](SessionState state, std::optional<std::int32_t> pid, double startTime) {
+        put(working("a"), [&](SessionRecord& record) {
+            record.state = state;
+            record.pid = pid;
+            record.pidStartTime = startTime;
+        });
+        const auto primary = layout()["primary"];
+        return primary.is_null() ? "nothing" : primary["display"].get<std::string>();
+    };
+    using enum SessionState;
+    EXPECT_EQ(shownAs(working, gone, 5), "nothing");
+    EXPECT_EQ(shownAs(awaiting, gone, 5), "nothing");
+    EXPECT_EQ(shownAs(compacting, ::getpid(), 5), "nothing"); // the number now belongs to another process
+    EXPECT_EQ(shownAs(failed, gone, 5), "failed");
+    EXPECT_EQ(shownAs(working, std::nullopt, 5), "working");
+}
+
+TEST_F(ShowCommandTests, FilesThatCannotBeReadAreNamed) {
+    put(working("a"));
+    write("support/sessions/b.json", "{");
+    write("support/sessions/c.json", "null");
+    write("support/sessions/d.json", R"({"schemaVersion":2})");
+    const auto result = show();
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(result.output.starts_with("◆ CC   working ")) << result.output;
+    const std::string folder = sessions.string() + "/";
+    EXPECT_EQ(result.errors, "quorvik-island: 2 files hold no readable session record: " + folder +
+                                 "b.json, " + folder + "c.json\n" +
+                                 "quorvik-island: 1 record is of another version of Quorvik: " + folder +
+                                 "d.json\n");
+    const auto json = layout();
+    EXPECT_EQ(json["corrupt"], (nlohmann::json{folder + "b.json", folder + "c.json"}));
+    EXPECT_EQ(json["unsupported"], nlohmann::json::array({folder + "d.json"}));
+
+    std::filesystem::remove_all(sessions);
+    write("support/sessions", "a file");
+    const auto broken = show();
+    EXPECT_EQ(broken.status, 1);
+    EXPECT_TRUE(broken.errors.starts_with("quorvik-island: could not list " + sessions.string()))
+        << broken.errors;
+    EXPECT_EQ(show({"now"}).status, 3);
+}
+
+TEST_F(ShowCommandTests, FitsTheTerminalAndLeavesItInPeace) {
+    put(working("a"), [](SessionRecord& record) {
+        record.title = "日本語のタイトル";
+        record.summary = "\x1b[2J\x07 line\n\u202Etwo 👨‍👩‍👧 and so on, for long";
+    });
+    struct Case {
+        unsigned short columns;
+        std::vector<const char*> environment;
+        std::string line;
+    };
+    for (const auto& [columns, environment, line] : std::initializer_list<Case>{
+             {80,
+              {"TERM=xterm"},
+              "◆ CC   \x1b[36mworking\x1b[0m        0 s  日本語のタイトル   [2J  line two 👨‍👩‍👧 "
+              "and "
+              "so "
+              "on, for l…"},
+             {80,
+              {"TERM=dumb"},
+              "◆ CC   working        0 s  日本語のタイトル   [2J  line two 👨‍👩‍👧 and "
+              "so "
+              "on, "
+              "for l…"},
+             {57, {"TERM=xterm", "NO_COLOR=1"}, "◆ CC   working        0 s  日本語のタイトル   [2J  line …"},
+             {38, {"TERM=xterm", "NO_COLOR=1"}, "◆ CC   working        0 s  日本語のタ…"},
+             {9, {"TERM=xterm", "NO_COLOR="}, "◆ CC   \x1b[36mw…\x1b[0m"},
+             {1, {"TERM=xterm"}, "◆"}}) {
+        testing::Terminal terminal({testing::programPath("quorvik-island"), "show"}, [&] {
+            const winsize size{24, columns, 0, 0};
+            ::ioctl(STDOUT_FILENO, TIOCSWINSZ, &size);
+            ::unsetenv("NO_COLOR");
+            for (const char* variable : environment)
+                ::putenv(const_cast<char*>(variable));
+        });
+        EXPECT_EQ(terminal.waitFor("\r\n"), line) << columns;
+        EXPECT_EQ(terminal.finish(), 0);
+    }
+}
+
+} // namespace quorvik
