@@ -18,7 +18,11 @@ void Console::print(std::string_view text) {
 }
 
 void Console::line(std::string_view text) {
-    if (!json_) print(std::string(text) + "\n");
+    this->text(std::string(text) + "\n");
+}
+
+void Console::text(std::string_view lines) {
+    if (!json_) print(lines);
 }
 
 void Console::value(const nlohmann::json& value) {

@@ -7,8 +7,6 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <algorithm>
-
 namespace quorvik {
 
 namespace {
@@ -31,6 +29,7 @@ Screen Screen::ofStandardOutput() {
 
 std::string ScreenLine::harmless(std::string_view text) {
     constexpr char32_t nonJoiner = 0x200C, joiner = 0x200D; // scripts and emoji need them
+    if (Unicode::isPrintableASCII(text)) return std::string(text);
     std::string result;
     while (!text.empty()) {
         const Unicode::Scalar scalar = Unicode::firstScalar(text);

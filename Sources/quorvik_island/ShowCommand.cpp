@@ -43,7 +43,8 @@ Examples:
 
 /// What the store holds, as far as it can be read.
 struct Sessions {
-    std::vector<SessionRecord> records;
+    std::vector<SessionStore::LoadResult> files;
+    std::vector<const SessionRecord*> records;     ///< in `files`, without those that lost their process
     std::vector<std::string> corrupt, unsupported; ///< paths
 };
 
@@ -56,21 +57,17 @@ bool hasLostItsProcess(const SessionRecord& record) {
 }
 
 Sessions load(const std::filesystem::path& folder) {
-    Sessions sessions;
-    const auto results = SessionStore::loadAll(folder);
-    if (std::error_code ignored; results.empty() && std::filesystem::exists(folder, ignored)) {
+    Sessions sessions{SessionStore::loadAll(folder), {}, {}, {}};
+    if (std::error_code ignored; sessions.files.empty() && std::filesystem::exists(folder, ignored)) {
         if (!Files::Folder::open(folder)) throw FileError("list", folder, errno);
     }
-    sessions.records.reserve(results.size());
-    for (const SessionStore::LoadResult& result : results) {
-        if (const SessionRecord* record = result.record()) {
-            sessions.records.push_back(*record);
-            if (hasLostItsProcess(*record)) sessions.records.back().state = SessionState::ended;
-        } else if (const auto* other = std::get_if<SessionStore::LoadResult::Unsupported>(&result.value)) {
+    for (const auto& [value] : sessions.files) {
+        if (const auto* ok = std::get_if<SessionStore::LoadResult::Ok>(&value)) {
+            if (!hasLostItsProcess(*ok->record)) sessions.records.push_back(ok->record.get());
+        } else if (const auto* other = std::get_if<SessionStore::LoadResult::Unsupported>(&value)) {
             sessions.unsupported.push_back(other->path.string());
         } else {
-            sessions.corrupt.push_back(
-                std::get<SessionStore::LoadResult::Corrupt>(result.value).path.string());
+            sessions.corrupt.push_back(std::get<SessionStore::LoadResult::Corrupt>(value).path.string());
         }
     }
     std::ranges::sort(sessions.corrupt);
@@ -158,7 +155,8 @@ void print(const IslandLayout& layout, Date now, Console& console) {
     constexpr std::size_t gap = 2;
     const Screen screen = Screen::ofStandardOutput();
     const std::size_t labelWidth = labelColumns(layout);
-    const auto printItem = [&](std::string_view place, const IslandItem& item) {
+    std::string lines;
+    const auto add = [&](std::string_view place, const IslandItem& item) {
         const std::string since = age(item.record.stateSince, now);
         constexpr std::size_t sinceWidth = 6;
         ScreenLine line(screen);
@@ -169,13 +167,14 @@ void print(const IslandLayout& layout, Date now, Console& console) {
         line.add(since, since.size() + gap);
         line.add(label(item.record), labelWidth + gap);
         if (item.record.summary) line.add(*item.record.summary);
-        console.line(line.text());
+        lines += line.text() + "\n";
     };
-    if (layout.primary) printItem("◆", *layout.primary);
+    if (layout.primary) add("◆", *layout.primary);
     for (const IslandItem& item : layout.bubbles)
-        printItem("•", item);
+        add("•", item);
     for (const IslandItem& item : layout.overflow)
-        printItem("", item);
+        add("", item);
+    console.text(lines);
 }
 
 void nameUnreadable(const std::vector<std::string>& paths, std::string_view one, std::string_view many,

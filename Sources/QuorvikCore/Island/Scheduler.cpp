@@ -142,12 +142,21 @@ bool order(const IslandItem& first, const IslandItem& second) {
 
 IslandLayout layout(std::span<const SessionRecord> records, Date now, const SchedulerConfig& config,
                     const AcknowledgedKeys& acknowledged, const std::optional<ManualPick>& pick) {
+    std::vector<const SessionRecord*> pointers;
+    pointers.reserve(records.size());
+    for (const SessionRecord& record : records)
+        pointers.push_back(&record);
+    return layout(pointers, now, config, acknowledged, pick);
+}
+
+IslandLayout layout(std::span<const SessionRecord* const> records, Date now, const SchedulerConfig& config,
+                    const AcknowledgedKeys& acknowledged, const std::optional<ManualPick>& pick) {
     std::vector<Candidate> candidates;
     candidates.reserve(records.size());
-    for (const SessionRecord& record : records) {
-        auto candidate = judged(record, now, config, acknowledged);
+    for (const SessionRecord* record : records) {
+        auto candidate = judged(*record, now, config, acknowledged);
         if (!candidate) continue;
-        candidate->rank = rankOf(record, candidate->display);
+        candidate->rank = rankOf(*record, candidate->display);
         candidates.push_back(*candidate);
     }
     if (candidates.empty()) return IslandLayout::empty;

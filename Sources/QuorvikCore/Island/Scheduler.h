@@ -53,6 +53,11 @@ IslandLayout layout(std::span<const SessionRecord> records, Date now, const Sche
                     const AcknowledgedKeys& acknowledged = {},
                     const std::optional<ManualPick>& pick = std::nullopt);
 
+/// The same for records that stay where they are, such as those of SessionStore::loadAll(). None may be null.
+IslandLayout layout(std::span<const SessionRecord* const> records, Date now,
+                    const SchedulerConfig& config = {}, const AcknowledgedKeys& acknowledged = {},
+                    const std::optional<ManualPick>& pick = std::nullopt);
+
 } // namespace Scheduler
 
 } // namespace quorvik

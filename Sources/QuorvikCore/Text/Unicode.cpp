@@ -93,6 +93,10 @@ bool isValid(std::string_view text) {
     return validLength(text) == text.size();
 }
 
+bool isPrintableASCII(std::string_view text) {
+    return std::ranges::all_of(text, [](char byte) { return byte >= 0x20 && byte < 0x7F; });
+}
+
 void append(std::string& text, char32_t scalar) {
     utf8proc_uint8_t bytes[4];
     const auto length = utf8proc_encode_char(static_cast<utf8proc_int32_t>(scalar), bytes);
@@ -159,6 +163,7 @@ namespace {
 std::size_t columnsOf(std::string_view character) {
     constexpr char32_t emojiPresentation = 0xFE0F;
     constexpr std::size_t widest = 2;
+    if (character.size() == 1 && isPrintableASCII(character)) return 1;
     std::size_t columns = 0;
     while (!character.empty()) {
         const Scalar scalar = firstScalar(character);
@@ -172,6 +177,7 @@ std::size_t columnsOf(std::string_view character) {
 } // namespace
 
 std::size_t columnCount(std::string_view text) {
+    if (isPrintableASCII(text)) return text.size();
     std::size_t columns = 0;
     while (!text.empty())
         columns += columnsOf(takeCharacter(text));

@@ -29,6 +29,9 @@ std::string repaired(std::string_view text);
 /// Whether the text is UTF-8 throughout.
 bool isValid(std::string_view text);
 
+/// Whether every byte is a blank or a graphic character of ASCII.
+bool isPrintableASCII(std::string_view text);
+
 void append(std::string& text, char32_t scalar);
 
 /// The next character of `text`, taken off its front. `text` must not be empty.
