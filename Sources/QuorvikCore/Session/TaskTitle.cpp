@@ -30,18 +30,9 @@ std::string_view trimmed(std::string_view text) {
 
 /// The first line that is more than white space; empty when there is none.
 std::string_view firstLine(std::string_view prompt) {
-    std::string_view rest = prompt;
-    while (!rest.empty()) {
-        std::size_t length = 0;
-        while (length < rest.size()) {
-            const Unicode::Scalar scalar = Unicode::firstScalar(rest.substr(length));
-            if (Unicode::isNewline(scalar.value)) break;
-            length += scalar.length;
-        }
-        const std::string_view line = trimmed(rest.substr(0, length));
+    while (!prompt.empty()) {
+        const std::string_view line = trimmed(Unicode::takeLine(prompt));
         if (!line.empty()) return line;
-        rest.remove_prefix(length);
-        if (!rest.empty()) rest.remove_prefix(Unicode::firstScalar(rest).length);
     }
     return {};
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace quorvik::Unicode {
 
@@ -225,6 +226,22 @@ bool isLetter(char32_t scalar) {
 
 bool isDigit(char32_t scalar) {
     return category(scalar) == UTF8PROC_CATEGORY_ND;
+}
+
+std::string_view takeLine(std::string_view& text) {
+    std::size_t length = 0;
+    for (std::string_view rest = text; !rest.empty();) {
+        const Scalar scalar = firstScalar(rest);
+        if (isNewline(scalar.value)) {
+            takeCharacter(rest);
+            const std::string_view line = text.substr(0, length);
+            text = rest;
+            return line;
+        }
+        length += scalar.length;
+        rest.remove_prefix(scalar.length);
+    }
+    return std::exchange(text, {});
 }
 
 std::string_view trimmed(std::string_view text, bool (*drop)(char32_t)) {

@@ -59,6 +59,10 @@ bool isPunctuation(char32_t scalar);         ///< P*
 bool isLetter(char32_t scalar);              ///< L*
 bool isDigit(char32_t scalar);               ///< Nd
 
+/// The next line of `text`, taken off its front together with the newline that ends it, if one does (CR LF is
+/// one; the line is returned without it).
+std::string_view takeLine(std::string_view& text);
+
 /// Without the leading and trailing scalars for which `drop` holds.
 std::string_view trimmed(std::string_view text, bool (*drop)(char32_t));
 
