@@ -44,5 +44,15 @@ inline constexpr std::size_t maximumLayoutSize = std::size_t{1} << 30;
 /// Throws std::length_error, before printing anything, when the layout would exceed maximumLayoutSize.
 std::string serialize(const JSONValue& value, std::string_view indent = "  ");
 
+/// The first bytes of a printed text, and the length of all of it.
+struct Excerpt {
+    std::string text;          ///< may end in the middle of a character
+    std::size_t totalSize = 0; ///< bytes
+};
+
+/// The first `limit` bytes of what serialize() would give, in time that grows with the document and not with
+/// its indentation; there is no maximum.
+Excerpt serializeStart(const JSONValue& value, std::size_t limit, std::string_view indent = "  ");
+
 } // namespace OrderedJSON
 } // namespace quorvik

@@ -1,12 +1,44 @@
 #include "QuorvikCore/JSON/OrderedJSON.h"
 
+#include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace quorvik {
 
 namespace {
 
-void appendQuoted(std::string& out, std::string_view text) {
+/// Takes a text piece by piece, keeps its start and counts the rest.
+class Output {
+  public:
+    explicit Output(std::size_t limit_) : limit(limit_) {}
+
+    void operator+=(std::string_view piece) {
+        excerpt.text.append(piece.substr(0, room(piece.size())));
+        excerpt.totalSize += piece.size();
+    }
+    void operator+=(char byte) { *this += std::string_view(&byte, 1); }
+
+    void startLine(std::size_t level, std::string_view indent) {
+        *this += '\n';
+        const std::size_t width = level * indent.size();
+        for (std::size_t left = room(width); left > 0; left -= std::min(left, indent.size()))
+            excerpt.text.append(indent.substr(0, left));
+        excerpt.totalSize += width;
+    }
+
+    void reserve(std::size_t size) { excerpt.text.reserve(size); }
+
+    OrderedJSON::Excerpt take() { return std::move(excerpt); }
+
+  private:
+    std::size_t room(std::size_t wanted) const { return std::min(wanted, limit - excerpt.text.size()); }
+
+    std::size_t limit;
+    OrderedJSON::Excerpt excerpt;
+};
+
+void appendQuoted(Output& out, std::string_view text) {
     constexpr std::string_view special = "\"\\\b\f\n\r\t";
     constexpr std::string_view letters = "\"\\bfnrt";
     out += '"';
@@ -16,7 +48,7 @@ void appendQuoted(std::string& out, std::string_view text) {
         while (cursor != end && static_cast<unsigned char>(*cursor) >= 0x20 && *cursor != '"' &&
                *cursor != '\\')
             ++cursor;
-        out.append(run, cursor);
+        out += std::string_view(run, static_cast<std::size_t>(cursor - run));
         if (cursor == end) break;
         if (const std::size_t index = special.find(*cursor); index != special.npos) {
             out += '\\';
@@ -31,7 +63,7 @@ void appendQuoted(std::string& out, std::string_view text) {
 
 class Printer {
   public:
-    Printer(std::string& text, std::string_view indentation) : out(text), indent(indentation) {}
+    Printer(Output& output, std::string_view indentation) : out(output), indent(indentation) {}
 
     void print(const JSONValue& document) {
         printScalarOrOpen(document);
@@ -64,13 +96,7 @@ class Printer {
         std::size_t next; // index of the child to print
     };
 
-    void startLine() {
-        out += '\n';
-        const std::size_t width = open.size() * indent.size();
-        while (blanks.size() < width)
-            blanks += indent;
-        out.append(blanks, 0, width);
-    }
+    void startLine() { out.startLine(open.size(), indent); }
 
     void printScalarOrOpen(const JSONValue& value) {
         switch (value.kind()) {
@@ -89,9 +115,8 @@ class Printer {
         }
     }
 
-    std::string& out;
+    Output& out;
     std::string_view indent;
-    std::string blanks; // the indentation of the deepest line so far
     std::vector<Container> open;
 };
 
@@ -129,10 +154,17 @@ std::size_t layoutSize(const JSONValue& document, std::size_t indentSize) {
 } // namespace
 
 std::string OrderedJSON::serialize(const JSONValue& value, std::string_view indent) {
-    std::string text;
-    text.reserve(layoutSize(value, indent.size()));
-    Printer(text, indent).print(value);
-    return text;
+    Output out(std::string::npos);
+    out.reserve(layoutSize(value, indent.size()));
+    Printer(out, indent).print(value);
+    return out.take().text;
+}
+
+OrderedJSON::Excerpt OrderedJSON::serializeStart(const JSONValue& value, std::size_t limit,
+                                                 std::string_view indent) {
+    Output out(limit);
+    Printer(out, indent).print(value);
+    return out.take();
 }
 
 } // namespace quorvik

@@ -1,5 +1,7 @@
 #include "QuorvikCore/Text/Regex.h"
 
+#include "QuorvikCore/Text/Unicode.h"
+
 #include <pcre2.h>
 
 namespace quorvik {
@@ -48,6 +50,15 @@ std::optional<std::string> Regex::replaceAll(std::string_view text, std::string_
         if (count != PCRE2_ERROR_NOMEMORY || length <= result.size()) return std::nullopt;
         result.resize(length); // what it says it needs, with the final NUL
     }
+}
+
+bool Regex::isSpace(char32_t scalar) {
+    constexpr char32_t mongolianVowelSeparator = 0x180E;
+    return Unicode::isWhitespaceOrNewline(scalar) || scalar == mongolianVowelSeparator;
+}
+
+bool Regex::isWord(char32_t scalar) {
+    return Unicode::isLetter(scalar) || Unicode::isNumeric(scalar) || scalar == '_';
 }
 
 const Regex* LazyRegex::get() const {

@@ -22,6 +22,10 @@ class Regex {
     /// match".
     std::optional<std::string> replaceAll(std::string_view text, std::string_view replacement) const;
 
+    // What \s and \w stand for, for those who match by hand what an engine would take too long for.
+    static bool isSpace(char32_t scalar); ///< Z*, U+0009–U+000D, U+0085, and U+180E as Perl has it
+    static bool isWord(char32_t scalar);  ///< L*, N* and "_"
+
   private:
     struct Free {
         void operator()(void* code) const;

@@ -104,6 +104,18 @@ void append(std::string& text, char32_t scalar) {
     text.append(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(length));
 }
 
+Scalar takeLastScalar(std::string_view& text) {
+    constexpr std::size_t longest = 4;
+    std::size_t start = text.size() - 1;
+    while (start > 0 && text.size() - start < longest &&
+           (static_cast<unsigned char>(text[start]) & 0xC0) == 0x80)
+        --start;
+    Scalar scalar = firstScalar(text.substr(start));
+    scalar.length = text.size() - start; // more than that only where the bytes are not UTF-8
+    text.remove_suffix(scalar.length);
+    return scalar;
+}
+
 std::string_view takeCharacter(std::string_view& text) {
     std::size_t length = 0;
     if (isASCII(text[0]) && (text.size() == 1 || isASCII(text[1]))) {
@@ -228,17 +240,33 @@ bool isDigit(char32_t scalar) {
     return category(scalar) == UTF8PROC_CATEGORY_ND;
 }
 
+bool isNumeric(char32_t scalar) {
+    const auto kind = category(scalar);
+    return kind >= UTF8PROC_CATEGORY_ND && kind <= UTF8PROC_CATEGORY_NO;
+}
+
+int digitValue(char32_t digit) {
+    // Every script's ten digits stand in a row from zero on, and rows that adjoin are whole.
+    char32_t before = 0;
+    while (isDigit(digit - before - 1))
+        ++before;
+    return static_cast<int>(before % 10);
+}
+
 std::string_view takeLine(std::string_view& text) {
-    std::size_t length = 0;
+    const auto isInside = [](char byte) { return byte > '\r' || (byte >= 0 && byte < '\n'); };
     for (std::string_view rest = text; !rest.empty();) {
+        if (isInside(rest[0])) {
+            rest.remove_prefix(1);
+            continue;
+        }
         const Scalar scalar = firstScalar(rest);
         if (isNewline(scalar.value)) {
-            takeCharacter(rest);
-            const std::string_view line = text.substr(0, length);
+            const std::string_view line = text.substr(0, text.size() - rest.size());
+            rest.remove_prefix(rest.starts_with("\r\n") ? 2 : scalar.length);
             text = rest;
             return line;
         }
-        length += scalar.length;
         rest.remove_prefix(scalar.length);
     }
     return std::exchange(text, {});
@@ -250,13 +278,8 @@ std::string_view trimmed(std::string_view text, bool (*drop)(char32_t)) {
         if (!drop(first.value)) break;
         text.remove_prefix(first.length);
     }
-    while (!text.empty()) {
-        std::size_t start = text.size() - 1;
-        while (start > 0 && text.size() - start < 4 &&
-               (static_cast<unsigned char>(text[start]) & 0xC0) == 0x80)
-            --start;
-        if (!drop(firstScalar(text.substr(start)).value)) break;
-        text.remove_suffix(text.size() - start);
+    for (std::string_view rest = text; !rest.empty(); text = rest) {
+        if (!drop(takeLastScalar(rest).value)) break;
     }
     return text;
 }

@@ -22,6 +22,9 @@ struct Scalar {
 /// The first scalar of `text`, which must not be empty.
 Scalar firstScalar(std::string_view text);
 
+/// The last scalar of `text`, which must not be empty, taken off its end.
+Scalar takeLastScalar(std::string_view& text);
+
 /// The text with every ill-formed sequence replaced by U+FFFD, one for each maximal subpart (the practice the
 /// Unicode Standard recommends, section 3.9).
 std::string repaired(std::string_view text);
@@ -58,6 +61,10 @@ bool isWhitespaceOrNewline(char32_t scalar); ///< Z*, U+0009–U+000D and U+0085
 bool isPunctuation(char32_t scalar);         ///< P*
 bool isLetter(char32_t scalar);              ///< L*
 bool isDigit(char32_t scalar);               ///< Nd
+bool isNumeric(char32_t scalar);             ///< N*
+
+/// What a digit of any script counts, 0 to 9. `digit` must be one (isDigit).
+int digitValue(char32_t digit);
 
 /// The next line of `text`, taken off its front together with the newline that ends it, if one does (CR LF is
 /// one; the line is returned without it).

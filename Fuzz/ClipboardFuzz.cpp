@@ -1,0 +1,44 @@
+// A copied text: its secrets are found where the regular-expression engine finds them, and no text, however
+// often it is repeated, takes long.
+
+#include "QuorvikCore/Clipboard/ClipboardClassifier.h"
+#include "QuorvikCore/Clipboard/SecretScanner.h"
+#include "QuorvikCore/Text/Regex.h"
+#include "QuorvikCore/Text/Unicode.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <string>
+
+using namespace quorvik;
+
+namespace {
+
+bool hasMatch(std::string_view pattern, const std::string& text) {
+    const auto replaced = Regex::compile(pattern)->replaceAll(text, "");
+    return replaced && *replaced != text; // no match is empty
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    constexpr std::size_t largest = 400, repeatedSize = 100'000;
+    constexpr std::chrono::seconds limit(1); // a hundred times what it takes, sanitizers included
+    const std::string text =
+        Unicode::repaired({reinterpret_cast<const char*>(data), std::min(size, largest)});
+    if (text.empty()) return 0;
+    const bool expected = std::ranges::any_of(
+        SecretScanner::secretPatterns, [&](std::string_view pattern) { return hasMatch(pattern, text); });
+    if (SecretScanner::containsSecret(text) != expected) std::abort();
+
+    std::string many;
+    while (many.size() < repeatedSize)
+        many += text;
+    for (const std::string& whole : {text, many, "Error\n at a\n at b\n" + many}) {
+        const auto start = std::chrono::steady_clock::now();
+        ClipboardClassifier::classify(whole);
+        if (std::chrono::steady_clock::now() - start > limit) std::abort();
+    }
+    return 0;
+}
