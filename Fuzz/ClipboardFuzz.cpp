@@ -1,6 +1,8 @@
 // A copied text: its secrets are found where the regular-expression engine finds them, and no text, however
 // often it is repeated, takes long.
 
+#include "Fuzz/Check.h"
+
 #include "QuorvikCore/Clipboard/ClipboardClassifier.h"
 #include "QuorvikCore/Clipboard/SecretScanner.h"
 #include "QuorvikCore/Text/Regex.h"
@@ -8,7 +10,7 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
+#include <cstdint>
 #include <string>
 
 using namespace quorvik;
@@ -30,7 +32,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (text.empty()) return 0;
     const bool expected = std::ranges::any_of(
         SecretScanner::secretPatterns, [&](std::string_view pattern) { return hasMatch(pattern, text); });
-    if (SecretScanner::containsSecret(text) != expected) std::abort();
+    CHECK(SecretScanner::containsSecret(text) == expected);
 
     std::string many;
     while (many.size() < repeatedSize)
@@ -38,7 +40,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const std::string& whole : {text, many, "Error\n at a\n at b\n" + many}) {
         const auto start = std::chrono::steady_clock::now();
         ClipboardClassifier::classify(whole);
-        if (std::chrono::steady_clock::now() - start > limit) std::abort();
+        CHECK(std::chrono::steady_clock::now() - start < limit);
     }
     return 0;
 }
