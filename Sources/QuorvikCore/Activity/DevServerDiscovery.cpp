@@ -24,13 +24,15 @@ constexpr std::array<std::string_view, 42> ignored = {
     "AirPlay",     "mDNSResponder", "launchd",   "postgres", "mysqld",    "redis-server", "mongod",
     "ollama",      "Raycast",       "Obsidian",  "Linear",   "1Password", "Tailscale",    "tailscaled"};
 
-constexpr char lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+bool sameInAnyCase(char a, char b) {
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c; };
+    return lower(a) == lower(b);
 }
 
 bool isIgnored(std::string_view command) {
     return std::ranges::any_of(ignored, [&](std::string_view name) {
-        return !std::ranges::search(command, name, {}, lower, lower).empty();
+        return std::search(command.begin(), command.end(), name.begin(), name.end(), sameInAnyCase) !=
+               command.end();
     });
 }
 
