@@ -1,4 +1,4 @@
-# The libraries we stand on: PCRE2 (8 bit, Unicode), utf8proc, nlohmann/json. Static archives are preferred where both
+# The libraries we stand on: PCRE2 (8 bit, Unicode), utf8proc, nlohmann/json, libplist. Static archives are preferred where both
 # exist, so that a program carries what it needs.
 function(quorvik_find_library target header library)
   find_path(${target}_INCLUDE ${header} REQUIRED)
@@ -17,3 +17,4 @@ set_property(TARGET quorvik::utf8proc PROPERTY INTERFACE_COMPILE_DEFINITIONS UTF
 find_path(NLOHMANN_JSON_INCLUDE nlohmann/json.hpp REQUIRED)
 add_library(quorvik::json INTERFACE IMPORTED)
 set_property(TARGET quorvik::json PROPERTY INTERFACE_INCLUDE_DIRECTORIES ${NLOHMANN_JSON_INCLUDE})
+quorvik_find_library(plist plist/plist.h plist-2.0)

@@ -2,6 +2,9 @@
 
 #include "QuorvikCore/Activity/BuildLogs.h"
 #include "QuorvikCore/Activity/XcodeLogs.h"
+#include "QuorvikCore/Activity/XcodeManifest.h"
+
+#include <plist/plist.h>
 
 namespace quorvik {
 
@@ -63,6 +66,143 @@ TEST(XcodeLogs, ReadsBuildsAndTests) {
         EXPECT_TRUE((XcodeActivity{.status = status}.failed()));
     EXPECT_TRUE((XcodeActivity{.errors = 1}.failed()));
     EXPECT_FALSE((XcodeActivity{.status = "W", .warnings = 9}.failed()));
+}
+
+namespace {
+
+/// A property list as Xcode writes it, with `value` as its only value.
+std::string xmlList(const std::string& value) {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST "
+           "1.0//EN\" "
+           "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n<plist version=\"1.0\">\n" +
+           value + "\n</plist>\n";
+}
+
+std::string binaryForm(const std::string& xml) {
+    plist_t list = nullptr;
+    ::plist_from_xml(xml.data(), static_cast<std::uint32_t>(xml.size()), &list);
+    char* bytes = nullptr;
+    std::uint32_t size = 0;
+    ::plist_to_bin(list, &bytes, &size);
+    ::plist_free(list);
+    std::string binary(bytes, size);
+    ::plist_to_bin_free(bytes);
+    return binary;
+}
+
+std::string bigEndian(std::uint64_t value, int size) {
+    std::string bytes;
+    for (int shift = (size - 1) * 8; shift >= 0; shift -= 8)
+        bytes += static_cast<char>(value >> shift);
+    return bytes;
+}
+
+/// A binary list of these objects, the first of which is its root; references take 3 bytes.
+std::string binaryList(const std::vector<std::string>& objects) {
+    std::string bytes = "bplist00", offsets;
+    for (const std::string& object : objects) {
+        offsets += bigEndian(bytes.size(), 4);
+        bytes += object;
+    }
+    const std::size_t table = bytes.size();
+    return bytes + offsets + std::string(6, '\0') + "\x04\x03" + bigEndian(objects.size(), 8) +
+           bigEndian(0, 8) + bigEndian(table, 8);
+}
+
+std::string arrayOf(std::initializer_list<std::size_t> references) {
+    std::string object(1, static_cast<char>(0xA0 + references.size()));
+    for (const std::size_t reference : references)
+        object += bigEndian(reference, 3);
+    return object;
+}
+
+std::string repeated(const std::string& piece, std::size_t count) {
+    std::string text;
+    while (count-- > 0)
+        text += piece;
+    return text;
+}
+
+} // namespace
+
+class XcodeManifestTests : public testing::TemporaryHome {};
+
+TEST_F(XcodeManifestTests, ReadsWhatXcodeWrites) {
+    const std::string log =
+        "<key>domainType</key><string>IDETestLog</string><key>uniqueIdentifier</key><string>ü&amp;1</string>"
+        "<key>timeStartedRecording</key><real>782000000.25</real><key>timeStoppedRecording</"
+        "key><integer>782000010</integer>"
+        "<key>schemeIdentifier-schemeName</key><string>App</string><key>primaryObservable</key><dict>"
+        "<key>totalNumberOfErrors</key><integer>2</integer><key>totalNumberOfWarnings</key><integer>-1</"
+        "integer></dict>"
+        "<key>when</key><date>2026-01-02T03:04:05Z</date><key>raw</key><data>AAECAw==</data><key>on</"
+        "key><true/>"
+        "<key>list</key><array><string></string></array>";
+    const std::string xml = xmlList("<!-- by hand --><dict><key>logs</key><dict><key>a</key><dict>" + log +
+                                    "</dict></dict></dict>");
+    const XcodeActivity expected{"ü&1",
+                                 XcodeActivity::Kind::test,
+                                 "App",
+                                 dateFromSeconds(978307200 + 782000000.25),
+                                 dateFromSeconds(978307200 + 782000010),
+                                 "S",
+                                 2,
+                                 -1,
+                                 0};
+    const std::filesystem::path project = home / "App-abcdefghijklmnopqrstuvwxyzab";
+    EXPECT_TRUE(XcodeManifest::activities(project).empty());
+    for (const std::string& bytes : {xml, binaryForm(xml)}) {
+        write(project / "Logs/Test/LogStoreManifest.plist", bytes);
+        EXPECT_EQ(XcodeManifest::activities(project), std::vector{expected});
+        for (std::size_t size = 0; size + 10 < bytes.size(); size += 3)
+            EXPECT_FALSE(XcodeManifest::parse(bytes.substr(0, size))) << size; // cut short by a full disk
+    }
+    write(project / "Logs/Build/LogStoreManifest.plist", "not a list");
+    EXPECT_EQ(XcodeManifest::activities(project).size(), 1);
+}
+
+TEST_F(XcodeManifestTests, HostileListsAreRefused) {
+    const auto nested = [](std::size_t depth) {
+        return repeated("<array>", depth) + repeated("</array>", depth);
+    };
+    EXPECT_TRUE(XcodeManifest::parse(xmlList(nested(200))));
+    std::vector<std::string> deep(200, ""), bomb(60, "");
+    for (std::size_t index = 0; index < deep.size(); ++index)
+        deep[index] = index + 1 < deep.size() ? arrayOf({index + 1}) : arrayOf({});
+    EXPECT_TRUE(XcodeManifest::parse(binaryList(deep)));
+    deep.insert(deep.end() - 1, 99'800, "");
+    for (std::size_t index = 199; index + 1 < deep.size(); ++index)
+        deep[index] = arrayOf({index + 1});
+    for (std::size_t index = 0; index < bomb.size(); ++index)
+        bomb[index] = index + 1 < bomb.size() ? arrayOf({index + 1, index + 1}) : arrayOf({});
+    const std::string megabyte =
+        std::string("\x5F\x12") + bigEndian(1'000'000, 4) + std::string(1'000'000, 'x');
+
+    struct Case {
+        const char* what;
+        std::string bytes;
+    };
+    for (const auto& [what, bytes] : std::initializer_list<Case>{
+             {"deep", xmlList(nested(100'000))},
+             {"deeper than it looks: a comment",
+              xmlList(nested(150) + "<!-- " + repeated("</array>", 150) + " -->" + nested(201))},
+             {"a character data section",
+              xmlList("<string><![CDATA[" + repeated("</dict>", 9) + "]]></string>")},
+             {"quoted tags", xmlList("<?x \"?></array></array>\" ?><array/>")},
+             {"a document type of its own", "<!DOCTYPE plist [<!ENTITY a \"b\">]>" + xmlList("<true/>")},
+             {"no list", "<plist><array></dict></plist>"},
+             {"deep, binary", binaryList(deep)},
+             {"many copies", binaryList(bomb)},
+             {"copies of a long text", binaryList({arrayOf({1, 1, 1, 1, 1, 1, 1, 1, 1, 1}),
+                                                   arrayOf({2, 2, 2, 2, 2, 2, 2, 2, 2, 2}), megabyte})},
+             {"a circle", binaryList({arrayOf({1}), arrayOf({0})})},
+             {"itself", binaryList({arrayOf({0})})},
+             {"no such object", binaryList({arrayOf({7})})},
+             {"more elements than bytes", binaryList({"\xAF\x13\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF"})},
+             {"a count that is none", binaryList({"\xAF\x52"})},
+             {"nothing", binaryList({})},
+             {"a header only", "bplist00"}})
+        EXPECT_FALSE(XcodeManifest::parse(bytes)) << what;
 }
 
 } // namespace quorvik

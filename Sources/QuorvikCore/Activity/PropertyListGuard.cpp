@@ -1,0 +1,179 @@
+#include "QuorvikCore/Activity/PropertyListGuard.h"
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+namespace quorvik::PropertyListGuard {
+
+namespace {
+
+/// The objects of a binary list, as far as they contain others.
+class BinaryList {
+  public:
+    explicit BinaryList(std::string_view bytes) : bytes_(bytes) {}
+
+    bool isHarmless() {
+        constexpr std::size_t headerSize = 8, trailerSize = 32;
+        if (bytes_.size() < headerSize + trailerSize) return false;
+        const std::size_t trailer = bytes_.size() - trailerSize;
+        offsetSize_ = number(trailer + 6, 1);
+        referenceSize_ = number(trailer + 7, 1);
+        const std::uint64_t count = number(trailer + 8, 8), root = number(trailer + 16, 8);
+        table_ = number(trailer + 24, 8);
+        if (offsetSize_ < 1 || offsetSize_ > 8 || referenceSize_ < 1 || referenceSize_ > 8) return false;
+        if (table_ < headerSize || table_ > trailer || count > maximumWeight / Measure().weight ||
+            count > (trailer - table_) / offsetSize_ || root >= count)
+            return false;
+        measures_.resize(count);
+        return measure(root);
+    }
+
+  private:
+    /// An object with everything in it; depth 0 until it is known.
+    struct Measure {
+        std::size_t depth = 0;
+        std::uint64_t weight = 16;
+        bool isOpen = false; ///< being measured: another reference to it would be a circle
+    };
+    struct Content {
+        std::size_t first = 0;      ///< where the references to other objects are
+        std::uint64_t children = 0; ///< how many there are
+        std::uint64_t bytes = 0;    ///< of text or data
+    };
+    struct Visit {
+        std::uint64_t object;
+        Content content;
+        std::uint64_t next = 0; ///< child
+    };
+
+    std::uint64_t number(std::size_t at, std::uint64_t size) const {
+        std::uint64_t value = 0;
+        for (std::uint64_t index = 0; index < size; ++index)
+            value = value << 8 | static_cast<unsigned char>(bytes_[at + index]);
+        return value;
+    }
+
+    /// Absent when the object is not where it can be.
+    std::optional<Content> contentOf(std::uint64_t object) const {
+        constexpr unsigned integer = 0x1, data = 0x4, utf16 = 0x6, utf8 = 0x7, array = 0xA, set = 0xC,
+                           dictionary = 0xD, longCount = 0xF;
+        const std::uint64_t start = number(table_ + object * offsetSize_, offsetSize_);
+        if (start >= table_) return std::nullopt;
+        const auto byteAt = [&](std::size_t at) -> unsigned {
+            return static_cast<unsigned char>(bytes_[at]);
+        };
+        const unsigned kind = byteAt(start) >> 4;
+        const bool isText = kind >= data && kind <= utf8;
+        if (!isText && kind != array && kind != set && kind != dictionary) return Content{};
+        std::size_t at = start + 1;
+        std::uint64_t count = byteAt(start) & 0xF;
+        if (count == longCount) {
+            // The count is an integer object: a marker with the logarithm of its size, then its bytes.
+            constexpr unsigned largest = 3;
+            if (at >= table_ || byteAt(at) >> 4 != integer || (byteAt(at) & 0xF) > largest)
+                return std::nullopt;
+            const std::uint64_t size = std::uint64_t{1} << (byteAt(at) & 0xF);
+            if (size > table_ - at - 1) return std::nullopt;
+            count = number(at + 1, size);
+            at += 1 + size;
+        }
+        const std::uint64_t unit = kind == utf16        ? 2
+                                   : isText             ? 1
+                                   : kind == dictionary ? 2 * referenceSize_
+                                                        : referenceSize_;
+        if (count > (table_ - at) / unit) return std::nullopt;
+        if (isText) return Content{at, 0, count * unit};
+        return Content{at, count * unit / referenceSize_, 0};
+    }
+
+    bool measure(std::uint64_t root) {
+        std::vector<Visit> path;
+        const auto enter = [&](std::uint64_t object) {
+            const auto content = contentOf(object);
+            if (!content || path.size() >= maximumDepth) return false;
+            measures_[object].isOpen = true;
+            measures_[object].weight += content->bytes;
+            path.push_back({object, *content});
+            return true;
+        };
+        if (!enter(root)) return false;
+        while (!path.empty()) {
+            Visit& visit = path.back();
+            Measure& measure = measures_[visit.object];
+            if (visit.next == visit.content.children) {
+                measure.isOpen = false;
+                ++measure.depth;
+                path.pop_back();
+                continue;
+            }
+            const std::uint64_t child =
+                number(visit.content.first + visit.next * referenceSize_, referenceSize_);
+            if (child >= measures_.size() || measures_[child].isOpen) return false;
+            const Measure& known = measures_[child];
+            if (known.depth == 0) { // met again, and counted, when it is known
+                if (!enter(child)) return false;
+                continue;
+            }
+            measure.depth = std::max(measure.depth, known.depth);
+            measure.weight += known.weight;
+            if (path.size() + known.depth > maximumDepth || measure.weight > maximumWeight) return false;
+            ++visit.next;
+        }
+        return true;
+    }
+
+    std::string_view bytes_;
+    std::uint64_t offsetSize_ = 0, referenceSize_ = 0;
+    std::size_t table_ = 0; ///< where the offsets begin, and the objects end
+    std::vector<Measure> measures_;
+};
+
+/// The length of the comment, instruction or document type that the text begins with; absent when it is
+/// anything else, or might hold what a reader takes for tags.
+std::optional<std::size_t> lengthWithoutTags(std::string_view text) {
+    if (text.starts_with("<!--")) {
+        const std::size_t end = text.find("-->", 4);
+        if (end == text.npos) return std::nullopt;
+        return end + 3;
+    }
+    const bool isInstruction = text.starts_with("<?");
+    if (!isInstruction && !text.starts_with("<!DOCTYPE")) return std::nullopt;
+    const std::string_view closing = isInstruction ? "?>" : ">";
+    const std::size_t end = text.find(closing);
+    if (end == text.npos) return std::nullopt;
+    // Where what was found is quoted, it is no end, and tags may be quoted as well.
+    const std::string_view inside = text.substr(1, end - 1);
+    const auto isBalanced = [&](char quote) { return std::ranges::count(inside, quote) % 2 == 0; };
+    if (inside.find_first_of("<[") != inside.npos || !isBalanced('"') || !isBalanced('\''))
+        return std::nullopt;
+    return end + closing.size();
+}
+
+} // namespace
+
+bool isHarmlessBinary(std::string_view bytes) {
+    return BinaryList(bytes).isHarmless();
+}
+
+bool isHarmlessXML(std::string_view text) {
+    std::size_t depth = 0;
+    for (std::size_t at = text.find('<'); at != text.npos; at = text.find('<', at)) {
+        const std::string_view markup = text.substr(at);
+        if (markup.starts_with("<!") || markup.starts_with("<?")) {
+            const auto length = lengthWithoutTags(markup);
+            if (!length) return false;
+            at += *length;
+            continue;
+        }
+        if (markup.starts_with("<dict") || markup.starts_with("<array")) {
+            if (++depth > maximumDepth) return false;
+        } else if (markup.starts_with("</dict") || markup.starts_with("</array")) {
+            if (depth > 0) --depth;
+        }
+        ++at;
+    }
+    return true;
+}
+
+} // namespace quorvik::PropertyListGuard
