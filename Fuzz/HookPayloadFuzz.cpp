@@ -28,7 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!event) return 0;
     SessionRecord record(agent, event->sessionID, event->cwd, dateFromSeconds(0));
     EventReducer::apply(*event, record, dateFromSeconds(1));
-    if (SessionRecord::fromJSON(OrderedJSON::parse(printJSON(record.toJSON()))) != record) std::abort();
+    if (SessionRecord::fromJSON(*RawJSON::object(printJSON(record.toJSON()))) != record) std::abort();
     if (const auto request = event->approvalRequest(agent, "id")) {
         if (ApprovalRequest::fromJSON(*parseJSON(printJSON(request->toJSON()))) != *request) std::abort();
     }

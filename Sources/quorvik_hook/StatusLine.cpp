@@ -2,10 +2,10 @@
 
 #include "QuorvikCore/Install/StatusLineInstaller.h"
 #include "QuorvikCore/JSON/OrderedJSON.h"
-#include "QuorvikCore/JSON/RecordCoding.h"
 #include "QuorvikCore/Platform/Environment.h"
 #include "QuorvikCore/Platform/Files.h"
 #include "QuorvikCore/Platform/SupervisedProcess.h"
+#include "QuorvikCore/Text/Number.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <unistd.h>
@@ -26,20 +26,14 @@ constexpr std::string_view separator = " · ";
 std::string text(const JSONValue& payload, std::initializer_list<std::string_view> path) {
     const JSONValue* value = payload.valueAt(path);
     const std::string* found = value ? value->stringValue() : nullptr;
-    std::string line;
-    for (std::string_view rest = found ? *found : std::string_view(); !rest.empty();) {
-        const Unicode::Scalar scalar = Unicode::firstScalar(rest);
-        if (!Unicode::isControl(scalar.value) && !Unicode::isNewline(scalar.value))
-            Unicode::append(line, scalar.value);
-        rest.remove_prefix(scalar.length);
-    }
-    return line;
+    return found ? Unicode::terminalLine(*found) : "";
 }
 
 /// "42%"; empty when there is no such figure.
 std::string percentage(const JSONValue& payload, std::initializer_list<std::string_view> path) {
     const JSONValue* value = payload.valueAt(path);
-    const auto figure = value ? RecordAccess::number(*value) : std::nullopt;
+    const std::string* digits = value ? value->numberText() : nullptr;
+    const auto figure = digits ? Number::finite(*digits) : std::nullopt;
     if (!figure || !(*figure >= 0 && *figure <= 1000)) return "";
     return std::to_string(std::lround(*figure)) + "%";
 }

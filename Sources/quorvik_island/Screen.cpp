@@ -27,28 +27,12 @@ Screen Screen::ofStandardOutput() {
     return {true, terminalColumns(), !plain};
 }
 
-std::string ScreenLine::harmless(std::string_view text) {
-    constexpr char32_t nonJoiner = 0x200C, joiner = 0x200D; // scripts and emoji need them
-    if (Unicode::isPrintableASCII(text)) return std::string(text);
-    std::string result;
-    while (!text.empty()) {
-        const Unicode::Scalar scalar = Unicode::firstScalar(text);
-        text.remove_prefix(scalar.length);
-        const bool ends = Unicode::isNewline(scalar.value);
-        if (ends || scalar.value < 0x20 || (scalar.value >= 0x7F && scalar.value < 0xA0))
-            result += ' ';
-        else if (!Unicode::isControl(scalar.value) || scalar.value == nonJoiner || scalar.value == joiner)
-            Unicode::append(result, scalar.value);
-    }
-    return result;
-}
-
 void ScreenLine::add(std::string_view text, std::size_t width, std::string_view style) {
     if (left_ <= pending_) {
         left_ = 0;
         return;
     }
-    const std::string whole = harmless(text);
+    const std::string whole = Unicode::terminalLine(text);
     const std::size_t room = left_ - pending_;
     std::size_t columns = Unicode::columnCount(whole);
     std::string shown = whole;

@@ -19,8 +19,8 @@ struct Screen {
     static Screen ofStandardOutput();
 };
 
-/// One line of output, cut to the screen's columns. Texts are made harmless first: what session records hold
-/// comes from agents and commands, and must not drive the terminal.
+/// One line of output, cut to the screen's columns. Texts pass through Unicode::terminalLine() first: what
+/// session records hold comes from agents and commands.
 class ScreenLine {
   public:
     explicit ScreenLine(const Screen& screen) : screen_(screen), left_(screen.columns) {}
@@ -31,10 +31,6 @@ class ScreenLine {
 
     /// Without blanks at the end, and without a line feed.
     const std::string& text() const { return text_; }
-
-    /// The text on one line, as add() writes it: without invisible formatting, blanks for control characters
-    /// and line breaks.
-    static std::string harmless(std::string_view text);
 
   private:
     const Screen& screen_;

@@ -142,7 +142,7 @@ std::size_t labelColumns(const IslandLayout& layout) {
     constexpr std::size_t widest = 24;
     std::size_t columns = 0;
     const auto include = [&](const IslandItem& item) {
-        const std::string shown = ScreenLine::harmless(label(item.record));
+        const std::string shown = Unicode::terminalLine(label(item.record));
         columns = std::max(columns, std::min(widest, Unicode::columnCount(shown)));
     };
     if (layout.primary) include(*layout.primary);
@@ -184,7 +184,7 @@ void nameUnreadable(const std::vector<std::string>& paths, std::string_view one,
     std::string_view separator = ": ";
     for (const std::string& path : paths) {
         text += separator;
-        text += ScreenLine::harmless(path);
+        text += Unicode::terminalLine(path);
         separator = ", ";
     }
     console.note(text);

@@ -30,7 +30,7 @@ TEST_F(StatusLineTests, SaysWhatThePayloadTells) {
              R"("seven_day":{"used_percentage":6.5}}})",
              "Opus 5.5 · w · context 12% · 5h 42% · 7d 7%\n"},
             {R"({"model":{"display_name":"A\u001b[2J\nB"},"context_window":{"used_percentage":null}})",
-             "A[2JB\n"},
+             "A [2J B\n"},
             {R"({"model":"x","workspace":[],"context_window":{"used_percentage":-1}})", ""},
             {"{}", ""},
             {"[", ""},

@@ -1,4 +1,3 @@
-#include "QuorvikCore/JSON/OrderedJSON.h"
 #include "QuorvikCore/Session/SessionRecord.h"
 
 #include <gtest/gtest.h>
@@ -12,8 +11,11 @@ constexpr const char* minimal =
     R"("stateSince":1.0,"updatedAt":2.5})";
 
 std::optional<SessionRecord> decoded(const nlohmann::json& value) {
+    const std::string text = value.dump();
+    const auto object = RawJSON::object(text);
+    if (!object) return std::nullopt;
     try {
-        return SessionRecord::fromJSON(OrderedJSON::parse(value.dump()));
+        return SessionRecord::fromJSON(*object);
     } catch (const RecordError&) {
         return std::nullopt;
     }

@@ -174,23 +174,40 @@ std::optional<std::string_view> value(std::string_view text) {
     return found;
 }
 
-std::optional<Members> members(std::string_view text, std::span<const std::string_view> wanted) {
-    Members found;
+std::string Object::nameOf(const Member& member) {
+    if (!member.hasEscapes) return std::string(member.name);
+    return *string({member.name.data() - 1, member.name.size() + 2});
+}
+
+const std::string_view* Object::operator[](std::string_view name) const {
+    const auto found = std::find_if(members_.rbegin(), members_.rend(), [&](const Member& member) {
+        return member.hasEscapes ? nameOf(member) == name : member.name == name;
+    });
+    return found == members_.rend() ? nullptr : &found->value;
+}
+
+std::optional<Object> object(std::string_view text) {
+    constexpr std::size_t usual = 32; // members
+    Object found;
     Scanner scanner(text);
     scanner.skipWhitespace();
     if (!scanner.skip('{')) return std::nullopt;
     scanner.skipWhitespace();
     if (!scanner.skip('}')) {
+        found.members_.reserve(usual);
         do {
             scanner.skipWhitespace();
-            Scanner name = scanner;
-            const char* const nameStart = scanner.position();
-            if (!name.skipString() || !scanner.skipName()) return std::nullopt;
+            const char* const quote = scanner.position();
+            if (!scanner.skipString()) return std::nullopt;
+            std::string_view name = taken(quote, scanner);
+            name.remove_prefix(1);
+            name.remove_suffix(1);
+            scanner.skipWhitespace();
+            if (!scanner.skip(':')) return std::nullopt;
+            scanner.skipWhitespace();
             const char* const valueStart = scanner.position();
             if (!scanner.skipValue()) return std::nullopt;
-            std::string key = *string(taken(nameStart, name));
-            if (wanted.empty() || std::find(wanted.begin(), wanted.end(), key) != wanted.end())
-                found.insert_or_assign(std::move(key), taken(valueStart, scanner));
+            found.members_.push_back({name, name.find('\\') != name.npos, taken(valueStart, scanner)});
             scanner.skipWhitespace();
         } while (scanner.skip(','));
         if (!scanner.skip('}')) return std::nullopt;
@@ -200,8 +217,21 @@ std::optional<Members> members(std::string_view text, std::span<const std::strin
     return found;
 }
 
+std::optional<Members> members(std::string_view text, std::span<const std::string_view> wanted) {
+    const auto whole = object(text);
+    if (!whole) return std::nullopt;
+    Members found;
+    for (const Object::Member& member : whole->members_) {
+        std::string name = Object::nameOf(member);
+        if (wanted.empty() || std::find(wanted.begin(), wanted.end(), name) != wanted.end())
+            found.insert_or_assign(std::move(name), member.value);
+    }
+    return found;
+}
+
 std::optional<std::string> string(std::string_view value) {
     if (!value.starts_with('"') || !RawJSON::value(value)) return std::nullopt;
+    if (value.find('\\') == value.npos) return std::string(value.substr(1, value.size() - 2));
     JSONValue parsed = OrderedJSON::parse(value);
     return std::move(*parsed.stringValue());
 }

@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// JSON that is looked at instead of built: a text is checked against the grammar of RFC 8259 and taken apart
 /// one level at a time, and what nobody asks for costs one fast pass over its bytes. For payloads of a
@@ -21,6 +22,30 @@ using Members = std::map<std::string, std::string, std::less<>>;
 
 /// The one value of a JSON text, without the white space around it; absent when the text is not JSON.
 std::optional<std::string_view> value(std::string_view text);
+
+/// An object taken apart: its members in document order, as parts of its text, which must outlive it. For
+/// many small texts of which most is wanted: nothing is copied before it is asked for.
+class Object {
+  public:
+    /// The JSON text of the value of the member with this name; null when there is none. Of members with the
+    /// same name the last one counts.
+    const std::string_view* operator[](std::string_view name) const;
+
+  private:
+    friend std::optional<Object> object(std::string_view text);
+    friend std::optional<Members> members(std::string_view text, std::span<const std::string_view> wanted);
+    struct Member {
+        std::string_view name; ///< without its quotes; as written
+        bool hasEscapes;       ///< in its name
+        std::string_view value;
+    };
+    static std::string nameOf(const Member& member);
+
+    std::vector<Member> members_;
+};
+
+/// Absent when the text is not JSON or not an object.
+std::optional<Object> object(std::string_view text);
 
 /// The members of a JSON text that is an object, or those of them that are `wanted` (empty: all of them). Of
 /// members with the same name the last one counts. Absent when the text is not JSON or not an object.

@@ -42,8 +42,9 @@ bool isObject(const nlohmann::json& value) {
 bool isNull(const nlohmann::json& value) {
     return value.is_null();
 }
-const std::string* text(const nlohmann::json& value) {
-    return value.get_ptr<const std::string*>();
+std::optional<std::string> text(const nlohmann::json& value) {
+    if (!value.is_string()) return std::nullopt;
+    return value.get<std::string>();
 }
 
 std::optional<bool> boolean(const nlohmann::json& value) {
@@ -63,35 +64,36 @@ std::optional<std::int64_t> integer(const nlohmann::json& value) {
     return value.get<std::int64_t>();
 }
 
-const JSONValue* member(const JSONValue& value, std::string_view key) {
-    return value[key];
+const std::string_view* member(const RawJSON::Object& object, std::string_view key) {
+    return object[key];
 }
-bool isObject(const JSONValue& value) {
-    return value.objectValue() != nullptr;
+bool isObject(const RawJSON::Object&) {
+    return true;
 }
-bool isNull(const JSONValue& value) {
-    return value.isNull();
+bool isNull(std::string_view value) {
+    return value == "null";
 }
-const std::string* text(const JSONValue& value) {
-    return value.stringValue();
-}
-std::optional<bool> boolean(const JSONValue& value) {
-    return value.boolValue();
+std::optional<std::string> text(std::string_view value) {
+    return RawJSON::string(value);
 }
 
-std::optional<double> number(const JSONValue& value) {
-    const std::string* digits = value.numberText();
-    if (!digits) return std::nullopt;
-    return std::strtod(digits->c_str(),
-                       nullptr); // the parser has seen that it is one; the locale is always "C"
+std::optional<bool> boolean(std::string_view value) {
+    if (value != "true" && value != "false") return std::nullopt;
+    return value == "true";
 }
 
-std::optional<std::int64_t> integer(const JSONValue& value) {
-    const std::string* digits = value.numberText();
-    if (!digits) return std::nullopt;
+std::optional<double> number(std::string_view value) {
+    const std::string digits(value); // no other value begins as strtod() wants it; the locale is always "C"
+    char* end = nullptr;
+    const double result = std::strtod(digits.c_str(), &end);
+    if (end != digits.c_str() + digits.size()) return std::nullopt;
+    return finite(result);
+}
+
+std::optional<std::int64_t> integer(std::string_view value) {
     std::int64_t result = 0;
-    const char* end = digits->data() + digits->size();
-    const auto parsed = std::from_chars(digits->data(), end, result);
+    const char* const end = value.data() + value.size();
+    const auto parsed = std::from_chars(value.data(), end, result);
     if (parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
     return result;
 }

@@ -155,7 +155,17 @@ void Folder::Closer::operator()(void* stream) const {
 
 const char* Folder::next() {
     const dirent* entry = ::readdir(static_cast<DIR*>(stream_.get()));
+    entry_ = entry;
     return entry ? entry->d_name : nullptr;
+}
+
+std::optional<std::string> Folder::readEntry(std::size_t limit) const {
+    const auto* entry = static_cast<const dirent*>(entry_);
+    if (!entry) return std::nullopt;
+    constexpr std::uint64_t unknownSize = 0;
+    const auto known = entry->d_type == DT_REG ? Status{0, unknownSize, true} : status(entry->d_name);
+    if (!known) return std::nullopt;
+    return read(entry->d_name, *known, limit);
 }
 
 std::optional<Status> Folder::status(const char* name) const {

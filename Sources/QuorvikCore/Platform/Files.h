@@ -83,6 +83,10 @@ class Folder {
     /// Follows symbolic links. Absent when the entry vanished.
     std::optional<Status> status(const char* name) const;
 
+    /// As Files::read, for the entry that next() gave last. Asks for no status where the listing tells
+    /// already that it is a regular file.
+    std::optional<std::string> readEntry(std::size_t limit) const;
+
     /// As Files::read, for an entry of this folder whose status is known: one system call less.
     std::optional<std::string> read(const char* name, const Status& status, std::size_t limit) const;
 
@@ -92,6 +96,7 @@ class Folder {
     };
     explicit Folder(void* stream) : stream_(stream) {}
     std::unique_ptr<void, Closer> stream_;
+    const void* entry_ = nullptr; ///< the last one, in the stream's memory
 };
 
 } // namespace quorvik::Files

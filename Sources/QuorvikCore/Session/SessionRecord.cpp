@@ -28,8 +28,10 @@ std::string SessionRecord::key() const {
 
 namespace {
 
-HostInfo hostFromJSON(const JSONValue& value) {
-    const RecordReader reader(value);
+HostInfo hostFromJSON(std::string_view value) {
+    const auto object = RawJSON::object(value);
+    if (!object) throw RecordError("host has the wrong type");
+    const RecordReader reader(*object);
     HostInfo host;
     reader.optional("termProgram", host.termProgram);
     reader.optional("termSessionID", host.termSessionID);
@@ -52,8 +54,8 @@ nlohmann::json hostToJSON(const HostInfo& host) {
 
 } // namespace
 
-SessionRecord SessionRecord::fromJSON(const JSONValue& value) {
-    const RecordReader reader(value);
+SessionRecord SessionRecord::fromJSON(const RawJSON::Object& object) {
+    const RecordReader reader(object);
     SessionRecord record;
     reader.required("schemaVersion", record.schemaVersion);
     reader.required("source", record.source);
@@ -67,7 +69,7 @@ SessionRecord SessionRecord::fromJSON(const JSONValue& value) {
     reader.required("stateSince", record.stateSince);
     reader.required("updatedAt", record.updatedAt);
     reader.optional("lastEvent", record.lastEvent);
-    const JSONValue* host = reader.member("host");
+    const std::string_view* host = reader.member("host");
     if (!host) throw RecordError("host is missing");
     record.host = hostFromJSON(*host);
     reader.optional("pid", record.pid);

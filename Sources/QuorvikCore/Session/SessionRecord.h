@@ -80,7 +80,7 @@ struct SessionRecord {
 
     /// Strict: throws RecordError when a required member is missing, has a wrong type or an unknown raw
     /// value. Does not look at the schema version.
-    static SessionRecord fromJSON(const JSONValue& value);
+    static SessionRecord fromJSON(const RawJSON::Object& object);
 
     nlohmann::json toJSON() const;
 

@@ -1,6 +1,5 @@
 #include "QuorvikCore/Session/SessionStore.h"
 
-#include "QuorvikCore/JSON/OrderedJSON.h"
 #include "QuorvikCore/Platform/ChangeNotification.h"
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/FileLock.h"
@@ -25,36 +24,31 @@ Path lockPath(const Path& file) {
     return file.native() + ".lock";
 }
 
-/// The JSON value of a file's text; absent when there is none. Records are read in numbers and often, so by
-/// the faster of our two readers, which lets bytes pass that are not UTF-8.
-std::optional<JSONValue> parsed(const std::optional<std::string>& text) {
+/// Absent when the file's text is no JSON object, in UTF-8.
+std::optional<RawJSON::Object> parsed(const std::optional<std::string>& text) {
     if (!text || !Unicode::isValid(*text)) return std::nullopt;
-    try {
-        return OrderedJSON::parse(*text);
-    } catch (const JSONParseError&) {
-        return std::nullopt;
-    }
+    return RawJSON::object(*text);
 }
 
-std::optional<SessionRecord> decoded(const std::optional<JSONValue>& value) {
-    if (!value) return std::nullopt;
+std::optional<SessionRecord> decoded(const std::optional<RawJSON::Object>& object) {
+    if (!object) return std::nullopt;
     try {
-        return SessionRecord::fromJSON(*value);
+        return SessionRecord::fromJSON(*object);
     } catch (const RecordError&) {
         return std::nullopt;
     }
 }
 
-bool hasOtherSchema(const std::optional<JSONValue>& value) {
-    const JSONValue* version = value ? (*value)["schemaVersion"] : nullptr;
+bool hasOtherSchema(const std::optional<RawJSON::Object>& object) {
+    const std::string_view* version = object ? (*object)["schemaVersion"] : nullptr;
     const auto number = version ? RecordAccess::integer(*version) : std::nullopt;
     return number && *number != SessionRecord::currentSchema;
 }
 
 LoadResult interpreted(const std::optional<std::string>& text, const Path& file) {
-    const auto value = parsed(text);
-    if (hasOtherSchema(value)) return {LoadResult::Unsupported{file}};
-    auto record = decoded(value);
+    const auto object = parsed(text);
+    if (hasOtherSchema(object)) return {LoadResult::Unsupported{file}};
+    auto record = decoded(object);
     if (!record) return {LoadResult::Corrupt{file}};
     return {LoadResult::Ok{std::make_shared<const SessionRecord>(std::move(*record))}};
 }
@@ -85,7 +79,8 @@ void update(Source source, std::string_view sessionID, const Path& folder,
     QuorvikPaths::ensureDirectory(folder);
     const Path file = fileURL(source, sessionID, folder);
     const FileLock lock = FileLock::acquire(lockPath(file));
-    auto record = decoded(parsed(Files::read(file, maxFileSize)));
+    const auto text = Files::read(file, maxFileSize);
+    auto record = decoded(parsed(text));
     mutate(record);
     if (record) write(*record, file);
 }
@@ -104,7 +99,7 @@ LoadResult load(const Path& file) {
 
 namespace {
 
-/// Calls `visit(path, name, status, listing)` for every record file; false when the folder cannot be listed.
+/// Calls `visit(path, name, listing)` for every record file; false when the folder cannot be listed.
 template <typename Visit>
 bool forEachRecordFile(const Path& folder, Visit visit) {
     auto listing = Files::Folder::open(folder);
@@ -116,14 +111,9 @@ bool forEachRecordFile(const Path& folder, Visit visit) {
         if (!isRecordName(name)) continue;
         path.resize(prefix);
         path += name;
-        visit(path, name, listing->status(name).value_or(Files::Status{distantPast, 0, false}), *listing);
+        visit(path, name, *listing);
     }
     return true;
-}
-
-LoadResult loadEntry(const std::string& path, const char* name, const Files::Status& status,
-                     const Files::Folder& listing) {
-    return interpreted(listing.read(name, status, maxFileSize), path);
 }
 
 } // namespace
@@ -132,19 +122,21 @@ std::vector<LoadResult> loadAll(const Path& folder, LoadCache& cache) {
     std::vector<LoadResult> results;
     results.reserve(cache.entries.size());
     const std::uint64_t generation = cache.generation + 1;
-    const bool listed = forEachRecordFile(folder, [&](const std::string& path, const char* name,
-                                                      const Files::Status& status, Files::Folder& listing) {
-        auto found = cache.entries.find(path);
-        if (found == cache.entries.end())
-            found = cache.entries.try_emplace(path).first;
-        else if (found->second.modified == status.modified && found->second.size == status.size) {
-            found->second.generation = generation;
+    const bool listed = forEachRecordFile(
+        folder, [&](const std::string& path, const char* name, const Files::Folder& listing) {
+            const auto status = listing.status(name).value_or(Files::Status{distantPast, 0, false});
+            auto found = cache.entries.find(path);
+            if (found == cache.entries.end())
+                found = cache.entries.try_emplace(path).first;
+            else if (found->second.modified == status.modified && found->second.size == status.size) {
+                found->second.generation = generation;
+                results.push_back(found->second.result);
+                return;
+            }
+            const auto text = listing.read(name, status, maxFileSize);
+            found->second = {status.modified, status.size, interpreted(text, path), generation};
             results.push_back(found->second.result);
-            return;
-        }
-        found->second = {status.modified, status.size, loadEntry(path, name, status, listing), generation};
-        results.push_back(found->second.result);
-    });
+        });
     if (!listed) return {};
     cache.generation = generation;
     if (cache.entries.size() > results.size())
@@ -155,9 +147,8 @@ std::vector<LoadResult> loadAll(const Path& folder, LoadCache& cache) {
 
 std::vector<LoadResult> loadAll(const Path& folder) {
     std::vector<LoadResult> results;
-    forEachRecordFile(folder, [&](const std::string& path, const char* name, const Files::Status& status,
-                                  const Files::Folder& listing) {
-        results.push_back(loadEntry(path, name, status, listing));
+    forEachRecordFile(folder, [&](const std::string& path, const char*, const Files::Folder& listing) {
+        results.push_back(interpreted(listing.readEntry(maxFileSize), path));
     });
     return results;
 }

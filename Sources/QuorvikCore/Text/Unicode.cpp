@@ -189,6 +189,21 @@ std::size_t columnsOf(std::string_view character) {
 
 } // namespace
 
+std::string terminalLine(std::string_view text) {
+    constexpr char32_t nonJoiner = 0x200C, joiner = 0x200D;
+    if (isPrintableASCII(text)) return std::string(text);
+    std::string line;
+    while (!text.empty()) {
+        const Scalar scalar = firstScalar(text);
+        text.remove_prefix(scalar.length);
+        if (isNewline(scalar.value) || category(scalar.value) == UTF8PROC_CATEGORY_CC)
+            line += ' ';
+        else if (!isControl(scalar.value) || scalar.value == nonJoiner || scalar.value == joiner)
+            append(line, scalar.value);
+    }
+    return line;
+}
+
 std::size_t columnCount(std::string_view text) {
     if (isPrintableASCII(text)) return text.size();
     std::size_t columns = 0;

@@ -47,6 +47,11 @@ std::size_t characterCount(std::string_view text, std::size_t limit = SIZE_MAX);
 std::string_view firstCharacters(std::string_view text, std::size_t count);
 std::string_view lastCharacters(std::string_view text, std::size_t count);
 
+/// The text as one line of a terminal may show it, wherever it comes from: a blank for each control character
+/// and line break, and no invisible formatting but what joins letters and emoji, so that it cannot drive the
+/// terminal or turn the line around.
+std::string terminalLine(std::string_view text);
+
 /// The columns of a terminal that the text takes: one or two for each character, none for control characters
 /// and for marks that stand alone.
 std::size_t columnCount(std::string_view text);
