@@ -9,8 +9,8 @@
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdint>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -35,7 +35,7 @@ bool hasMatch(const std::string& text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     constexpr std::size_t largest = 400, repeatedSize = 100'000;
-    constexpr std::chrono::seconds limit(1); // a hundred times what it takes, sanitizers included
+    constexpr std::clock_t limit = CLOCKS_PER_SEC; // thirty times what it takes, sanitizers included
     const std::string text =
         Unicode::repaired({reinterpret_cast<const char*>(data), std::min(size, largest)});
     if (text.empty()) return 0;
@@ -45,9 +45,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     while (many.size() < repeatedSize)
         many += text;
     for (const std::string& whole : {text, many, "Error\n at a\n at b\n" + many}) {
-        const auto start = std::chrono::steady_clock::now();
+        const std::clock_t start = std::clock(); // of this process: others may keep the machine busy
         ClipboardClassifier::classify(whole);
-        CHECK(std::chrono::steady_clock::now() - start < limit);
+        CHECK(std::clock() - start < limit);
     }
     return 0;
 }

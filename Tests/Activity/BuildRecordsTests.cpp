@@ -200,6 +200,8 @@ TEST_F(XcodeManifestTests, HostileListsAreRefused) {
              {"no such object", binaryList({arrayOf({7})})},
              {"more elements than bytes", binaryList({"\xAF\x13\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF"})},
              {"a count that is none", binaryList({"\xAF\x52"})},
+             {"a key with a NUL",
+              binaryList({std::string("\xD1\0\0\1\0\0\1", 7), std::string("\x53k\0y", 4)})},
              {"nothing", binaryList({})},
              {"a header only", "bplist00"}})
         EXPECT_FALSE(XcodeManifest::parse(bytes)) << what;

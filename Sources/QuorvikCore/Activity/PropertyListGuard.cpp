@@ -54,6 +54,14 @@ class BinaryList {
         return value;
     }
 
+    /// Of characters of `unit` bytes. A text with one would end the process: libplist insists that a key is
+    /// as long as C takes it for.
+    static bool holdsNUL(std::string_view text, std::size_t unit) {
+        for (std::size_t at = 0; at < text.size(); at += unit)
+            if (text.substr(at, unit).find_first_not_of('\0') == text.npos) return true;
+        return false;
+    }
+
     /// Absent when the object is not where it can be.
     std::optional<Content> contentOf(std::uint64_t object) const {
         constexpr unsigned integer = 0x1, data = 0x4, utf16 = 0x6, utf8 = 0x7, array = 0xA, set = 0xC,
@@ -83,6 +91,7 @@ class BinaryList {
                                    : kind == dictionary ? 2 * referenceSize_
                                                         : referenceSize_;
         if (count > (table_ - at) / unit) return std::nullopt;
+        if (kind != data && isText && holdsNUL(bytes_.substr(at, count * unit), unit)) return std::nullopt;
         if (isText) return Content{at, 0, count * unit};
         return Content{at, count * unit / referenceSize_, 0};
     }

@@ -43,10 +43,9 @@ nlohmann::json converted(plist_t node) {
         return std::isfinite(value) ? nlohmann::json(value) : nlohmann::json();
     }
     case PLIST_STRING: {
-        char* value = nullptr;
-        ::plist_get_string_val(node, &value);
-        const Text owned(value);
-        return Unicode::repaired(value ? value : "");
+        std::uint64_t length = 0;
+        const char* const value = ::plist_get_string_ptr(node, &length);
+        return Unicode::repaired(std::string_view(value, value ? length : 0));
     }
     case PLIST_ARRAY: {
         nlohmann::json elements = nlohmann::json::array();
