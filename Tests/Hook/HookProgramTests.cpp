@@ -5,7 +5,6 @@
 #include "QuorvikCore/Session/ProcessInspector.h"
 #include "QuorvikCore/Session/SessionStore.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -22,6 +21,8 @@ using testing::Program;
 
 class HookProgramTests : public testing::TemporaryHome {
   protected:
+    using Names = std::vector<std::string>;
+
     static std::vector<std::string> hook(const std::string& source = "claude") {
         return {testing::programPath("quorvik-hook"), "--source", source};
     }
@@ -29,10 +30,7 @@ class HookProgramTests : public testing::TemporaryHome {
     /// Sends one event and checks that nothing but `output` comes back.
     static void send(const std::string& payload, const std::string& output = "",
                      const std::string& source = "claude") {
-        const auto result = Program::run(hook(source), payload);
-        EXPECT_EQ(result.status, 0) << payload;
-        EXPECT_EQ(result.output, output) << payload;
-        EXPECT_EQ(result.errors, "") << payload;
+        EXPECT_EQ(Program::run(hook(source), payload), (Program::Result{0, output, ""})) << payload;
     }
 
     static std::string event(const std::string& name, const std::string& more = "") {
@@ -43,9 +41,14 @@ class HookProgramTests : public testing::TemporaryHome {
         return event(name, R"("tool_name":"Bash","tool_input":{"command":")" + command + "\"}");
     }
 
+    /// A hook that has its event, and may be waiting for an answer.
+    Program& started(const std::string& payload) {
+        hooks.emplace_back(hook()).giveInput(payload);
+        return hooks.back();
+    }
+
     std::optional<SessionRecord> record(Source source = Source::claude) const {
-        const auto loaded = SessionStore::load(SessionStore::fileURL(source, "s", sessions));
-        return loaded.record() ? std::optional(*loaded.record()) : std::nullopt;
+        return testing::recordIn(SessionStore::fileURL(source, "s", sessions));
     }
     SessionState state() const {
         const auto found = record();
@@ -53,19 +56,20 @@ class HookProgramTests : public testing::TemporaryHome {
     }
 
     const std::filesystem::path socket = support / "approval.sock";
+    static constexpr const char* allow = "{\"decision\":\"allow\"}\n";
     static constexpr const char* allowed =
         R"({"hookSpecificOutput":{"decision":{"behavior":"allow"},"hookEventName":"PermissionRequest"}})";
+    const Program::Result nothing{0, "", ""};
+    std::list<Program> hooks;
 };
 
 /// An app that leaves requests unanswered and notices when they are withdrawn.
 class SilentApp {
   public:
     explicit SilentApp(const std::filesystem::path& socket)
-        : app_(socket, [this](const std::string&, int connection) {
+        : app_(socket, [this](const std::string& line, int connection) {
               ++asked;
-              char byte;
-              while (::read(connection, &byte, 1) > 0) {
-              }
+              FakeApp::isSilent()(line, connection);
               ++withdrawn;
           }) {}
     std::atomic<int> asked = 0, withdrawn = 0;
@@ -111,24 +115,20 @@ TEST_F(HookProgramTests, FindsTheAgentAboveItsShells) {
         EXPECT_EQ(record()->pid, ::getpid()) << odd; // then the hook's own parent
     }
     // As agents run it: by a shell, which is not what is looked for.
-    const auto result = Program::run({"sh", "-c", "\"$0\" --source claude --ppid $PPID; :", hook()[0]},
-                                     event("SessionStart"));
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(record()->pid, ::getpid());
+    Program::run({"sh", "-c", "\"$0\" --source codex --ppid $PPID; :", hook()[0]}, event("SessionStart"));
+    EXPECT_EQ(record(Source::codex)->pid, ::getpid());
 }
 
 TEST_F(HookProgramTests, IsSilentWhateverItIsGiven) {
     const std::string deep = std::string(100'000, '[') + std::string(100'000, ']');
-    for (const std::string& payload :
-         {std::string(), std::string("[]"), std::string("{"), std::string("\xFF\xFE"), deep,
-          "{\"tool_response\":" + deep + "," + event("Stop").substr(1),
-          std::string(R"({"session_id":7,"hook_event_name":"Stop"})"), std::string(R"({"session_id":"s"})"),
-          std::string(1 << 20, ' '), event("NoSuchEvent")})
+    for (const std::string& payload : {std::string(), std::string("{"), std::string("\xFF\xFE"), deep,
+                                       "{\"tool_response\":" + deep + "," + event("Stop").substr(1),
+                                       std::string(1 << 20, ' '), event("NoSuchEvent")})
         send(payload);
     for (const char* source : {"", "build", "nobody"})
         send(event("Stop"), "", source);
-    EXPECT_EQ(Program::run({hook()[0]}, event("Stop")).status, 0);
-    EXPECT_EQ(Program::run({hook()[0], "--source"}, event("Stop")).status, 0);
+    EXPECT_EQ(Program::run({hook()[0]}, event("Stop")), nothing);
+    EXPECT_EQ(Program::run({hook()[0], "--source"}, event("Stop")), nothing);
 
     std::filesystem::remove_all(support);
     write("support", "a file in the way");
@@ -144,7 +144,7 @@ TEST_F(HookProgramTests, PutsARequestToTheApp) {
         const std::lock_guard lock(mutex);
         line = request;
         meanwhile = state();
-        FakeApp::says("{\"decision\":\"allow\"}\n")(request, connection);
+        FakeApp::says(allow)(request, connection);
     });
     send(event("UserPromptSubmit", R"("prompt":"go on with it")"));
     send(bash("PreToolUse", "git push")); // asks nobody
@@ -152,11 +152,9 @@ TEST_F(HookProgramTests, PutsARequestToTheApp) {
         const std::lock_guard lock(mutex);
         EXPECT_EQ(line, "");
     }
-    send(
-        event(
-            "PermissionRequest",
-            R"("tool_name":"Bash","tool_input":{"command":"git push"},"permission_suggestions":[{"n":1.50}])"),
-        allowed);
+    const std::string rules = R"("permission_suggestions":[{"n":1.50}])";
+    send(event("PermissionRequest", R"("tool_name":"Bash","tool_input":{"command":"git push"},)" + rules),
+         allowed);
     const std::lock_guard lock(mutex);
     EXPECT_EQ(meanwhile, SessionState::awaiting);
     auto request = *parseJSON(line);
@@ -169,43 +167,34 @@ TEST_F(HookProgramTests, PutsARequestToTheApp) {
     EXPECT_EQ(record()->stateSince, record()->updatedAt);
 }
 
+/// What each agent is told is the library's matter; here, whether it is told, and what is left.
 TEST_F(HookProgramTests, AnsweredOrNot) {
     struct Case {
         std::string source, payload, answer, output;
         SessionState after;
     };
-    const std::string questions =
-        R"([{"question":"Which?","header":"H","options":[{"label":"A"},{"label":"B"}],"n":1.50}])";
-    const auto asking = [&](const std::string& name, const std::string& list) {
-        return event(name, R"("tool_name":"AskUserQuestion","tool_input":{"questions":)" + list + "}");
-    };
+    const std::string ask = bash("PermissionRequest", "x"),
+                      plan = event("PermissionRequest", R"("tool_name":"ExitPlanMode","tool_input":{})"),
+                      list = R"([{"question":"Which?","header":"H","options":[{"label":"B"}],"n":1.50}])",
+                      question =
+                          event("PermissionRequest",
+                                R"("tool_name":"AskUserQuestion","tool_input":{"questions":)" + list + "}"),
+                      answered = R"({"hookSpecificOutput":{"decision":{"behavior":"allow","updatedInput":)"
+                                 R"({"answers":{"Which?":"B"},"questions":)" +
+                                 list + R"(}},"hookEventName":"PermissionRequest"}})";
     using State = SessionState;
-    for (
-        const auto& [source, payload, answer, output, after] : std::initializer_list<Case>{
-            {"codex", bash("PermissionRequest", "x"), R"({"decision":"deny","message":"no"})",
-             R"({"hookSpecificOutput":{"decision":{"behavior":"deny","message":"no"},"hookEventName":"PermissionRequest"}})",
-             State::working},
-            {"copilot",
-             R"({"hookName":"permissionRequest","sessionId":"s","cwd":"/w","toolName":"bash","toolInput":{}})",
-             R"({"decision":"allowAlways"})", R"({"behavior":"allow"})", State::working},
-            {"devin", R"({"hook_event_name":"PermissionRequest","session_id":"s","tool_name":"exec"})",
-             R"({"decision":"allow"})", R"({"decision":"approve"})", State::working},
-            {"claude", asking("PermissionRequest", questions), R"({"decision":"allow","answers":["B"]})",
-             R"({"hookSpecificOutput":{"decision":{"behavior":"allow","updatedInput":{"answers":{"Which?":"B"},"questions":)" +
-                 questions + R"(}},"hookEventName":"PermissionRequest"}})",
-             State::working},
-            {"grok", asking("PreToolUse", questions), R"({"decision":"allow","answers":["B"]})",
-             R"({"hookSpecificOutput":{"hookEventName":"PreToolUse","permissionDecision":"deny","permissionDecisionReason":)"
-             R"("The user has already answered in the Quorvik notch, so do not ask again. Continue with their answer.\n)"
-             R"(Question: Which?\nThe user's answer: B"}})",
-             State::working},
-            {"grok", asking("PreToolUse", "[]"), R"({"decision":"allow","answers":[]})", "", State::awaiting},
-            {"claude", bash("PermissionRequest", "x"), R"({"decision":"ask"})", "", State::awaiting},
-            {"claude", bash("PermissionRequest", "x"), "nonsense", "", State::awaiting},
-            {"qwen", bash("PermissionRequest", "x"), "", "", State::awaiting}, // it closes without a word
-            {"kimi", bash("PermissionRequest", "x"), R"({"decision":"allow"})", "",
-             State::awaiting}, // has no such reply
-        }) {
+    for (const auto& [source, payload, answer, output, after] : std::initializer_list<Case>{
+             {"copilot", R"({"hookName":"permissionRequest","sessionId":"s","toolName":"bash"})",
+              R"({"decision":"allowAlways"})", R"({"behavior":"allow"})", State::working},
+             {"devin", ask, R"({"decision":"deny","message":"no"})", R"({"decision":"block","reason":"no"})",
+              State::working},
+             {"claude", question, R"({"decision":"allow","answers":["B"]})", answered, State::working},
+             {"claude", plan, R"({"decision":"allow"})", allowed, State::awaiting}, // which it does not heed
+             {"claude", ask, R"({"decision":"ask"})", "", State::awaiting},
+             {"claude", ask, "nonsense", "", State::awaiting},
+             {"qwen", ask, "", "", State::awaiting},                        // it closes without a word
+             {"kimi", ask, R"({"decision":"allow"})", "", State::awaiting}, // has no such reply
+         }) {
         const FakeApp app(socket, FakeApp::says(answer.empty() ? "" : answer + "\n"));
         send(payload, output, source);
         const auto left = record(*fromRawValue<Source>(source));
@@ -223,16 +212,13 @@ TEST_F(HookProgramTests, GoesAwayWhenTheUserAnsweredElsewhere) {
         send(event("UserPromptSubmit"));
         send(bash("PreToolUse", "b")); // both before either's end, as agents do
         send(bash("PreToolUse", "a"));
-        Program waiting(hook());
-        waiting.writeInput(bash("PermissionRequest", "a"));
-        waiting.closeInput();
+        Program& waiting = started(bash("PermissionRequest", "a"));
         eventually([&] { return app.asked == 1; });
 
         // Parallel work is no reason to go.
-        send(bash("PostToolUse", "b"));
-        send(bash("PreToolUse", "c"));
-        send(bash("PostToolUse", "c"));
-        send(event("SubagentStart"));
+        for (const std::string& parallel : {bash("PostToolUse", "b"), bash("PreToolUse", "c"),
+                                            bash("PostToolUse", "c"), event("SubagentStart")})
+            send(parallel);
         std::this_thread::sleep_for(std::chrono::milliseconds(600)); // twice as long as it takes to look
         EXPECT_EQ(app.withdrawn, 0) << over;
 
@@ -242,24 +228,17 @@ TEST_F(HookProgramTests, GoesAwayWhenTheUserAnsweredElsewhere) {
         eventually([&] { return app.withdrawn == 1; });
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5))
             << over; // one, on a quiet machine
-        const auto result = waiting.finish();
-        EXPECT_EQ(result.status, 0);
-        EXPECT_EQ(result.output + result.errors, "");
-        EXPECT_EQ(testing::namesIn(sessions),
-                  (std::vector<std::string>{"claude-s.json", "claude-s.json.lock"}));
+        EXPECT_EQ(waiting.finish(), nothing);
+        EXPECT_EQ(testing::namesIn(sessions), (Names{"claude-s.json", "claude-s.json.lock"}));
     }
 }
 
 TEST_F(HookProgramTests, EndsAtOnceWhenTheAgentsTimeIsUp) {
     SilentApp app(socket);
-    Program waiting(hook());
-    waiting.writeInput(bash("PermissionRequest", "a"));
-    waiting.closeInput();
+    Program& waiting = started(bash("PermissionRequest", "a"));
     eventually([&] { return app.asked == 1; });
     ::kill(waiting.pid(), SIGTERM);
-    const auto result = waiting.finish();
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.output + result.errors, "");
+    EXPECT_EQ(waiting.finish(), nothing);
     EXPECT_EQ(state(), SessionState::awaiting);
 }
 
@@ -269,59 +248,33 @@ TEST_F(HookProgramTests, AnAnswerToOneRequestDoesNotEndAnother) {
     std::atomic<bool> second = false;
     const FakeApp app(socket, [&](const std::string& line, int connection) {
         if (answers == 1) eventually([&] { return second.load(); });
-        FakeApp::says("{\"decision\":\"allow\"}\n")(line, connection);
+        FakeApp::says(allow)(line, connection);
         ++answers;
     });
-    std::list<Program> hooks;
-    const auto ask = [&](const std::string& command) {
-        hooks.emplace_back(hook());
-        hooks.back().writeInput(bash("PermissionRequest", command));
-        hooks.back().closeInput();
-    };
-    ask("a");
-    EXPECT_EQ(hooks.front().finish().output, allowed);
+    EXPECT_EQ(started(bash("PermissionRequest", "a")).finish().output, allowed);
     EXPECT_EQ(state(), SessionState::working);
-    ask("b");
+    Program& other = started(bash("PermissionRequest", "b"));
     eventually([&] { return state() == SessionState::awaiting; });
     send(bash("PostToolUse", "a")); // the first one's tool has run
     std::this_thread::sleep_for(std::chrono::milliseconds(600));
     second = true;
-    EXPECT_EQ(hooks.back().finish().output, allowed); // it was not given up
+    EXPECT_EQ(other.finish().output, allowed); // it was not given up
     EXPECT_EQ(state(), SessionState::working);
 }
 
-TEST_F(HookProgramTests, ABareAllowThatClaudeDoesNotHeedChangesNothing) {
-    const FakeApp app(socket, FakeApp::says("{\"decision\":\"allow\"}\n"));
-    send(event("PermissionRequest", R"("tool_name":"ExitPlanMode","tool_input":{"plan":"x"})"), allowed);
-    EXPECT_EQ(state(), SessionState::awaiting);
-}
-
-TEST_F(HookProgramTests, AHundredAtOnce) {
-    std::list<Program> hooks;
+TEST_F(HookProgramTests, AHundredAtOnceSomeOfThemKilled) {
     for (int index = 0; index < 100; ++index) {
-        Program& one = hooks.emplace_back(hook());
-        one.writeInput(bash("PreToolUse", "command " + std::to_string(index)));
-        one.closeInput();
+        const Program& one = started(bash("PreToolUse", "command " + std::to_string(index)));
+        if (index % 3 == 0) ::kill(one.pid(), SIGKILL);
     }
-    for (Program& one : hooks)
-        EXPECT_EQ(one.finish().status, 0);
+    int index = 0;
+    for (Program& one : hooks) {
+        const int status = one.finish().status;
+        EXPECT_TRUE(status == 0 || index % 3 == 0) << status;
+        ++index;
+    }
     ASSERT_TRUE(record());
-    EXPECT_EQ(record()->state, SessionState::working);
     EXPECT_TRUE(record()->summary->starts_with("command "));
-    EXPECT_EQ(testing::namesIn(sessions), (std::vector<std::string>{"claude-s.json", "claude-s.json.lock"}));
-}
-
-TEST_F(HookProgramTests, KilledAtAnyMomentItLeavesAWholeRecord) {
-    send(event("SessionStart"));
-    for (int round = 0; round < 60; ++round) {
-        Program one(hook());
-        one.writeInput(bash("PreToolUse", std::string(50'000, 'x')));
-        one.closeInput();
-        std::this_thread::sleep_for(std::chrono::microseconds(round * 40));
-        ::kill(one.pid(), SIGKILL);
-        one.finish();
-        ASSERT_TRUE(record()) << round;
-    }
     send(event("Stop")); // nobody holds the lock
     EXPECT_EQ(state(), SessionState::done);
 }

@@ -36,6 +36,13 @@ FakeApp::Answer FakeApp::says(std::string text) {
     };
 }
 
+FakeApp::Answer FakeApp::isSilent() {
+    return [](const std::string&, int connection) {
+        for (char byte; ::read(connection, &byte, 1) > 0;) {
+        }
+    };
+}
+
 void FakeApp::serve() {
     for (;;) {
         const int connection = ::accept(listener_, nullptr, nullptr);

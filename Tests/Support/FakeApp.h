@@ -21,6 +21,8 @@ class FakeApp {
 
     /// Answers every line with this text.
     static Answer says(std::string text);
+    /// Answers nothing, and waits until the other side goes.
+    static Answer isSilent();
 
   private:
     void serve();

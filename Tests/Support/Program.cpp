@@ -13,6 +13,7 @@
 #include <csignal>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 namespace quorvik::testing {
 
@@ -37,7 +38,28 @@ void closeOnce(int& descriptor) {
     descriptor = -1;
 }
 
-/// False at the end of the stream, or when nothing comes.
+} // namespace
+
+std::ostream& operator<<(std::ostream& stream, const Program::Result& result) {
+    return stream << "status " << result.status << ", output: " << result.output
+                  << ", errors: " << result.errors;
+}
+
+std::vector<char*> argumentsOf(const std::vector<std::string>& words) {
+    std::vector<char*> arguments;
+    for (const std::string& word : words)
+        arguments.push_back(const_cast<char*>(word.c_str()));
+    arguments.push_back(nullptr);
+    return arguments;
+}
+
+int statusOf(pid_t child) {
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
 bool readMore(int descriptor, std::string& text) {
     pollfd readable{descriptor, POLLIN, 0};
     if (::poll(&readable, 1, patience) <= 0) return false;
@@ -47,8 +69,6 @@ bool readMore(int descriptor, std::string& text) {
     return count > 0;
 }
 
-} // namespace
-
 std::string programPath(const std::string& name) {
     return std::string(QUORVIK_BIN_DIR) + "/" + name;
 }
@@ -56,10 +76,7 @@ std::string programPath(const std::string& name) {
 Program::Program(const std::vector<std::string>& words, const std::function<void()>& prepare) {
     ::signal(SIGPIPE, SIG_IGN);
     const Ends in = newPipe(), out = newPipe(), err = newPipe();
-    std::vector<char*> arguments;
-    for (const std::string& word : words)
-        arguments.push_back(const_cast<char*>(word.c_str()));
-    arguments.push_back(nullptr);
+    const auto arguments = argumentsOf(words);
     pid_ = ::fork();
     if (pid_ == 0) {
         ::signal(SIGPIPE, SIG_DFL);
@@ -84,16 +101,17 @@ Program::~Program() {
     closeOnce(errors_);
     if (pid_ > 0) {
         ::kill(pid_, SIGKILL);
-        ::waitpid(pid_, nullptr, 0);
+        statusOf(pid_);
     }
-}
-
-void Program::writeInput(const std::string& text) const {
-    ASSERT_EQ(::write(input_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
 }
 
 void Program::closeInput() {
     closeOnce(input_);
+}
+
+void Program::giveInput(const std::string& text) {
+    ASSERT_EQ(::write(input_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    closeInput();
 }
 
 void Program::closeOutput() {
@@ -114,48 +132,31 @@ std::string Program::readLine() {
     }
 }
 
-Program::Result Program::finish() {
-    closeOnce(input_);
+Program::Result Program::finish(const std::string& input) {
     Result result{0, buffered_, ""};
+    std::thread feeder([&] {
+        for (std::size_t sent = 0; sent < input.size();) {
+            const ssize_t count = ::write(input_, input.data() + sent, input.size() - sent);
+            if (count <= 0) break;
+            sent += static_cast<std::size_t>(count);
+        }
+        closeInput();
+    });
     std::thread errors([&] {
         while (errors_ >= 0 && readMore(errors_, result.errors)) {
         }
     });
     while (output_ >= 0 && readMore(output_, result.output)) {
     }
+    feeder.join();
     errors.join();
-    int status = 0;
-    while (::waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
-    }
-    pid_ = -1;
-    result.status = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    result.status = statusOf(std::exchange(pid_, -1));
     return result;
 }
 
 Program::Result Program::run(const std::vector<std::string>& words, const std::string& input,
                              const std::function<void()>& prepare) {
-    Program program(words, prepare);
-    std::thread feeder([&] {
-        for (std::size_t sent = 0; sent < input.size();) {
-            const ssize_t count = ::write(program.input_, input.data() + sent, input.size() - sent);
-            if (count <= 0) break;
-            sent += static_cast<std::size_t>(count);
-        }
-        closeOnce(program.input_);
-    });
-    Result result{0, "", ""};
-    if (input.empty()) {
-        feeder.join();
-        return program.finish();
-    }
-    std::thread reader([&] {
-        while (readMore(program.output_, result.output)) {
-        }
-    });
-    feeder.join();
-    reader.join();
-    const Result rest = program.finish();
-    return {rest.status, result.output + rest.output, rest.errors};
+    return Program(words, prepare).finish(input);
 }
 
 bool eventually(const std::function<bool()>& condition) {

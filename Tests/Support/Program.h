@@ -3,8 +3,7 @@
 #include <sys/types.h>
 
 #include <functional>
-#include <map>
-#include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -20,6 +19,9 @@ class Program {
         int status; ///< exit code, or 128 + signal
         std::string output;
         std::string errors;
+
+        bool operator==(const Result&) const = default;
+        friend std::ostream& operator<<(std::ostream& stream, const Result& result);
     };
 
     /// Starts it in the test's environment; the first word is a path or is searched in the PATH. `prepare`
@@ -31,8 +33,10 @@ class Program {
 
     pid_t pid() const { return pid_; }
 
-    void writeInput(const std::string& text) const;
     void closeInput();
+
+    /// All of its input: writes it, which must fit into a pipe, and closes it.
+    void giveInput(const std::string& text);
 
     /// The next line of its standard output, without the line feed; waits up to 20 seconds, then fails the
     /// test.
@@ -40,8 +44,8 @@ class Program {
 
     void closeOutput(); ///< as a reader that goes away
 
-    /// Closes its input, collects what it still prints and waits for its end.
-    Result finish();
+    /// Gives it the input and closes that, collects what it still prints and waits for its end.
+    Result finish(const std::string& input = "");
 
     /// All in one.
     static Result run(const std::vector<std::string>& words, const std::string& input = "",
@@ -54,6 +58,15 @@ class Program {
     int errors_ = -1;
     std::string buffered_;
 };
+
+// What every real process needs.
+
+/// As execvp() wants them; the words must outlive the result.
+std::vector<char*> argumentsOf(const std::vector<std::string>& words);
+/// Waits for the child's end: its exit code, or 128 + signal.
+int statusOf(pid_t child);
+/// Appends what comes next; false at the end of the stream, or when nothing comes for 20 seconds.
+bool readMore(int descriptor, std::string& text);
 
 /// Waits until `condition` holds, up to 20 seconds; fails the test otherwise.
 bool eventually(const std::function<bool()>& condition);

@@ -1,5 +1,9 @@
 #include "Tests/Support/TemporaryHome.h"
 
+#include "QuorvikCore/Session/SessionStore.h"
+
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -41,6 +45,30 @@ std::filesystem::path TemporaryHome::write(const std::filesystem::path& relative
     std::filesystem::create_directories(file.parent_path());
     std::ofstream(file, std::ios::binary) << content;
     return file;
+}
+
+std::filesystem::path TemporaryHome::writeProgram(const std::filesystem::path& relative,
+                                                  std::string_view content) const {
+    const auto file = write(relative, content);
+    ::chmod(file.c_str(), 0755);
+    return file;
+}
+
+std::optional<SessionRecord> recordIn(const std::filesystem::path& file) {
+    const auto loaded = SessionStore::load(file);
+    return loaded.record() ? std::optional(*loaded.record()) : std::nullopt;
+}
+
+mode_t modeOf(const std::filesystem::path& file) {
+    struct stat status {};
+    return ::stat(file.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
+}
+
+void limitFileSize(rlim_t bytes) {
+    rlimit limit{};
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = std::min(bytes, limit.rlim_max);
+    ::setrlimit(RLIMIT_FSIZE, &limit);
 }
 
 std::string contentOf(const std::filesystem::path& file) {

@@ -1,17 +1,17 @@
 #include "Tests/Support/Terminal.h"
 
+#include "Tests/Support/Program.h"
+
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/ioctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <stdexcept>
+#include <utility>
 
 namespace quorvik::testing {
 
@@ -21,10 +21,7 @@ Terminal::Terminal(const std::vector<std::string>& words, const std::function<vo
         throw std::runtime_error("no pseudo-terminal");
     ::fcntl(terminal_, F_SETFD, FD_CLOEXEC);
     const std::string name = ::ptsname(terminal_);
-    std::vector<char*> arguments;
-    for (const std::string& word : words)
-        arguments.push_back(const_cast<char*>(word.c_str()));
-    arguments.push_back(nullptr);
+    const auto arguments = argumentsOf(words);
     pid_ = ::fork();
     if (pid_ == 0) {
         ::setsid();
@@ -50,16 +47,6 @@ void Terminal::type(std::string_view keys) const {
     ASSERT_EQ(::write(terminal_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
 }
 
-bool Terminal::readMore() {
-    constexpr int patience = 20'000; // milliseconds
-    pollfd readable{terminal_, POLLIN, 0};
-    if (::poll(&readable, 1, patience) <= 0) return false;
-    char buffer[4096];
-    const ssize_t count = ::read(terminal_, buffer, sizeof buffer);
-    if (count > 0) shown_.append(buffer, static_cast<std::size_t>(count));
-    return count > 0;
-}
-
 std::string Terminal::waitFor(std::string_view text) {
     for (;;) {
         if (const auto at = shown_.find(text); at != std::string::npos) {
@@ -67,7 +54,7 @@ std::string Terminal::waitFor(std::string_view text) {
             shown_.erase(0, at + text.size());
             return before;
         }
-        if (!readMore()) {
+        if (!readMore(terminal_, shown_)) {
             ADD_FAILURE() << "never shown: " << text << "; this was: " << shown_;
             return shown_;
         }
@@ -76,18 +63,13 @@ std::string Terminal::waitFor(std::string_view text) {
 
 void Terminal::destroy() {
     ::kill(pid_, SIGKILL);
-    ::waitpid(pid_, nullptr, 0);
-    pid_ = -1;
+    statusOf(std::exchange(pid_, -1));
 }
 
 int Terminal::finish() {
-    while (readMore()) {
+    while (readMore(terminal_, shown_)) {
     }
-    int status = 0;
-    while (::waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
-    }
-    pid_ = -1;
-    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    return statusOf(std::exchange(pid_, -1));
 }
 
 } // namespace quorvik::testing

@@ -34,8 +34,6 @@ class Terminal {
     int finish();
 
   private:
-    bool readMore();
-
     int terminal_ = -1;
     pid_t pid_ = -1;
     std::string shown_; ///< and not found yet
