@@ -1,5 +1,6 @@
 #include "Tests/Support/Program.h"
 #include "Tests/Support/TemporaryHome.h"
+#include "Tests/Support/Terminal.h"
 
 #include "QuorvikCore/Session/ProcessInspector.h"
 #include "QuorvikCore/Session/SessionStore.h"
@@ -41,9 +42,13 @@ class RunCommandTests : public testing::TemporaryHome {
     SessionRecord takeRecord() const {
         const auto found = record();
         EXPECT_TRUE(found);
-        if (!found) return {};
-        SessionStore::remove(*found, sessions);
-        return *found;
+        if (found) SessionStore::remove(*found, sessions);
+        return found.value_or(SessionRecord());
+    }
+
+    /// A command that says when it is ready, says "told" at the signals, and then exits with 5.
+    static std::vector<std::string> trapping(const std::string& signals) {
+        return sh("trap 'echo told; exit 5' " + signals + "; echo ready; while :; do read x; done");
     }
 };
 
@@ -55,35 +60,34 @@ TEST_F(RunCommandTests, ReportsHowItWent) {
         std::string summary;
         std::optional<std::string> detail;
     };
+    using State = SessionState;
     const std::string user = home.string();
     for (const auto& [command, status, state, summary, detail] : std::initializer_list<Case>{
-             {{"true"}, 0, SessionState::done, "true", std::nullopt},
-             {{"/bin/false", "x"}, 1, SessionState::failed, "exit 1", "/bin/false x"},
-             {sh("echo fine; echo warn >&2; exit 7"), 7, SessionState::failed, "warn",
+             {{"true"}, 0, State::done, "true", std::nullopt},
+             {{"/bin/false", "x"}, 1, State::failed, "exit 1", "/bin/false x"},
+             {sh("echo fine; echo warn >&2; exit 7"), 7, State::failed, "warn",
               "sh -c echo fine; echo warn >&2; exit 7"},
-             {sh("echo 'Error: no'; false"), 1, SessionState::failed, "Error: no",
-              "sh -c echo 'Error: no'; false"},
-             {sh("echo error in " + user + "/x TOKEN=1; exit 2"), 2, SessionState::failed,
-              "error in ~/x TOKEN=***", "sh -c echo error in ~/x TOKEN=*** exit 2"},
-             {sh("kill -9 $$"), 137, SessionState::failed, "exit 137", "sh -c kill -9 $$"},
-             {sh("kill -INT $$"), 130, SessionState::ended, "exit 130", "sh -c kill -INT $$"},
-             {sh("exit 143"), 143, SessionState::ended, "exit 143", "sh -c exit 143"},
+             {sh("echo error in " + user + "/x TOKEN=1; exit 2"), 2, State::failed, "error in ~/x TOKEN=***",
+              "sh -c echo error in ~/x TOKEN=*** exit 2"},
+             {sh("kill -9 $$"), 137, State::failed, "exit 137", "sh -c kill -9 $$"},
+             {sh("kill -INT $$"), 130, State::ended, "exit 130", "sh -c kill -INT $$"},
+             {sh("exit 143"), 143, State::ended, "exit 143", "sh -c exit 143"},
          }) {
-        const auto result = run(command);
-        EXPECT_EQ(result.status, status);
+        EXPECT_EQ(run(command).status, status);
         const SessionRecord left = takeRecord();
-        EXPECT_EQ(left.source, Source::build);
-        EXPECT_EQ(left.state, state) << summary;
-        EXPECT_EQ(left.summary, summary);
-        EXPECT_EQ(left.detail, detail);
-        EXPECT_EQ(left.exitCode, status);
-        EXPECT_EQ(left.tool, std::filesystem::path(command[0]).filename().string());
-        EXPECT_EQ(left.lastEvent, "exit");
-        EXPECT_EQ(left.pid, std::nullopt);
-        EXPECT_EQ(left.pidStartTime, std::nullopt);
-        EXPECT_EQ(left.cwd, std::filesystem::current_path());
+        SessionRecord expected(Source::build, left.sessionID, std::filesystem::current_path().string(),
+                               left.stateSince);
+        expected.state = state;
+        expected.summary = summary;
+        expected.detail = detail;
+        expected.exitCode = status;
+        expected.tool = std::filesystem::path(command[0]).filename().string();
+        expected.lastEvent = "exit";
+        expected.turnStartedAt = left.turnStartedAt;
+        expected.host = left.host;
+        expected.logPath = (support / "logs" / (left.sessionID + ".log")).string();
+        EXPECT_EQ(left, expected) << summary; // without a process, too
         EXPECT_TRUE(left.sessionID.starts_with("run-") && left.sessionID.size() == 12) << left.sessionID;
-        EXPECT_EQ(left.logPath, (support / "logs" / (left.sessionID + ".log")).string());
         EXPECT_GE(left.stateSince, *left.turnStartedAt);
     }
 }
@@ -107,43 +111,39 @@ TEST_F(RunCommandTests, PublishesTheStart) {
     EXPECT_EQ(program.finish().status, 1); // read meets the end of its input
 }
 
+TEST_F(RunCommandTests, KnowsItsTerminal) {
+    testing::Terminal terminal(supervised(sh("tty; echo end")));
+    std::string tty = terminal.waitFor("end");
+    tty.erase(tty.find('\r'));
+    EXPECT_EQ(terminal.finish(), 0);
+    EXPECT_EQ(takeRecord().host.tty, tty);
+}
+
 TEST_F(RunCommandTests, PassesOutputThroughAndLogsBoth) {
-    const auto result = run({"sh", "-c", "cat; printf 'err\\0\\377' >&2"}, std::string("in\0\xFF\n", 5));
-    EXPECT_EQ(result.output, std::string("in\0\xFF\n", 5));
-    EXPECT_EQ(result.errors, std::string("err\0\xFF", 5));
+    const std::string input("in\0\xFF\n", 5), errors("err\0\xFF", 5);
+    EXPECT_EQ(run(sh("cat; printf 'err\\0\\377' >&2"), input), (Program::Result{0, input, errors}));
     const std::string logPath = *takeRecord().logPath;
     EXPECT_EQ(contentOf(logPath).size(), 10u);
-    struct stat status;
-    ASSERT_EQ(::stat(logPath.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777, 0600u);
+    EXPECT_EQ(testing::modeOf(logPath), 0600u);
 }
 
 TEST_F(RunCommandTests, ACommandThatCannotBeStarted) {
-    write("script", "echo a script without a first line\n");
-    write("folder/x", "");
-    ::chmod((home / "script").c_str(), 0755);
-    struct Case {
-        std::string command, errors;
-        int status;
-    };
-    for (const auto& [command, errors, status] : std::initializer_list<Case>{
-             {"no-such-command", "quorvik: no-such-command: No such file or directory\n", 127},
-             {"", "quorvik: : No such file or directory\n", 127},
-             {home.string() + "/folder", "quorvik: " + home.string() + "/folder: Permission denied\n", 127},
-             {home.string() + "/script", "", 0}, // as a shell does
+    const std::string folder = write("folder/x", "").parent_path().string();
+    for (const auto& [command, why] : std::initializer_list<std::pair<std::string, std::string>>{
+             {"no-such-command", "no-such-command: No such file or directory"},
+             {"", ": No such file or directory"},
+             {folder, folder + ": Permission denied"},
          }) {
-        const auto result = run({command});
-        EXPECT_EQ(result.status, status) << command;
-        EXPECT_EQ(result.errors, errors);
+        EXPECT_EQ(run({command}), (Program::Result{127, "", "quorvik: " + why + "\n"}));
         const SessionRecord left = takeRecord();
-        EXPECT_EQ(left.exitCode, status);
-        EXPECT_EQ(left.tool, std::filesystem::path(command).filename().string());
-        if (status == 0) continue;
+        EXPECT_EQ(left.exitCode, 127);
         EXPECT_EQ(left.state, SessionState::failed);
-        EXPECT_EQ("quorvik: " + *left.summary + "\n", errors);
+        EXPECT_EQ(left.summary, why);
         EXPECT_EQ(left.lastEvent, "exit");
         EXPECT_EQ(left.pid, std::nullopt);
     }
+    const auto script = writeProgram("script", "echo a script without a first line\n");
+    EXPECT_EQ(run({script.string()}).status, 0); // as a shell does
 }
 
 #ifdef __linux__
@@ -169,23 +169,28 @@ TEST_F(RunCommandTests, TheCommandCannotTell) {
              {"sh", "-c", "cut -d' ' -f5,6,19 /proc/$$/stat; env | grep -v ^_= | sort; pwd; ulimit -a"},
              {"sh", "-c", "echo \"$0\" \"$@\"", "name", "a b", "", "--", "-x"},
          }) {
-        const std::string expected = Program::run(look, "", prepare).output;
-        EXPECT_FALSE(expected.empty());
-        EXPECT_EQ(run(look, "", prepare).output, expected);
+        const auto expected = Program::run(look, "", prepare);
+        EXPECT_FALSE(expected.output.empty());
+        EXPECT_EQ(run(look, "", prepare), expected);
     }
 }
-
 #endif
 
-TEST_F(RunCommandTests, ForwardsTermination) {
-    for (const int signal : {SIGTERM, SIGHUP}) {
-        Program program(
-            supervised(sh("trap 'echo told; exit 5' TERM HUP; echo ready; while :; do read x; done")));
+TEST_F(RunCommandTests, SignalsAreTheCommands) {
+    // What a terminal sends goes to the whole group; the rest is forwarded.
+    for (const auto& [signal, toGroup] : {std::pair(SIGTERM, false),
+                                          {SIGHUP, false},
+                                          {SIGALRM, false},
+                                          {SIGUSR1, false},
+                                          {SIGUSR2, false},
+                                          {SIGINT, true},
+                                          {SIGQUIT, true}}) {
+        Program program(supervised(trapping("TERM HUP ALRM USR1 USR2 INT QUIT")), [] { ::setpgid(0, 0); });
         EXPECT_EQ(program.readLine(), "ready");
-        ::kill(program.pid(), signal);
-        EXPECT_EQ(program.readLine(), "told");
+        ::kill(toGroup ? -program.pid() : program.pid(), signal);
+        EXPECT_EQ(program.readLine(), "told") << signal;
         EXPECT_EQ(program.finish().status, 5);
-        takeRecord();
+        EXPECT_EQ(takeRecord().state, SessionState::failed);
     }
     Program program(supervised({"sleep", "100"}));
     eventually([&] { return record().has_value(); });
@@ -208,17 +213,6 @@ TEST_F(RunCommandTests, LosesNoSignalWhileStarting) {
             SessionStore::remove(*result.record(), sessions);
         }
     }
-}
-
-TEST_F(RunCommandTests, SurvivesAnInterruptOfTheGroup) {
-    Program program(
-        supervised(sh("trap 'echo interrupted; exit 4' INT; echo ready; while :; do read x; done")),
-        [] { ::setpgid(0, 0); });
-    EXPECT_EQ(program.readLine(), "ready");
-    ::kill(-program.pid(), SIGINT); // as a terminal's Ctrl-C
-    EXPECT_EQ(program.readLine(), "interrupted");
-    EXPECT_EQ(program.finish().status, 4);
-    EXPECT_EQ(takeRecord().state, SessionState::failed);
 }
 
 TEST_F(RunCommandTests, AReaderThatGoesAwayStallsNobody) {
@@ -247,38 +241,19 @@ TEST_F(RunCommandTests, WritesToASlowNonBlockingReaderLoseNothing) {
 }
 
 TEST_F(RunCommandTests, WaitsForWhatHoldsTheOutputUntilToldToStop) {
-    Program program(supervised(sh("echo $$; sleep 100 & echo $!; exit 3")));
-    const int command = std::stoi(program.readLine()), left = std::stoi(program.readLine());
-    eventually([&] { return ProcessInspector::info(left)->parentPID != command; });
-    EXPECT_EQ(record()->state, SessionState::working); // not ended as long as somebody may write
-    ::kill(program.pid(), SIGTERM);
-    EXPECT_EQ(program.finish().status, 3);
-    EXPECT_EQ(takeRecord().state, SessionState::failed);
-    EXPECT_EQ(::kill(left, SIGKILL), 0); // it was not sent the signal
-}
-
-TEST_F(RunCommandTests, EndsSoonAfterItWasToldTo) {
-    // The shell dies of the signal; what it had started holds the output open.
-    Program program(supervised(sh("echo ready; sleep 100; echo over")));
-    EXPECT_EQ(program.readLine(), "ready");
-    const auto start = std::chrono::steady_clock::now();
-    ::kill(program.pid(), SIGTERM);
-    EXPECT_EQ(program.finish().status, 143);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
-    EXPECT_EQ(takeRecord().state, SessionState::ended);
-}
-
-TEST_F(RunCommandTests, OtherSignalsAreTheCommandsToo) {
-    for (const int signal : {SIGQUIT, SIGALRM, SIGUSR1, SIGUSR2}) {
-        Program program(
-            supervised(
-                sh("trap 'echo told; exit 6' QUIT ALRM USR1 USR2; echo ready; while :; do read x; done")),
-            [] { ::setpgid(0, 0); });
-        EXPECT_EQ(program.readLine(), "ready");
-        ::kill(signal == SIGQUIT ? -program.pid() : program.pid(), signal); // Ctrl-\ goes to the whole group
-        EXPECT_EQ(program.readLine(), "told");
-        EXPECT_EQ(program.finish().status, 6);
-        takeRecord();
+    // The command is gone already when it is told to stop, or goes because of that.
+    for (const auto& [script, status] : {std::pair("exit 3", 3), {"wait", 128 + SIGTERM}}) {
+        Program program(supervised(sh(std::string("echo $$; sleep 100 & echo $!; ") + script)));
+        const int command = std::stoi(program.readLine()), left = std::stoi(program.readLine());
+        if (status == 3) eventually([&] { return ProcessInspector::info(left)->parentPID != command; });
+        EXPECT_EQ(record()->state, SessionState::working); // not ended as long as somebody may write
+        const auto told = std::chrono::steady_clock::now();
+        ::kill(program.pid(), SIGTERM);
+        EXPECT_EQ(program.finish().status, status);
+        // One second, on a quiet machine.
+        EXPECT_LT(std::chrono::steady_clock::now() - told, std::chrono::seconds(6));
+        EXPECT_EQ(takeRecord().state, status == 3 ? SessionState::failed : SessionState::ended);
+        EXPECT_EQ(::kill(left, SIGKILL), 0); // it was not sent the signal
     }
 }
 
@@ -287,14 +262,13 @@ TEST_F(RunCommandTests, WithoutThreadsThereIsNoCommand) {
         GTEST_SKIP() << "the limit is counted per user, and root can take one that nobody uses";
     for (const auto& folder : {home, support})
         std::filesystem::create_directories(folder), ::chmod(folder.c_str(), 0777);
-    const auto result = run(sh("echo ran"), "", [] {
+    const auto oneThread = [] {
         const rlimit limit{1, 1}; // processes and threads
         ::setrlimit(RLIMIT_NPROC, &limit);
         ASSERT_EQ(::setuid(64321), 0);
-    });
-    EXPECT_EQ(result.status, 127);
-    EXPECT_EQ(result.output, "");
-    EXPECT_EQ(result.errors, "quorvik: sh: Resource temporarily unavailable\n");
+    };
+    EXPECT_EQ(run(sh("echo ran"), "", oneThread),
+              (Program::Result{127, "", "quorvik: sh: Resource temporarily unavailable\n"}));
 }
 
 TEST_F(RunCommandTests, KeepsTheLogsOfAWeekAndTellsTheApp) {
@@ -314,31 +288,24 @@ TEST_F(RunCommandTests, KeepsTheLogsOfAWeekAndTellsTheApp) {
 }
 
 TEST_F(RunCommandTests, AFullDiskDoesNotConcernTheCommand) {
-    const auto full = [] {
-        const rlimit limit{100, 100}; // bytes of any file
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    };
-    const auto result = run(sh("seq 1 1000; exit 9"), "", full);
+    const auto result = run(sh("seq 1 1000; exit 9"), "", [] { testing::limitFileSize(100); });
     EXPECT_EQ(result.status, 9);
     EXPECT_EQ(result.output.size(), 3893u);
     EXPECT_EQ(result.errors, "");
     for (const std::string& name : namesIn(sessions))
         EXPECT_TRUE(name.ends_with(".lock")) << name;
-}
 
-TEST_F(RunCommandTests, AnUnusableSupportFolderDoesNotConcernTheCommand) {
+    std::filesystem::remove_all(support);
     write("support", "a file in the way");
-    const auto result = run(sh("echo out; exit 2"));
-    EXPECT_EQ(result.status, 2);
-    EXPECT_EQ(result.output + result.errors, "out\n");
+    EXPECT_EQ(run(sh("echo out; exit 2")), (Program::Result{2, "out\n", ""}));
 }
 
 TEST_F(RunCommandTests, ClosedStandardStreams) {
-    const auto result = run(sh("echo out; echo err >&2; read x || exit 8"), "", [] {
+    const auto closed = [] {
         for (const int descriptor : {0, 1, 2})
             ::close(descriptor);
-    });
-    EXPECT_EQ(result.status, 8);
+    };
+    EXPECT_EQ(run(sh("echo out; echo err >&2; read x || exit 8"), "", closed).status, 8);
     EXPECT_EQ(contentOf(*takeRecord().logPath).size(), 8u);
 }
 
