@@ -5,9 +5,7 @@
 #include "QuorvikCore/Platform/FileLock.h"
 #include "QuorvikCore/Session/SessionStore.h"
 
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -28,32 +26,31 @@ class SessionStoreTests : public testing::TemporaryHome {
     }
 
     std::optional<std::int64_t> count(std::string_view id = "s") const {
-        const LoadResult result = load(fileURL(Source::claude, id, sessions));
-        return result.record() ? result.record()->port : std::nullopt;
+        const auto record = testing::recordIn(fileURL(Source::claude, id, sessions));
+        return record ? record->port : std::nullopt;
+    }
+    Path put(const std::string& name, std::string_view content) const {
+        return write("support/sessions/" + name, content);
     }
 
     /// In a process of its own; does not return there.
-    template <typename Work>
-    static pid_t inChild(Work work) {
+    static pid_t inChild(const std::function<void()>& work) {
         const pid_t child = ::fork();
-        if (child == 0) {
-            int status = 0;
-            try {
-                work();
-            } catch (const std::exception&) {
-                status = 1;
-            }
-            ::_exit(status);
+        if (child != 0) return child;
+        try {
+            work();
+        } catch (const std::exception&) {
+            ::_exit(1);
         }
-        return child;
+        ::_exit(0);
     }
+
+    const Path file = sessions / "claude-s.json";
+    const std::vector<std::string> recordAndLock{"claude-s.json", "claude-s.json.lock"};
 };
 
 TEST_F(SessionStoreTests, NamesFilesAfterTheSession) {
-    struct Case {
-        std::string_view id, name;
-    };
-    for (const auto& [id, name] : std::initializer_list<Case>{
+    for (const auto& [id, name] : std::initializer_list<std::pair<std::string_view, std::string_view>>{
              {"a/b c", "claude-a_b_c.json"},
              {"../x", "claude-___x.json"},
              {"Ünï-5_好٣", "claude-Ünï-5_好٣.json"},
@@ -69,62 +66,55 @@ TEST_F(SessionStoreTests, CreatesChangesAndRemoves) {
     increment();
     increment();
     EXPECT_EQ(count(), 2);
-    EXPECT_EQ(namesIn(sessions), (std::vector<std::string>{"claude-s.json", "claude-s.json.lock"}));
-    for (const auto& [path, mode] : std::initializer_list<std::pair<Path, mode_t>>{
-             {sessions, 0700}, {sessions / "claude-s.json", 0600}, {sessions / "claude-s.json.lock", 0600}}) {
-        struct stat status;
-        ASSERT_EQ(::stat(path.c_str(), &status), 0);
-        EXPECT_EQ(status.st_mode & 0777, mode) << path;
-    }
+    EXPECT_EQ(namesIn(sessions), recordAndLock);
+    EXPECT_EQ(testing::modeOf(sessions), 0700u);
+    EXPECT_EQ(testing::modeOf(file), 0600u);
+    EXPECT_EQ(testing::modeOf(sessions / "claude-s.json.lock"), 0600u);
     update(Source::claude, "s", sessions, [](std::optional<SessionRecord>& record) { record.reset(); });
     EXPECT_EQ(count(), 2);
 
-    remove(*load(sessions / "claude-s.json").record(), sessions);
+    remove(*testing::recordIn(file), sessions);
     EXPECT_EQ(namesIn(sessions), std::vector<std::string>());
     remove(SessionRecord(Source::git, "x", "/", {}), sessions / "nowhere"); // ignored
 }
 
 TEST_F(SessionStoreTests, TellsBadFilesApart) {
     increment();
-    const std::string good = contentOf(sessions / "claude-s.json");
+    const std::string good = contentOf(file);
     const auto padded = [&](std::size_t size) { return good + std::string(size - good.size(), ' '); };
     struct Case {
         const char* name;
         std::string content;
         std::size_t kind; // of the result's variant
     };
-    const std::initializer_list<Case> cases = {
-        {"good.json", good, 0},
-        {"largest.json", padded(maxFileSize), 0},
-        {"larger.json", padded(maxFileSize + 1), 2},
-        {"newer.json", R"({"schemaVersion":2})", 1},
-        {"versionless.json", R"({"source":"git"})", 2},
-        {"fraction.json", R"({"schemaVersion":2.5})", 2},
-        {"empty.json", "", 2},
-        {"array.json", "[]", 2},
-        {"deep.json", std::string(100'000, '[') + std::string(100'000, ']'), 2},
-        {"latin1.json", "{\"cwd\":\"\xFF\"}", 2},
-    };
-    for (const auto& [name, content, kind] : cases) {
-        write(std::filesystem::path("support/sessions") / name, content);
-        EXPECT_EQ(load(sessions / name).value.index(), kind) << name;
-    }
+    for (const auto& [name, content, kind] : std::initializer_list<Case>{
+             {"largest.json", padded(maxFileSize), 0},
+             {"larger.json", padded(maxFileSize + 1), 2},
+             {"newer.json", R"({"schemaVersion":2})", 1},
+             {"versionless.json", R"({"source":"git"})", 2},
+             {"fraction.json", R"({"schemaVersion":2.5})", 2},
+             {"empty.json", "", 2},
+             {"array.json", "[]", 2},
+             {"deep.json", std::string(100'000, '[') + std::string(100'000, ']'), 2},
+             {"latin1.json", "{\"cwd\":\"\xFF\"}", 2},
+         })
+        EXPECT_EQ(load(put(name, content)).value.index(), kind) << name;
     std::filesystem::create_directory(sessions / "folder.json");
     ASSERT_EQ(::mkfifo((sessions / "pipe.json").c_str(), 0600), 0);
     EXPECT_EQ(load(sessions / "pipe.json").value.index(), 2u); // and does not wait for a writer
     std::filesystem::create_symlink("nowhere", sessions / "dangling.json");
     for (const char* ignored :
-         {".claude-s.json.1.tmp", ".hidden.json", "claude-x.json.lock", "notes.txt", "json"})
-        write(std::filesystem::path("support/sessions") / ignored, good);
+         {".claude-s.json.1.tmp", ".hidden.json", "claude-x.json.lock", "notes", "json"})
+        put(ignored, good);
 
     std::array<std::size_t, 3> kinds{};
     for (const LoadResult& result : loadAll(sessions))
         ++kinds[result.value.index()];
-    EXPECT_EQ(kinds,
-              (std::array<std::size_t, 3>{3, 1, 10})); // claude-s.json too; a folder, a pipe and a dead link
+    // claude-s.json too; a folder, a pipe and a dead link
+    EXPECT_EQ(kinds, (std::array<std::size_t, 3>{2, 1, 10}));
     EXPECT_TRUE(loadAll(home / "nowhere").empty());
 
-    write("support/sessions/claude-s.json", "{}");
+    put("claude-s.json", "{}");
     increment();
     EXPECT_EQ(count(), 1); // what cannot be read counts as no record, and is replaced
 }
@@ -136,14 +126,14 @@ TEST_F(SessionStoreTests, CacheSparesUnchangedFiles) {
     EXPECT_EQ(loadAll(sessions, cache).size(), 2u);
 
     // Same size and time: not read again, so what was found before stands.
-    const Path file = sessions / "claude-a.json";
-    const auto time = std::filesystem::last_write_time(file);
-    write("support/sessions/claude-a.json", std::string(contentOf(file).size(), 'x'));
-    std::filesystem::last_write_time(file, time);
+    const Path a = sessions / "claude-a.json";
+    const auto time = std::filesystem::last_write_time(a);
+    put("claude-a.json", std::string(contentOf(a).size(), 'x'));
+    std::filesystem::last_write_time(a, time);
     const auto again = loadAll(sessions, cache);
     EXPECT_TRUE(again[0].record() && again[1].record());
 
-    std::filesystem::last_write_time(file, time + std::chrono::nanoseconds(1));
+    std::filesystem::last_write_time(a, time + std::chrono::nanoseconds(1));
     std::filesystem::remove(sessions / "claude-b.json");
     const auto changed = loadAll(sessions, cache);
     ASSERT_EQ(changed.size(), 1u);
@@ -152,30 +142,21 @@ TEST_F(SessionStoreTests, CacheSparesUnchangedFiles) {
 }
 
 TEST_F(SessionStoreTests, WritersLoseNoUpdate) {
-    std::vector<pid_t> writers;
+    const auto incrementOften = [&] {
+        for (int n = 0; n < 200; ++n)
+            increment();
+    };
+    std::vector<pid_t> processes;
     for (int i = 0; i < 8; ++i)
-        writers.push_back(inChild([&] {
-            for (int n = 0; n < 250; ++n)
-                increment();
-        }));
-    for (const pid_t writer : writers) {
-        int status = -1;
-        ::waitpid(writer, &status, 0);
-        EXPECT_EQ(status, 0);
-    }
-    EXPECT_EQ(count(), 2000);
-}
-
-TEST_F(SessionStoreTests, ThreadsQueueOnTheLockToo) {
+        processes.push_back(inChild(incrementOften));
     std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([&] {
-            for (int n = 0; n < 50; ++n)
-                increment();
-        });
+    for (int i = 0; i < 2; ++i)
+        threads.emplace_back(incrementOften);
+    for (const pid_t process : processes)
+        EXPECT_EQ(testing::statusOf(process), 0);
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_EQ(count(), 200);
+    EXPECT_EQ(count(), 2000);
 }
 
 TEST_F(SessionStoreTests, KilledWritersLeaveAWholeRecord) {
@@ -188,7 +169,7 @@ TEST_F(SessionStoreTests, KilledWritersLeaveAWholeRecord) {
         const auto before = count();
         testing::eventually([&] { return count() != before; });
         ::kill(writer, SIGKILL);
-        ::waitpid(writer, nullptr, 0);
+        testing::statusOf(writer);
         ASSERT_TRUE(count().has_value()) << "torn in round " << round;
         increment(); // nobody holds the lock
     }
@@ -211,39 +192,29 @@ TEST_F(SessionStoreTests, AWaitingWriterSurvivesTheRemovalOfItsLockFile) {
     EXPECT_EQ(count(), 2);
 }
 
-TEST_F(SessionStoreTests, AFullDiskLeavesTheOldRecord) {
+TEST_F(SessionStoreTests, WhatCannotBeWrittenLeavesTheOldRecord) {
     increment();
-    const std::string before = contentOf(sessions / "claude-s.json");
+    const std::string before = contentOf(file);
     const pid_t writer = inChild([&] {
-        const rlimit limit{100, 100}; // bytes of any file
-        ::setrlimit(RLIMIT_FSIZE, &limit);
+        testing::limitFileSize(100);
         ::signal(SIGXFSZ, SIG_IGN); // as the programs do
         increment();
     });
-    int status = -1;
-    ::waitpid(writer, &status, 0);
-    EXPECT_EQ(WEXITSTATUS(status), 1); // it threw
-    EXPECT_EQ(contentOf(sessions / "claude-s.json"), before);
-    EXPECT_EQ(namesIn(sessions), (std::vector<std::string>{"claude-s.json", "claude-s.json.lock"}));
-}
+    EXPECT_EQ(testing::statusOf(writer), 1); // it threw
+    const auto fill = [](std::optional<SessionRecord>& record) {
+        record->summary = std::string(maxFileSize, 'x');
+    };
+    EXPECT_THROW(update(Source::claude, "s", sessions, fill), FileError); // nobody would read it
+    EXPECT_EQ(contentOf(file), before);
+    EXPECT_EQ(namesIn(sessions), recordAndLock);
 
-TEST_F(SessionStoreTests, WritesNothingThatNobodyWouldRead) {
-    increment();
-    EXPECT_THROW(
-        update(Source::claude, "s", sessions,
-               [](std::optional<SessionRecord>& record) { record->summary = std::string(maxFileSize, 'x'); }),
-        FileError);
-    EXPECT_EQ(count(), 1);
-}
-
-TEST_F(SessionStoreTests, SaysWhatWentWrong) {
+    std::filesystem::remove_all(support);
     write("support", "a file in the way");
     try {
         increment();
         FAIL();
     } catch (const FileError& error) {
-        EXPECT_EQ(std::string(error.what()),
-                  "could not create the folder " + sessions.string() + ": Not a directory");
+        EXPECT_EQ(error.what(), "could not create the folder " + sessions.string() + ": Not a directory");
     }
 }
 
@@ -252,14 +223,14 @@ TEST_F(SessionStoreTests, ANotificationTouchesAFile) {
     postChangeNotification(); // no folder yet: ignored
     increment();
     postChangeNotification();
-    const Path file = support / "com.quorvik.state-changed";
+    const Path touched = support / "com.quorvik.state-changed";
     const auto past = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
-    std::filesystem::last_write_time(file, past);
+    std::filesystem::last_write_time(touched, past);
     postChangeNotification();
-    EXPECT_GT(std::filesystem::last_write_time(file), past);
+    EXPECT_GT(std::filesystem::last_write_time(touched), past);
 
-    std::filesystem::remove(file);
-    ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
+    std::filesystem::remove(touched);
+    ASSERT_EQ(::mkfifo(touched.c_str(), 0600), 0);
     postChangeNotification(); // whatever stands there, nobody waits
 }
 #endif
