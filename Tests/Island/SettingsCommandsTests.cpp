@@ -3,9 +3,6 @@
 
 #include "QuorvikCore/JSON/RecordCoding.h"
 
-#include <sys/resource.h>
-#include <sys/stat.h>
-
 #include <algorithm>
 
 namespace quorvik {
@@ -17,19 +14,18 @@ using testing::Program;
 /// `quorvik-island hooks` and `quorvik-island statusline`, as people and scripts run them.
 class SettingsCommandsTests : public testing::TemporaryHome {
   protected:
-    SettingsCommandsTests() : hook(write("support/bin/quorvik-hook", "#!/bin/sh\n")) {
-        ::chmod(hook.c_str(), 0755);
-    }
-
     static Program::Result island(std::vector<std::string> words, const std::function<void()>& prepare = {}) {
         words.insert(words.begin(), testing::programPath("quorvik-island"));
         return Program::run(words, "", prepare);
+    }
+    static Program::Result failed(int status, const std::string& why) {
+        return {status, "", "quorvik-island: " + why + "\n"};
     }
     static nlohmann::json json(const std::string& text) {
         return parseJSON(text).value_or("not JSON: " + text);
     }
 
-    const std::filesystem::path hook;
+    const std::filesystem::path hook = writeProgram("support/bin/quorvik-hook");
 };
 
 TEST_F(SettingsCommandsTests, HelpGoesToOutputAndMistakesToErrors) {
@@ -41,19 +37,13 @@ TEST_F(SettingsCommandsTests, HelpGoesToOutputAndMistakesToErrors) {
         EXPECT_EQ(result.status, 0);
         EXPECT_TRUE(result.output.starts_with("usage: quorvik-island ")) << result.output;
         EXPECT_LT(std::ranges::count(result.output, '\n'), 25);
-        EXPECT_EQ(result.errors, "");
     }
-    struct Case {
-        std::vector<std::string> words;
-        std::string why;
-    };
-    for (const auto& [words, why] : std::initializer_list<Case>{
+    for (const auto& [words, why] : std::initializer_list<std::pair<std::vector<std::string>, std::string>>{
              {{}, "say what to do"},
              {{"hook"}, "unknown command hook"},
              {{"hooks"}, "hooks: say status, install or uninstall"},
              {{"hooks", "Status"}, "hooks: unknown action Status"},
-             {{"hooks", "status", "git"}, "unknown agent git"},
-             {{"hooks", "install", "claude", "clod"}, "unknown agent clod"},
+             {{"hooks", "install", "claude", "git"}, "unknown agent git"},
              {{"hooks", "status", "--all", "pi"}, "name agents or say --all, not both"},
              {{"hooks", "status", "--force=1"}, "unknown option --force"},
              {{"hooks", "status", "--all=1"}, "--all takes no value"},
@@ -61,21 +51,15 @@ TEST_F(SettingsCommandsTests, HelpGoesToOutputAndMistakesToErrors) {
              {{"hooks", "status", "--", "--all"}, "unknown agent --all"},
              {{"statusline"}, "statusline: say status, install or uninstall"},
              {{"statusline", "on"}, "statusline: unknown action on"},
-             {{"statusline", "status", "claude"}, "statusline: unexpected argument claude"}}) {
-        const auto result = island(words);
-        EXPECT_EQ(result.status, 3);
-        EXPECT_EQ(result.errors, "quorvik-island: " + why + " (see quorvik-island --help)\n");
-        EXPECT_EQ(result.output, "");
-    }
+             {{"statusline", "status", "claude"}, "statusline: unexpected argument claude"}})
+        EXPECT_EQ(island(words), failed(3, why + " (see quorvik-island --help)"));
     EXPECT_FALSE(std::filesystem::exists(home / ".claude"));
 }
 
 TEST_F(SettingsCommandsTests, HooksGoInAndOutOfTheAgentsThatAreFound) {
     EXPECT_EQ(island({"hooks", "status"}).output, "");
-    const auto nobody = island({"hooks", "install"});
-    EXPECT_EQ(nobody.status, 1);
-    EXPECT_EQ(nobody.errors, "quorvik-island: no coding agent has a configuration folder in " +
-                                 home.string() + "; name one, or say --all\n");
+    EXPECT_EQ(island({"hooks", "install"}), failed(1, "no coding agent has a configuration folder in " +
+                                                          home.string() + "; name one, or say --all"));
 
     const auto claude = write(".claude/settings.json", R"({"hooks":{}})").string();
     const std::string codex = write(".codex/config.toml", "").parent_path() / "hooks.json";
@@ -83,7 +67,6 @@ TEST_F(SettingsCommandsTests, HooksGoInAndOutOfTheAgentsThatAreFound) {
     const auto installed = island({"hooks", "install"});
     const auto backup = support / "backups" / namesIn(support / "backups").at(0);
     EXPECT_EQ(installed.status, 0);
-    EXPECT_EQ(installed.errors, "");
     EXPECT_EQ(installed.output,
               "claude: installed in " + claude + "\nclaude: backup in " + backup.string() +
                   "\ncodex: installed in " + codex +
@@ -113,23 +96,16 @@ TEST_F(SettingsCommandsTests, HooksGoInAndOutOfTheAgentsThatAreFound) {
 TEST_F(SettingsCommandsTests, OneAgentsFailureDoesNotStopTheOthers) {
     write(".claude/settings.json", "{");
     const auto kimi = write(".kimi/config.toml", "hooks = []\n");
-    const auto result = island({"hooks", "install", "claude", "kimi", "pi"});
-    EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.errors,
-              "quorvik-island: claude: Invalid JSON near byte 1\n"
-              "quorvik-island: kimi: config.toml already sets `hooks = …` inline; convert it to "
-              "[[hooks]] tables first.\n");
-    EXPECT_EQ(result.output,
-              "pi: installed in " + (home / ".pi/agent/extensions/quorvik.ts").string() + "\n");
+    auto some = failed(1, "claude: Invalid JSON near byte 1\nquorvik-island: kimi: config.toml already sets "
+                          "`hooks = …` inline; convert it to [[hooks]] tables first.");
+    some.output = "pi: installed in " + (home / ".pi/agent/extensions/quorvik.ts").string() + "\n";
+    EXPECT_EQ(island({"hooks", "install", "claude", "kimi", "pi"}), some);
     EXPECT_EQ(island({"hooks", "status", "claude"}).output, "claude\tunreadable: Invalid JSON near byte 1\n");
     const auto answer = json(island({"hooks", "install", "claude", "--json"}).output);
     EXPECT_EQ(answer, json(R"([{"source":"claude","error":"Invalid JSON near byte 1"}])"));
 
     write(".kimi/config.toml", "a = 1\n");
-    const auto full = island({"hooks", "install", "kimi"}, [] {
-        const rlimit limit{200, 200};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    });
+    const auto full = island({"hooks", "install", "kimi"}, [] { testing::limitFileSize(200); });
     EXPECT_EQ(full.status, 1);
     EXPECT_TRUE(full.errors.starts_with("quorvik-island: kimi: could not write ")) << full.errors;
     EXPECT_EQ(contentOf(kimi), "a = 1\n");
@@ -138,17 +114,14 @@ TEST_F(SettingsCommandsTests, OneAgentsFailureDoesNotStopTheOthers) {
 
 TEST_F(SettingsCommandsTests, InstallsOnlyAProgramThatCanBeRun) {
     std::filesystem::remove(hook);
-    const auto result = island({"hooks", "install", "pi", "--hook-path=nowhere/quorvik-hook"});
-    EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.errors, "quorvik-island: there is no hook program at " +
-                                 (std::filesystem::current_path() / "nowhere/quorvik-hook").string() +
-                                 "; name one with --hook-path\n");
+    const std::string nowhere = std::filesystem::current_path() / "nowhere/quorvik-hook";
+    EXPECT_EQ(island({"hooks", "install", "pi", "--hook-path=nowhere/quorvik-hook"}),
+              failed(1, "there is no hook program at " + nowhere + "; name one with --hook-path"));
     // The one beside the running program is the other candidate.
     const auto copy = home / "copy/quorvik-island";
     std::filesystem::create_directories(copy.parent_path());
     std::filesystem::copy_file(testing::programPath("quorvik-island"), copy);
-    const auto beside = write("copy/quorvik-hook", "#!/bin/sh\n");
-    ::chmod(beside.c_str(), 0755);
+    const auto beside = writeProgram("copy/quorvik-hook");
     EXPECT_EQ(Program::run({copy.string(), "hooks", "install", "pi"}).status, 0);
     EXPECT_NE(contentOf(home / ".pi/agent/extensions/quorvik.ts").find(beside.string()), std::string::npos);
 }
@@ -168,11 +141,8 @@ TEST_F(SettingsCommandsTests, TheStatusLineGoesOnAndOff) {
 
     write(".claude/settings.json", "[]");
     EXPECT_EQ(island({"statusline", "status"}).output, "unreadable: not a JSON object\n");
-    for (const std::string action : {"install", "uninstall"}) {
-        const auto result = island({"statusline", action});
-        EXPECT_EQ(result.status, 1);
-        EXPECT_EQ(result.errors, "quorvik-island: statusline: not a JSON object\n");
-    }
+    for (const std::string action : {"install", "uninstall"})
+        EXPECT_EQ(island({"statusline", action}), failed(1, "statusline: not a JSON object"));
 }
 
 } // namespace quorvik
