@@ -3,10 +3,7 @@
 #include "QuorvikCore/Install/HookInstaller.h"
 #include "QuorvikCore/JSON/OrderedJSON.h"
 #include "QuorvikCore/Platform/FileError.h"
-#include "QuorvikCore/Platform/Files.h"
-#include "QuorvikCore/Session/QuorvikPaths.h"
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -23,49 +20,26 @@ using Kind = HookInstaller::Status::Kind;
 
 class HookInstallerTests : public testing::TemporaryHome {
   protected:
-    HookInstallerTests() : hook(write("bin/quorvik-hook", "#!/bin/sh\n")) { ::chmod(hook.c_str(), 0755); }
+    using Names = std::vector<std::string>;
 
     Kind status(const HookTarget& target) const { return HookInstaller::status(target, hook.string()).kind; }
     FileChange install(const HookTarget& target) const {
         return HookInstaller::install(target, hook.string());
     }
-    std::vector<std::string> backups() const { return namesIn(support / "backups"); }
+    Names backups() const { return namesIn(support / "backups"); }
 
-    static mode_t mode(const std::filesystem::path& file) {
-        struct stat status {};
-        EXPECT_EQ(::lstat(file.c_str(), &status), 0);
-        return status.st_mode & 07777;
-    }
-
-    /// While one lives, no file can grow beyond `bytes`: a full disk.
-    class FullDisk {
-      public:
-        explicit FullDisk(rlim_t bytes) {
-            ::signal(SIGXFSZ, SIG_IGN);
-            ::getrlimit(RLIMIT_FSIZE, &before_);
-            const rlimit limit{bytes, before_.rlim_max};
-            ::setrlimit(RLIMIT_FSIZE, &limit);
-        }
-        ~FullDisk() { ::setrlimit(RLIMIT_FSIZE, &before_); }
-
-      private:
-        rlimit before_{};
-    };
-
-    const std::filesystem::path hook;
+    const std::filesystem::path hook = writeProgram("bin/quorvik-hook");
 };
 
 TEST_F(HookInstallerTests, TargetsFollowTheHomeFolder) {
     EXPECT_EQ(HookTarget::claude().fileURL, home / ".claude/settings.json");
-    EXPECT_EQ(HookTarget::commandCode().fileURL, home / ".commandcode/settings.json");
-    EXPECT_EQ(HookTarget::kimi().fileURL, home / ".kimi/config.toml");
     write(".kimi-code/config.toml", "");
     EXPECT_EQ(HookTarget::target(Source::kimi)->fileURL, home / ".kimi-code/config.toml");
     EXPECT_FALSE(HookTarget::target(Source::build));
     for (const Source source : agentSources()) {
         const HookTarget target = HookTarget::target(source).value();
-        EXPECT_EQ(target.blockingEvents.size(),
-                  supportsApprovals(source) || source == Source::grok ? 1u : 0u);
+        const bool asks = supportsApprovals(source) || source == Source::grok;
+        EXPECT_EQ(target.blockingEvents.size(), asks ? 1u : 0u);
         for (const std::string& event : target.blockingEvents)
             EXPECT_EQ(std::ranges::count(target.events, event), 1);
     }
@@ -73,11 +47,7 @@ TEST_F(HookInstallerTests, TargetsFollowTheHomeFolder) {
 
 // Settings as people have them; each must be given back as the same document.
 TEST_F(HookInstallerTests, GivesRealSettingsBack) {
-    struct Case {
-        HookTarget target;
-        std::string text;
-    };
-    const Case cases[] = {
+    const std::pair<HookTarget, std::string> cases[] = {
         {HookTarget::claude(), R"({
   "$schema": "https://json.schemastore.org/settings.json",
   "permissions": { "allow": ["Bash(npm run test:*) "], "deny": [] },
@@ -91,8 +61,6 @@ TEST_F(HookInstallerTests, GivesRealSettingsBack) {
         {HookTarget::codex(), R"({"hooks":{"Stop":[{"hooks":[{"type":"command","command":"notify"}]}]}})"},
         {HookTarget::commandCode(), "{\n\t\"theme\": \"dark\",\n\t\"hooks\": {}\n}\n"},
         {HookTarget::devin(), R"({"version":1e0,"hooks":{"Stop":[]},"list":[{},[]]})"},
-        {HookTarget::qwen(),
-         R"({"selectedAuthType":"oauth","hooks":{"SessionStart":[{"command":"x"}]},"ui":{}})"},
         {HookTarget::grok(), R"({"hooks":{"Stop":[{"hooks":[{"command":"mine"}]}]}})"},
     };
     for (const auto& [target, text] : cases) {
@@ -118,7 +86,7 @@ TEST_F(HookInstallerTests, NeedsAProgramThatCanBeRunAndFoundAgain) {
     EXPECT_EQ(status(target), Kind::stale);
     for (const std::string path : {"/opt/hook", "/a\n/quorvik-hook", "/\xff/quorvik-hook", ""})
         EXPECT_THROW(HookInstaller::install(HookTarget::codex(), path), EditError) << path;
-    EXPECT_EQ(namesIn(home / ".codex"), std::vector<std::string>{});
+    EXPECT_EQ(namesIn(home / ".codex"), Names{});
 }
 
 TEST_F(HookInstallerTests, KeepsLinksAndPermissions) {
@@ -130,8 +98,8 @@ TEST_F(HookInstallerTests, KeepsLinksAndPermissions) {
     install(target);
     EXPECT_EQ(std::filesystem::read_symlink(target.fileURL), "../dotfiles/claude.json");
     EXPECT_EQ(status(target), Kind::installed);
-    EXPECT_EQ(mode(real), 0640u);
-    EXPECT_EQ(namesIn(real.parent_path()), std::vector<std::string>{"claude.json"});
+    EXPECT_EQ(testing::modeOf(real), 0640u);
+    EXPECT_EQ(namesIn(real.parent_path()), Names{"claude.json"});
 
     // A link to a file that is not there yet is where the file belongs.
     const HookTarget devin = HookTarget::devin();
@@ -139,17 +107,15 @@ TEST_F(HookInstallerTests, KeepsLinksAndPermissions) {
     std::filesystem::create_symlink(home / "new/devin.json", devin.fileURL);
     install(devin);
     EXPECT_TRUE(std::filesystem::is_symlink(devin.fileURL));
-    EXPECT_EQ(mode(home / "new/devin.json"), 0600u);
-    EXPECT_EQ(mode(home / "new"), 0700u);
+    EXPECT_EQ(testing::modeOf(home / "new/devin.json"), 0600u);
+    EXPECT_EQ(testing::modeOf(home / "new"), 0700u);
 
     if (::getuid() == 0) {
         ASSERT_EQ(::chown(real.c_str(), 12, 34), 0);
         HookInstaller::uninstall(target);
         struct stat found {};
         ASSERT_EQ(::stat(real.c_str(), &found), 0);
-        EXPECT_EQ(found.st_uid, 12u);
-        EXPECT_EQ(found.st_gid, 34u);
-        EXPECT_EQ(found.st_mode & 07777, 0640u);
+        EXPECT_EQ(std::tuple(found.st_uid, found.st_gid, found.st_mode & 07777), std::tuple(12, 34, 0640));
     }
 
     std::filesystem::create_directories(home / ".qwen");
@@ -176,24 +142,21 @@ TEST_F(HookInstallerTests, TellsWhyAFileCannotBeRead) {
              {HookTarget::qwen(),
               "could not read " + (home / ".qwen/settings.json").string() + ": Invalid argument"}})
         EXPECT_EQ(HookInstaller::status(target, hook.string()).why, why);
-    EXPECT_EQ(backups(), std::vector<std::string>{});
+    EXPECT_EQ(backups(), Names{});
 }
 
 TEST_F(HookInstallerTests, FailsCleanlyWhenTheDiskIsFull) {
     const auto file = write(".codex/hooks.json", "{}\n");
-    {
-        const FullDisk full(1000);
+    ::signal(SIGXFSZ, SIG_IGN);
+    for (const rlim_t bytes : {1000u, 1u}) { // not even the backup
+        testing::limitFileSize(bytes);
         EXPECT_THROW(install(HookTarget::codex()), FileError);
         EXPECT_THROW(install(HookTarget::pi()), FileError);
+        testing::limitFileSize(RLIM_INFINITY);
+        EXPECT_EQ(contentOf(file), "{}\n");
+        EXPECT_EQ(namesIn(home / ".codex"), Names{"hooks.json"});
+        EXPECT_EQ(namesIn(home / ".pi/agent/extensions"), Names{});
     }
-    EXPECT_EQ(contentOf(file), "{}\n");
-    EXPECT_EQ(namesIn(home / ".codex"), std::vector<std::string>{"hooks.json"});
-    EXPECT_EQ(namesIn(home / ".pi/agent/extensions"), std::vector<std::string>{});
-    { // not even the backup
-        const FullDisk full(1);
-        EXPECT_THROW(install(HookTarget::codex()), FileError);
-    }
-    EXPECT_EQ(contentOf(file), "{}\n");
 }
 
 TEST_F(HookInstallerTests, StartsOverWhenAnAgentWritesMeanwhile) {
@@ -226,7 +189,7 @@ TEST_F(HookInstallerTests, StartsOverWhenAnAgentWritesMeanwhile) {
         EXPECT_EQ(error.what(), file.string() + " keeps changing; nothing was written");
     }
     EXPECT_EQ(contentOf(file), "write " + std::to_string(writes));
-    EXPECT_EQ(namesIn(home), (std::vector<std::string>{"bin", "settings.json"}));
+    EXPECT_EQ(namesIn(home), (Names{"bin", "settings.json"}));
 }
 
 TEST_F(HookInstallerTests, KeepsTheFiveNewestBackupsOfEachFile) {
@@ -241,15 +204,13 @@ TEST_F(HookInstallerTests, KeepsTheFiveNewestBackupsOfEachFile) {
     write(".kimi/config.toml", "secret = 1\n");
     const auto backup = *install(HookTarget::kimi()).backup;
     EXPECT_EQ(contentOf(backup), "secret = 1\n");
-    EXPECT_EQ(mode(backup), 0600u);
+    EXPECT_EQ(testing::modeOf(backup), 0600u);
     EXPECT_EQ(backups(),
-              (std::vector<std::string>{"kimi-config.toml.2020-01-01.bak", "kimi-config.toml.2020-01-02.bak",
-                                        "kimi-config.toml.2020-01-03.bak", "kimi-config.toml.2020-01-04.bak",
-                                        backup.filename().string(), "kimi-config.toml.notes",
-                                        "qwen-settings.json.2020.bak"}));
-    const std::string time = backup.filename().string().substr(std::string("kimi-config.toml.").size());
-    EXPECT_EQ(time.size(), std::string("2026-11-21T023556Z.bak").size()) << time;
-    EXPECT_TRUE(time[10] == 'T' && time.ends_with("Z.bak")) << time;
+              (Names{"kimi-config.toml.2020-01-01.bak", "kimi-config.toml.2020-01-02.bak",
+                     "kimi-config.toml.2020-01-03.bak", "kimi-config.toml.2020-01-04.bak",
+                     backup.filename().string(), "kimi-config.toml.notes", "qwen-settings.json.2020.bak"}));
+    EXPECT_EQ(backup.filename().string().size(),
+              std::string("kimi-config.toml.2026-11-21T023556Z.bak").size());
 }
 
 } // namespace quorvik

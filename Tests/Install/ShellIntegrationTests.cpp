@@ -14,47 +14,38 @@ using testing::Program;
 
 class ShellIntegrationTests : public testing::TemporaryHome {
   protected:
-    ShellIntegrationTests()
-        : rc(home / ".zshrc"), script(ShellIntegration::scriptURL()),
-          tool(write("tools/quorvik", "#!/bin/sh\n")),
-          block("# >>> quorvik shell integration >>>\n[ -f '" + script.string() + "' ] && source '" +
-                script.string() + "'\n# <<< quorvik shell integration <<<\n") {
-        ::unsetenv("ZDOTDIR");
-        ::chmod(tool.c_str(), 0755);
-    }
+    ShellIntegrationTests() { ::unsetenv("ZDOTDIR"); }
+
     FileChange install(int minSeconds = 10) const {
         return ShellIntegration::install(tool.native(), minSeconds, rc, script);
     }
-    static mode_t permissions(const std::filesystem::path& path) {
-        struct stat status {};
-        ::stat(path.c_str(), &status);
-        return status.st_mode & 07777;
-    }
     std::vector<std::string> backups() const { return namesIn(support / "backups"); }
 
-    const std::filesystem::path rc, script, tool;
-    const std::string block;
+    const std::filesystem::path rc = home / ".zshrc", script = support / "shell/quorvik.zsh",
+                                tool = writeProgram("tools/quorvik");
+    const std::string begin = "# >>> quorvik shell integration >>>\n",
+                      end = "# <<< quorvik shell integration <<<\n", file = script.string(),
+                      block = begin + "[ -f '" + file + "' ] && source '" + file + "'\n" + end;
 };
 
 TEST_F(ShellIntegrationTests, InstallsOnceAndRemoves) {
     struct Case {
         std::string before, installed, removed;
     };
-    const std::string loads = block.substr(block.find('[')); // without the first marker
+    const std::string binary("\xFF\0\n", 3);
+    // Not as we write it, but still clear.
+    const std::string edited =
+        "a\n # >>> quorvik shell integration >>>\r\nx\n" + end.substr(0, end.size() - 1);
     for (const auto& [before, installed, removed] : std::initializer_list<Case>{
              {"", block, ""},
              {"a\n", "a\n" + block, "a\n"},
              {"a\n\nb", "a\n\nb\n" + block, "a\n\nb\n"},
              {"a\r\n", "a\r\n" + block, "a\r\n"},
-             {std::string("\xFF\0\n", 3), std::string("\xFF\0\n", 3) + block, std::string("\xFF\0\n", 3)},
-             {block, block, ""},
+             {binary, binary + block, binary},
              {"a\n" + block + "b", "a\n" + block + "b", "a\nb"},
-             // Not as we write it, but still clear.
-             {"a\n # >>> quorvik shell integration >>>\r\nx\n# <<< quorvik shell integration <<<",
-              "a\n # >>> quorvik shell integration >>>\r\nx\n# <<< quorvik shell integration <<<", "a"},
+             {edited, edited, "a"},
              {block + "a\n" + block, block + "a\n" + block, "a\n"},
-             {"# <<< quorvik shell integration <<<\na\n", "# <<< quorvik shell integration <<<\na\n" + block,
-              "# <<< quorvik shell integration <<<\na\n"},
+             {end + "a\n", end + "a\n" + block, end + "a\n"},
          }) {
         write(".zshrc", before);
         EXPECT_EQ(install(3).changed, before != installed);
@@ -73,20 +64,15 @@ TEST_F(ShellIntegrationTests, InstallsOnceAndRemoves) {
 }
 
 TEST_F(ShellIntegrationTests, WhatIsNotClearlyOursStays) {
-    const std::string begin = "# >>> quorvik shell integration >>>";
     const std::string missing = rc.string() + ": a line \"# <<< quorvik shell integration <<<\" is missing; "
                                               "delete the lines of Quorvik by hand";
-    struct Case {
-        std::string text, why;
-    };
-    for (const auto& [text, why] : std::initializer_list<Case>{
-             {"a\n" + begin + "\nb\nc\n", missing},
-             {begin, missing},
-             {"a\n" + begin + "\nb\n" + block + "c\n", missing},
-             {block + begin + "\nmine\n# <<< quorvik\n", missing},
-             {"echo '" + begin + "'\n# <<< quorvik shell integration <<<\n",
-              rc.string() + ": \"" + begin +
-                  "\" does not stand on a line of its own; delete the lines of Quorvik by hand"},
+    for (const auto& [text, why] : std::initializer_list<std::pair<std::string, std::string>>{
+             {"a\n" + begin + "b\nc\n", missing},
+             {"a\n" + begin + "b\n" + block + "c\n", missing},
+             {block + begin + "mine\n# <<< quorvik\n", missing},
+             {"echo " + begin + end, rc.string() +
+                                         ": \"# >>> quorvik shell integration >>>\" does not stand on a "
+                                         "line of its own; delete the lines of Quorvik by hand"},
          }) {
         write(".zshrc", text);
         EXPECT_FALSE(install().changed);
@@ -109,20 +95,20 @@ TEST_F(ShellIntegrationTests, KeepsLinksPermissionsAndACopy) {
     const auto change = install();
     EXPECT_TRUE(std::filesystem::is_symlink(rc));
     EXPECT_EQ(contentOf(target), "mine\n" + block);
-    EXPECT_EQ(permissions(target), 0640u);
+    EXPECT_EQ(testing::modeOf(target), 0640u);
     EXPECT_EQ(namesIn(home / "dotfiles"), std::vector<std::string>{"zshrc"});
     ASSERT_TRUE(change.backup);
     EXPECT_EQ(contentOf(*change.backup), "mine\n");
     EXPECT_TRUE(change.backup->filename().string().starts_with(".zshrc.20")) << *change.backup;
-    EXPECT_EQ(permissions(*change.backup), 0600u);
-    EXPECT_EQ(permissions(script.parent_path()), 0700u);
-    EXPECT_EQ(permissions(script), 0600u);
+    EXPECT_EQ(testing::modeOf(*change.backup), 0600u);
+    EXPECT_EQ(testing::modeOf(script.parent_path()), 0700u);
+    EXPECT_EQ(testing::modeOf(script), 0600u);
     EXPECT_EQ(namesIn(script.parent_path()), std::vector<std::string>{"quorvik.zsh"});
 
     ShellIntegration::remove(rc, script);
     EXPECT_TRUE(std::filesystem::is_symlink(rc));
     EXPECT_EQ(contentOf(target), "mine\n");
-    EXPECT_EQ(permissions(target), 0640u);
+    EXPECT_EQ(testing::modeOf(target), 0640u);
 }
 
 TEST_F(ShellIntegrationTests, Failures) {
@@ -146,12 +132,11 @@ TEST_F(ShellIntegrationTests, Failures) {
 }
 
 TEST_F(ShellIntegrationTests, FindsTheFile) {
-    EXPECT_EQ(script, support / "shell/quorvik.zsh");
-    EXPECT_EQ(ShellIntegration::zshrcURL(), rc);
-    ::setenv("ZDOTDIR", "", 1);
-    EXPECT_EQ(ShellIntegration::zshrcURL(), rc);
-    ::setenv("ZDOTDIR", "/x/y", 1);
-    EXPECT_EQ(ShellIntegration::zshrcURL(), "/x/y/.zshrc");
+    EXPECT_EQ(script, ShellIntegration::scriptURL());
+    for (const auto& [folder, found] : {std::pair("", rc), {"/x/y", std::filesystem::path("/x/y/.zshrc")}}) {
+        ::setenv("ZDOTDIR", folder, 1);
+        EXPECT_EQ(ShellIntegration::zshrcURL(), found);
+    }
     ::unsetenv("ZDOTDIR");
 }
 
@@ -160,9 +145,7 @@ TEST_F(ShellIntegrationTests, StatusTellsWhatAnInstallWouldChange) {
         return ShellIntegration::status(cli.native(), minSeconds, rc, script).differences;
     };
     using Lines = std::vector<std::string>;
-    const std::string file = script.string();
-    const auto other = write("tools/it's", "#!/bin/sh\n");
-    ::chmod(other.c_str(), 0755);
+    const auto other = writeProgram("tools/it's");
     EXPECT_FALSE(ShellIntegration::status(tool.native(), 10, rc, script).installed);
     install();
     EXPECT_TRUE(ShellIntegration::status(tool.native(), 10, rc, script).installed);
@@ -182,7 +165,7 @@ TEST_F(ShellIntegrationTests, StatusTellsWhatAnInstallWouldChange) {
     EXPECT_EQ(differences(tool, 10), (Lines{file + " is missing", tool.string() + " cannot be run"}));
     ::chmod(tool.c_str(), 0755);
 
-    write(".zshrc", "# >>> quorvik shell integration >>>\nsource /old/place\n");
+    write(".zshrc", begin + "source /old/place\n");
     install();
     EXPECT_EQ(differences(tool, 10), Lines{rc.string() + " does not load " + file});
 }
@@ -193,54 +176,40 @@ TEST_F(ShellIntegrationTests, AsAProgram) {
         words.insert(words.begin(), {testing::programPath("quorvik-island"), "shell"});
         return Program::run(words);
     };
-    const std::string beside = testing::programPath("quorvik");
     write(".zshrc", "mine\n");
     EXPECT_EQ(shell({"status"}).output, "notInstalled\n");
     const auto installed = shell({"install"});
-    EXPECT_EQ(installed.status, 0) << installed.errors;
-    EXPECT_EQ(installed.output,
-              "installed\nbackup in " + (support / "backups").string() + "/" + backups()[0] + "\n");
-    EXPECT_EQ(contentOf(script), ShellIntegration::script(beside, 10));
-    EXPECT_EQ(shell({"status"}).output, "installed\n");
+    const std::string backup = (support / "backups").string() + "/" + backups().at(0);
+    EXPECT_EQ(installed, (Program::Result{0, "installed\nbackup in " + backup + "\n", ""}));
+    EXPECT_EQ(contentOf(script), ShellIntegration::script(testing::programPath("quorvik"), 10)); // beside it
     EXPECT_EQ(shell({"status", "--min-seconds", "20"}).output,
-              "installed\n" + script.string() + " has a minimum of 10 seconds, not 20\n");
+              "installed\n" + file + " has a minimum of 10 seconds, not 20\n");
 
-    write("support/bin/quorvik", "#!/bin/sh\n");
-    ::chmod((support / "bin/quorvik").c_str(), 0755);
+    const auto own = writeProgram("support/bin/quorvik");
     EXPECT_EQ(shell({"install", "--min-seconds=20"}).output, "installed\n");
-    EXPECT_EQ(contentOf(script), ShellIntegration::script((support / "bin/quorvik").native(), 20));
+    EXPECT_EQ(contentOf(script), ShellIntegration::script(own.native(), 20));
     EXPECT_EQ(shell({"remove", "--json"}).status, 0);
     EXPECT_EQ(contentOf(rc), "mine\n");
     EXPECT_EQ(shell({"status", "--json"}).output, "{\"differences\":[],\"status\":\"notInstalled\"}\n");
     EXPECT_TRUE(shell({"--help"}).output.starts_with("usage: quorvik-island shell "));
 
-    struct Case {
-        std::vector<std::string> words;
-        int status;
-        std::string errors;
-    };
-    write(".zshrc", "# >>> quorvik shell integration >>>\n");
-    const std::string hint = " (see quorvik-island --help)";
-    for (const auto& [words, status, errors] : std::initializer_list<Case>{
-             {{}, 3, "shell: say status, install or remove" + hint},
-             {{"uninstall"}, 3, "shell: unknown action uninstall" + hint},
-             {{"status", "now"}, 3, "shell: unexpected argument now" + hint},
-             {{"install", "--min-seconds", "0"}, 3, "--min-seconds must be 1 to 86400" + hint},
-             {{"install", "--min-seconds", "1.5"}, 3, "--min-seconds must be 1 to 86400" + hint},
-             {{"install", "--cli", "/no/such"},
-              1,
-              "shell: there is no command-line tool at /no/such; name one with --cli"},
-             {{"remove"},
-              1,
-              "shell: " + rc.string() +
-                  ": a line \"# <<< quorvik shell integration <<<\" is missing; delete the lines of Quorvik "
-                  "by hand"},
-         }) {
-        const auto result = shell(words);
-        EXPECT_EQ(result.status, status);
-        EXPECT_EQ(result.errors, "quorvik-island: " + errors + "\n");
-        EXPECT_EQ(result.output, "");
-    }
+    write(".zshrc", begin);
+    const auto failed = shell({"remove"});
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_TRUE(failed.errors.starts_with("quorvik-island: shell: " + rc.string() + ": a line "))
+        << failed.errors;
+    EXPECT_EQ(shell({"install", "--cli", "/no/such"}).errors,
+              "quorvik-island: shell: there is no command-line tool at /no/such; name one with --cli\n");
+    const std::string minimum = "--min-seconds must be 1 to 86400";
+    for (const auto& [words, why] : std::initializer_list<std::pair<std::vector<std::string>, std::string>>{
+             {{}, "shell: say status, install or remove"},
+             {{"uninstall"}, "shell: unknown action uninstall"},
+             {{"status", "now"}, "shell: unexpected argument now"},
+             {{"install", "--min-seconds", "0"}, minimum},
+             {{"install", "--min-seconds", "1.5"}, minimum},
+         })
+        EXPECT_EQ(shell(words),
+                  (Program::Result{3, "", "quorvik-island: " + why + " (see quorvik-island --help)\n"}));
 }
 
 } // namespace quorvik
