@@ -3,7 +3,6 @@
 #include "Tests/Support/Terminal.h"
 
 #include "QuorvikCore/Install/ShellIntegration.h"
-#include "QuorvikCore/Session/SessionStore.h"
 #include "QuorvikCore/Text/Redactor.h"
 
 #include <fcntl.h>
@@ -13,28 +12,27 @@
 #include <algorithm>
 #include <chrono>
 #include <memory>
+#include <sstream>
 
 namespace quorvik {
 
-using testing::contentOf;
-using testing::eventually;
-using testing::namesIn;
-using testing::Program;
-using testing::Terminal;
+using namespace testing;
 
 /// The integration as people have it: installed, in a real zsh on a terminal, with a minimum of one second.
 /// The tool that it calls notes each call and hands it to the real one. Long commands wait at a gate (a named
 /// pipe) for the test to open it.
-class ZshTests : public testing::TemporaryHome {
+class ZshTests : public TemporaryHome {
   protected:
     ZshTests() : log(home / "calls") {
         ::unsetenv("ZDOTDIR");
         ::mkfifo((home / "gate").c_str(), 0600);
-        tool = write("a 'quoted' \"tool\" $x `y`/quorvik",
-                     "#!/bin/sh\nprintf '%s\\0' CALL \"$@\" >>" + log.string() + "\n" +
-                         testing::programPath("quorvik") + " \"$@\"\nprintf '%s\\0' DONE >>" + log.string() +
-                         "\n");
-        ::chmod(tool.c_str(), 0755);
+        ::setenv("CALLS", log.c_str(), 1);
+        tool = writeProgram("a 'quoted' \"tool\" $x `y`/quorvik", R"(#!/bin/sh
+for line; do :; done
+printf '%s %s\0' "$2" "$line" >>"$CALLS"
+)" + programPath("quorvik") + R"( "$@"
+printf 'ended\0' >>"$CALLS"
+)");
         write(".zshrc", "PS1='@%?@ '\nunsetopt prompt_cr prompt_sp\n");
     }
 
@@ -72,47 +70,35 @@ class ZshTests : public testing::TemporaryHome {
         ::close(gate);
     }
 
-    std::filesystem::path recordFile(const Terminal& shell) const {
-        return sessions / ("build-sh-" + std::to_string(shell.pid()) + ".json");
+    std::optional<SessionRecord> record(const Terminal& shell) const {
+        return testing::recordIn(sessions / ("build-sh-" + std::to_string(shell.pid()) + ".json"));
     }
-    void waitForState(const Terminal& shell, SessionState state) const {
-        EXPECT_TRUE(eventually([&] {
-            const auto result = SessionStore::load(recordFile(shell));
-            return result.record() && result.record()->state == state;
-        })) << rawValue(state);
-    }
-    SessionRecord record(const Terminal& shell) const {
-        const auto result = SessionStore::load(recordFile(shell));
-        return result.record() ? *result.record() : SessionRecord();
+    /// The record once it is in this state.
+    SessionRecord waitForState(const Terminal& shell, SessionState state) const {
+        std::optional<SessionRecord> found;
+        EXPECT_TRUE(eventually([&] { return (found = record(shell)) && found->state == state; }))
+            << rawValue(state);
+        return found.value_or(SessionRecord());
     }
 
-    /// The words that the tool was called with so far, "CALL" before each call, and "DONE" for each that
-    /// ended.
-    std::vector<std::string> words() const {
+    /// "start make": the event and the command line of each call, in order, and "ended" for each that has.
+    std::vector<std::string> noted() const {
         std::vector<std::string> result;
-        if (!std::filesystem::exists(log)) return result;
-        const std::string text = contentOf(log);
-        for (std::size_t start = 0; start < text.size();) {
-            result.emplace_back(text.c_str() + start);
-            start += result.back().size() + 1;
-        }
+        std::istringstream text(std::filesystem::exists(log) ? contentOf(log) : "");
+        for (std::string call; std::getline(text, call, '\0');)
+            result.push_back(call);
         return result;
     }
-    /// "start make": the event and the command line of each call, in order.
     std::vector<std::string> calls() const {
-        std::vector<std::string> result;
-        const auto all = words();
-        for (auto call = all.begin(); call != all.end(); ++call) {
-            if (*call == "CALL")
-                result.push_back(*(call + 2) + " " + *(std::find(call, all.end(), "--") + 1));
-        }
-        return result;
+        auto all = noted();
+        std::erase(all, "ended");
+        return all;
     }
     /// Until the newest call is this one, and has ended. (A prompt that comes just then kills a "start".)
     void waitForCall(const std::string& call) const {
         eventually([&] {
             const auto all = calls();
-            return !all.empty() && all.back() == call && words().back() == "DONE";
+            return !all.empty() && all.back() == call && noted().back() == "ended";
         });
     }
 
@@ -128,25 +114,20 @@ TEST_F(ZshTests, LongAndFailedCommandsBecomeSessions) {
     run(*shell, "ls", 0);
     run(*shell, "false", 1);
     shell->type("make\n");
-    waitForState(*shell, SessionState::working);
-    const SessionRecord working = record(*shell);
+    const SessionRecord working = waitForState(*shell, SessionState::working);
     EXPECT_EQ(working.tool, "make");
-    EXPECT_EQ(working.summary, "make");
     EXPECT_EQ(working.cwd, home);
     EXPECT_EQ(working.pid, shell->pid());
     EXPECT_TRUE(working.host.tty && working.host.tty->starts_with("/dev/"));
     openGate();
     shell->waitFor("@0@ ");
-    waitForState(*shell, SessionState::done);
-    EXPECT_EQ(record(*shell).turnStartedAt, working.turnStartedAt);
+    EXPECT_EQ(waitForState(*shell, SessionState::done).turnStartedAt, working.turnStartedAt);
 
     run(*shell, "git push", 128); // no repository
-    waitForState(*shell, SessionState::failed);
-    EXPECT_EQ(record(*shell).summary, "exit 128");
-    EXPECT_EQ(record(*shell).detail, "git push");
+    EXPECT_EQ(waitForState(*shell, SessionState::failed).summary, "exit 128");
     run(*shell, "git status", 128); // reported, and found not to be worth it
     waitForCall("end git status");
-    EXPECT_EQ(record(*shell).detail, "git push");
+    EXPECT_EQ(record(*shell)->detail, "git push");
     EXPECT_EQ(calls(),
               (std::vector<std::string>{"start make", "end make", "end git push", "end git status"}));
 }
@@ -189,10 +170,8 @@ TEST_F(ZshTests, EachShellHasASessionOfItsOwn) {
     third->type("\x03");
     third->waitFor("@130@ ");
     waitForState(*first, SessionState::done);
-    waitForState(*second, SessionState::failed);
-    waitForState(*third, SessionState::ended);
-    EXPECT_EQ(record(*second).detail, "cat gate2 missing");
-    EXPECT_EQ(record(*third).summary, "exit 130");
+    EXPECT_EQ(waitForState(*second, SessionState::failed).detail, "cat gate2 missing");
+    EXPECT_EQ(waitForState(*third, SessionState::ended).summary, "exit 130");
     EXPECT_EQ(calls().size(), 6u);
 }
 
@@ -200,7 +179,7 @@ TEST_F(ZshTests, ANewTabJustWorksUntilRemoved) {
     ::setenv("ZDOTDIR", (home / "z dot").c_str(), 1);
     write("z dot/.zshrc", contentOf(home / ".zshrc"));
     const auto island = [](const std::vector<std::string>& words) {
-        std::vector<std::string> line{testing::programPath("quorvik-island"), "shell"};
+        std::vector<std::string> line{programPath("quorvik-island"), "shell"};
         line.insert(line.end(), words.begin(), words.end());
         EXPECT_EQ(Program::run(line).status, 0);
     };
@@ -234,10 +213,9 @@ TEST_F(ZshTests, TheCommandLineArrivesAsTyped) {
          }) {
         const std::size_t before = calls().size();
         shell->type(line + "\n");
-        waitForState(*shell, SessionState::working);
+        EXPECT_EQ(waitForState(*shell, SessionState::working).summary, Redactor::redact(line));
         EXPECT_EQ(calls().size(), before + 1);
         EXPECT_EQ(calls().back(), "start " + line);
-        EXPECT_EQ(record(*shell).summary, Redactor::redact(line));
         openGate();
         shell->waitFor("@0@ ");
         waitForState(*shell, SessionState::done);
