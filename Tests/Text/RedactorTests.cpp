@@ -1,6 +1,7 @@
 #include "Tests/Support/TemporaryHome.h"
 
 #include "QuorvikCore/Text/Redactor.h"
+#include "QuorvikCore/Text/Regex.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 namespace quorvik::Redactor {
@@ -86,6 +87,12 @@ TEST_F(RedactorTests, HostileTextEndsSoonAndShowsNothing) {
         EXPECT_LE(Unicode::characterCount(text), 80u) << piece;
         EXPECT_EQ(text.find("hunter2"), std::string::npos) << piece;
     }
+}
+
+TEST_F(RedactorTests, WhatTheEngineGivesUpOnIsMaskedWhole) {
+    EXPECT_EQ(Regex::compile("(a+)+$")->replaceAll(std::string(40, 'a') + "b", ""), std::nullopt);
+    // One option so long that going back in it exceeds the engine's limit.
+    EXPECT_EQ(redact("say hunter2 -" + std::string(4'000'000, 'a') + " key"), "***");
 }
 
 } // namespace quorvik::Redactor
