@@ -36,7 +36,9 @@ TEST_F(DispatchTests, PassesItsWordsOn) {
 
 TEST_F(DispatchTests, AlertsEndWithTheirOutcome) {
     EXPECT_EQ(quorvik({"alert"}).errors, "quorvik: refused: title is required (1 to 16 characters)\n");
+    write("support/alert.sock", "left by an app that is gone");
     const auto absent = quorvik({"alert", "--title", "x"});
+    std::filesystem::remove(support / "alert.sock");
     EXPECT_EQ(absent, (Program::Result{1, "", "quorvik: Quorvik is not running\n"}));
     {
         const FakeApp app(support / "alert.sock",
