@@ -28,27 +28,24 @@ class ApprovalClientTests : public testing::TemporaryHome {
 };
 
 TEST_F(ApprovalClientTests, ReadsTheFirstLineOfTheAnswer) {
-    const ApprovalResponse allowed{ApprovalDecision::allow};
     const std::string allow = "{\"decision\":\"allow\"}\n";
-    using Case = std::pair<std::string, std::optional<ApprovalResponse>>;
+    using Case = std::pair<std::string, ApprovalResponse>;
     for (const auto& [answer, response] : {
-             Case{"{\"decision\":\"deny\",\"message\":\"no\"}\nnonsense", {{ApprovalDecision::deny, "no"}}},
+             Case{"{\"decision\":\"deny\",\"message\":\"no\"}\nnonsense", {ApprovalDecision::deny, "no"}},
              Case{"{\"decision\":\"allow\",\"answers\":[\"a\"],\"other\":1}\n",
-                  {{allowed.decision, {}, {{"a"}}}}},
-             Case{"{\"decision\":\"ask\",\"message\":null,\"answers\":null}\n", {{ApprovalDecision::ask}}},
-             Case{"{\"decision\":\"Allow\"}\n", {}},
-             Case{"{\"decision\":\"deny\",\"message\":1}\n", {}},
-             Case{"{\"decision\":\"allow\",\"answers\":[1]}\n", {}},
-             Case{"{}\n", {}},
-             Case{"hello\n", {}},
-             Case{"", {}},
-             Case{"{\"decision\":\"allow\"}", {}}, // breaks off
-             Case{std::string(70'000, ' '), {}},
-             Case{std::string(65'535 - 20, ' ') + allow, allowed},
-             Case{std::string(70'000, ' ') + allow, {}},
+                  {ApprovalDecision::allow, {}, {{"a"}}}},
+             Case{"{\"decision\":\"ask\",\"message\":null,\"answers\":null}\n", {ApprovalDecision::ask}},
+             Case{std::string(65'535 - 20, ' ') + allow, {ApprovalDecision::allow}},
          }) {
         const FakeApp app(socket, FakeApp::says(answer));
         EXPECT_EQ(ask(), response) << answer.substr(0, 80);
+    }
+    for (const std::string& answer :
+         {std::string("{\"decision\":\"Allow\"}\n"), std::string("{\"decision\":\"deny\",\"message\":1}\n"),
+          std::string("{\"decision\":\"allow\",\"answers\":[1]}\n"), std::string("hello\n"), std::string(),
+          std::string("{\"decision\":\"allow\"}"), std::string(70'000, ' ') + allow}) {
+        const FakeApp app(socket, FakeApp::says(answer));
+        EXPECT_FALSE(ask()) << answer.substr(0, 80);
     }
 }
 
@@ -71,16 +68,6 @@ TEST_F(ApprovalClientTests, SendsOneLineAndReadsAnswersInPieces) {
     EXPECT_TRUE(withLine(65'535));
     EXPECT_FALSE(withLine(65'536));
     EXPECT_EQ(received.size(), 65'535u);
-}
-
-TEST_F(ApprovalClientTests, PathsOfUpTo103Bytes) {
-    EXPECT_FALSE(ask()); // nobody listens
-    for (const auto& [length, reached] : {std::pair(103u, true), std::pair(104u, false)}) {
-        std::string path = "/tmp/" + std::to_string(::getpid());
-        path.resize(length, 'q');
-        const FakeApp app(path, FakeApp::says("{\"decision\":\"allow\"}\n"));
-        EXPECT_EQ(ApprovalClient::ask(request, 5s, path).has_value(), reached) << length;
-    }
 }
 
 TEST_F(ApprovalClientTests, WaitsAsLongAsToldAndWanted) {

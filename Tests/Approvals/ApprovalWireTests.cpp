@@ -20,9 +20,9 @@ std::string permission(const std::string& decision) {
     return R"({"hookSpecificOutput":{"decision":)" + decision + R"(,"hookEventName":"PermissionRequest"}})";
 }
 
-ApprovalRequest questionOf(Source source, const Text& json, const std::string& second = "Big?") {
+ApprovalRequest questionOf(Source source, const Text& json) {
     return {.source = source,
-            .questions = {{{"Red or \"blue\"?", "", {{"R", ""}}}, {second, "", {{"Y", ""}}}}},
+            .questions = {{{"Red or \"blue\"?", "", {{"R", ""}}}, {"Big?", "", {{"Y", ""}}}}},
             .questionsJSON = json};
 }
 
@@ -81,10 +81,6 @@ TEST(ApprovalWireTests, AnswersGoBackWithTheQuestionsAsTheyCame) {
               permission(R"({"behavior":"allow","updatedInput":{"answers":{"Big?":"Yes, very\n",)"
                          R"("Red or \"blue\"?":"Blue"},"questions":)"
                          R"([{"z":1.50,"a":1E2,"t":"a b\u00e9\/"},{"z":12345678901234567890123}]}})"));
-    EXPECT_EQ(
-        output(questionOf(Source::claude, "[]", "Red or \"blue\"?"), answered),
-        permission(R"({"behavior":"allow","updatedInput":{"answers":{"Red or \"blue\"?":"Yes, very\n"},)"
-                   R"("questions":[]}})"));
     EXPECT_EQ(output(question, {Decision::allowAlways}), permission(R"({"behavior":"allow"})"));
     EXPECT_EQ(output(question, {Decision::deny, "why"}),
               permission(R"({"behavior":"deny","message":"why"})"));
