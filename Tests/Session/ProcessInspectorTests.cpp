@@ -3,10 +3,10 @@
 
 #include "QuorvikCore/Session/ProcessInspector.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <cmath>
 #include <csignal>
 
 namespace quorvik::ProcessInspector {
@@ -66,37 +66,20 @@ TEST_F(ProcessInspectorTests, TellsALiveProcessFromAReusedNumber) {
     Program program({"sleep", "30"});
     const std::int32_t pid = program.pid();
     const double start = info(pid)->startTime;
-    EXPECT_TRUE(isAlive(pid, std::nullopt));
-    EXPECT_TRUE(isAlive(pid, start - 0.5));
-    EXPECT_TRUE(isAlive(pid, start + 0.9));
-    EXPECT_FALSE(isAlive(pid, start - 1.1));
-    EXPECT_FALSE(isAlive(pid, start + 1.1));
-    EXPECT_TRUE(isAlive(1, std::nullopt));
-    EXPECT_FALSE(isAlive(0, std::nullopt));
-    EXPECT_FALSE(isAlive(-1, std::nullopt));
+    for (const double difference : {-1.1, -0.9, 0.9, 1.1})
+        EXPECT_EQ(isAlive(pid, start + difference), std::abs(difference) < 1) << difference;
+    for (const std::int32_t any : {pid, 1, 0, -1})
+        EXPECT_EQ(isAlive(any, std::nullopt), any > 0) << any;
     ::kill(pid, SIGKILL);
     program.finish();
     EXPECT_FALSE(isAlive(pid, std::nullopt));
     EXPECT_FALSE(isAlive(pid, start));
 }
 
-TEST_F(ProcessInspectorTests, FindsTheTerminal) {
-    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
-    ASSERT_GE(terminal, 0);
-    ASSERT_EQ(::grantpt(terminal), 0);
-    ASSERT_EQ(::unlockpt(terminal), 0);
-    const std::string name = ::ptsname(terminal);
-    const auto inTerminal = [&] {
-        ::setsid();
-        ::close(::open(name.c_str(), O_RDWR));
-    };
-    Program program({"sh", "-c", "echo; read x"}, inTerminal);
-    program.readLine();
-    EXPECT_EQ(info(program.pid())->tty, name);
+TEST_F(ProcessInspectorTests, NeedsNoTerminal) {
     Program without({"sh", "-c", "echo; read x"}, [] { ::setsid(); });
     without.readLine();
     EXPECT_EQ(info(without.pid())->tty, std::nullopt);
-    ::close(terminal);
 }
 
 } // namespace quorvik::ProcessInspector

@@ -49,38 +49,23 @@ TEST_F(ProjectRootTests, DetectsAgentsByTheirFolders) {
 class TaskTitleTests : public testing::TemporaryHome {};
 
 TEST_F(TaskTitleTests, TakesTheFirstTellingLine) {
-    struct Case {
-        std::string_view prompt;
-        std::optional<std::string> title;
-    };
-    const std::optional<std::string> none;
-    for (const auto& [prompt, title] : std::initializer_list<Case>{
+    for (const auto& [prompt, title] : std::initializer_list<std::pair<std::string_view, std::string_view>>{
              {"# Fix the login bug", "Fix the login bug"},
              {"\r\n \u3000\n  Fix \t  it now\nsecond line", "Fix it now"},
              {"first\u2028second", "first"},
              {"> - * • ## Deep marks", "Deep marks"},
              {"/review src/main", "/review src/main"},
-             {"/clear", none},
-             {"/clear\tnow", none}, // no space
-             {"ok", none},
-             {" Thanks! ", none},
-             {"«Try Again…»", none},
-             {"继续", none},
-             {"继续吧。", none},
              {"重构登录", "重构登录"},
-             {"重", none},
-             {"hi", none},
-             {"hey", "hey"},
              {"a1b", "a1b"},
-             {"+++ ½", none},
              {"🚀 1a", "🚀 1a"}, // a scalar beyond U+2E80: two are enough
-             {"###", none},
-             {"", none},
-             {" \n ", none},
              {"set TOKEN=abc please", "set TOKEN=*** please"},
              {"bad \xFF bytes", "bad \uFFFD bytes"},
          })
         EXPECT_EQ(TaskTitle::make(prompt, std::nullopt, std::nullopt), title) << prompt;
+    for (const std::string_view prompt : {"/clear", "/clear\tnow", "ok", " Thanks! ", "«Try Again…»",
+                                          "继续吧。", "重", "hi", "+++ ½", "###", " \n "})
+        EXPECT_EQ(TaskTitle::make(prompt, std::nullopt, std::nullopt), std::nullopt) << prompt;
+    const std::optional<std::string> none;
     EXPECT_EQ(TaskTitle::make(std::nullopt, std::nullopt, std::nullopt), none);
     EXPECT_EQ(TaskTitle::make("Fix it", "slash_command_expansion", std::nullopt), none);
     EXPECT_EQ(TaskTitle::make("Fix /p/a.c", "user", "/p"), "Fix a.c");

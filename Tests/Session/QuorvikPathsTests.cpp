@@ -24,18 +24,13 @@ TEST_F(QuorvikPathsTests, FollowTheEnvironmentAtEveryCall) {
 }
 
 TEST_F(QuorvikPathsTests, SocketsFallBackWhenTheirPathIsLong) {
-    const std::string user = std::to_string(::getuid());
-    const auto withAlertPath = [](std::size_t length) {
-        ::setenv("QUORVIK_HOME",
-                 ("/" + std::string(length - 1 - std::string("/alert.sock").size(), 'x')).c_str(), 1);
-    };
-    withAlertPath(99);
-    EXPECT_EQ(alertSocket(), supportDirectory() / "alert.sock");
-    EXPECT_EQ(approvalSocket(), "/tmp/quorvik-" + user + ".sock"); // three bytes longer
-    withAlertPath(100);
-    EXPECT_EQ(alertSocket(), "/tmp/quorvik-" + user + "-alert.sock");
-    withAlertPath(96);
-    EXPECT_EQ(approvalSocket(), supportDirectory() / "approval.sock");
+    const std::string shortPath = "/tmp/quorvik-" + std::to_string(::getuid());
+    for (const std::size_t length : {89u, 88u, 86u, 85u}) { // of the folder; 99 bytes of the whole fit
+        const Path folder = "/" + std::string(length - 1, 'x');
+        ::setenv("QUORVIK_HOME", folder.c_str(), 1);
+        EXPECT_EQ(alertSocket(), length < 89 ? (folder / "alert.sock").string() : shortPath + "-alert.sock");
+        EXPECT_EQ(approvalSocket(), length < 86 ? (folder / "approval.sock").string() : shortPath + ".sock");
+    }
 }
 
 TEST_F(QuorvikPathsTests, KimiKeepsItsConfigurationInOneOfTwoPlaces) {
@@ -47,16 +42,12 @@ TEST_F(QuorvikPathsTests, KimiKeepsItsConfigurationInOneOfTwoPlaces) {
 }
 
 TEST_F(QuorvikPathsTests, EnsuresPrivateFolders) {
-    const auto modeOf = [](const Path& path) {
-        struct stat status;
-        return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 0777 : 0;
-    };
     ensureDirectory(home / "a/b/c");
-    EXPECT_EQ(modeOf(home / "a"), 0700u);
-    EXPECT_EQ(modeOf(home / "a/b/c"), 0700u);
+    EXPECT_EQ(testing::modeOf(home / "a"), 0700u);
+    EXPECT_EQ(testing::modeOf(home / "a/b/c"), 0700u);
     ::chmod((home / "a").c_str(), 0755);
     ensureDirectory(home / "a");
-    EXPECT_EQ(modeOf(home / "a"), 0755u);
+    EXPECT_EQ(testing::modeOf(home / "a"), 0755u);
     write("file", "");
     EXPECT_THROW(ensureDirectory(home / "file"), FileError);
     EXPECT_THROW(ensureDirectory(home / "file/x"), FileError);

@@ -51,62 +51,35 @@ TEST(SessionRecord, MinimalAndFullRecordsSurviveUnchanged) {
 }
 
 TEST(SessionRecord, IsReadStrictly) {
-    struct Case {
-        const char* key;
-        nlohmann::json value; ///< discarded: the member is left out
-        bool readable;
+    const auto expectReadable = [](bool readable, const nlohmann::json& changes) {
+        for (const auto& [key, values] : changes.items()) {
+            for (const nlohmann::json& value : values) {
+                nlohmann::json object = *parseJSON(minimal);
+                object[key] = value;
+                EXPECT_EQ(decoded(object).has_value(), readable) << object;
+            }
+        }
     };
-    const nlohmann::json missing = nlohmann::json::value_t::discarded;
-    for (const auto& [key, value, readable] : std::initializer_list<Case>{
-             {"cwd", missing, false},
-             {"host", missing, false},
-             {"schemaVersion", missing, false},
-             {"sessionID", missing, false},
-             {"source", missing, false},
-             {"state", missing, false},
-             {"stateSince", missing, false},
-             {"updatedAt", missing, false},
-             {"cwd", nullptr, false},
-             {"cwd", 1, false},
-             {"host", "x", false},
-             {"host", nlohmann::json::object(), false}, // tmux is required
-             {"host", {{"tmux", 0}}, false},
-             {"host", {{"tmux", true}, {"tty", 1}}, false},
-             {"host", {{"tmux", true}, {"tty", nullptr}}, true},
-             {"schemaVersion", "1", false},
-             {"source", "Claude", false},
-             {"source", 3, false},
-             {"state", "paused", false},
-             {"stateSince", 12, true}, // dates are any number
-             {"stateSince", "12", false},
-             {"turnStartedAt", nullptr, true},
-             {"turnStartedAt", true, false},
-             {"pid", 2147483647, true},
-             {"pid", 2147483648, false},
-             {"pid", 1.5, false},
-             {"exitCode", -2147483648, true},
-             {"exitCode", -2147483649, false},
-             {"port", 18446744073709551615u, false},
-             {"tool", 1, false},
-             {"unknown", 1, true},
-         }) {
-        nlohmann::json object = *parseJSON(minimal);
-        if (value.is_discarded())
-            object.erase(key);
-        else
-            object[key] = value;
-        EXPECT_EQ(decoded(object).has_value(), readable) << object;
+    // Dates are any number; absent members may be null.
+    expectReadable(true,
+                   *parseJSON(R"({"host":[{"tmux":true,"tty":null}],"stateSince":[12],"turnStartedAt":[null],
+        "pid":[2147483647],"exitCode":[-2147483648],"unknown":[1]})"));
+    expectReadable(false, *parseJSON(R"({"cwd":[null,1],"host":["x",{},{"tmux":0},{"tmux":true,"tty":1}],
+        "schemaVersion":["1"],"source":["Claude",3],"state":["paused"],"stateSince":["12"],"turnStartedAt":[true],
+        "pid":[2147483648,1.5],"exitCode":[-2147483649],"port":[18446744073709551615],"tool":[1]})"));
+    const nlohmann::json whole = *parseJSON(minimal);
+    for (const auto& [key, value] : whole.items()) {
+        nlohmann::json object = whole;
+        object.erase(key);
+        EXPECT_FALSE(decoded(object)) << key;
     }
     EXPECT_FALSE(decoded(nlohmann::json::array()));
 }
 
 TEST(SessionRecord, SourcesAndTheirAbilities) {
-    EXPECT_EQ(allSources().size(), 13u);
-    EXPECT_EQ(agentSources().size(), 9u);
     std::string approvals, questions, early;
     for (const Source source : allSources()) {
         EXPECT_EQ(fromRawValue<Source>(rawValue(source)), source);
-        EXPECT_EQ(mark(source).size(), isAgent(source) ? 2u : 3u);
         if (supportsApprovals(source)) approvals += mark(source);
         if (supportsQuestions(source)) questions += mark(source);
         if (asksOnPreToolUse(source)) early += mark(source);
@@ -114,8 +87,6 @@ TEST(SessionRecord, SourcesAndTheirAbilities) {
     EXPECT_EQ(approvals, "CCCXDVQWCP");
     EXPECT_EQ(questions, "CCGK");
     EXPECT_EQ(early, "GK");
-    EXPECT_EQ(displayName(Source::grok), "Grok Build");
-    EXPECT_EQ(displayName(Source::update), "Updates");
 }
 
 TEST(HostInfo, ComesFromTheEnvironment) {
