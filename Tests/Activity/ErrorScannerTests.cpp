@@ -70,10 +70,7 @@ TEST(ErrorScanner, FindsAnErrorAmongManyLines) {
 }
 
 TEST(ErrorScanner, CleansLinesAsATerminalWould) {
-    struct Case {
-        std::string line, cleaned;
-    };
-    for (const auto& [line, cleaned] : std::initializer_list<Case>{
+    for (const auto& [line, cleaned] : std::initializer_list<std::pair<std::string, std::string>>{
              {"\x1B[31mError\x1B[0m: boom", "Error: boom"},
              {"downloading 10%\r50%\r100%", "100%"},
              {"a\r\nb", "ab"},
@@ -82,10 +79,7 @@ TEST(ErrorScanner, CleansLinesAsATerminalWould) {
              {"x\x1B[31", "x"},
              {"x\x1B[é~y", "xy"},
              {"\x1B\x1B[1mx", "[1mx"}, // the second ESC is what the first one drops
-             {"a\tb\b\x07\x7F"
-              "c",
-              "a\tb\x7F"
-              "c"},
+             {"a\tb\b\x07\x7Fz", "a\tb\x7Fz"},
              {" \t a \t ", "a"},
              {"bad\xFF", "bad\uFFFD"},
              {letters(200), letters(200)},

@@ -5,34 +5,22 @@
 namespace quorvik::Unicode {
 
 TEST(Unicode, RepairsEachMaximalSubpart) {
-    struct Case {
-        std::string_view bytes, text;
-    };
-    for (const auto& [bytes, text] : std::initializer_list<Case>{
-             {"plain", "plain"},
+    for (const auto& [bytes, text] : std::initializer_list<std::pair<std::string_view, std::string_view>>{
              {"grün 好 😀", "grün 好 😀"},
              {"a\xFFz", "a\uFFFDz"},
              {"\xC3", "\uFFFD"},       // cut short
              {"\xE2\x9C", "\uFFFD"},   // cut short, one part
              {"\xE2\x9Cx", "\uFFFDx"}, // broken off, what follows survives
-             {"\xF0\x9F\x98"
-              "a\xF0\x9F",
-              "\uFFFD"
-              "a\uFFFD"},
+             {"\xF0\x9F\x98z\xF0\x9F", "\uFFFDz\uFFFD"},
              {"\xC0\xAF", "\uFFFD\uFFFD"},                     // overlong
              {"\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD"},           // a surrogate
              {"\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"}, // beyond the last scalar
-             {"\x80\x80", "\uFFFD\uFFFD"},
          })
         EXPECT_EQ(repaired(bytes), text);
 }
 
 TEST(Unicode, CountsWhatPeopleSee) {
-    struct Case {
-        std::string_view text;
-        std::size_t count;
-    };
-    for (const auto& [text, count] : std::initializer_list<Case>{
+    for (const auto& [text, count] : std::initializer_list<std::pair<std::string_view, std::size_t>>{
              {"", 0},
              {"abc", 3},
              {"\r\n", 1},
@@ -43,9 +31,7 @@ TEST(Unicode, CountsWhatPeopleSee) {
              {"👍🏽", 1},                  // skin tone
              {"\u1112\u1161\u11AB", 1},        // a Hangul syllable in parts
              {"a\xFF\xFF", 3},                 // each bad byte is one
-             {"\u0600"
-              "1",
-              1}, // a prefix sign takes the digit along
+             {"\u0600x", 1},                   // a prefix sign takes the letter along
          }) {
         EXPECT_EQ(characterCount(text), count) << text;
         EXPECT_EQ(firstCharacters(text, count), text);
@@ -66,17 +52,12 @@ TEST(Unicode, CutsAtTheFrontAndAtTheBackAlike) {
 }
 
 TEST(Unicode, KnowsTheSetsOfTheUsersSystem) {
-    EXPECT_TRUE(isControl(0x200D)); // zero-width joiner
-    EXPECT_FALSE(isControl(0xA0));
-    EXPECT_TRUE(isNewline(0x2028));
-    EXPECT_FALSE(isNewline(' '));
-    EXPECT_TRUE(isWhitespace(0x3000));
-    EXPECT_FALSE(isWhitespace('\n'));
+    EXPECT_TRUE(isControl(0x200D) && !isControl(0xA0)); // zero-width joiner; no-break space
+    EXPECT_TRUE(isNewline(0x2028) && !isNewline(' '));
+    EXPECT_TRUE(isWhitespace(0x3000) && !isWhitespace('\n'));
     EXPECT_TRUE(isWhitespaceOrNewline(0x85));
-    EXPECT_TRUE(isPunctuation(0x3002));
-    EXPECT_FALSE(isPunctuation('+')); // a symbol
-    EXPECT_TRUE(isDigit(0x0663));
-    EXPECT_FALSE(isDigit(0xBD)); // ½ is numeric, not a digit
+    EXPECT_TRUE(isPunctuation(0x3002) && !isPunctuation('+')); // that is a symbol
+    EXPECT_TRUE(isDigit(0x0663) && !isDigit(0xBD));            // ½ is numeric, not a digit
     EXPECT_TRUE(isLetter(0x597D));
     EXPECT_EQ(trimmed("\u3000\t x y \u00A0", isWhitespace), "x y");
     EXPECT_EQ(lowercased("ÀÉ İ Σ ẞ K"), "àé i\u0307 σ ß k");
