@@ -5,12 +5,12 @@
 
 namespace quorvik {
 
-using testing::Program;
+using namespace testing;
 
-class StatusLineTests : public testing::TemporaryHome {
+class StatusLineTests : public TemporaryHome {
   protected:
     static Program::Result draw(const std::string& payload) {
-        return Program::run({testing::programPath("quorvik-hook"), "--statusline"}, payload);
+        return Program::run({programPath("quorvik-hook"), "--statusline"}, payload);
     }
     void saveOriginal(const std::string& command) const {
         write("support/statusline-original.json", R"({"type":"command","command":")" + command + "\"}");
@@ -53,7 +53,7 @@ TEST_F(StatusLineTests, RunsTheUsersOwn) {
 
 TEST_F(StatusLineTests, EndsTheUsersOwnWithItself) {
     saveOriginal("echo $$; exec sleep 100");
-    Program drawing({testing::programPath("quorvik-hook"), "--statusline"});
+    Program drawing({programPath("quorvik-hook"), "--statusline"});
     const int original = std::stoi(drawing.readLine());
     ::kill(drawing.pid(), SIGTERM); // the next update comes
     EXPECT_EQ(drawing.finish().status, 0);
