@@ -6,13 +6,12 @@
 
 namespace quorvik {
 
-using testing::FakeApp;
-using testing::Program;
+using namespace testing;
 
-class DispatchTests : public testing::TemporaryHome {
+class DispatchTests : public TemporaryHome {
   protected:
     static Program::Result quorvik(std::vector<std::string> words) {
-        words.insert(words.begin(), testing::programPath("quorvik"));
+        words.insert(words.begin(), programPath("quorvik"));
         return Program::run(words);
     }
 };

@@ -15,15 +15,12 @@
 
 namespace quorvik {
 
-using testing::contentOf;
-using testing::eventually;
-using testing::namesIn;
-using testing::Program;
+using namespace testing;
 
-class RunCommandTests : public testing::TemporaryHome {
+class RunCommandTests : public TemporaryHome {
   protected:
     static std::vector<std::string> supervised(std::vector<std::string> command) {
-        command.insert(command.begin(), {testing::programPath("quorvik"), "run", "--"});
+        command.insert(command.begin(), {programPath("quorvik"), "run", "--"});
         return command;
     }
     static Program::Result run(std::vector<std::string> command, const std::string& input = "",
@@ -48,7 +45,8 @@ class RunCommandTests : public testing::TemporaryHome {
 
     /// A command that says when it is ready, says "told" at the signals, and then exits with 5.
     static std::vector<std::string> trapping(const std::string& signals) {
-        return sh("trap 'echo told; exit 5' " + signals + "; echo ready; while :; do read x; done");
+        return sh("trap 'echo told; exit 5' " + signals +
+                  "; echo ready; for i in $(seq 300); do sleep 0.1; done");
     }
 };
 
@@ -112,7 +110,7 @@ TEST_F(RunCommandTests, PublishesTheStart) {
 }
 
 TEST_F(RunCommandTests, KnowsItsTerminal) {
-    testing::Terminal terminal(supervised(sh("tty; echo end")));
+    Terminal terminal(supervised(sh("tty; echo end")));
     std::string tty = terminal.waitFor("end");
     tty.erase(tty.find('\r'));
     EXPECT_EQ(terminal.finish(), 0);
@@ -124,7 +122,7 @@ TEST_F(RunCommandTests, PassesOutputThroughAndLogsBoth) {
     EXPECT_EQ(run(sh("cat; printf 'err\\0\\377' >&2"), input), (Program::Result{0, input, errors}));
     const std::string logPath = *takeRecord().logPath;
     EXPECT_EQ(contentOf(logPath).size(), 10u);
-    EXPECT_EQ(testing::modeOf(logPath), 0600u);
+    EXPECT_EQ(modeOf(logPath), 0600u);
 }
 
 TEST_F(RunCommandTests, ACommandThatCannotBeStarted) {
@@ -271,24 +269,19 @@ TEST_F(RunCommandTests, WithoutThreadsThereIsNoCommand) {
               (Program::Result{127, "", "quorvik: sh: Resource temporarily unavailable\n"}));
 }
 
-TEST_F(RunCommandTests, KeepsTheLogsOfAWeekAndTellsTheApp) {
-    const auto now = std::filesystem::file_time_type::clock::now();
-    for (int age = 1; age <= 55; ++age)
-        std::filesystem::last_write_time(write("support/logs/" + std::to_string(age) + ".log", ""),
-                                         now - std::chrono::hours(age));
-    std::filesystem::last_write_time(write("support/logs/3.log", ""), now - std::chrono::hours(24 * 8));
-    EXPECT_EQ(run({"true"}).status, 0);
-    const auto names = namesIn(support / "logs");
-    EXPECT_EQ(names.size(), 51u); // fifty, and its own
-    EXPECT_EQ(std::ranges::count(names, "3.log"), 0);
-    EXPECT_EQ(std::ranges::count(names, "51.log"), 1);
+TEST_F(RunCommandTests, KeepsFiftyLogsAndTellsTheApp) {
+    for (int log = 0; log < 55; ++log)
+        write("support/logs/" + std::to_string(log) + ".log", "");
+    run({"true"});
+    EXPECT_EQ(namesIn(support / "logs").size(), 51u); // fifty, and its own
+    EXPECT_TRUE(std::filesystem::exists(*takeRecord().logPath));
 #ifdef __linux__
     EXPECT_TRUE(std::filesystem::exists(support / "com.quorvik.state-changed"));
 #endif
 }
 
 TEST_F(RunCommandTests, AFullDiskDoesNotConcernTheCommand) {
-    const auto result = run(sh("seq 1 1000; exit 9"), "", [] { testing::limitFileSize(100); });
+    const auto result = run(sh("seq 1 1000; exit 9"), "", [] { limitFileSize(100); });
     EXPECT_EQ(result.status, 9);
     EXPECT_EQ(result.output.size(), 3893u);
     EXPECT_EQ(result.errors, "");

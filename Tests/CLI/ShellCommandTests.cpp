@@ -10,12 +10,10 @@
 
 namespace quorvik {
 
-using testing::contentOf;
-using testing::namesIn;
-using testing::Program;
+using namespace testing;
 
 /// `quorvik shell`, as the zsh script calls it. The test is the shell.
-class ShellCommandTests : public testing::TemporaryHome {
+class ShellCommandTests : public TemporaryHome {
   protected:
     using Words = std::vector<std::string>;
 
@@ -24,7 +22,7 @@ class ShellCommandTests : public testing::TemporaryHome {
         return words;
     }
     static void quorvik(const std::string& event, const Words& words) {
-        const auto result = Program::run(joined({testing::programPath("quorvik"), "shell", event}, words), "",
+        const auto result = Program::run(joined({programPath("quorvik"), "shell", event}, words), "",
                                          [] { ::setenv("TERM_PROGRAM", "Terminal", 1); });
         EXPECT_EQ(result, (Program::Result{0, "", ""}));
     }
@@ -35,7 +33,7 @@ class ShellCommandTests : public testing::TemporaryHome {
     }
 
     std::optional<SessionRecord> record() const {
-        return testing::recordIn(sessions / ("build-sh-" + self + ".json"));
+        return recordIn(sessions / ("build-sh-" + self + ".json"));
     }
     SessionRecord takeRecord() const {
         const auto found = record();
