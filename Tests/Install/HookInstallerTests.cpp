@@ -13,12 +13,11 @@
 
 namespace quorvik {
 
-using testing::contentOf;
-using testing::namesIn;
+using namespace testing;
 using Decision = UserFileEdit::Decision;
 using Kind = HookInstaller::Status::Kind;
 
-class HookInstallerTests : public testing::TemporaryHome {
+class HookInstallerTests : public TemporaryHome {
   protected:
     using Names = std::vector<std::string>;
 
@@ -33,8 +32,6 @@ class HookInstallerTests : public testing::TemporaryHome {
 
 TEST_F(HookInstallerTests, TargetsFollowTheHomeFolder) {
     EXPECT_EQ(HookTarget::claude().fileURL, home / ".claude/settings.json");
-    write(".kimi-code/config.toml", "");
-    EXPECT_EQ(HookTarget::target(Source::kimi)->fileURL, home / ".kimi-code/config.toml");
     EXPECT_FALSE(HookTarget::target(Source::build));
     for (const Source source : agentSources()) {
         const HookTarget target = HookTarget::target(source).value();
@@ -60,7 +57,6 @@ TEST_F(HookInstallerTests, GivesRealSettingsBack) {
 )"},
         {HookTarget::codex(), R"({"hooks":{"Stop":[{"hooks":[{"type":"command","command":"notify"}]}]}})"},
         {HookTarget::commandCode(), "{\n\t\"theme\": \"dark\",\n\t\"hooks\": {}\n}\n"},
-        {HookTarget::devin(), R"({"version":1e0,"hooks":{"Stop":[]},"list":[{},[]]})"},
         {HookTarget::grok(), R"({"hooks":{"Stop":[{"hooks":[{"command":"mine"}]}]}})"},
     };
     for (const auto& [target, text] : cases) {
@@ -98,7 +94,7 @@ TEST_F(HookInstallerTests, KeepsLinksAndPermissions) {
     install(target);
     EXPECT_EQ(std::filesystem::read_symlink(target.fileURL), "../dotfiles/claude.json");
     EXPECT_EQ(status(target), Kind::installed);
-    EXPECT_EQ(testing::modeOf(real), 0640u);
+    EXPECT_EQ(modeOf(real), 0640u);
     EXPECT_EQ(namesIn(real.parent_path()), Names{"claude.json"});
 
     // A link to a file that is not there yet is where the file belongs.
@@ -107,8 +103,8 @@ TEST_F(HookInstallerTests, KeepsLinksAndPermissions) {
     std::filesystem::create_symlink(home / "new/devin.json", devin.fileURL);
     install(devin);
     EXPECT_TRUE(std::filesystem::is_symlink(devin.fileURL));
-    EXPECT_EQ(testing::modeOf(home / "new/devin.json"), 0600u);
-    EXPECT_EQ(testing::modeOf(home / "new"), 0700u);
+    EXPECT_EQ(modeOf(home / "new/devin.json"), 0600u);
+    EXPECT_EQ(modeOf(home / "new"), 0700u);
 
     if (::getuid() == 0) {
         ASSERT_EQ(::chown(real.c_str(), 12, 34), 0);
@@ -149,10 +145,10 @@ TEST_F(HookInstallerTests, FailsCleanlyWhenTheDiskIsFull) {
     const auto file = write(".codex/hooks.json", "{}\n");
     ::signal(SIGXFSZ, SIG_IGN);
     for (const rlim_t bytes : {1000u, 1u}) { // not even the backup
-        testing::limitFileSize(bytes);
+        limitFileSize(bytes);
         EXPECT_THROW(install(HookTarget::codex()), FileError);
         EXPECT_THROW(install(HookTarget::pi()), FileError);
-        testing::limitFileSize(RLIM_INFINITY);
+        limitFileSize(RLIM_INFINITY);
         EXPECT_EQ(contentOf(file), "{}\n");
         EXPECT_EQ(namesIn(home / ".codex"), Names{"hooks.json"});
         EXPECT_EQ(namesIn(home / ".pi/agent/extensions"), Names{});
@@ -204,7 +200,7 @@ TEST_F(HookInstallerTests, KeepsTheFiveNewestBackupsOfEachFile) {
     write(".kimi/config.toml", "secret = 1\n");
     const auto backup = *install(HookTarget::kimi()).backup;
     EXPECT_EQ(contentOf(backup), "secret = 1\n");
-    EXPECT_EQ(testing::modeOf(backup), 0600u);
+    EXPECT_EQ(modeOf(backup), 0600u);
     EXPECT_EQ(backups(),
               (Names{"kimi-config.toml.2020-01-01.bak", "kimi-config.toml.2020-01-02.bak",
                      "kimi-config.toml.2020-01-03.bak", "kimi-config.toml.2020-01-04.bak",

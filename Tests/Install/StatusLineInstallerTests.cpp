@@ -5,11 +5,10 @@
 
 namespace quorvik {
 
-using testing::contentOf;
-using testing::namesIn;
+using namespace testing;
 using Kind = StatusLineInstaller::Status::Kind;
 
-class StatusLineInstallerTests : public testing::TemporaryHome {
+class StatusLineInstallerTests : public TemporaryHome {
   protected:
     FileChange install(const std::string& hookPath = "/q/quorvik-hook") const {
         return StatusLineInstaller::install(HookTarget::claude(), hookPath, original);

@@ -7,15 +7,13 @@
 
 namespace quorvik {
 
-using testing::contentOf;
-using testing::namesIn;
-using testing::Program;
+using namespace testing;
 
 /// `quorvik-island hooks` and `quorvik-island statusline`, as people and scripts run them.
-class SettingsCommandsTests : public testing::TemporaryHome {
+class SettingsCommandsTests : public TemporaryHome {
   protected:
     static Program::Result island(std::vector<std::string> words, const std::function<void()>& prepare = {}) {
-        words.insert(words.begin(), testing::programPath("quorvik-island"));
+        words.insert(words.begin(), programPath("quorvik-island"));
         return Program::run(words, "", prepare);
     }
     static Program::Result failed(int status, const std::string& why) {
@@ -95,7 +93,7 @@ TEST_F(SettingsCommandsTests, HooksGoInAndOutOfTheAgentsThatAreFound) {
 
 TEST_F(SettingsCommandsTests, OneAgentsFailureDoesNotStopTheOthers) {
     write(".claude/settings.json", "{");
-    const auto kimi = write(".kimi/config.toml", "hooks = []\n");
+    write(".kimi/config.toml", "hooks = []\n");
     auto some = failed(1, "claude: Invalid JSON near byte 1\nquorvik-island: kimi: config.toml already sets "
                           "`hooks = …` inline; convert it to [[hooks]] tables first.");
     some.output = "pi: installed in " + (home / ".pi/agent/extensions/quorvik.ts").string() + "\n";
@@ -103,13 +101,6 @@ TEST_F(SettingsCommandsTests, OneAgentsFailureDoesNotStopTheOthers) {
     EXPECT_EQ(island({"hooks", "status", "claude"}).output, "claude\tunreadable: Invalid JSON near byte 1\n");
     const auto answer = json(island({"hooks", "install", "claude", "--json"}).output);
     EXPECT_EQ(answer, json(R"([{"source":"claude","error":"Invalid JSON near byte 1"}])"));
-
-    write(".kimi/config.toml", "a = 1\n");
-    const auto full = island({"hooks", "install", "kimi"}, [] { testing::limitFileSize(200); });
-    EXPECT_EQ(full.status, 1);
-    EXPECT_TRUE(full.errors.starts_with("quorvik-island: kimi: could not write ")) << full.errors;
-    EXPECT_EQ(contentOf(kimi), "a = 1\n");
-    EXPECT_EQ(namesIn(home / ".kimi"), std::vector<std::string>{"config.toml"});
 }
 
 TEST_F(SettingsCommandsTests, InstallsOnlyAProgramThatCanBeRun) {
@@ -120,7 +111,7 @@ TEST_F(SettingsCommandsTests, InstallsOnlyAProgramThatCanBeRun) {
     // The one beside the running program is the other candidate.
     const auto copy = home / "copy/quorvik-island";
     std::filesystem::create_directories(copy.parent_path());
-    std::filesystem::copy_file(testing::programPath("quorvik-island"), copy);
+    std::filesystem::copy_file(programPath("quorvik-island"), copy);
     const auto beside = writeProgram("copy/quorvik-hook");
     EXPECT_EQ(Program::run({copy.string(), "hooks", "install", "pi"}).status, 0);
     EXPECT_NE(contentOf(home / ".pi/agent/extensions/quorvik.ts").find(beside.string()), std::string::npos);
