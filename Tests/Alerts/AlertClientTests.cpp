@@ -13,12 +13,11 @@
 
 namespace quorvik {
 
-using testing::FakeApp;
-using testing::Program;
+using namespace testing;
 using namespace std::chrono_literals;
 using Kind = AlertOutcome::Kind;
 
-class AlertClientTests : public testing::TemporaryHome {
+class AlertClientTests : public TemporaryHome {
   protected:
     AlertOutcome send(std::chrono::duration<double> timeout = 3s) const {
         return AlertClient::send(request, socket.string(), timeout);
@@ -117,7 +116,7 @@ TEST_F(AlertClientTests, AnotherUsersListenerIsNotTheApp) {
     for (const auto& folder : {home, support, std::filesystem::path(socket)})
         ::chmod(folder.c_str(), 0777);
     const auto asNobody = [] { ASSERT_EQ(::setuid(65534), 0); };
-    EXPECT_EQ(Program::run({testing::programPath("quorvik"), "alert", "--title", "x"}, "", asNobody),
+    EXPECT_EQ(Program::run({programPath("quorvik"), "alert", "--title", "x"}, "", asNobody),
               (Program::Result{1, "", "quorvik: Quorvik is not running\n"}));
     EXPECT_FALSE(spokenTo);
 }

@@ -12,11 +12,11 @@
 
 namespace quorvik {
 
-using testing::FakeApp;
+using namespace testing;
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-class ApprovalClientTests : public testing::TemporaryHome {
+class ApprovalClientTests : public TemporaryHome {
   protected:
     std::optional<ApprovalResponse> ask(std::chrono::duration<double> timeout = 5s,
                                         const std::function<bool()>& stillWanted = {}) const {
@@ -81,7 +81,7 @@ TEST_F(ApprovalClientTests, WaitsAsLongAsToldAndWanted) {
             if (::read(connection, &c, 1) == 0) ++left; // only the other side's going ends this
             return;
         }
-        EXPECT_TRUE(testing::eventually([&] { return asked > 2; }));
+        EXPECT_TRUE(eventually([&] { return asked > 2; }));
         FakeApp::says("{\"decision\":\"allow\"}\n")(line, connection);
     });
     const auto timed = [&](std::chrono::duration<double> timeout, const std::function<bool()>& stillWanted) {
@@ -97,7 +97,7 @@ TEST_F(ApprovalClientTests, WaitsAsLongAsToldAndWanted) {
     ::sigaction(SIGUSR1, &noting, &previous);
     EXPECT_LT(timed(60s, [] { return !signalled; }), 3s);
     ::sigaction(SIGUSR1, &previous, nullptr);
-    EXPECT_TRUE(testing::eventually([&] { return left == 3; }));
+    EXPECT_TRUE(eventually([&] { return left == 3; }));
     EXPECT_TRUE(ask(60s, [&] { return ++asked > 0; }));
 }
 

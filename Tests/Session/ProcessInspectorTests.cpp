@@ -11,9 +11,9 @@
 
 namespace quorvik::ProcessInspector {
 
-using testing::Program;
+using namespace testing;
 
-class ProcessInspectorTests : public testing::TemporaryHome {
+class ProcessInspectorTests : public TemporaryHome {
   protected:
     /// Shells within shells, each of which prints its process number; the last one waits.
     struct Shells {
@@ -58,7 +58,7 @@ TEST_F(ProcessInspectorTests, WalksUpFromShellsToWhoStartedThem) {
 TEST_F(ProcessInspectorTests, NamesMayHoldBracketsAndBlanks) {
     std::filesystem::create_symlink("/bin/sleep", home / "a) R 1 (b");
     Program program({(home / "a) R 1 (b").string(), "30"});
-    testing::eventually([&] { return info(program.pid())->name == "a) R 1 (b"; });
+    eventually([&] { return info(program.pid())->name == "a) R 1 (b"; });
     EXPECT_EQ(info(program.pid())->parentPID, ::getpid());
 }
 

@@ -13,10 +13,9 @@
 
 namespace quorvik::SessionStore {
 
-using testing::contentOf;
-using testing::namesIn;
+using namespace testing;
 
-class SessionStoreTests : public testing::TemporaryHome {
+class SessionStoreTests : public TemporaryHome {
   protected:
     void increment(std::string_view id = "s") const {
         update(Source::claude, id, sessions, [&](std::optional<SessionRecord>& record) {
@@ -26,7 +25,7 @@ class SessionStoreTests : public testing::TemporaryHome {
     }
 
     std::optional<std::int64_t> count(std::string_view id = "s") const {
-        const auto record = testing::recordIn(fileURL(Source::claude, id, sessions));
+        const auto record = recordIn(fileURL(Source::claude, id, sessions));
         return record ? record->port : std::nullopt;
     }
     Path put(const std::string& name, std::string_view content) const {
@@ -67,13 +66,13 @@ TEST_F(SessionStoreTests, CreatesChangesAndRemoves) {
     increment();
     EXPECT_EQ(count(), 2);
     EXPECT_EQ(namesIn(sessions), recordAndLock);
-    EXPECT_EQ(testing::modeOf(sessions), 0700u);
-    EXPECT_EQ(testing::modeOf(file), 0600u);
-    EXPECT_EQ(testing::modeOf(sessions / "claude-s.json.lock"), 0600u);
+    EXPECT_EQ(modeOf(sessions), 0700u);
+    EXPECT_EQ(modeOf(file), 0600u);
+    EXPECT_EQ(modeOf(sessions / "claude-s.json.lock"), 0600u);
     update(Source::claude, "s", sessions, [](std::optional<SessionRecord>& record) { record.reset(); });
     EXPECT_EQ(count(), 2);
 
-    remove(*testing::recordIn(file), sessions);
+    remove(*recordIn(file), sessions);
     EXPECT_EQ(namesIn(sessions), std::vector<std::string>());
     remove(SessionRecord(Source::git, "x", "/", {}), sessions / "nowhere"); // ignored
 }
@@ -153,7 +152,7 @@ TEST_F(SessionStoreTests, WritersLoseNoUpdate) {
     for (int i = 0; i < 2; ++i)
         threads.emplace_back(incrementOften);
     for (const pid_t process : processes)
-        EXPECT_EQ(testing::statusOf(process), 0);
+        EXPECT_EQ(statusOf(process), 0);
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(count(), 2000);
@@ -167,9 +166,9 @@ TEST_F(SessionStoreTests, KilledWritersLeaveAWholeRecord) {
                 increment();
         });
         const auto before = count();
-        testing::eventually([&] { return count() != before; });
+        eventually([&] { return count() != before; });
         ::kill(writer, SIGKILL);
-        testing::statusOf(writer);
+        statusOf(writer);
         ASSERT_TRUE(count().has_value()) << "torn in round " << round;
         increment(); // nobody holds the lock
     }
@@ -183,7 +182,7 @@ TEST_F(SessionStoreTests, AWaitingWriterSurvivesTheRemovalOfItsLockFile) {
         const FileLock lock = FileLock::acquire(lockFile);
         waiting = std::thread([&] { increment(); });
 #ifdef __linux__
-        testing::eventually([] { return contentOf("/proc/locks").find("-> FLOCK") != std::string::npos; });
+        eventually([] { return contentOf("/proc/locks").find("-> FLOCK") != std::string::npos; });
 #endif
         std::filesystem::remove(lockFile); // as remove() does while it holds the lock
     }
@@ -196,11 +195,11 @@ TEST_F(SessionStoreTests, WhatCannotBeWrittenLeavesTheOldRecord) {
     increment();
     const std::string before = contentOf(file);
     const pid_t writer = inChild([&] {
-        testing::limitFileSize(100);
+        limitFileSize(100);
         ::signal(SIGXFSZ, SIG_IGN); // as the programs do
         increment();
     });
-    EXPECT_EQ(testing::statusOf(writer), 1); // it threw
+    EXPECT_EQ(statusOf(writer), 1); // it threw
     const auto fill = [](std::optional<SessionRecord>& record) {
         record->summary = std::string(maxFileSize, 'x');
     };
