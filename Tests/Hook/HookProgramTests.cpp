@@ -242,8 +242,9 @@ TEST_F(HookProgramTests, EndsAtOnceWhenTheAgentsTimeIsUp) {
 
 TEST_F(HookProgramTests, AnAnswerToOneRequestDoesNotEndAnother) {
     // The app answers them in the order in which they come, and only when told.
-    std::atomic<int> told = 0, answers = 0;
+    std::atomic<int> asked = 0, told = 0, answers = 0;
     const FakeApp app(socket, [&](const std::string& line, int connection) {
+        ++asked;
         eventually([&] { return told > answers; });
         ++answers;
         FakeApp::says(allow)(line, connection);
@@ -254,7 +255,7 @@ TEST_F(HookProgramTests, AnAnswerToOneRequestDoesNotEndAnother) {
         return list ? list->size() : 0;
     };
     Program& one = started(bash("PermissionRequest", "a"));
-    eventually([&] { return requests() == 1; });
+    eventually([&] { return asked == 1; });
     Program& other = started(bash("PermissionRequest", "b"));
     eventually([&] { return requests() == 2; });
     told = 1;
