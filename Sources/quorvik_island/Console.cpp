@@ -5,16 +5,24 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <string>
+#include <system_error>
 
 namespace quorvik {
 
 int printHelp(std::string_view text) {
-    return writeAll(STDOUT_FILENO, text.data(), text.size()) ? exitSuccess : exitFailure;
+    Console console(false);
+    console.text(text);
+    return console.exitStatus();
 }
 
 void Console::print(std::string_view text) {
-    if (!writeAll(STDOUT_FILENO, text.data(), text.size())) failed_ = true;
+    if (writeAll(STDOUT_FILENO, text.data(), text.size())) return;
+    failed_ = true;
+    const int error = errno;
+    const bool isUnwanted = error == EPIPE; // the reader has seen enough
+    if (!isUnwanted) note("could not write the output: " + std::generic_category().message(error));
 }
 
 void Console::line(std::string_view text) {

@@ -7,6 +7,8 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 namespace quorvik {
 
 namespace {
@@ -22,9 +24,10 @@ std::size_t terminalColumns() {
 
 Screen Screen::ofStandardOutput() {
     if (::isatty(STDOUT_FILENO) == 0) return {};
+    const std::string terminal = Platform::environmentValue("TERM");
     const bool plain =
-        !Platform::environmentValue("NO_COLOR").empty() || Platform::environmentValue("TERM") == "dumb";
-    return {true, terminalColumns(), !plain};
+        !Platform::environmentValue("NO_COLOR").empty() || terminal.empty() || terminal == "dumb";
+    return {terminalColumns(), !plain};
 }
 
 void ScreenLine::add(std::string_view text, std::size_t width, std::string_view style) {
@@ -32,27 +35,22 @@ void ScreenLine::add(std::string_view text, std::size_t width, std::string_view 
         left_ = 0;
         return;
     }
-    const std::string whole = Unicode::terminalLine(text);
-    const std::size_t room = left_ - pending_;
-    std::size_t columns = Unicode::columnCount(whole);
-    std::string shown = whole;
-    const bool isCut = columns > room;
-    if (isCut) {
-        shown = Unicode::firstColumns(whole, room - 1);
-        shown += "…";
-        columns = room;
+    std::string shown = Unicode::terminalLine(text);
+    std::size_t columns = Unicode::columnCount(shown);
+    if (const std::size_t room = std::min(left_ - pending_, width); columns > room) {
+        shown = std::string(Unicode::firstColumns(shown, room - 1)) + "…";
+        columns = Unicode::columnCount(shown);
     }
-    if (!shown.empty()) {
+    if (columns > 0) {
         text_.append(pending_, ' ');
-        left_ -= pending_;
+        left_ -= pending_ + columns;
         pending_ = 0;
         if (screen_.colours && !style.empty())
             text_ += "\x1b[" + std::string(style) + "m" + shown + "\x1b[0m";
         else
             text_ += shown;
     }
-    left_ = isCut ? 0 : left_ - columns;
-    pending_ += width > columns ? width - columns : 0;
+    if (width != Screen::unlimited) pending_ += width - columns;
 }
 
 } // namespace quorvik

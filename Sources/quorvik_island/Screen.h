@@ -11,10 +11,10 @@ namespace quorvik {
 struct Screen {
     static constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
 
-    bool isTerminal = false;
     std::size_t columns =
-        unlimited;        ///< of a terminal that tells, else $COLUMNS, else 80; unlimited elsewhere
-    bool colours = false; ///< on a terminal, unless NO_COLOR is set and not empty or TERM is "dumb"
+        unlimited; ///< of a terminal that tells, else $COLUMNS, else 80; unlimited elsewhere
+    bool colours =
+        false; ///< on a terminal, unless NO_COLOR is set and not empty, or TERM is "dumb" or not set
 
     static Screen ofStandardOutput();
 };
@@ -25,9 +25,12 @@ class ScreenLine {
   public:
     explicit ScreenLine(const Screen& screen) : screen_(screen), left_(screen.columns) {}
 
-    /// Appends the text, and blanks up to `width` columns. A text that does not fit ends with "…", and
-    /// nothing follows it. `style` holds the parameters of an SGR sequence ("1;31"), or nothing.
-    void add(std::string_view text, std::size_t width = 0, std::string_view style = {});
+    /// Appends the text, and blanks up to `width` columns. What does not fit into them, or on the screen,
+    /// ends with "…". `style` holds the parameters of an SGR sequence ("1;31"), or nothing.
+    void add(std::string_view text, std::size_t width = Screen::unlimited, std::string_view style = {});
+
+    /// Blanks, if anything follows.
+    void skip(std::size_t columns) { pending_ += columns; }
 
     /// Without blanks at the end, and without a line feed.
     const std::string& text() const { return text_; }

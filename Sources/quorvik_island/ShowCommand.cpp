@@ -3,18 +3,14 @@
 #include "quorvik_island/Arguments.h"
 #include "quorvik_island/Console.h"
 #include "quorvik_island/Screen.h"
+#include "quorvik_island/Sessions.h"
 
 #include "QuorvikCore/Island/Scheduler.h"
-#include "QuorvikCore/Platform/FileError.h"
-#include "QuorvikCore/Platform/Files.h"
-#include "QuorvikCore/Session/ProcessInspector.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
-#include "QuorvikCore/Session/SessionStore.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cmath>
 
 namespace quorvik::ShowCommand {
@@ -28,58 +24,29 @@ Prints what the island shows: a line each, the most urgent first.
 
   ◆ CC   awaiting     2 min  Fix the login bug  Allow npm install?
 
-"◆" stands before the item in the notch itself, "•" before those beside it. Then who it is, its state, for
-how long, the task or tool, and what is happening. Prints nothing when there is nothing to show. Sessions
-whose process is gone count as ended; files that hold no readable record are named on standard error.
+"◆" stands before the item in the notch itself, "•" before those beside it, nothing before those that do
+not fit there. Then who it is, its state, for how long, the task or tool, and what is happening. Prints
+nothing when there is nothing to show. Sessions whose process is gone count as ended. What failed is shown
+until somebody has seen it: `quorvik-island clear` forgets it. Files that hold no readable record are named
+on standard error.
 
   --json   one object: "primary" (null when there is nothing to show), "bubbles" and "overflow", each item
            with "id", "display", "quiet", "needsAttention", "mark", "label", and "record", the session record;
-           and the paths of unreadable files, "corrupt" and "unsupported" (of another version)
+           and, instead of standard error, the paths of unreadable files, "corrupt" and "unsupported" (of
+           another version)
 
 Examples:
   quorvik-island show
   quorvik-island show --json | jq -r '.primary.label // empty'
 )";
 
-/// What the store holds, as far as it can be read.
-struct Sessions {
-    std::vector<SessionStore::LoadResult> files;
-    std::vector<const SessionRecord*> records;     ///< in `files`, without those that lost their process
-    std::vector<std::string> corrupt, unsupported; ///< paths
-};
-
-/// Whether the record claims that something is going on in a process that no longer exists: it was killed
-/// before it could say so.
-bool hasLostItsProcess(const SessionRecord& record) {
-    const bool isBusy = record.state == SessionState::working || record.state == SessionState::awaiting ||
-                        record.state == SessionState::compacting;
-    return isBusy && record.pid && !ProcessInspector::isAlive(*record.pid, record.pidStartTime);
-}
-
-Sessions load(const std::filesystem::path& folder) {
-    Sessions sessions{SessionStore::loadAll(folder), {}, {}, {}};
-    if (std::error_code ignored; sessions.files.empty() && std::filesystem::exists(folder, ignored)) {
-        if (!Files::Folder::open(folder)) throw FileError("list", folder, errno);
+/// What the item is about, on one line: its task, else its tool or command, else who it is.
+std::string label(const SessionRecord& record) {
+    for (const auto* text : {&record.title, &record.tool}) {
+        std::string shown = Unicode::terminalLine(text->value_or(""));
+        if (!Unicode::trimmed(shown, Unicode::isWhitespace).empty()) return shown;
     }
-    for (const auto& [value] : sessions.files) {
-        if (const auto* ok = std::get_if<SessionStore::LoadResult::Ok>(&value)) {
-            if (!hasLostItsProcess(*ok->record)) sessions.records.push_back(ok->record.get());
-        } else if (const auto* other = std::get_if<SessionStore::LoadResult::Unsupported>(&value)) {
-            sessions.unsupported.push_back(other->path.string());
-        } else {
-            sessions.corrupt.push_back(std::get<SessionStore::LoadResult::Corrupt>(value).path.string());
-        }
-    }
-    std::ranges::sort(sessions.corrupt);
-    std::ranges::sort(sessions.unsupported);
-    return sessions;
-}
-
-/// What the item is about: its task, else its tool or command, else who it is.
-std::string_view label(const SessionRecord& record) {
-    if (record.title) return *record.title;
-    if (record.tool) return *record.tool;
-    return displayName(record.source);
+    return std::string(displayName(record.source));
 }
 
 nlohmann::json itemJSON(const IslandItem& item) {
@@ -139,11 +106,10 @@ std::string age(Date since, Date now) {
 
 /// The width of the label column: as wide as its widest label, within reason.
 std::size_t labelColumns(const IslandLayout& layout) {
-    constexpr std::size_t widest = 24;
+    constexpr std::size_t widest = 32;
     std::size_t columns = 0;
     const auto include = [&](const IslandItem& item) {
-        const std::string shown = Unicode::terminalLine(label(item.record));
-        columns = std::max(columns, std::min(widest, Unicode::columnCount(shown)));
+        columns = std::max(columns, std::min(widest, Unicode::columnCount(label(item.record))));
     };
     if (layout.primary) include(*layout.primary);
     std::ranges::for_each(layout.bubbles, include);
@@ -152,20 +118,22 @@ std::size_t labelColumns(const IslandLayout& layout) {
 }
 
 void print(const IslandLayout& layout, Date now, Console& console) {
-    constexpr std::size_t gap = 2;
+    constexpr std::size_t gap = 2, markWidth = 3, displayWidth = 10, sinceWidth = 6;
     const Screen screen = Screen::ofStandardOutput();
     const std::size_t labelWidth = labelColumns(layout);
     std::string lines;
     const auto add = [&](std::string_view place, const IslandItem& item) {
         const std::string since = age(item.record.stateSince, now);
-        constexpr std::size_t sinceWidth = 6;
         ScreenLine line(screen);
         line.add(place, 2);
-        line.add(mark(item.record.source), 3 + gap);
-        line.add(rawValue(item.display), 10 + gap, style(item));
-        line.add("", since.size() < sinceWidth ? sinceWidth - since.size() : 0);
-        line.add(since, since.size() + gap);
-        line.add(label(item.record), labelWidth + gap);
+        line.add(mark(item.record.source), markWidth);
+        line.skip(gap);
+        line.add(rawValue(item.display), displayWidth, style(item));
+        line.skip(gap + sinceWidth - std::min(since.size(), sinceWidth));
+        line.add(since);
+        line.skip(gap);
+        line.add(label(item.record), labelWidth);
+        line.skip(gap);
         if (item.record.summary) line.add(*item.record.summary);
         lines += line.text() + "\n";
     };
@@ -199,9 +167,9 @@ int run(std::span<const std::string> commandLine) {
     if (!arguments.words.empty()) throw UsageError("show: unexpected argument " + arguments.words.front());
 
     Console console(arguments.has("--json"));
-    const Sessions sessions = load(QuorvikPaths::sessionsDirectory());
+    const Sessions sessions = Sessions::load(QuorvikPaths::sessionsDirectory());
     const Date now = std::chrono::system_clock::now();
-    const IslandLayout layout = Scheduler::layout(sessions.records, now);
+    const IslandLayout layout = Scheduler::layout(sessions.current(), now);
     if (console.json()) {
         console.value(layoutJSON(layout, sessions));
         return console.exitStatus();

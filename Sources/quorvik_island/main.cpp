@@ -1,4 +1,5 @@
 #include "quorvik_island/Arguments.h"
+#include "quorvik_island/ClearCommand.h"
 #include "quorvik_island/Console.h"
 #include "quorvik_island/HooksCommand.h"
 #include "quorvik_island/ShellIntegrationCommand.h"
@@ -23,6 +24,7 @@ constexpr std::string_view help =
 Your side of Quorvik, in a terminal.
 
   show         what the island shows right now
+  clear        forget what is over
   hooks        connect coding agents with Quorvik, or disconnect them
   shell        let zsh report long commands
   statusline   let Quorvik draw Claude Code's status line
@@ -42,6 +44,7 @@ struct Command {
 };
 
 constexpr Command commands[] = {
+    {"clear", ClearCommand::run},
     {"hooks", HooksCommand::run},
     {"shell", ShellIntegrationCommand::run},
     {"show", ShowCommand::run},

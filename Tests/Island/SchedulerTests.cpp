@@ -97,8 +97,10 @@ TEST(Scheduler, ShowsARecordByItsStateAndAge) {
             EXPECT_EQ(item->record, record);
         }
     }
-    EXPECT_EQ(shown(Scheduler::display(git("Changes", 95), dateFromSeconds(now), SchedulerConfig(100))),
-              "git-g done"); // the longer of the two lingers
+    // The longer of the two lingers.
+    for (const auto& [age, expected] : {std::pair(99, "git-g done"), std::pair(100, "")})
+        EXPECT_EQ(shown(Scheduler::display(git("Changes", age), dateFromSeconds(now), SchedulerConfig(100))),
+                  expected);
 }
 
 TEST(Scheduler, AcknowledgedItemsStayAwayUntilTheirStateChanges) {
@@ -186,13 +188,36 @@ TEST(Scheduler, LaysOutByUrgencyThenWaitingThenActivity) {
               "a | f w s | d"},
              {{claude("a", working), claude("b", working, 0, 1)}, 0, "a | | b"},
              {{claude("a", working), claude("b", working, 0, 1)}, -5, "a | | b"},
-             {{claude("a", awaiting), claude("a", working), claude("b", working, 0, 1)}, 3, "a | b |"}}) {
+             {{claude("a", awaiting), claude("a", working), claude("b", working, 0, 1)}, 3, "a | b |"},
+             {{claude("a", working), record(Source::codex, "a", working, 0, 1)}, 3, "a | a |"}}) {
         SchedulerConfig config;
         config.maxBubbles = maxBubbles;
         const IslandLayout result = Scheduler::layout(records, dateFromSeconds(now), config);
         EXPECT_EQ(shown(result), layout);
         EXPECT_EQ(result.isEmpty(), layout == " | |");
     }
+}
+
+TEST(Scheduler, EqualItemsStayAsGiven) {
+    std::vector<SessionRecord> records;
+    std::string expected;
+    for (char id = 'A'; id <= 'z'; ++id) {
+        records.push_back(record(Source::claude, std::string(1, id), SessionState::working));
+        expected += " " + records.back().sessionID;
+    }
+    SchedulerConfig config;
+    config.maxBubbles = 0;
+    EXPECT_EQ(shown(Scheduler::layout(records, dateFromSeconds(now), config)), "A | |" + expected.substr(2));
+
+    // Of two alike, the first decides by what it is.
+    const IslandItem seen{withTool(record(Source::git, "g", SessionState::done, 5, 9), "Clipboard"),
+                          DisplayState::done, false};
+    IslandItem asks = seen;
+    asks.display = DisplayState::awaiting;
+    asks.record.stateSince += std::chrono::seconds(1);
+    asks.record.updatedAt += std::chrono::seconds(1);
+    EXPECT_FALSE(Scheduler::order(seen, asks));
+    EXPECT_FALSE(Scheduler::order(asks, seen));
 }
 
 TEST(Scheduler, APickStaysInFrontUntilSomethingMoreUrgentComesUp) {
@@ -215,6 +240,12 @@ TEST(Scheduler, APickStaysInFrontUntilSomethingMoreUrgentComesUp) {
              {"another state by now", {"claude-w", ago(99), ago(10)}, "a | f w |"},
              {"gone", {"claude-x", work.stateSince, ago(10)}, "a | f w |"}})
         EXPECT_EQ(shown(Scheduler::layout(records, dateFromSeconds(now), {}, {}, pick)), layout) << why;
+
+    // Something as urgent is not more urgent.
+    const std::vector<SessionRecord> both = {work, record(Source::claude, "v", SessionState::working, 1)};
+    EXPECT_EQ(shown(Scheduler::layout(both, dateFromSeconds(now), {}, {},
+                                      ManualPick{"claude-w", work.stateSince, ago(10)})),
+              "w | v |");
 }
 
 } // namespace quorvik

@@ -81,9 +81,16 @@ TEST_F(ShowCommandTests, RealProgramsInOrder) {
     EXPECT_EQ(json["bubbles"][1]["display"], "working");
     EXPECT_EQ(json["overflow"], nlohmann::json::array());
 
-    ::kill(busy.pid(), SIGKILL); // it cannot say that it ended
+    ::kill(busy.pid(), SIGKILL); // it cannot say that it ended, and nobody asks yet
+    EXPECT_TRUE(testing::eventually([] { return layout()["bubbles"].size() == 1; }));
     EXPECT_EQ(busy.finish().status, 128 + SIGKILL);
     EXPECT_EQ(layout()["bubbles"].size(), 1);
+
+    const std::string island = testing::programPath("quorvik-island");
+    EXPECT_EQ(Program::run({island, "clear"}).output, "removed 2\n"); // the failed and the killed one
+    EXPECT_EQ(Program::run({island, "clear", "--json"}).output, "{\"removed\":0}\n");
+    EXPECT_EQ(layout()["primary"]["id"], "claude-s1");
+    EXPECT_TRUE(layout()["bubbles"].empty());
 }
 
 TEST_F(ShowCommandTests, OnlyWhatIsBusyNeedsItsProcess) {
@@ -126,15 +133,54 @@ TEST_F(ShowCommandTests, FilesThatCannotBeReadAreNamed) {
 
     std::filesystem::remove_all(sessions);
     write("support/sessions", "a file");
-    const auto broken = show();
-    EXPECT_EQ(broken.status, 1);
-    EXPECT_TRUE(broken.errors.starts_with("quorvik-island: could not list " + sessions.string()))
-        << broken.errors;
+    ::setenv("QUORVIK_HOME", (sessions / "below").c_str(), 1);
+    for (const auto& unlisted : {sessions / "below/sessions", sessions}) {
+        const auto broken = show();
+        EXPECT_EQ(broken.status, 1);
+        EXPECT_TRUE(broken.errors.starts_with("quorvik-island: could not list " + unlisted.string()))
+            << broken.errors;
+        ::setenv("QUORVIK_HOME", support.c_str(), 1);
+    }
     EXPECT_EQ(show({"now"}).status, 3);
+}
+
+TEST_F(ShowCommandTests, SaysWhenItCannotBeWritten) {
+    put(working("a"));
+    const std::string island = testing::programPath("quorvik-island");
+    for (const std::string what : {"show", "show --json", "--help"}) {
+        const auto result = Program::run({"sh", "-c", island + " " + what + " >/dev/full"});
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.errors, "quorvik-island: could not write the output: No space left on device\n")
+            << what;
+    }
+}
+
+TEST_F(ShowCommandTests, NamesWhatItIsAbout) {
+    struct Case {
+        std::optional<std::string> title, tool;
+        std::string label, line;
+    };
+    const std::string wide(40, 'w');
+    for (const auto& [title, tool, label, line] :
+         std::initializer_list<Case>{{"Task", "Bash", "Task", "Task  s"},
+                                     {{}, "Bash", "Bash", "Bash  s"},
+                                     {" \u202E\a", "", "Claude Code", "Claude Code  s"},
+                                     {"\x1b[31mred", {}, " [31mred", " [31mred  s"},
+                                     {wide.substr(0, 32), {}, wide.substr(0, 32), wide.substr(0, 32) + "  s"},
+                                     {wide, {}, wide, wide.substr(0, 31) + "…  s"}}) {
+        put(working("a"), [&](SessionRecord& record) {
+            record.title = title;
+            record.tool = tool;
+            record.summary = "s";
+        });
+        EXPECT_EQ(layout()["primary"]["label"], label);
+        EXPECT_TRUE(show().output.ends_with(" s  " + line + "\n")) << show().output;
+    }
 }
 
 TEST_F(ShowCommandTests, FitsTheTerminalAndLeavesItInPeace) {
     put(working("a"), [](SessionRecord& record) {
+        record.stateSince += std::chrono::hours(1); // a clock that was set back
         record.title = "日本語のタイトル";
         record.summary = "\x1b[2J\x07 line\n\u202Etwo 👨‍👩‍👧 and so on, for long";
     });
@@ -146,7 +192,8 @@ TEST_F(ShowCommandTests, FitsTheTerminalAndLeavesItInPeace) {
     for (const auto& [columns, environment, line] : std::initializer_list<Case>{
              {80,
               {"TERM=xterm"},
-              "◆ CC   \x1b[36mworking\x1b[0m        0 s  日本語のタイトル   [2J  line two 👨‍👩‍👧 "
+              "◆ CC   \x1b[36mworking\x1b[0m        0 s  日本語のタイトル   [2J  line two "
+              "👨‍👩‍👧 "
               "and "
               "so "
               "on, for l…"},

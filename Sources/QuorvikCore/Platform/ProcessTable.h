@@ -13,6 +13,7 @@ struct ProcessInfo {
     std::string name;     ///< the kernel's short command name (at most 15 or 16 bytes)
     double startTime = 0; ///< seconds since 1970; to the microsecond on macOS, to the clock tick on Linux
     std::optional<std::string> tty; ///< "/dev/" + name of the controlling terminal; absent when there is none
+    bool isZombie = false;          ///< it has ended, but its parent has not asked for its status yet
 
     bool operator==(const ProcessInfo&) const = default;
 };

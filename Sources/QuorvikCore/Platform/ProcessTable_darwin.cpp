@@ -1,5 +1,6 @@
 #include "QuorvikCore/Platform/ProcessTable.h"
 
+#include <sys/proc.h>
 #include <sys/stat.h>
 #include <sys/sysctl.h>
 #include <sys/types.h>
@@ -20,6 +21,7 @@ std::optional<ProcessInfo> processInfo(std::int32_t pid) {
     info.name = row.kp_proc.p_comm;
     info.startTime = static_cast<double>(row.kp_proc.p_starttime.tv_sec) +
                      static_cast<double>(row.kp_proc.p_starttime.tv_usec) / 1e6;
+    info.isZombie = row.kp_proc.p_stat == SZOMB;
     constexpr dev_t noDevice = -1;
     if (row.kp_eproc.e_tdev != noDevice) {
         if (const char* device = ::devname(row.kp_eproc.e_tdev, S_IFCHR))

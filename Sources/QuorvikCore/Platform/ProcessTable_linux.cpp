@@ -75,6 +75,8 @@ std::optional<ProcessInfo> processInfo(std::int32_t pid) {
     info.parentPID = static_cast<std::int32_t>(fields[4]);
     info.name = line->substr(open + 1, close - open - 1);
     static const double ticksPerSecond = static_cast<double>(::sysconf(_SC_CLK_TCK));
+    constexpr std::size_t stateOffset = 2; // after the bracket
+    info.isZombie = line->compare(close + stateOffset, 1, "Z") == 0;
     info.startTime = bootTime() + static_cast<double>(fields[22]) / ticksPerSecond;
     info.tty = terminalName(static_cast<unsigned>(fields[7]));
     return info;

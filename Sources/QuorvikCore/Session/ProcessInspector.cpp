@@ -33,12 +33,29 @@ std::optional<Info> agentProcess(std::int32_t pid) {
     return current;
 }
 
+namespace {
+
+bool exists(std::int32_t pid) {
+    return pid >= 1 && (::kill(pid, 0) == 0 || errno == EPERM);
+}
+
+bool startedAt(const Info& process, std::optional<double> startTime) {
+    return !startTime || std::abs(process.startTime - *startTime) < startTimeTolerance;
+}
+
+} // namespace
+
 bool isAlive(std::int32_t pid, std::optional<double> startTime) {
-    if (pid < 1) return false;
-    if (::kill(pid, 0) != 0 && errno != EPERM) return false;
+    if (!exists(pid)) return false;
     if (!startTime) return true;
     const auto current = info(pid);
-    return !current || std::abs(current->startTime - *startTime) < startTimeTolerance;
+    return !current || startedAt(*current, startTime);
+}
+
+bool isRunning(std::int32_t pid, std::optional<double> startTime) {
+    if (!exists(pid)) return false;
+    const auto current = info(pid);
+    return !current || (!current->isZombie && startedAt(*current, startTime));
 }
 
 } // namespace quorvik::ProcessInspector

@@ -20,4 +20,8 @@ std::optional<Info> agentProcess(std::int32_t pid);
 /// started within less than a second of it: a pid is reused sooner or later.
 bool isAlive(std::int32_t pid, std::optional<double> startTime);
 
+/// isAlive(), and it has not ended without its parent having noticed: a killed process stays in the table for
+/// as long as that takes.
+bool isRunning(std::int32_t pid, std::optional<double> startTime);
+
 } // namespace quorvik::ProcessInspector

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "QuorvikCore/Session/SessionStore.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace quorvik {
+
+/// What the store holds, as far as it can be read.
+struct Sessions {
+    std::vector<SessionStore::LoadResult> files;
+    std::vector<std::string> corrupt, unsupported; ///< paths, sorted
+
+    /// Throws FileError when the folder is there and cannot be listed.
+    static Sessions load(const std::filesystem::path& folder);
+
+    /// The records, in `files`, without those that lost their process: they claim that something is going on
+    /// in a process that no longer runs, because it was killed before it could say so.
+    std::vector<const SessionRecord*> current() const;
+
+    /// The others, and those that say themselves that nothing is going on: idle, failed, done and ended.
+    std::vector<const SessionRecord*> over() const;
+};
+
+} // namespace quorvik
