@@ -2,36 +2,17 @@
 // often it is repeated, takes long.
 
 #include "Fuzz/Check.h"
+#include "Tests/Support/SecretReference.h"
 
 #include "QuorvikCore/Clipboard/ClipboardClassifier.h"
-#include "QuorvikCore/Clipboard/SecretScanner.h"
-#include "QuorvikCore/Text/Regex.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <ctime>
 #include <string>
-#include <vector>
 
 using namespace quorvik;
-
-namespace {
-
-bool hasMatch(const std::string& text) {
-    static const std::vector<Regex> patterns = [] {
-        std::vector<Regex> compiled;
-        for (const std::string_view pattern : SecretScanner::secretPatterns)
-            compiled.push_back(*Regex::compile(pattern));
-        return compiled;
-    }();
-    return std::ranges::any_of(patterns, [&](const Regex& pattern) {
-        const auto replaced = pattern.replaceAll(text, "");
-        return replaced && *replaced != text; // no match is empty
-    });
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     constexpr std::size_t largest = 400, repeatedSize = 100'000;
@@ -39,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text =
         Unicode::repaired({reinterpret_cast<const char*>(data), std::min(size, largest)});
     if (text.empty()) return 0;
-    CHECK(SecretScanner::containsSecret(text) == hasMatch(text));
+    CHECK(SecretScanner::containsSecret(text) == testing::engineFindsSecret(text));
 
     std::string many;
     while (many.size() < repeatedSize)

@@ -1,5 +1,6 @@
 #include "QuorvikCore/Clipboard/ClipboardClassifier.h"
 
+#include "QuorvikCore/Clipboard/BareCredential.h"
 #include "QuorvikCore/Clipboard/ColorLiteral.h"
 #include "QuorvikCore/Clipboard/SecretScanner.h"
 #include "QuorvikCore/Clipboard/StackTrace.h"
@@ -11,9 +12,10 @@ namespace quorvik::ClipboardClassifier {
 namespace {
 
 std::optional<ClipboardAction> classifyTrimmed(std::string_view text) {
-    using namespace SecretScanner;
     if (text.empty()) return std::nullopt;
-    if (containsSecret(text) || isCardNumber(text) || isLongToken(text)) return SecretAction{};
+    if (SecretScanner::containsSecret(text) || BareCredential::isCardNumber(text) ||
+        BareCredential::isLongToken(text))
+        return SecretAction{};
     if (auto trace = StackTrace::tidyTrace(text)) return std::move(*trace);
     if (auto json = formatJSON(text)) return std::move(*json);
     if (auto color = ColorLiteral::parseColor(text)) return std::move(*color);

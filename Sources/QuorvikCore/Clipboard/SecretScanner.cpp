@@ -1,53 +1,16 @@
 #include "QuorvikCore/Clipboard/SecretScanner.h"
 
+#include "QuorvikCore/Text/CharacterSet.h"
 #include "QuorvikCore/Text/Regex.h"
 #include "QuorvikCore/Text/Unicode.h"
 
-#include <algorithm>
 #include <cstdint>
-#include <vector>
 
 namespace quorvik::SecretScanner {
 
 namespace {
 
 constexpr std::size_t npos = std::string_view::npos;
-
-/// ASCII characters, written as in a bracket expression: "A-Za-z_" (a hyphen that stands for itself last).
-class CharacterSet {
-  public:
-    consteval explicit CharacterSet(std::string_view ranges) {
-        for (std::size_t index = 0; index < ranges.size(); ++index) {
-            const bool isRange = index + 2 < ranges.size() && ranges[index + 1] == '-';
-            const char last = isRange ? ranges[index + 2] : ranges[index];
-            for (char byte = ranges[index]; byte <= last; ++byte)
-                members_[static_cast<unsigned char>(byte)] = true;
-            if (isRange) index += 2;
-        }
-    }
-
-    /// All of ASCII but these characters, which are not read as ranges.
-    static consteval CharacterSet allBut(std::string_view excluded) {
-        CharacterSet set("");
-        for (char byte = 0; byte >= 0 && byte < 0x7F; ++byte)
-            set.members_[static_cast<unsigned char>(byte)] = excluded.find(byte) == excluded.npos;
-        set.members_[0x7F] = true;
-        return set;
-    }
-
-    constexpr bool contains(char byte) const { return members_[static_cast<unsigned char>(byte)]; }
-
-    /// Where the run of members that starts at `start` ends.
-    std::size_t endOfRun(std::string_view text, std::size_t start, std::size_t limit = npos) const {
-        const std::size_t end = limit < text.size() - start ? start + limit : text.size();
-        while (start < end && contains(text[start]))
-            ++start;
-        return start;
-    }
-
-  private:
-    std::array<bool, 256> members_{};
-};
 
 constexpr CharacterSet alphanumeric("A-Za-z0-9"), wordish("A-Za-z0-9_-"), upper("0-9A-Z"),
     hexadecimal("a-f0-9");
@@ -363,63 +326,6 @@ class Scan {
 
 bool containsSecret(std::string_view text) {
     return Scan(text).findsSecret();
-}
-
-bool isCardNumber(std::string_view text) {
-    constexpr std::size_t longestText = 23, fewest = 13, most = 19;
-    if (Unicode::characterCount(text, longestText + 1) > longestText) return false;
-    std::vector<int> digits;
-    while (!text.empty()) {
-        const char32_t scalar = Unicode::firstScalar(Unicode::takeCharacter(text)).value;
-        if (Unicode::isDigit(scalar))
-            digits.push_back(Unicode::digitValue(scalar));
-        else if (!Unicode::isNumeric(scalar) && scalar != ' ' && scalar != '-')
-            return false;
-    }
-    if (digits.size() < fewest || digits.size() > most) return false;
-    int sum = 0;
-    bool isDoubled = false; // every second one from the right
-    for (auto digit = digits.rbegin(); digit != digits.rend(); ++digit, isDoubled = !isDoubled) {
-        const int value = isDoubled ? *digit * 2 : *digit;
-        sum += value > 9 ? value - 9 : value;
-    }
-    return sum % 10 == 0;
-}
-
-namespace {
-
-/// Three or more names, separated by dots: a bundle identifier, a Java package.
-bool isDottedName(std::string_view text) {
-    constexpr CharacterSet letter("A-Za-z");
-    constexpr int fewest = 3;
-    for (int names = 1;; ++names) {
-        if (text.empty() || !letter.contains(text[0])) return false;
-        text.remove_prefix(alphanumeric.endOfRun(text, 0));
-        if (text.empty()) return names >= fewest;
-        if (text[0] != '.') return false;
-        text.remove_prefix(1);
-    }
-}
-
-} // namespace
-
-bool isLongToken(std::string_view text) {
-    constexpr CharacterSet allowed("A-Za-z0-9_+/=.-"), letter("A-Za-z"), digit("0-9"), hash("0-9A-Fa-f");
-    constexpr std::size_t shortest = 24, longest = 512, gitHash = 40, sha256 = 64, uuid = 36;
-    const auto count = [&](const auto& is) {
-        return static_cast<std::size_t>(std::ranges::count_if(text, is));
-    };
-    const auto in = [](const CharacterSet& set) { return [&set](char byte) { return set.contains(byte); }; };
-    const std::size_t length = text.size();
-    if (length < shortest || length > longest || count(in(allowed)) != length) return false;
-    if (count(in(letter)) == 0 || count(in(digit)) == 0) return false;
-    if (text.starts_with('/') || text.starts_with("./")) return false;
-    if (Unicode::lowercased(text.substr(0, 4)) == "http") return false;
-    const std::size_t hashDigits = count(in(hash));
-    if ((length == gitHash || length == sha256) && hashDigits == length) return false;
-    const auto hyphens = static_cast<std::size_t>(std::ranges::count(text, '-'));
-    if (length == uuid && hyphens == 4 && hashDigits + hyphens == length) return false;
-    return !isDottedName(text);
 }
 
 } // namespace quorvik::SecretScanner

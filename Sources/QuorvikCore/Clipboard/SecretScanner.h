@@ -3,7 +3,7 @@
 #include <array>
 #include <string_view>
 
-/// Tells whether a text is, or contains, a credential.
+/// Tells whether a text contains a credential.
 ///
 /// A missed secret is the one mistake that cannot be made good, and texts of a megabyte are looked at while
 /// the user waits. A backtracking engine, given the patterns below, takes time that grows with the square of
@@ -37,13 +37,5 @@ inline constexpr std::array<std::string_view, 18> secretPatterns = {
 
 /// Whether one of the patterns has a match anywhere. `text` is valid UTF-8.
 bool containsSecret(std::string_view text);
-
-/// Whether the text is a payment card's number: 13 to 19 digits whose Luhn sum is right, with blanks and
-/// hyphens among them, at most 23 characters.
-bool isCardNumber(std::string_view text);
-
-/// Whether the text is an access token of no known make: 24 to 512 letters, digits and "_-+/=.", with at
-/// least one of either, that is no path, web address, Git or SHA-256 hash, UUID or dotted name.
-bool isLongToken(std::string_view text);
 
 } // namespace quorvik::SecretScanner
