@@ -4,6 +4,7 @@
 #include "QuorvikCore/JSON/RecordCoding.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <vector>
 
@@ -19,9 +20,17 @@ bool isWhitespace(char c) {
 }
 
 /// Whether a run of a string ends here: at its quote, at an escape, or at what must not be in it.
-bool endsRun(char c) {
+constexpr bool endsRun(char c) {
     return (static_cast<unsigned char>(c) < 0x20) | (c == '"') | (c == '\\');
 }
+
+/// The same, one look for what is too short for vectors.
+constexpr auto runEnds = [] {
+    std::array<bool, 256> table{};
+    for (std::size_t byte = 0; byte < table.size(); ++byte)
+        table[byte] = endsRun(static_cast<char>(byte));
+    return table;
+}();
 
 /// The first character from which endsRun(), else `end`. The fixed length of the inner loop lets compilers
 /// look at a block of characters with a few vector instructions: this is where large payloads spend their
@@ -35,7 +44,9 @@ const char* endOfRun(const char* cursor, const char* end) {
         if (found) break;
         cursor += block;
     }
-    return std::find_if(cursor, end, endsRun);
+    while (cursor != end && !runEnds[static_cast<unsigned char>(*cursor)])
+        ++cursor;
+    return cursor;
 }
 
 /// Moves over a JSON text. The skip functions stand at the first character of what they are named after and
@@ -230,8 +241,11 @@ std::optional<Members> members(std::string_view text, std::span<const std::strin
 }
 
 std::optional<std::string> string(std::string_view value) {
-    if (!value.starts_with('"') || !RawJSON::value(value)) return std::nullopt;
-    if (value.find('\\') == value.npos) return std::string(value.substr(1, value.size() - 2));
+    if (!value.starts_with('"')) return std::nullopt;
+    const char* const end = value.data() + value.size();
+    const char* const close = endOfRun(value.data() + 1, end);
+    if (close + 1 == end && *close == '"') return std::string(value.data() + 1, close);
+    if (!RawJSON::value(value)) return std::nullopt;
     JSONValue parsed = OrderedJSON::parse(value);
     return std::move(*parsed.stringValue());
 }

@@ -45,7 +45,8 @@ bool hasOtherSchema(const std::optional<RawJSON::Object>& object) {
     return number && *number != SessionRecord::currentSchema;
 }
 
-LoadResult interpreted(const std::optional<std::string>& text, const Path& file) {
+/// `file` becomes a path only where one is asked for: most files are records.
+LoadResult interpreted(const std::optional<std::string>& text, const std::string& file) {
     const auto object = parsed(text);
     if (hasOtherSchema(object)) return {LoadResult::Unsupported{file}};
     auto record = decoded(object);
@@ -94,7 +95,7 @@ void write(const SessionRecord& record, const Path& file) {
 }
 
 LoadResult load(const Path& file) {
-    return interpreted(Files::read(file, maxFileSize), file);
+    return interpreted(Files::read(file, maxFileSize), file.native());
 }
 
 namespace {
