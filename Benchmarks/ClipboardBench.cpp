@@ -70,6 +70,8 @@ int main() {
         {"\"C:\\Users\\\"", filled("C:\\Users\\", "Error x\n at a\n at b\n", "x")},
         {"\"rgb(\" and blanks", filled(" ", "rgb(1", "x")},
         {"\"rgb(\" and digits", filled("1", "rgb(", "x")},
+        {"\"pa\", assigned, as a trace", filled("pa", "", "=aaaaaaaaaa\n at a\n at b Error")},
+        {"bytes that are not UTF-8", filled("\xFF", "C:\\Users\\", "\n at a\n at b Error")},
         {"combining accents", filled("\u0301", "e")},
     };
     std::size_t sink = 0;

@@ -116,6 +116,13 @@ std::string arrayOf(std::initializer_list<std::size_t> references) {
     return object;
 }
 
+std::string longArrayOf(std::size_t reference, std::size_t count) {
+    std::string object = "\xAF\x12" + bigEndian(count, 4);
+    while (count-- > 0)
+        object += bigEndian(reference, 3);
+    return object;
+}
+
 std::string repeated(const std::string& piece, std::size_t count) {
     std::string text;
     while (count-- > 0)
@@ -166,6 +173,7 @@ TEST_F(XcodeManifestTests, HostileListsAreRefused) {
         return repeated("<array>", depth) + repeated("</array>", depth);
     };
     EXPECT_TRUE(XcodeManifest::parse(xmlList(nested(200))));
+    EXPECT_TRUE(XcodeManifest::parse(xmlList("<array>" + repeated("<dict/>", 1000) + "</array>")));
     std::vector<std::string> deep(200, ""), bomb(60, "");
     for (std::size_t index = 0; index < deep.size(); ++index)
         deep[index] = index + 1 < deep.size() ? arrayOf({index + 1}) : arrayOf({});
@@ -189,10 +197,17 @@ TEST_F(XcodeManifestTests, HostileListsAreRefused) {
              {"a character data section",
               xmlList("<string><![CDATA[" + repeated("</dict>", 9) + "]]></string>")},
              {"quoted tags", xmlList("<?x \"?></array></array>\" ?><array/>")},
+             {"quoted tags in a tag",
+              xmlList(repeated("<array a=\"</array>\">", 300) + repeated("</array>", 300))},
+             {"too much to keep", xmlList("<array>" + repeated("<true/>", 500'000) + "</array>")},
+             {"entities", xmlList("<string>" + repeated("&lt;", 100'000) + "</string>")},
+             {"keys", xmlList("<dict>" + repeated("<key>k</key><true/>", 10'000) + "</dict>")},
              {"a document type of its own", "<!DOCTYPE plist [<!ENTITY a \"b\">]>" + xmlList("<true/>")},
              {"no list", "<plist><array></dict></plist>"},
              {"deep, binary", binaryList(deep)},
              {"many copies", binaryList(bomb)},
+             {"copies of a short one",
+              binaryList({arrayOf({1, 1, 1, 1, 1, 1, 1, 1, 1, 1}), longArrayOf(2, 50'000), "\x09"})},
              {"copies of a long text", binaryList({arrayOf({1, 1, 1, 1, 1, 1, 1, 1, 1, 1}),
                                                    arrayOf({2, 2, 2, 2, 2, 2, 2, 2, 2, 2}), megabyte})},
              {"a circle", binaryList({arrayOf({1}), arrayOf({0})})},

@@ -55,7 +55,9 @@ TEST(ClipboardClassifier, SecretsComeFirst) {
              {"ghp_" + token + "\xFF", "secret"},
              {"#abc", "color"},
              {std::string(ClipboardClassifier::maxBytes - 7, ' ') + "#abcdef", "color"},
-             {std::string(ClipboardClassifier::maxBytes - 6, ' ') + "#abcdef", ""}})
+             {std::string(ClipboardClassifier::maxBytes - 6, ' ') + "#abcdef", ""},
+             {"ghp_" + token + std::string(ClipboardClassifier::maxBytes / 2, '\xFF'),
+              ""}}) // longer, repaired
         EXPECT_EQ(kind(text), expected) << text.substr(0, 200);
 }
 
@@ -235,20 +237,21 @@ TEST(ClipboardClassifier, ReadsColours) {
         std::string text;
         std::array<double, 4> rgba;
     };
-    for (const auto& [text, rgba] :
-         std::initializer_list<Case>{{"#abc", {170 / 255.0, 187 / 255.0, 204 / 255.0, 1}},
-                                     {"#ABC8", {170 / 255.0, 187 / 255.0, 204 / 255.0, 136 / 255.0}},
-                                     {"#ff0080", {1, 0, 128 / 255.0, 1}},
-                                     {"#12345678", {18 / 255.0, 52 / 255.0, 86 / 255.0, 120 / 255.0}},
-                                     {"rgb(255, 0, 51)", {1, 0, 0.2, 1}},
-                                     {"RGBA(255 0 0 / 50%)", {1, 0, 0, 0.5}},
-                                     {"rgb(300,-5,.5%,2)", {1, 0, 0.005, 1}},
-                                     {"rgba( 50%\t100%\n0deg , .25 )", {0.5, 1, 0, 0.25}},
-                                     {"hsl(120deg 50% 25%)", {0.125, 0.375, 0.125, 1}},
-                                     {"hsl(-120, 100%, 50%)", {0, 0, 1, 1}},
-                                     {"hsl(600 100 50)", {0, 0, 1, 1}},
-                                     {"hsla(60, 100%, 75%, 0)", {1, 1, 0.5, 0}},
-                                     {"hsl(7, 0%, 40%)", {0.4, 0.4, 0.4, 1}}}) {
+    for (const auto& [text, rgba] : std::initializer_list<Case>{
+             {"#abc", {170 / 255.0, 187 / 255.0, 204 / 255.0, 1}},
+             {"#ABC8", {170 / 255.0, 187 / 255.0, 204 / 255.0, 136 / 255.0}},
+             {"#ff0080", {1, 0, 128 / 255.0, 1}},
+             {"#12345678", {18 / 255.0, 52 / 255.0, 86 / 255.0, 120 / 255.0}},
+             {"rgb(255, 0, 51)", {1, 0, 0.2, 1}},
+             {"RGBA(255 0 0 / 50%)", {1, 0, 0, 0.5}},
+             {"rgb(300,-5,.5%,2)", {1, 0, 0.005, 1}},
+             {"rgba( 50%\t100%\n0deg , .25 )", {0.5, 1, 0, 0.25}},
+             {"hsl(120deg 50% 25%)", {0.125, 0.375, 0.125, 1}},
+             {"hsl(-120, 100%, 50%)", {0, 0, 1, 1}},
+             {"hsl(600 100 50)", {0, 0, 1, 1}},
+             {"hsla(60, 100%, 75%, 0)", {1, 1, 0.5, 0}},
+             {"hſL(7, 0%, 40%)", {0.4, 0.4, 0.4, 1}},
+             {"rgb(" + std::string(400, '9') + ",-" + std::string(400, '9') + ",0)", {1, 0, 0, 1}}}) {
         const auto color = ColorLiteral::parseColor(text);
         ASSERT_TRUE(color) << text;
         EXPECT_EQ(color->original, text);
@@ -258,10 +261,10 @@ TEST(ClipboardClassifier, ReadsColours) {
         EXPECT_NEAR(color->alpha, rgba[3], 1e-12) << text;
     }
     for (const std::string_view none :
-         {"#12345",       "#12",           "#ggg",        "#",           "#-1-1-1",     "rgb(1,2)",
-          "rgb(1 2 3 4)", "rgb(1,,2,3)",   "rgb(1,2,3",   "rgb(1,2,3)x", "rgb (1,2,3)", "rgbb(1,2,3)",
-          "hsl(1.,2,3)",  "rgb(1e2,2,3)",  "rgb(+1,2,3)", "rgb(1/2/3)",  "rgb(1,2,3/)", "hwb(1,2,3)",
-          "rgb(--1,2,3)", "rgb(1 deg,2,3)"})
+         {"#12345",      "#12",          "#ggg",          "#",           "#-1-1-1",     "#-0-0-0",
+          "rgb(1,2)",    "rgb(1 2 3 4)", "rgb(1,,2,3)",   "rgb(1,2,3",   "rgb(1,2,3)x", "rgb (1,2,3)",
+          "rgbb(1,2,3)", "hsl(1.,2,3)",  "rgb(1e2,2,3)",  "rgb(+1,2,3)", "rgb(1/2/3)",  "rgb(1,2,3/)",
+          "hwb(1,2,3)",  "rgb(--1,2,3)", "rgb(1 deg,2,3)"})
         EXPECT_FALSE(ColorLiteral::parseColor(none)) << none;
 }
 

@@ -2,6 +2,7 @@
 
 #include "QuorvikCore/Clipboard/SecretScanner.h"
 #include "QuorvikCore/Text/Regex.h"
+#include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
 #include <string>
@@ -21,6 +22,20 @@ inline bool engineFindsSecret(const std::string& text) {
     return std::ranges::any_of(patterns, [&](const Regex& pattern) {
         return pattern.replaceAll(text, "") != text; // no match is empty
     });
+}
+
+/// Whether the engine, whose Unicode tables are of another version than ours, takes the same scalars of the
+/// text for letters and numbers as we do.
+inline bool engineKnowsLettersOf(std::string_view text) {
+    static const Regex word = Regex::compile(R"(\w)").value();
+    while (!text.empty()) {
+        const Unicode::Scalar scalar = Unicode::firstScalar(text);
+        const std::string alone(text.substr(0, scalar.length));
+        if (scalar.value >= 0x80 && (word.replaceAll(alone, "") != alone) != Regex::isWord(scalar.value))
+            return false;
+        text.remove_prefix(scalar.length);
+    }
+    return true;
 }
 
 } // namespace quorvik::testing

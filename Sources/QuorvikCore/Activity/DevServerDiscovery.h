@@ -13,7 +13,8 @@ namespace quorvik {
 /// A TCP port that a process listens on.
 struct ListeningSocket {
     pid_t pid = 0;
-    std::string command; ///< the process's name, as listed; may be cut short; empty when none was listed
+    std::string
+        command; ///< the process's name, the last one listed before it; may be cut short; empty without one
     std::int64_t port = 0;
 
     bool operator==(const ListeningSocket&) const = default;

@@ -8,6 +8,14 @@ namespace quorvik::PropertyListGuard {
 
 namespace {
 
+/// What libplist and the JSON made of it take for a value, in bytes, its text not counted.
+constexpr std::uint64_t valueWeight = 160;
+
+/// Steps of libplist's searches and moves that grow with the square of a part of the text: about a tenth of
+/// a second.
+constexpr std::uint64_t maximumEffort = 20'000'000;
+constexpr std::uint64_t bytesMovedAtOnce = 64;
+
 /// The objects of a binary list, as far as they contain others.
 class BinaryList {
   public:
@@ -22,7 +30,7 @@ class BinaryList {
         const std::uint64_t count = number(trailer + 8, 8), root = number(trailer + 16, 8);
         table_ = number(trailer + 24, 8);
         if (offsetSize_ < 1 || offsetSize_ > 8 || referenceSize_ < 1 || referenceSize_ > 8) return false;
-        if (table_ < headerSize || table_ > trailer || count > maximumWeight / Measure().weight ||
+        if (table_ < headerSize || table_ > trailer || count > maximumWeight / valueWeight ||
             count > (trailer - table_) / offsetSize_ || root >= count)
             return false;
         measures_.resize(count);
@@ -33,7 +41,7 @@ class BinaryList {
     /// An object with everything in it; depth 0 until it is known.
     struct Measure {
         std::size_t depth = 0;
-        std::uint64_t weight = 16;
+        std::uint64_t weight = valueWeight;
         bool isOpen = false; ///< being measured: another reference to it would be a circle
     };
     struct Content {
@@ -138,6 +146,11 @@ class BinaryList {
     std::vector<Measure> measures_;
 };
 
+/// Whether a tag, without its brackets, ends where it seems to.
+bool isPlainTag(std::string_view tag) {
+    return tag.find('<') == tag.npos && std::ranges::count(tag, '"') % 2 == 0;
+}
+
 /// The length of the comment, instruction or document type that the text begins with; absent when it is
 /// anything else, or might hold what a reader takes for tags.
 std::optional<std::size_t> lengthWithoutTags(std::string_view text) {
@@ -166,21 +179,37 @@ bool isHarmlessBinary(std::string_view bytes) {
 }
 
 bool isHarmlessXML(std::string_view text) {
-    std::size_t depth = 0;
-    for (std::size_t at = text.find('<'); at != text.npos; at = text.find('<', at)) {
-        const std::string_view markup = text.substr(at);
+    std::vector<std::uint64_t> keys = {0}; // of each open container, and outside of all
+    std::uint64_t weight = 0, effort = 0;
+    for (std::size_t at = 0, end = text.find('<'); end != text.npos; end = text.find('<', at)) {
+        const std::string_view content = text.substr(at, end - at);
+        const auto entities = static_cast<std::uint64_t>(std::ranges::count(content, '&'));
+        effort += entities * content.size() / bytesMovedAtOnce;
+        weight += content.size();
+
+        const std::string_view markup = text.substr(end);
         if (markup.starts_with("<!") || markup.starts_with("<?")) {
             const auto length = lengthWithoutTags(markup);
             if (!length) return false;
-            at += *length;
+            at = end + *length;
             continue;
         }
-        if (markup.starts_with("<dict") || markup.starts_with("<array")) {
-            if (++depth > maximumDepth) return false;
-        } else if (markup.starts_with("</dict") || markup.starts_with("</array")) {
-            if (depth > 0) --depth;
+        const std::size_t close = markup.find('>');
+        if (close == markup.npos) return false;
+        const std::string_view tag = markup.substr(1, close - 1);
+        // libplist goes on to the end of what is quoted, and would see another tag than we do.
+        if (!isPlainTag(tag)) return false;
+        at = end + close + 1;
+        const bool isContainer = tag.starts_with("dict") || tag.starts_with("array");
+        if (tag.starts_with("/dict") || tag.starts_with("/array")) {
+            if (keys.size() > 1) keys.pop_back();
+        } else if (isContainer && !tag.ends_with('/')) {
+            keys.push_back(0);
+        } else if (tag.starts_with("key")) {
+            effort += ++keys.back(); // a key that is there already is looked for among all
         }
-        ++at;
+        weight += valueWeight;
+        if (keys.size() > maximumDepth + 1 || weight > maximumWeight || effort > maximumEffort) return false;
     }
     return true;
 }

@@ -31,6 +31,7 @@ std::optional<ClipboardAction> classify(std::string_view text) {
     };
     if (Unicode::isValid(text)) return classifyTrimmed(trimmed(text));
     const std::string repaired = Unicode::repaired(text);
+    if (repaired.size() > maxBytes) return std::nullopt;
     return classifyTrimmed(trimmed(repaired));
 }
 

@@ -1,5 +1,6 @@
 #include "QuorvikCore/Clipboard/ColorLiteral.h"
 
+#include "QuorvikCore/Text/CharacterSet.h"
 #include "QuorvikCore/Text/Number.h"
 #include "QuorvikCore/Text/Regex.h"
 #include "QuorvikCore/Text/Unicode.h"
@@ -7,6 +8,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <limits>
 #include <string>
 
 namespace quorvik::ColorLiteral {
@@ -18,10 +20,12 @@ double share(double value) {
 }
 
 std::optional<ColorAction> parseHex(std::string_view text) {
-    std::string_view written = text.substr(1);
+    constexpr CharacterSet hexadecimal("0-9A-Fa-f");
+    const std::string_view written = text.substr(1);
     std::string digits;
     const bool isShort = written.size() == 3 || written.size() == 4;
     if (!isShort && written.size() != 6 && written.size() != 8) return std::nullopt;
+    if (hexadecimal.endOfRun(written, 0) != written.size()) return std::nullopt;
     for (const char digit : written)
         digits.append(isShort ? 2 : 1, digit);
 
@@ -29,8 +33,7 @@ std::optional<ColorAction> parseHex(std::string_view text) {
     for (std::size_t index = 0; index < digits.size() / 2; ++index) {
         const char* const pair = digits.data() + index * 2;
         int value = 0;
-        const auto read = std::from_chars(pair, pair + 2, value, 16);
-        if (read.ptr != pair + 2 || value < 0) return std::nullopt;
+        std::from_chars(pair, pair + 2, value, 16);
         components[index] = value / 255.0;
     }
     return ColorAction{std::string(text), components[0], components[1], components[2], components[3]};
@@ -50,13 +53,7 @@ class Reader {
         return true;
     }
 
-    /// In any case. `word` is in lower case.
-    bool takeWord(std::string_view word) {
-        if (rest_.size() < word.size() || Unicode::lowercased(rest_.substr(0, word.size())) != word)
-            return false;
-        rest_.remove_prefix(word.size());
-        return true;
-    }
+    bool takeWord(std::string_view word) { return Regex::takeWord(rest_, word); }
 
     bool takeSpace() {
         const std::size_t before = rest_.size();
@@ -87,10 +84,14 @@ class Reader {
             ahead.remove_prefix(1);
             digits += takeDigits(ahead);
         }
-        const auto number = Number::finite(rest_.substr(0, rest_.size() - ahead.size()));
-        if (digits == 0 || !number) return std::nullopt;
+        if (digits == 0) return std::nullopt;
+        const std::string_view written = rest_.substr(0, rest_.size() - ahead.size());
+        // A number that is too large for a double is out of every range.
+        const double tooLarge =
+            std::copysign(std::numeric_limits<double>::infinity(), written[0] == '-' ? -1 : 1);
+        const double number = Number::finite(written).value_or(tooLarge);
         rest_ = ahead;
-        const Value value{*number, take('%')};
+        const Value value{number, take('%')};
         if (!value.isPercent) takeWord("deg");
         return value;
     }
@@ -133,6 +134,7 @@ std::optional<ColorAction> parseFunction(std::string_view text) {
     if (!reader.take(')') || !reader.isAtEnd()) return std::nullopt;
 
     const auto [first, second, third] = values;
+    if (!isRGB && !std::isfinite(first.number)) return std::nullopt; // that is no angle
     const std::array<double, 3> rgb =
         isRGB ? std::array{share(first.orShareOf(255)), share(second.orShareOf(255)),
                            share(third.orShareOf(255))}

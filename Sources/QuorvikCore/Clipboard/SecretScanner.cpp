@@ -1,9 +1,10 @@
 #include "QuorvikCore/Clipboard/SecretScanner.h"
 
-#include "QuorvikCore/Text/CharacterSet.h"
 #include "QuorvikCore/Text/Regex.h"
+#include "QuorvikCore/Text/ScalarSet.h"
 #include "QuorvikCore/Text/Unicode.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace quorvik::SecretScanner {
@@ -91,38 +92,21 @@ constexpr auto triggers = [] {
     return table;
 }();
 
-/// As Regex::isWord, at a byte's price for most texts.
-bool isWord(char32_t scalar) {
-    return scalar < 0x80 ? word.contains(static_cast<char>(scalar)) : Regex::isWord(scalar);
-}
-
-/// What (?i) takes for one and the same letter.
-char32_t withoutCase(char32_t scalar) {
-    if (scalar >= 'A' && scalar <= 'Z') return scalar + ('a' - 'A');
-    if (scalar == 0x017F) return 's'; // long s
-    if (scalar == 0x212A) return 'k'; // Kelvin sign
-    return scalar;
-}
-
 bool isASCII(char byte) {
     return static_cast<unsigned char>(byte) < 0x80;
 }
 
-/// Scalars, most of them told by a table.
-struct ScalarSet {
-    CharacterSet ascii;
-    bool (*others)(char32_t);
-
-    bool contains(char32_t scalar) const {
-        return scalar < 0x80 ? ascii.contains(static_cast<char>(scalar)) : others(scalar);
-    }
-};
+/// As Unicode::firstScalar, at a byte's price for most texts.
+Unicode::Scalar firstScalar(std::string_view text) {
+    if (isASCII(text[0])) return {static_cast<unsigned char>(text[0]), 1, true};
+    return Unicode::firstScalar(text);
+}
 
 bool isNoSpace(char32_t scalar) {
     return !Regex::isSpace(scalar);
 }
 bool isLikeASCIILetter(char32_t scalar) {
-    return withoutCase(scalar) < 0x80;
+    return Regex::withoutCase(scalar) < 0x80;
 }
 
 constexpr CharacterSet blanks(" \t\n\v\f\r"), quotes("\"'");
@@ -133,30 +117,27 @@ constexpr ScalarSet inValue{CharacterSet::allBut(" \t\n\v\f\r\"',;"), isNoSpace}
 constexpr ScalarSet inPassword{CharacterSet::allBut(" \t\n\v\f\r/@"), isNoSpace};
 constexpr ScalarSet inUser{CharacterSet::allBut(" \t\n\v\f\r/:@"), isNoSpace};
 
-/// Takes members off the front of a text, at most `limit` of them, and returns how many there were.
-std::size_t skip(std::string_view& text, const ScalarSet& set, std::size_t limit = npos) {
-    std::size_t count = 0;
-    for (; count < limit && !text.empty(); ++count) {
-        const Unicode::Scalar scalar = isASCII(text[0])
-                                           ? Unicode::Scalar{static_cast<unsigned char>(text[0]), 1, true}
-                                           : Unicode::firstScalar(text);
-        if (!set.contains(scalar.value)) break;
-        text.remove_prefix(scalar.length);
-    }
-    return count;
-}
+/// A word for something secret: two parts with "_", "-" or nothing between them, or only the first.
+struct Keyword {
+    std::string_view first, second;
 
-/// Takes all members off the end of a text.
-void dropLast(std::string_view& text, const ScalarSet& set) {
-    for (std::string_view rest = text; !rest.empty(); text = rest) {
-        if (isASCII(rest.back())) {
-            if (!set.ascii.contains(rest.back())) return;
-            rest.remove_suffix(1);
-        } else if (!set.contains(Unicode::takeLastScalar(rest).value)) {
-            return;
-        }
+    /// Whether the text begins with it, in any case.
+    bool begins(std::string_view text) const {
+        // Most texts are told by two letters.
+        const auto differs = [&](std::size_t at) {
+            return isASCII(text[at]) && Regex::withoutCase(static_cast<unsigned char>(text[at])) !=
+                                            static_cast<unsigned char>(first[at]);
+        };
+        if (text.size() < first.size() || differs(0) || differs(1)) return false;
+        if (!Regex::takeWord(text, first)) return false;
+        if (second.empty()) return true;
+        if (text.starts_with('_') || text.starts_with('-')) text.remove_prefix(1);
+        return Regex::takeWord(text, second);
     }
-}
+};
+constexpr Keyword keywords[] = {{"api", "key"},  {"secret", ""},     {"token", ""},
+                                {"passwd", ""},  {"password", ""},   {"pwd", ""},
+                                {"auth", "key"}, {"private", "key"}, {"access", "key"}};
 
 /// One pass over a text.
 class Scan {
@@ -192,10 +173,10 @@ class Scan {
         if (at == 0) return false;
         if (isASCII(text_[at - 1])) return word.contains(text_[at - 1]);
         std::string_view before = text_.substr(0, at);
-        return isWord(Unicode::takeLastScalar(before).value);
+        return Regex::isWord(Unicode::takeLastScalar(before).value);
     }
     bool isWordAt(std::size_t at) const {
-        return at < text_.size() && isWord(Unicode::firstScalar(text_.substr(at)).value);
+        return at < text_.size() && Regex::isWord(Unicode::firstScalar(text_.substr(at)).value);
     }
 
     bool isToken(std::size_t at) {
@@ -217,9 +198,7 @@ class Scan {
             const std::size_t end = shape.set.endOfRun(text_, start, isLast ? shape.length : npos);
             if (part == 1 && !isLast) exhausted_[index] = end;
             if (end - start < shape.length) return false;
-            if (isLast)
-                return !shape.endsAtBoundary ||
-                       isWord(static_cast<unsigned char>(text_[end - 1])) != isWordAt(end);
+            if (isLast) return !shape.endsAtBoundary || word.contains(text_[end - 1]) != isWordAt(end);
             if (end == text_.size() || text_[end] != '.') return false;
             start = end + 1;
         }
@@ -233,7 +212,8 @@ class Scan {
             if (rest.empty() || (rest[0] | 0x20) != letter) return false;
             rest.remove_prefix(1);
         }
-        return !isWordBefore(at) && skip(rest, space) > 0 && skip(rest, inBearerToken, length) == length;
+        return !isWordBefore(at) && space.takeFirst(rest) > 0 &&
+               inBearerToken.takeFirst(rest, length) == length;
     }
 
     bool isPrivateKey(std::size_t at) const {
@@ -256,9 +236,9 @@ class Scan {
         std::string_view rest = text_.substr(at);
         if (!rest.starts_with("://")) return false;
         rest.remove_prefix(3);
-        if (skip(rest, inUser) == 0 || !rest.starts_with(':')) return false;
+        if (inUser.takeFirst(rest) == 0 || !rest.starts_with(':')) return false;
         rest.remove_prefix(1);
-        return skip(rest, inPassword) >= shortest && rest.starts_with('@');
+        return inPassword.takeFirst(rest) >= shortest && rest.starts_with('@');
     }
 
     /// At the colon or equals sign of "name: value". A name stands before one such sign only, and so do the
@@ -266,56 +246,39 @@ class Scan {
     bool isAssignment(std::size_t at) const {
         constexpr std::size_t shortestName = 3, shortestValue = 8;
         std::string_view name = text_.substr(0, at);
-        dropLast(name, space);
+        space.takeLast(name);
         if (!name.empty() && quotes.contains(name.back())) name.remove_suffix(1);
         const std::size_t end = name.size();
-        dropLast(name, inNameOfAssignment);
+        inNameOfAssignment.takeLast(name);
         const std::size_t start = name.size();
         if (end - start < shortestName) return false;
 
         std::string_view value = text_.substr(at + 1);
-        skip(value, space);
-        skip(value, quote, 1);
-        return skip(value, inValue, shortestValue) == shortestValue && namesSecret(start, end);
+        space.takeFirst(value);
+        quote.takeFirst(value, 1);
+        return inValue.takeFirst(value, shortestValue) == shortestValue && namesSecret(start, end);
     }
 
     /// Whether a word that stands for something secret begins in [start, end), at or after a word boundary.
     bool namesSecret(std::size_t start, std::size_t end) const {
-        struct Keyword {
-            std::string_view first, second; ///< what joins them, "_", "-" or nothing, is left open
-        };
-        constexpr Keyword keywords[] = {{"api", "key"},  {"secret", ""},     {"token", ""},
-                                        {"passwd", ""},  {"password", ""},   {"pwd", ""},
-                                        {"auth", "key"}, {"private", "key"}, {"access", "key"}};
         std::string_view name = text_.substr(start, end - start);
-        bool wasWord = isWordBefore(start), sawBoundary = false;
-        while (!name.empty()) {
-            const Unicode::Scalar scalar = Unicode::firstScalar(name);
-            const bool isWordNow = isWord(scalar.value);
-            sawBoundary = sawBoundary || isWordNow != wasWord;
-            wasWord = isWordNow;
-            if (sawBoundary) {
-                for (const auto& [first, second] : keywords) {
-                    std::string_view rest = name;
-                    if (!takeWord(rest, first)) continue;
-                    if (second.empty()) return true;
-                    if (rest.starts_with('_') || rest.starts_with('-')) rest.remove_prefix(1);
-                    if (takeWord(rest, second)) return true;
-                }
+        bool wasWord = isWordBefore(start);
+        for (; !name.empty(); name.remove_prefix(firstScalar(name).length)) {
+            const bool isWord = Regex::isWord(firstScalar(name).value);
+            if (isWord != wasWord) break;
+            wasWord = isWord;
+        }
+        // A name consists of ASCII, long s and Kelvin sign; the only one of these that begins a word is the
+        // s.
+        constexpr CharacterSet firstLetters("apstAPST");
+        for (; !name.empty(); name.remove_prefix(1)) {
+            if (!isASCII(name[0]) || firstLetters.contains(name[0])) {
+                if (std::ranges::any_of(keywords,
+                                        [&](const Keyword& keyword) { return keyword.begins(name); }))
+                    return true;
             }
-            name.remove_prefix(scalar.length);
         }
         return false;
-    }
-
-    static bool takeWord(std::string_view& text, std::string_view letters) {
-        for (const char letter : letters) {
-            if (text.empty()) return false;
-            const Unicode::Scalar scalar = Unicode::firstScalar(text);
-            if (withoutCase(scalar.value) != static_cast<unsigned char>(letter)) return false;
-            text.remove_prefix(scalar.length);
-        }
-        return true;
     }
 
     std::string_view text_;

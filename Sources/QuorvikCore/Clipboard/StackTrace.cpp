@@ -1,6 +1,7 @@
 #include "QuorvikCore/Clipboard/StackTrace.h"
 
 #include "QuorvikCore/Text/Regex.h"
+#include "QuorvikCore/Text/ScalarSet.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
@@ -17,23 +18,29 @@ bool contains(std::string_view text, std::string_view part) {
     return text.find(part) != text.npos;
 }
 
-std::string_view withoutLeading(std::string_view text, bool (*drop)(char32_t)) {
-    while (!text.empty()) {
-        const Unicode::Scalar scalar = Unicode::firstScalar(text);
-        if (!drop(scalar.value)) break;
-        text.remove_prefix(scalar.length);
-    }
-    return text;
+bool isNoSpace(char32_t scalar) {
+    return !Regex::isSpace(scalar);
 }
+bool isNoWord(char32_t scalar) {
+    return !Regex::isWord(scalar);
+}
+
+constexpr ScalarSet space{CharacterSet(" \t\n\v\f\r"), Regex::isSpace};
+constexpr ScalarSet inName{CharacterSet("A-Za-z0-9_.$"), Regex::isWord};
+constexpr ScalarSet outsideName{
+    CharacterSet::allBut("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_.$"), isNoWord};
+constexpr ScalarSet inUnixFolder{CharacterSet::allBut("/ \t\n\v\f\r\"')"), isNoSpace};
+constexpr ScalarSet inWindowsFolder{CharacterSet::allBut("\\ \t\n\v\f\r\"')"), isNoSpace};
+constexpr CharacterSet letter("A-Za-z"), wordStart("A-Za-z_");
 
 /// `^\s+at\s+\S|^\s*File ".*", line \d+`
 bool isFrame(std::string_view line) {
     constexpr std::string_view file = "File \"", lineNumber = "\", line ";
-    std::string_view rest = withoutLeading(line, Regex::isSpace);
-    if (rest.starts_with("at") && rest.size() < line.size()) {
+    std::string_view rest = line;
+    const bool isIndented = space.takeFirst(rest) > 0;
+    if (isIndented && rest.starts_with("at")) {
         rest.remove_prefix(2);
-        const std::string_view place = withoutLeading(rest, Regex::isSpace);
-        return place.size() < rest.size() && !place.empty();
+        return space.takeFirst(rest) > 0 && !rest.empty();
     }
     if (!rest.starts_with(file)) return false;
     rest.remove_prefix(file.size());
@@ -110,39 +117,23 @@ std::optional<TraceAction> tidyOther(std::span<const std::string_view> lines) {
 
 /// Replaces the part from `prefix` up to the end of the user's name, and the separator after it. With
 /// `needsDrive` a letter belongs to it that stands before the prefix.
-std::string withoutHome(std::string_view text, std::string_view prefix, char separator,
-                        std::string_view replacement, bool needsDrive = false) {
-    const auto endsName = [separator](char32_t scalar) {
-        return scalar == static_cast<unsigned char>(separator) || scalar == '"' || scalar == '\'' ||
-               scalar == ')' || Regex::isSpace(scalar);
-    };
-    const auto isLetter = [](char byte) {
-        return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
-    };
+std::string withoutHome(std::string_view text, std::string_view prefix, const ScalarSet& inFolder,
+                        char separator, std::string_view replacement, bool needsDrive = false) {
     std::string result;
     std::size_t copied = 0; // bytes of `text` that are dealt with
     for (std::size_t at = text.find(prefix); at != text.npos; at = text.find(prefix, at)) {
-        const std::size_t start = needsDrive ? at - 1 : at;
         std::string_view rest = text.substr(at + prefix.size());
-        const std::size_t available = rest.size();
-        while (!rest.empty()) {
-            const Unicode::Scalar scalar = Unicode::firstScalar(rest);
-            if (endsName(scalar.value)) break;
-            rest.remove_prefix(scalar.length);
-        }
-        const bool hasDrive = !needsDrive || (at > copied && isLetter(text[at - 1]));
-        if (!hasDrive || rest.size() == available || !rest.starts_with(separator)) {
+        const bool hasName = inFolder.takeFirst(rest) > 0;
+        const bool hasDrive = !needsDrive || (at > copied && letter.contains(text[at - 1]));
+        if (!hasDrive || !hasName || !rest.starts_with(separator)) {
             ++at;
             continue;
         }
+        const std::size_t start = needsDrive ? at - 1 : at;
         result.append(text.substr(copied, start - copied)).append(replacement);
         copied = at = text.size() - rest.size() + 1;
     }
     return result.append(text.substr(copied));
-}
-
-bool isWordStart(char byte) {
-    return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') || byte == '_';
 }
 
 } // namespace
@@ -168,21 +159,12 @@ std::optional<TraceAction> tidyTrace(std::string_view text) {
 std::string exceptionName(std::string_view line) {
     // `([A-Za-z_][\w.$]*(?:Error|Exception))`: in each run of such characters, from the first one that may
     // begin a name to the last ending.
-    const auto isInName = [](char32_t scalar) {
-        return scalar == '.' || scalar == '$' || Regex::isWord(scalar);
-    };
-    for (std::string_view rest = line; !rest.empty();) {
-        const Unicode::Scalar scalar = Unicode::firstScalar(rest);
-        if (!isInName(scalar.value)) {
-            rest.remove_prefix(scalar.length);
-            continue;
-        }
-        std::string_view after = rest;
-        while (!after.empty() && isInName(Unicode::firstScalar(after).value))
-            after.remove_prefix(Unicode::firstScalar(after).length);
-        std::string_view run = rest.substr(0, rest.size() - after.size());
-        rest = after;
-        run.remove_prefix(static_cast<std::size_t>(std::ranges::find_if(run, isWordStart) - run.begin()));
+    for (std::string_view rest = line; !rest.empty(); outsideName.takeFirst(rest)) {
+        std::string_view run = rest;
+        inName.takeFirst(rest);
+        run.remove_suffix(rest.size());
+        run.remove_prefix(static_cast<std::size_t>(
+            std::ranges::find_if(run, [](char byte) { return wordStart.contains(byte); }) - run.begin()));
         std::size_t end = 0;
         for (const std::string_view ending : {std::string_view("Error"), std::string_view("Exception")}) {
             const std::size_t at = run.rfind(ending);
@@ -194,18 +176,18 @@ std::string exceptionName(std::string_view line) {
     const auto separates = [](char32_t scalar) {
         return scalar == ':' || Unicode::isWhitespaceOrNewline(scalar);
     };
-    std::string_view rest = withoutLeading(line, separates);
+    std::string_view rest = Unicode::trimmed(line, separates);
     const std::string_view piece = rest;
     while (!rest.empty() && !separates(Unicode::firstScalar(rest).value))
         rest.remove_prefix(Unicode::firstScalar(rest).length);
-    if (rest.size() == piece.size()) return "Trace";
+    if (piece.empty()) return "Trace";
     return std::string(piece.substr(0, piece.size() - rest.size()));
 }
 
 std::string withoutHome(std::string_view text) {
-    const std::string first = withoutHome(text, "/Users/", '/', "~/");
-    const std::string second = withoutHome(first, "/home/", '/', "~/");
-    return withoutHome(second, ":\\Users\\", '\\', "~\\", true);
+    const std::string first = withoutHome(text, "/Users/", inUnixFolder, '/', "~/");
+    const std::string second = withoutHome(first, "/home/", inUnixFolder, '/', "~/");
+    return withoutHome(second, ":\\Users\\", inWindowsFolder, '\\', "~\\", true);
 }
 
 } // namespace quorvik::StackTrace

@@ -1,5 +1,6 @@
 #include "QuorvikCore/Text/Regex.h"
 
+#include "QuorvikCore/Text/CharacterSet.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <pcre2.h>
@@ -52,13 +53,36 @@ std::optional<std::string> Regex::replaceAll(std::string_view text, std::string_
     }
 }
 
+namespace {
+
+constexpr CharacterSet word("A-Za-z0-9_");
+
+} // namespace
+
 bool Regex::isSpace(char32_t scalar) {
     constexpr char32_t mongolianVowelSeparator = 0x180E;
     return Unicode::isWhitespaceOrNewline(scalar) || scalar == mongolianVowelSeparator;
 }
 
+bool Regex::takeWord(std::string_view& text, std::string_view letters) {
+    std::string_view rest = text;
+    for (const char letter : letters) {
+        if (rest.starts_with(letter)) {
+            rest.remove_prefix(1);
+            continue;
+        }
+        if (rest.empty()) return false;
+        const Unicode::Scalar scalar = Unicode::firstScalar(rest);
+        if (withoutCase(scalar.value) != static_cast<unsigned char>(letter)) return false;
+        rest.remove_prefix(scalar.length);
+    }
+    text = rest;
+    return true;
+}
+
 bool Regex::isWord(char32_t scalar) {
-    return Unicode::isLetter(scalar) || Unicode::isNumeric(scalar) || scalar == '_';
+    if (scalar < 0x80) return word.contains(static_cast<char>(scalar));
+    return Unicode::isLetter(scalar) || Unicode::isNumeric(scalar);
 }
 
 const Regex* LazyRegex::get() const {

@@ -26,6 +26,17 @@ class Regex {
     static bool isSpace(char32_t scalar); ///< Z*, U+0009–U+000D, U+0085, and U+180E as Perl has it
     static bool isWord(char32_t scalar);  ///< L*, N* and "_"
 
+    /// The letter that (?i) takes this one for: a to z for A to Z, U+017F (long s) and U+212A (Kelvin sign).
+    static constexpr char32_t withoutCase(char32_t scalar) {
+        if (scalar >= 'A' && scalar <= 'Z') return scalar + ('a' - 'A');
+        if (scalar < 0x80) return scalar;
+        return scalar == 0x017F ? U's' : scalar == 0x212A ? U'k' : scalar;
+    }
+
+    /// Takes a word of ASCII, given in lower case, off the front of a text, as (?i) finds it. False, and the
+    /// text as it was, when it begins otherwise.
+    static bool takeWord(std::string_view& text, std::string_view word);
+
   private:
     struct Free {
         void operator()(void* code) const;

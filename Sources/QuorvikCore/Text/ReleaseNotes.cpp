@@ -1,5 +1,6 @@
 #include "QuorvikCore/Text/ReleaseNotes.h"
 
+#include "QuorvikCore/Text/Regex.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <optional>
@@ -26,21 +27,10 @@ constexpr Entity entities[] = {{"&nbsp;", " "},  {"&lt;", "<"},  {"&gt;", ">"},
                                {"&quot;", "\""}, {"&#39;", "'"}, {"&amp;", "&"}};
 
 /// The length of what stands for `word` (lower-case) at the start of the text, in any case; 0 when something
-/// else does. To Unicode "ſ" is an "s" as well; it is the only such letter that the words have.
+/// else does.
 std::size_t wordLength(std::string_view text, std::string_view word) {
-    constexpr std::string_view longS = "ſ";
-    std::size_t length = 0;
-    for (const char wanted : word) {
-        const std::string_view rest = text.substr(length);
-        const char c = rest.empty() ? '\0' : rest.front();
-        if (c == wanted || (c >= 'A' && c <= 'Z' && c - 'A' + 'a' == wanted))
-            ++length;
-        else if (wanted == 's' && rest.starts_with(longS))
-            length += longS.size();
-        else
-            return 0;
-    }
-    return length;
+    std::string_view rest = text;
+    return Regex::takeWord(rest, word) ? text.size() - rest.size() : 0;
 }
 
 /// Finds the next of something from places that never go back, and so looks at no byte twice.
