@@ -123,12 +123,14 @@ struct Keyword {
 
     /// Whether the text begins with it, in any case.
     bool begins(std::string_view text) const {
-        // Most texts are told by two letters.
+        // Two letters tell for most texts. Beyond ASCII there are but a long s and a Kelvin sign.
         const auto differs = [&](std::size_t at) {
-            return isASCII(text[at]) && Regex::withoutCase(static_cast<unsigned char>(text[at])) !=
-                                            static_cast<unsigned char>(first[at]);
+            if (!isASCII(text[at])) return first[at] != 's' && first[at] != 'k';
+            return Regex::withoutCase(static_cast<unsigned char>(text[at])) !=
+                   static_cast<unsigned char>(first[at]);
         };
-        if (text.size() < first.size() || differs(0) || differs(1)) return false;
+        if (text.size() < first.size() || differs(0)) return false;
+        if (isASCII(text[0]) && differs(1)) return false;
         if (!Regex::takeWord(text, first)) return false;
         if (second.empty()) return true;
         if (text.starts_with('_') || text.starts_with('-')) text.remove_prefix(1);
