@@ -74,7 +74,7 @@ class Session {
     /// the answer to another one.
     void endWait(const std::string& requestID, bool answered) const {
         change([&](std::optional<SessionRecord>& record) {
-            const bool waitsForMore = OpenRequests::othersRemainWithout(file_, requestID);
+            const bool waitsForMore = OpenRequests::strikeOff(file_, requestID);
             if (!record) return;
             if (!answered || waitsForMore || record->state != SessionState::awaiting) {
                 record.reset();

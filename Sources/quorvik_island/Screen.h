@@ -11,10 +11,11 @@ namespace quorvik {
 struct Screen {
     static constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
 
-    std::size_t columns =
-        unlimited; ///< of a terminal that tells, else $COLUMNS, else 80; unlimited elsewhere
-    bool colours =
-        false; ///< on a terminal, unless NO_COLOR is set and not empty, or TERM is "dumb" or not set
+    /// Of a terminal that tells, else $COLUMNS, else 80; unlimited elsewhere.
+    std::size_t columns = unlimited;
+
+    /// On a terminal, unless NO_COLOR is set and not empty, or TERM is "dumb" or not set.
+    bool colours = false;
 
     static Screen ofStandardOutput();
 };

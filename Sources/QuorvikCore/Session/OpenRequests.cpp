@@ -70,7 +70,7 @@ void clear(const Path& record) {
     std::filesystem::remove(fileOf(record), ignored);
 }
 
-bool othersRemainWithout(const Path& record, const std::string& id) {
+bool strikeOff(const Path& record, const std::string& id) {
     nlohmann::json list = read(record);
     const std::size_t before = list.size();
     nlohmann::json rest = nlohmann::json::array();
