@@ -192,7 +192,10 @@ std::string Object::nameOf(const Member& member) {
 
 const std::string_view* Object::operator[](std::string_view name) const {
     const auto found = std::find_if(members_.rbegin(), members_.rend(), [&](const Member& member) {
-        return member.hasEscapes ? nameOf(member) == name : member.name == name;
+        if (member.hasEscapes) return nameOf(member) == name;
+        // Names of one length differ in their first letters: that saves most comparisons.
+        return member.name.size() == name.size() &&
+               (name.empty() || (member.name[0] == name[0] && member.name == name));
     });
     return found == members_.rend() ? nullptr : &found->value;
 }

@@ -1,8 +1,9 @@
 #include "QuorvikCore/JSON/RecordCoding.h"
 
+#include "QuorvikCore/Platform/DecimalNumber.h"
+
 #include <charconv>
 #include <cmath>
-#include <cstdlib>
 #include <limits>
 
 namespace quorvik {
@@ -83,11 +84,9 @@ std::optional<bool> boolean(std::string_view value) {
 }
 
 std::optional<double> number(std::string_view value) {
-    const std::string digits(value); // no other value begins as strtod() wants it; the locale is always "C"
-    char* end = nullptr;
-    const double result = std::strtod(digits.c_str(), &end);
-    if (end != digits.c_str() + digits.size()) return std::nullopt;
-    return finite(result);
+    const bool isNumber = !value.empty() && (value[0] == '-' || (value[0] >= '0' && value[0] <= '9'));
+    if (!isNumber) return std::nullopt;
+    return finite(Platform::decimalNumber(value));
 }
 
 std::optional<std::int64_t> integer(std::string_view value) {

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string_view>
+
+namespace quorvik::Platform {
+
+/// The double nearest to a decimal number as JSON writes it ("-1.5e3"), which the whole text must be;
+/// infinite when it is too large. By the fastest way that the system's standard library has.
+double decimalNumber(std::string_view text);
+
+} // namespace quorvik::Platform
