@@ -49,24 +49,24 @@ std::string label(const SessionRecord& record) {
     return std::string(displayName(record.source));
 }
 
-nlohmann::json itemJSON(const IslandItem& item) {
-    return {{"id", item.id()},
+nlohmann::json itemJSON(const IslandItemView& item) {
+    return {{"id", item.record->key()},
             {"display", rawValue(item.display)},
             {"quiet", item.quiet},
             {"needsAttention", needsAttention(item.display)},
-            {"mark", mark(item.record.source)},
-            {"label", label(item.record)},
-            {"record", item.record.toJSON()}};
+            {"mark", mark(item.record->source)},
+            {"label", label(*item.record)},
+            {"record", item.record->toJSON()}};
 }
 
-nlohmann::json itemsJSON(const std::vector<IslandItem>& items) {
+nlohmann::json itemsJSON(const std::vector<IslandItemView>& items) {
     nlohmann::json list = nlohmann::json::array();
-    for (const IslandItem& item : items)
+    for (const IslandItemView& item : items)
         list.push_back(itemJSON(item));
     return list;
 }
 
-nlohmann::json layoutJSON(const IslandLayout& layout, const Sessions& sessions) {
+nlohmann::json layoutJSON(const IslandLayoutView& layout, const Sessions& sessions) {
     return {{"primary", layout.primary ? itemJSON(*layout.primary) : nlohmann::json()},
             {"bubbles", itemsJSON(layout.bubbles)},
             {"overflow", itemsJSON(layout.overflow)},
@@ -75,7 +75,7 @@ nlohmann::json layoutJSON(const IslandLayout& layout, const Sessions& sessions) 
 }
 
 /// SGR parameters.
-std::string_view style(const IslandItem& item) {
+std::string_view style(const IslandItemView& item) {
     switch (item.display) {
     case DisplayState::awaiting: return item.quiet ? "33" : "1;33"; // yellow, bold while it should be seen
     case DisplayState::failed: return "1;31";                       // red
@@ -105,11 +105,11 @@ std::string age(Date since, Date now) {
 }
 
 /// The width of the label column: as wide as its widest label, within reason.
-std::size_t labelColumns(const IslandLayout& layout) {
+std::size_t labelColumns(const IslandLayoutView& layout) {
     constexpr std::size_t widest = 32;
     std::size_t columns = 0;
-    const auto include = [&](const IslandItem& item) {
-        columns = std::max(columns, std::min(widest, Unicode::columnCount(label(item.record))));
+    const auto include = [&](const IslandItemView& item) {
+        columns = std::max(columns, std::min(widest, Unicode::columnCount(label(*item.record))));
     };
     if (layout.primary) include(*layout.primary);
     std::ranges::for_each(layout.bubbles, include);
@@ -117,30 +117,30 @@ std::size_t labelColumns(const IslandLayout& layout) {
     return columns;
 }
 
-void print(const IslandLayout& layout, Date now, Console& console) {
+void print(const IslandLayoutView& layout, Date now, Console& console) {
     constexpr std::size_t gap = 2, markWidth = 3, displayWidth = 10, sinceWidth = 6;
     const Screen screen = Screen::ofStandardOutput();
     const std::size_t labelWidth = labelColumns(layout);
     std::string lines;
-    const auto add = [&](std::string_view place, const IslandItem& item) {
-        const std::string since = age(item.record.stateSince, now);
+    const auto add = [&](std::string_view place, const IslandItemView& item) {
+        const std::string since = age(item.record->stateSince, now);
         ScreenLine line(screen);
         line.add(place, 2);
-        line.add(mark(item.record.source), markWidth);
+        line.add(mark(item.record->source), markWidth);
         line.skip(gap);
         line.add(rawValue(item.display), displayWidth, style(item));
         line.skip(gap + sinceWidth - std::min(since.size(), sinceWidth));
         line.add(since);
         line.skip(gap);
-        line.add(label(item.record), labelWidth);
+        line.add(label(*item.record), labelWidth);
         line.skip(gap);
-        if (item.record.summary) line.add(*item.record.summary);
+        if (item.record->summary) line.add(*item.record->summary);
         lines += line.text() + "\n";
     };
     if (layout.primary) add("◆", *layout.primary);
-    for (const IslandItem& item : layout.bubbles)
+    for (const IslandItemView& item : layout.bubbles)
         add("•", item);
-    for (const IslandItem& item : layout.overflow)
+    for (const IslandItemView& item : layout.overflow)
         add("", item);
     console.text(lines);
 }
@@ -169,7 +169,7 @@ int run(std::span<const std::string> commandLine) {
     Console console(arguments.has("--json"));
     const Sessions sessions = Sessions::load(QuorvikPaths::sessionsDirectory());
     const Date now = std::chrono::system_clock::now();
-    const IslandLayout layout = Scheduler::layout(sessions.current(), now);
+    const IslandLayoutView layout = Scheduler::layout(sessions.current(), now);
     if (console.json()) {
         console.value(layoutJSON(layout, sessions));
         return console.exitStatus();

@@ -37,6 +37,15 @@ struct IslandItem {
     bool operator==(const IslandItem&) const = default;
 };
 
+/// An item whose record stays where it is, and must outlive it.
+struct IslandItemView {
+    const SessionRecord* record = nullptr; ///< never null where an item is
+    DisplayState display = DisplayState::working;
+    bool quiet = false;
+
+    IslandItem item() const { return {*record, display, quiet}; }
+};
+
 /// Times, in seconds, and counts that decide what is shown. "Age" is the time since the record's state
 /// changed, "idle" the time since it was written.
 struct SchedulerConfig {

@@ -7,14 +7,10 @@ namespace quorvik::Scheduler {
 
 namespace {
 
-/// An item without its record's copy: most records are only looked at and put in order.
-struct Candidate {
-    const SessionRecord* record;
-    DisplayState display;
-    bool quiet = false;
+/// An item on its way into the layout.
+struct Candidate : IslandItemView {
     double rank = 0;
 
-    IslandItem item() const { return {*record, display, quiet}; }
     bool isSameSession(const Candidate& other) const {
         return record->source == other.record->source && record->sessionID == other.record->sessionID;
     }
@@ -31,7 +27,7 @@ double ageInSeconds(Date since, Date now) {
 std::optional<Candidate> judged(const SessionRecord& record, Date now, const SchedulerConfig& config,
                                 const AcknowledgedKeys& acknowledged) {
     const auto shown = [&](DisplayState display, bool quiet = false) {
-        return Candidate{&record, display, quiet};
+        return Candidate{{&record, display, quiet}};
     };
     const auto isAcknowledged = [&] {
         return !acknowledged.empty() && acknowledged.contains(ackKey(record));
@@ -98,7 +94,7 @@ bool isBefore(const Candidate& first, const Candidate& second) {
 }
 
 Candidate candidate(const IslandItem& item) {
-    return {&item.record, item.display, item.quiet, rankOf(item.record, item.display)};
+    return {{&item.record, item.display, item.quiet}, rankOf(item.record, item.display)};
 }
 
 /// The picked one, when it may stay in front; null when the most urgent one is.
@@ -146,11 +142,22 @@ IslandLayout layout(std::span<const SessionRecord> records, Date now, const Sche
     pointers.reserve(records.size());
     for (const SessionRecord& record : records)
         pointers.push_back(&record);
-    return layout(pointers, now, config, acknowledged, pick);
+    const IslandLayoutView view = layout(pointers, now, config, acknowledged, pick);
+
+    const auto copies = [](const std::vector<IslandItemView>& views) {
+        std::vector<IslandItem> items;
+        items.reserve(views.size());
+        for (const IslandItemView& item : views)
+            items.push_back(item.item());
+        return items;
+    };
+    if (!view.primary) return IslandLayout::empty;
+    return {view.primary->item(), copies(view.bubbles), copies(view.overflow)};
 }
 
-IslandLayout layout(std::span<const SessionRecord* const> records, Date now, const SchedulerConfig& config,
-                    const AcknowledgedKeys& acknowledged, const std::optional<ManualPick>& pick) {
+IslandLayoutView layout(std::span<const SessionRecord* const> records, Date now,
+                        const SchedulerConfig& config, const AcknowledgedKeys& acknowledged,
+                        const std::optional<ManualPick>& pick) {
     std::vector<Candidate> candidates;
     candidates.reserve(records.size());
     for (const SessionRecord* record : records) {
@@ -159,19 +166,19 @@ IslandLayout layout(std::span<const SessionRecord* const> records, Date now, con
         candidate->rank = rankOf(*record, candidate->display);
         candidates.push_back(*candidate);
     }
-    if (candidates.empty()) return IslandLayout::empty;
+    if (candidates.empty()) return {};
     std::ranges::stable_sort(candidates, isBefore);
 
     const Candidate* choice = picked(candidates, pick);
     const Candidate& primary = choice ? *choice : candidates.front();
     const std::size_t maxBubbles = static_cast<std::size_t>(std::max(config.maxBubbles, 0));
-    IslandLayout layout;
-    layout.primary = primary.item();
+    IslandLayoutView layout;
+    layout.primary = primary;
     layout.overflow.reserve(candidates.size());
     for (const Candidate& candidate : candidates) {
         if (candidate.isSameSession(primary)) continue;
         auto& place = layout.bubbles.size() < maxBubbles ? layout.bubbles : layout.overflow;
-        place.push_back(candidate.item());
+        place.push_back(candidate);
     }
     return layout;
 }

@@ -23,6 +23,13 @@ struct IslandLayout {
 
 inline const IslandLayout IslandLayout::empty{};
 
+/// The same, of records that stay where they are.
+struct IslandLayoutView {
+    std::optional<IslandItemView> primary;
+    std::vector<IslandItemView> bubbles;
+    std::vector<IslandItemView> overflow;
+};
+
 /// Decides what the island shows, from the records, the time and the user's choices alone. Nothing is
 /// remembered: ask again when records change and, since items go stale and linger, as time passes.
 namespace Scheduler {
@@ -53,10 +60,10 @@ IslandLayout layout(std::span<const SessionRecord> records, Date now, const Sche
                     const AcknowledgedKeys& acknowledged = {},
                     const std::optional<ManualPick>& pick = std::nullopt);
 
-/// The same for records that stay where they are, such as those of SessionStore::loadAll(). None may be null.
-IslandLayout layout(std::span<const SessionRecord* const> records, Date now,
-                    const SchedulerConfig& config = {}, const AcknowledgedKeys& acknowledged = {},
-                    const std::optional<ManualPick>& pick = std::nullopt);
+/// The same without a copy of any record: for those of SessionStore::loadAll(), say. None may be null.
+IslandLayoutView layout(std::span<const SessionRecord* const> records, Date now,
+                        const SchedulerConfig& config = {}, const AcknowledgedKeys& acknowledged = {},
+                        const std::optional<ManualPick>& pick = std::nullopt);
 
 } // namespace Scheduler
 
