@@ -125,14 +125,9 @@ TEST(Scheduler, AcknowledgedItemsStayAwayUntilTheirStateChanges) {
 }
 
 TEST(Scheduler, AcknowledgementKeysHoldTheShortestDecimal) {
-    for (const auto& [seconds, text] :
-         std::initializer_list<std::pair<double, std::string>>{{1763700000, "1763700000.0"},
-                                                               {1763700000.5, "1763700000.5"},
-                                                               {1763695000.123456, "1763695000.123456"},
-                                                               {0.1, "0.1"},
-                                                               {-1.25, "-1.25"},
-                                                               {1e15, "1000000000000000.0"}}) {
-        SessionRecord record(Source::codex, "x@y", "/w", dateFromSeconds(seconds));
+    for (const std::string text :
+         {"1763700000.0", "1763700000.5", "1763695000.123456", "0.1", "-1.25", "1000000000000000.0"}) {
+        SessionRecord record(Source::codex, "x@y", "/w", dateFromSeconds(std::stod(text)));
         EXPECT_EQ(Scheduler::ackKey(record), "codex-x@y@" + text);
     }
     SessionRecord extreme(Source::git, "g", "/w", dateFromSeconds(-1.7976931348623157e308));

@@ -69,11 +69,7 @@ void appendUTF8(std::string& text, std::uint32_t scalar) {
 /// closes and moves them into a list of exactly the right length.
 class Parser {
   public:
-    explicit Parser(std::string_view text) : start(text.data()), cursor(start), end(start + text.size()) {
-        constexpr std::size_t usual = 32; // a session record has fewer
-        values.reserve(usual);
-        keys.reserve(usual);
-    }
+    explicit Parser(std::string_view text) : start(text.data()), cursor(start), end(start + text.size()) {}
 
     JSONValue parseDocument() {
         skipWhitespace();
