@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 namespace quorvik {
 
 using ClipboardClassifier::classify;
@@ -27,14 +29,16 @@ std::string kind(std::string_view text) {
     return std::holds_alternative<ColorAction>(*action) ? "color" : "secret";
 }
 
-std::optional<TraceAction> trace(std::string_view text) {
+/// "<exception>, <frames left out>: <text>", or nothing for what is no trace.
+std::string trace(const std::string& text) {
     const auto action = classify(text);
     const auto* found = action ? std::get_if<TraceAction>(&*action) : nullptr;
-    return found ? std::optional(*found) : std::nullopt;
+    if (!found) return "";
+    return found->exception + ", " + std::to_string(found->omittedFrames) + ": " + found->cleaned;
 }
 
-constexpr std::string_view pythonFrame = "  File \"/Users/alice/src/app.py\", line 1, in run\n    work()\n";
-constexpr std::string_view nodeFrame = "    at Object.run (/home/bob/app/index.js:3:7)\n";
+const std::string pythonFrame = "  File \"/Users/alice/src/app.py\", line 1, in run\n    work()\n";
+const std::string nodeFrame = "    at Object.run (/home/bob/app/index.js:3:7)\n";
 
 } // namespace
 
@@ -62,108 +66,72 @@ TEST(ClipboardClassifier, SecretsComeFirst) {
 }
 
 TEST(ClipboardClassifier, KnowsCardsAndTokensOfNoKnownMake) {
-    struct Case {
-        std::string text;
-        bool isSecret;
-    };
-    for (const auto& [text, isSecret] : std::initializer_list<Case>{
-             {"4111 1111 1111 1111", true},
-             {"4111-1111-1111-1111", true},
-             {"4111 1111 1111 1112", false},
-             {"4111111111111111", true},
-             {"٤١١١١١١١١١١١١١١١", true}, // digits of another script
-             {"4111.1111.1111.1111", false},
-             {"4222222222222", true},                             // 13 digits
-             {"422222222222", false},                             // 12
-             {"6304000000000000000", true},                       // 19
-             {"00000000000000000000", false},                     // 20
-             {"4111  1111  1111  1111 ", true},                   // trimmed to 22 characters
-             {"4111   1111   1111  1111", false},                 // 24
-             {"0123456789abcdef0123456789abcdef01234567", false}, // a Git hash
-             {"0123456789abcdef0123456789abcdef0123456g", true},  // no hash
-             {"0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef", false}, // SHA-256
-             {"123e4567-e89b-12d3-a456-426614174000", false},                             // a UUID
-             {"123e4567-e89b-12d3-a456-42661417400z", true},
-             {"com.example2.app.widget.more.name", false},
-             {"com.example2.app.widget.more.2name", true},
-             {"example2name0.only0twoparts0", true},
-             {"abcdefghijklmnopqrstuvwx", false}, // no digit
-             {"0123456789012345678901234+", false},
-             {"abcdefghijklmnopqrstuvw1", true},
-             {"abcdefghijklmnopqrstuv1", false}, // 23
-             {"a1" + std::string(510, 'b'), true},
-             {"a1" + std::string(511, 'b'), false},
-             {"/usr/lib/x86/some0thing0long", false},
-             {"./lib/x86/some0thing0longer", false},
-             {"https0://example.org/a/path/of/some/length", false},
-             {"HTTP0example0org0a0path0of0some0length", false},
-             {"a1 cdefghijklmnopqrstuvwxyz", false},
-             {"a1écdefghijklmnopqrstuvwxyz", false}})
-        EXPECT_EQ(kind(text), isSecret ? "secret" : "") << text;
+    // Cards: with blanks and hyphens, another script's digits, 13, 19 digits, 23 characters. Tokens: no hash,
+    // no UUID, no dotted name, 24 and 512 characters.
+    std::istringstream secrets(
+        R"(4111 1111 1111 1111|4111-1111-1111-1111|4111111111111111|٤١١١١١١١١١١١١١١١|4222222222222|
+6304000000000000000|4111  1111  1111  1111 |4111   1111   1111 1111|0123456789abcdef0123456789abcdef0123456g|
+123e4567-e89b-12d3-a456-42661417400z|com.example2.app.widget.more.2name|example2name0.only0twoparts0|abcdefghijklmnopqrstuvw1)");
+    // A wrong sum, dots, 12 and 20 digits, 24 characters; hashes, a UUID, a dotted name, no digit, no letter,
+    // 23 characters, paths, addresses, white space, other letters.
+    std::istringstream others(R"(4111 1111 1111 1112|4111.1111.1111.1111|422222222222|00000000000000000000|
+4111   1111   1111  1111|0123456789abcdef0123456789abcdef01234567|com.example2.app.widget.more.name|
+0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef|123e4567-e89b-12d3-a456-426614174000|
+abcdefghijklmnopqrstuvwx|0123456789012345678901234+|abcdefghijklmnopqrstuv1|/usr/lib/x86/some0thing0long|
+./lib/x86/some0thing0longer|https0://example.org/a/path/of/some/length|HTTP0example0org0a0path0of0some0length|
+a1 cdefghijklmnopqrstuvwxyz|a1écdefghijklmnopqrstuvwxyz)");
+    for (std::string text; std::getline(secrets, text, '|');)
+        EXPECT_EQ(kind(text), "secret") << text;
+    for (std::string text; std::getline(others, text, '|');)
+        EXPECT_EQ(kind(text), "") << text;
+    EXPECT_EQ(kind("a1" + std::string(510, 'b')), "secret");
+    EXPECT_EQ(kind("a1" + std::string(511, 'b')), "");
 }
 
 TEST(ClipboardClassifier, TidiesPythonTraces) {
     const std::string header = "Traceback (most recent call last):\n";
-    const auto eight = trace("some log\n" + header + repeated(pythonFrame, 8 * pythonFrame.size()) +
-                             "\nmod.BadError: no\nmore");
-    ASSERT_TRUE(eight);
-    EXPECT_EQ(eight->exception, "more");
-    EXPECT_EQ(eight->omittedFrames, 3);
-    std::string kept;
-    for (int frame = 0; frame < 5; ++frame)
-        kept += "  File \"~/src/app.py\", line 1, in run\n    work()\n";
-    EXPECT_EQ(eight->cleaned,
-              header + "  ... (3 earlier frames left out)\n" + kept + "mod.BadError: no\nmore");
-
-    const auto five = trace(header + repeated(pythonFrame, 5 * pythonFrame.size()) + "KeyError: 'x'");
-    ASSERT_TRUE(five);
-    EXPECT_EQ(five->omittedFrames, 0);
-    EXPECT_EQ(five->cleaned, header + kept + "KeyError: 'x'");
-
-    // Of a chain the last; what introduces another exception is not the exception.
-    const auto chained =
-        trace(header + std::string(pythonFrame) +
-              "KeyError: 1\n\nDuring handling of the above exception, another…\n\n" + header +
-              std::string(pythonFrame) + "os.OSError: 2\n  File \"x\", line 2\nThe above exception was…");
-    ASSERT_TRUE(chained);
-    EXPECT_EQ(chained->exception, "File"); // the tail has begun: nothing after it is a frame
-    EXPECT_EQ(chained->cleaned.find("KeyError"), std::string::npos);
-
-    const auto silent =
-        trace(header + std::string(pythonFrame) + std::string(pythonFrame) + "During handling of X");
-    ASSERT_TRUE(silent);
-    EXPECT_EQ(silent->exception, "During");
-    const auto cut = trace(header + repeated(pythonFrame, 2 * pythonFrame.size()));
-    ASSERT_TRUE(cut);
-    EXPECT_EQ(cut->exception, "Trace");
-    EXPECT_FALSE(
-        trace(std::string(pythonFrame) + std::string(pythonFrame) + header + "nothing but words\nand words"));
+    const auto frames = [](std::size_t count) { return repeated(pythonFrame, count * pythonFrame.size()); };
+    const auto kept = [](std::size_t count) {
+        const std::string frame = "  File \"~/src/app.py\", line 1, in run\n    work()\n";
+        return repeated(frame, count * frame.size());
+    };
+    for (const auto& [text, expected] : std::initializer_list<std::pair<std::string, std::string>>{
+             {"some log\n" + header + frames(8) + "\nmod.BadError: no\nmore",
+              "more, 3: " + header + "  ... (3 earlier frames left out)\n" + kept(5) +
+                  "mod.BadError: no\nmore"},
+             {header + frames(5) + "KeyError: 'x'", "KeyError, 0: " + header + kept(5) + "KeyError: 'x'"},
+             // Of a chain the last; once its tail has begun, nothing is a frame; what introduces another
+             // exception is none.
+             {header + frames(1) + "KeyError: 1\n\nDuring handling of …\n\n" + header + frames(1) +
+                  "os.OSError: 2\n  File \"x\", line 2\nThe above exception was…",
+              "File, 0: " + header + kept(1) +
+                  "os.OSError: 2\n  File \"x\", line 2\nThe above exception was…"},
+             {header + frames(2) + "During handling of X",
+              "During, 0: " + header + kept(2) + "During handling of X"},
+             {header + frames(2), "Trace, 0: " + header + kept(2).substr(0, kept(2).size() - 1)},
+             {frames(2) + header + "nothing but words\nand words", ""}})
+        EXPECT_EQ(trace(text), expected);
 }
 
 TEST(ClipboardClassifier, TidiesTracesOfTheOtherKind) {
-    const auto seven = trace("\nUncaught app.TypeError: x is not a function\r\n\r\n" +
-                             repeated(nodeFrame, 7 * nodeFrame.size()) + "end");
-    ASSERT_TRUE(seven);
-    EXPECT_EQ(seven->exception, "app.TypeError");
-    EXPECT_EQ(seven->omittedFrames, 2);
-    std::string kept;
-    for (int frame = 0; frame < 5; ++frame)
-        kept += "\n    at Object.run (~/app/index.js:3:7)";
-    EXPECT_EQ(seven->cleaned,
-              "Uncaught app.TypeError: x is not a function" + kept + "\n    ... (2 more frames left out)");
-
-    const auto windows = trace("Error: boom\r\n\tat a (C:\\Users\\bob\\x.js:1)\r\n\tat b\r\nbye");
-    ASSERT_TRUE(windows);
-    EXPECT_EQ(windows->cleaned, "Error: boom\n\tat a (~\\x.js:1)\n\tat b");
-    EXPECT_EQ(windows->exception, "Error"); // a name has something before "Error"
-
-    const auto bare = trace("File \"a\", line 1\nFile \"b\", line 2\nIOError");
-    ASSERT_TRUE(bare);
-    EXPECT_EQ(bare->exception, "Trace");
-    for (const std::string_view none :
-         {"TypeError\n  at a", "Err\n  at a\n  at b\n", "Error\nat a\nat b", "Error\n  at \n  at\n at  ",
-          "Error\n  at a\nin between", "Error\n  File \"x\", line\n  File x\", line 3"})
-        EXPECT_FALSE(trace(none)) << none;
+    const auto frames = [](std::size_t count) { return repeated(nodeFrame, count * nodeFrame.size()); };
+    const std::string kept = "    at Object.run (~/app/index.js:3:7)\n",
+                      message = "Uncaught app.TypeError: x is no function";
+    for (const auto& [text, expected] : std::initializer_list<std::pair<std::string, std::string>>{
+             {"\n" + message + "\r\n\r\n" + frames(7) + "end", "app.TypeError, 2: " + message + "\n" +
+                                                                   repeated(kept, 5 * kept.size()) +
+                                                                   "    ... (2 more frames left out)"},
+             {"Error: boom\r\n\tat a (C:\\Users\\bob\\x.js:1)\r\n\tat b\r\nbye",
+              "Error, 0: Error: boom\n\tat a (~\\x.js:1)\n\tat b"},
+             {"File \"a\", line 1\nFile \"b\", line 2\nIOError",
+              "Trace, 0: File \"a\", line 1\nFile \"b\", line 2"},
+             {"TypeError\n  at a", ""},
+             {"Err\n  at a\n  at b\n", ""},
+             {"Error\nat a\nat b", ""},
+             {"Error\n  at \n  at\n at  ", ""},
+             {"Error\n  at a\nin between", ""},
+             {"Error\n  File \"x\", line\n  File x\", line 3", ""}})
+        EXPECT_EQ(trace(text), expected);
 }
 
 TEST(StackTrace, NamesTheException) {
