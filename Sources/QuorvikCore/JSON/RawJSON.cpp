@@ -243,6 +243,27 @@ std::optional<Members> members(std::string_view text, std::span<const std::strin
     return found;
 }
 
+std::optional<std::vector<std::string_view>> elements(std::string_view text) {
+    std::vector<std::string_view> found;
+    Scanner scanner(text);
+    scanner.skipWhitespace();
+    if (!scanner.skip('[')) return std::nullopt;
+    scanner.skipWhitespace();
+    if (!scanner.skip(']')) {
+        do {
+            scanner.skipWhitespace();
+            const char* const first = scanner.position();
+            if (!scanner.skipValue()) return std::nullopt;
+            found.push_back(taken(first, scanner));
+            scanner.skipWhitespace();
+        } while (scanner.skip(','));
+        if (!scanner.skip(']')) return std::nullopt;
+    }
+    scanner.skipWhitespace();
+    if (!scanner.isAtEnd()) return std::nullopt;
+    return found;
+}
+
 std::optional<std::string> string(std::string_view value) {
     if (!value.starts_with('"')) return std::nullopt;
     const char* const end = value.data() + value.size();
