@@ -1,5 +1,6 @@
 #include "quorvik_island/Arguments.h"
 #include "quorvik_island/ClearCommand.h"
+#include "quorvik_island/Commands/ServeCommand.h"
 #include "quorvik_island/Console.h"
 #include "quorvik_island/HooksCommand.h"
 #include "quorvik_island/ShellIntegrationCommand.h"
@@ -25,6 +26,7 @@ Your side of Quorvik, in a terminal.
 
   show         what the island shows right now
   clear        forget what is over
+  serve        the app itself: what everything reports to
   hooks        connect coding agents with Quorvik, or disconnect them
   shell        let zsh report long commands
   statusline   let Quorvik draw Claude Code's status line
@@ -44,11 +46,9 @@ struct Command {
 };
 
 constexpr Command commands[] = {
-    {"clear", ClearCommand::run},
-    {"hooks", HooksCommand::run},
-    {"shell", ShellIntegrationCommand::run},
-    {"show", ShowCommand::run},
-    {"statusline", StatusLineCommand::run},
+    {"clear", ClearCommand::run}, {"hooks", HooksCommand::run},
+    {"serve", ServeCommand::run}, {"shell", ShellIntegrationCommand::run},
+    {"show", ShowCommand::run},   {"statusline", StatusLineCommand::run},
 };
 
 int dispatch(std::span<const std::string> words) {
