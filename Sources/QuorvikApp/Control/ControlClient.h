@@ -89,8 +89,8 @@ class ControlClient {
 
     FileDescriptor socket_;
     nlohmann::json hello_;
-    std::string input_;                 ///< bytes that are no whole line yet
-    std::deque<std::string> messages_;  ///< lines that nobody has asked for yet
+    std::string input_;                ///< bytes that are no whole line yet
+    std::deque<std::string> messages_; ///< lines that nobody has asked for yet
     std::shared_ptr<const Snapshot> last_;
     std::int64_t lastID_ = 0;
     bool isClosed_ = false;

@@ -38,11 +38,10 @@ constexpr SettingRule schedulerSeconds(std::string_view name, std::string_view m
 
 template <bool Settings::*field>
 constexpr SettingRule onOrOff(std::string_view name, std::string_view meaning) {
-    return {name, meaning, "on or off",
-            [](const Settings& settings) -> nlohmann::json { return settings.*field ? "on" : "off"; },
-            [](Settings& settings, const nlohmann::json& value) {
-                return setSwitch(settings.*field, value);
-            }};
+    return {
+        name, meaning, "on or off",
+        [](const Settings& settings) -> nlohmann::json { return settings.*field ? "on" : "off"; },
+        [](Settings& settings, const nlohmann::json& value) { return setSwitch(settings.*field, value); }};
 }
 
 constexpr int mostBubbles = 100;
@@ -108,8 +107,8 @@ Settings Settings::parse(std::string_view text, std::vector<std::string>& proble
 }
 
 bool Settings::operator==(const Settings& other) const {
-    return std::ranges::all_of(
-        rules, [&](const SettingRule& rule) { return rule.get(*this) == rule.get(other); });
+    return std::ranges::all_of(rules,
+                               [&](const SettingRule& rule) { return rule.get(*this) == rule.get(other); });
 }
 
 } // namespace quorvik

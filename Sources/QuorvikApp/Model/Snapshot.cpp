@@ -137,8 +137,8 @@ std::string SnapshotWriter::text(const Snapshot& snapshot) {
         ArrayWriter array(text);
         for (const auto& waiting : snapshot.requests) {
             array.separate();
-            text += withMember(waiting->members, "receivedAt",
-                               printJSON(secondsSince1970(waiting->receivedAt)));
+            text +=
+                withMember(waiting->members, "receivedAt", printJSON(secondsSince1970(waiting->receivedAt)));
         }
     }
     text += ",\"revision\":" + std::to_string(snapshot.revision);
@@ -224,11 +224,10 @@ class SnapshotReader {
         reader.required("quiet", item.quiet);
         const Text* record = reader.member("record");
         if (!record) throw RecordError("record is missing");
-        item.record = shared(*record, previous_ ? &previous_->recordTexts_ : nullptr, snapshot_.recordTexts_,
-                             [&] {
-                                 return std::make_shared<const SessionRecord>(
-                                     SessionRecord::fromJSON(objectOf(*record)));
-                             });
+        item.record =
+            shared(*record, previous_ ? &previous_->recordTexts_ : nullptr, snapshot_.recordTexts_, [&] {
+                return std::make_shared<const SessionRecord>(SessionRecord::fromJSON(objectOf(*record)));
+            });
         return item;
     }
 
@@ -243,9 +242,9 @@ class SnapshotReader {
         const Text* grantsText = object_["grants"];
         const nlohmann::json grants = grantsText ? json(*grantsText) : nlohmann::json::object();
         for (const Text& element : elements("requests"))
-            snapshot_.requests.push_back(shared(
-                element, previous_ ? &previous_->requestTexts_ : nullptr, snapshot_.requestTexts_,
-                [&] { return std::make_shared<const WaitingRequest>(request(element, grants)); }));
+            snapshot_.requests.push_back(
+                shared(element, previous_ ? &previous_->requestTexts_ : nullptr, snapshot_.requestTexts_,
+                       [&] { return std::make_shared<const WaitingRequest>(request(element, grants)); }));
     }
 
     static WaitingRequest request(Text text, const nlohmann::json& grants) {

@@ -3,6 +3,7 @@
 #include "QuorvikCore/Platform/FileDescriptor.h"
 
 #include <filesystem>
+#include <optional>
 
 namespace quorvik {
 
@@ -16,6 +17,9 @@ class FileLock {
     /// stands at `path` when this returns: if somebody removed or replaced it during the wait, the new one is
     /// locked instead. Throws FileError.
     static FileLock acquire(const std::filesystem::path& path);
+
+    /// The same without waiting: absent when somebody else holds the lock.
+    static std::optional<FileLock> tryAcquire(const std::filesystem::path& path);
 
   private:
     explicit FileLock(FileDescriptor file) : file_(std::move(file)) {}

@@ -1,5 +1,7 @@
 #include "QuorvikCore/Platform/LineSocket.h"
 
+#include "QuorvikCore/Platform/PeerProcess.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -27,15 +29,8 @@ constexpr int sendFlags = 0; // SO_NOSIGPIPE does it for the whole socket
 constexpr LineSocket::Seconds askingInterval(0.25);
 
 bool peerIsThisUser(int socket) {
-#ifdef SO_PEERCRED
-    ucred peer{};
-    socklen_t size = sizeof peer;
-    return ::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == ::geteuid();
-#else
-    uid_t user;
-    gid_t group;
-    return ::getpeereid(socket, &user, &group) == 0 && user == ::geteuid();
-#endif
+    const auto peer = Platform::peerProcess(socket);
+    return peer && peer->user == ::geteuid();
 }
 
 timeval timevalOf(LineSocket::Seconds duration) {
