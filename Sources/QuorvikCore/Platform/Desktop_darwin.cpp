@@ -1,0 +1,13 @@
+#include "QuorvikCore/Platform/Desktop.h"
+
+namespace quorvik::Platform {
+
+std::string_view desktopOpener() {
+    return "open";
+}
+
+ServiceManager serviceManager() {
+    return ServiceManager::launchd;
+}
+
+} // namespace quorvik::Platform
