@@ -64,32 +64,33 @@ TEST_F(AppTests, CarriesRequestsOfEveryAgentAndTheirAnswersBack) {
     struct Case {
         std::string source, payload, answer, reply;
     };
-    for (const auto& [source, payload, given, reply] : std::initializer_list<Case>{
-             {"claude", bash(), R"({"decision":"allow"})", allowed},
-             {"claude", bash("s", suggestions), R"({"decision":"allowAlways"})",
-              R"({"hookSpecificOutput":{"decision":{"behavior":"allow","updatedPermissions":)"
-              R"([{"type":"setMode","mode":"acceptEdits","destination":"session"}]},)"
-              R"("hookEventName":"PermissionRequest"}})"},
-             {"claude", bash(), R"({"decision":"ask"})", ""},
-             {"claude", asks + R"(PermissionRequest",)" + questions,
-              R"({"decision":"allow","answers":["my own words"]})",
-              R"({"hookSpecificOutput":{"decision":{"behavior":"allow","updatedInput":{"answers":)"
-              R"({"Which?":"my own words"},"questions":[{"question":"Which?","options":[{"label":"One"},)"
-              R"({"label":"Two"}]}]}},"hookEventName":"PermissionRequest"}})"},
-             {"codex", bash(), R"({"decision":"deny","message":"not today"})",
-              R"({"hookSpecificOutput":{"decision":{"behavior":"deny","message":"not today"},)"
-              R"("hookEventName":"PermissionRequest"}})"},
-             {"devin", bash(), R"({"decision":"allow"})", R"({"decision":"approve"})"},
-             {"qwen", bash(), R"({"decision":"allow"})", allowed},
-             {"copilot",
-              R"({"hookName":"permissionRequest","sessionId":"s","cwd":"/w","toolName":"bash",)"
-              R"("toolInput":{"command":"ls"}})",
-              R"({"decision":"deny","message":"no"})",
-              R"({"behavior":"deny","interrupt":false,"message":"no"})"},
-             {"grok", asks + R"(PreToolUse",)" + questions, R"({"decision":"allow","answers":["One"]})",
-              R"({"hookSpecificOutput":{"hookEventName":"PreToolUse","permissionDecision":"deny",)"
-              R"("permissionDecisionReason":"The user has already answered in the Quorvik notch, so do not ask )"
-              R"(again. Continue with their answer.\nQuestion: Which?\nThe user's answer: One"}})"}}) {
+    for (
+        const auto& [source, payload, given, reply] : std::initializer_list<Case>{
+            {"claude", bash(), R"({"decision":"allow"})", allowed},
+            {"claude", bash("s", suggestions), R"({"decision":"allowAlways"})",
+             R"({"hookSpecificOutput":{"decision":{"behavior":"allow","updatedPermissions":)"
+             R"([{"type":"setMode","mode":"acceptEdits","destination":"session"}]},)"
+             R"("hookEventName":"PermissionRequest"}})"},
+            {"claude", bash(), R"({"decision":"ask"})", ""},
+            {"claude", asks + R"(PermissionRequest",)" + questions,
+             R"({"decision":"allow","answers":["my own words"]})",
+             R"({"hookSpecificOutput":{"decision":{"behavior":"allow","updatedInput":{"answers":)"
+             R"({"Which?":"my own words"},"questions":[{"question":"Which?","options":[{"label":"One"},)"
+             R"({"label":"Two"}]}]}},"hookEventName":"PermissionRequest"}})"},
+            {"codex", bash(), R"({"decision":"deny","message":"not today"})",
+             R"({"hookSpecificOutput":{"decision":{"behavior":"deny","message":"not today"},)"
+             R"("hookEventName":"PermissionRequest"}})"},
+            {"devin", bash(), R"({"decision":"allow"})", R"({"decision":"approve"})"},
+            {"qwen", bash(), R"({"decision":"allow"})", allowed},
+            {"copilot",
+             R"({"hookName":"permissionRequest","sessionId":"s","cwd":"/w","toolName":"bash",)"
+             R"("toolInput":{"command":"ls"}})",
+             R"({"decision":"deny","message":"no"})",
+             R"({"behavior":"deny","interrupt":false,"message":"no"})"},
+            {"grok", asks + R"(PreToolUse",)" + questions, R"({"decision":"allow","answers":["One"]})",
+             R"({"hookSpecificOutput":{"hookEventName":"PreToolUse","permissionDecision":"deny",)"
+             R"("permissionDecisionReason":"The user has already answered in the Quorvik notch, so do not ask )"
+             R"(again. Continue with their answer.\nQuestion: Which?\nThe user's answer: One"}})"}}) {
         Program& asking = hook(source, payload);
         const std::string id = waitingRequest();
         EXPECT_EQ(synced().requests.at(0)->request.key(), source + "-s");
@@ -182,7 +183,8 @@ TEST_F(AppTests, AgentsDoNotAnswerForThemselves) {
                                "say=lambda m,p:(f.write(json.dumps({'jsonrpc':'2.0','id':1,'method':m,"
                                "'params':p})+'\\n'),f.flush(),json.loads(f.readline()))[2];"
                                "say('hello',{'protocol':1});"
-                               "print(say('answer',{'id':'" + id + "','decision':'allow'})['error']['code'])";
+                               "print(say('answer',{'id':'" +
+                               id + "','decision':'allow'})['error']['code'])";
     EXPECT_EQ(Program::run({"env", "CLAUDECODE=1", "python3", "-c", python}).output, "14\n");
     // A process of an agent: the session's record names this test, which starts another one.
     SessionRecord record(Source::codex, "me", "/w", std::chrono::system_clock::now());
@@ -274,7 +276,10 @@ TEST_F(AppTests, OneAppPerFolderHoweverManyStart) {
             starters.emplace_back(std::vector<std::string>{programPath("quorvik-island"), "serve"});
         const auto serving = [] {
             try {
-                return ControlClient::connect("command", ControlClient::Start::never).hello().at("pid").get<pid_t>();
+                return ControlClient::connect("command", ControlClient::Start::never)
+                    .hello()
+                    .at("pid")
+                    .get<pid_t>();
             } catch (const NoApp&) {
                 return pid_t{0};
             }
@@ -345,7 +350,8 @@ TEST_F(AppTests, ManyAtOnceEachGetTheirOwn) {
     std::vector<FileDescriptor> asking;
     for (int index = 0; index < count; ++index) {
         int error = 0;
-        asking.push_back(connectedSocket((support / "approval.sock").string(), std::chrono::seconds(5), error));
+        asking.push_back(
+            connectedSocket((support / "approval.sock").string(), std::chrono::seconds(5), error));
         const std::string line = R"({"id":"r)" + std::to_string(index) +
                                  R"(","source":"claude","sessionID":"s","cwd":"/w","input":")" +
                                  std::string(30'000, 'x') + "\"}\n";
@@ -353,8 +359,9 @@ TEST_F(AppTests, ManyAtOnceEachGetTheirOwn) {
     }
     EXPECT_EQ(synced().requests.size(), static_cast<std::size_t>(count));
     for (int index = 0; index < count; ++index)
-        EXPECT_EQ(answer("r" + std::to_string(index), {{"decision", "deny"}, {"message", std::to_string(index)}}),
-                  "");
+        EXPECT_EQ(
+            answer("r" + std::to_string(index), {{"decision", "deny"}, {"message", std::to_string(index)}}),
+            "");
     for (int index = 0; index < count; ++index) {
         char reply[256] = {};
         EXPECT_GT(::recv(asking[static_cast<std::size_t>(index)].get(), reply, sizeof reply - 1, 0), 0);
@@ -363,9 +370,7 @@ TEST_F(AppTests, ManyAtOnceEachGetTheirOwn) {
     asking.clear();
     silent.clear();
     // Nobody's descriptor stays.
-    const auto descriptors = [&] {
-        return namesIn("/proc/" + std::to_string(app().pid()) + "/fd").size();
-    };
+    const auto descriptors = [&] { return namesIn("/proc/" + std::to_string(app().pid()) + "/fd").size(); };
 #ifdef __linux__
     synced();
     EXPECT_TRUE(eventually([&] { return descriptors() < 40; })) << descriptors();
@@ -435,7 +440,8 @@ TEST_F(AppTests, AFullDiskKeepsNobodyFromAnswering) {
     EXPECT_EQ(asking.finish().status, 0);
     const auto troubles = synced().troubles;
     ASSERT_EQ(troubles.size(), 1U);
-    EXPECT_TRUE(troubles.front().starts_with("what you wave away and pick is not kept: ")) << troubles.front();
+    EXPECT_TRUE(troubles.front().starts_with("what you wave away and pick is not kept: "))
+        << troubles.front();
 }
 
 } // namespace quorvik

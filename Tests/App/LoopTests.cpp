@@ -129,8 +129,8 @@ TEST_F(LoopTests, SparesSlowReadersWhatWasOvertakenAndDropsThoseThatStall) {
         connection->onLine = [&](const std::string& line) {
             // More than a socket holds: the first is on its way, and of the others only the last counts.
             for (int number = 1; number <= 50; ++number)
-                connection->sendLatest(
-                    std::make_shared<const std::string>(line + std::to_string(number) + std::string(500'000, '.')));
+                connection->sendLatest(std::make_shared<const std::string>(line + std::to_string(number) +
+                                                                           std::string(500'000, '.')));
         };
         connection->onClosed = [&] { isClosed = true; };
     });
@@ -203,7 +203,8 @@ TEST_F(LoopTests, RunsOtherProgramsWithinTheirLimits) {
     // Whoever lets go of a program ends it, and leaves no zombie.
     std::ofstream(support / "pid");
     {
-        const ChildProcess gone(loop, {"sh", "-c", "echo $$ > '" + (support / "pid").string() + "'; sleep 60"},
+        const ChildProcess gone(loop,
+                                {"sh", "-c", "echo $$ > '" + (support / "pid").string() + "'; sleep 60"},
                                 {Seconds(60), 100}, [](const ChildProcess::Result&) { ADD_FAILURE(); });
         ASSERT_TRUE(turnUntil(loop, [&] {
             loop.later([] {});

@@ -64,9 +64,8 @@ TEST(RequestBoard, TakesOnlyWhatTheAgentHonours) {
     plan.tool = "ExitPlanMode";
 
     RequestBoard board;
-    for (const ApprovalRequest& request :
-         {permission("plain"), always, riddle, plan, question("one", 1), question("two", 2),
-          question("grok", 1, Source::grok)})
+    for (const ApprovalRequest& request : {permission("plain"), always, riddle, plan, question("one", 1),
+                                           question("two", 2), question("grok", 1, Source::grok)})
         ASSERT_TRUE(board.add(request, "{}", start)) << request.id;
     EXPECT_FALSE(board.add(permission("plain", Source::codex), "{}", start)) << "its id is taken";
 
@@ -193,8 +192,8 @@ TEST(IslandModel, RemembersWhatWasWavedAwayAndPickedAsLongAsItStands) {
     next.setSessions({{failed, works}, {}, {}, {}}, start);
     EXPECT_EQ(shown(next, start), "w");
     // Another failure is shown again; what has moved on is no longer picked.
-    next.setSessions({{record("f", SessionState::failed, 1), record("w", SessionState::working, 1)}, {}, {}, {}},
-                     start);
+    next.setSessions(
+        {{record("f", SessionState::failed, 1), record("w", SessionState::working, 1)}, {}, {}, {}}, start);
     EXPECT_EQ(shown(next, start), "f w");
     EXPECT_EQ(next.memory().text(), R"({"acknowledged":[]})");
 }
@@ -224,8 +223,8 @@ TEST(IslandModel, LeavesOutWhatIsLostAndSaysWhy) {
 
 TEST(Snapshot, ReadsBackWhatItWritesAndSharesWhatStays) {
     IslandModel model;
-    model.setSessions({{record("f", SessionState::failed), record("w", SessionState::working)}, {}, {"/bad"}, {}},
-                      start);
+    model.setSessions(
+        {{record("f", SessionState::failed), record("w", SessionState::working)}, {}, {"/bad"}, {}}, start);
     ApprovalRequest request = permission("r");
     request.suggestions = R"([{"type":"setMode","mode":"acceptEdits","destination":"session"}])";
     const std::string members = R"({"id":"r","source":"claude","sessionID":"s","cwd":"/w","tool":"Bash",)"

@@ -261,10 +261,10 @@ TEST(Scheduler, NothingChangesBeforeTheNextChange) {
         config.awaitingQuietAfter = pick(120.0, 0.3, 5000.0);
         std::vector<SessionRecord> records;
         for (int index = 0; index < 3; ++index) {
-            SessionRecord& added = records.emplace_back(
-                record(pick(Source::claude, Source::git, Source::service, Source::update), std::to_string(index),
-                       static_cast<SessionState>(random() % rawValues<SessionState>.size()),
-                       pick(0.0, 0.1, 3.9999, 89.7, 119.99, 1799.5, 1e9, -7.3), pick(0.0, 0.7, 599.9, -3.0)));
+            SessionRecord& added = records.emplace_back(record(
+                pick(Source::claude, Source::git, Source::service, Source::update), std::to_string(index),
+                static_cast<SessionState>(random() % rawValues<SessionState>.size()),
+                pick(0.0, 0.1, 3.9999, 89.7, 119.99, 1799.5, 1e9, -7.3), pick(0.0, 0.7, 599.9, -3.0)));
             added.tool = pick("Bash", "Changes", "Clipboard", "Alert");
             if (random() % 2 == 0) added.port = 80;
         }

@@ -123,9 +123,6 @@ struct ChildProcess::Inner : std::enable_shared_from_this<ChildProcess::Inner> {
             inner->end("it writes too much");
             return;
         }
-        if (inner->heard) inner->loop.later([weak = inner->weak_from_this()] {
-            if (const auto kept = weak.lock(); kept && kept->heard) kept->heard();
-        });
     }
 
     void expired() {
@@ -166,7 +163,6 @@ struct ChildProcess::Inner : std::enable_shared_from_this<ChildProcess::Inner> {
     EventLoop& loop;
     const Limits limits;
     Done done;
-    EventLoop::Handler heard;
     Result result;
     std::shared_ptr<Process> process; ///< null before it runs, and once it has ended
     std::shared_ptr<Output> output;
@@ -182,19 +178,14 @@ ChildProcess::ChildProcess(EventLoop& loop, const std::vector<std::string>& argu
 
 ChildProcess::~ChildProcess() {
     inner_->done = {};
-    inner_->heard = {};
     inner_->kill(SIGKILL);
     inner_->deadline.stop();
     inner_->output->close();
     // The process handle stays until libuv has heard of the end: somebody must ask for its status.
 }
 
-const std::string& ChildProcess::output() const {
-    return inner_->result.output;
-}
-
-void ChildProcess::onOutput(EventLoop::Handler handler) {
-    inner_->heard = std::move(handler);
+void ChildProcess::signal(int number) {
+    inner_->kill(number);
 }
 
 } // namespace quorvik

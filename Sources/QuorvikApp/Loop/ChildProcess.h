@@ -8,9 +8,9 @@
 
 namespace quorvik {
 
-/// One run of another program: no shell, nothing on its standard input, a session of its own, the C locale, no
-/// descriptors of ours, "/" as its folder. It never outlives its limits: after `limit` it gets SIGTERM, with
-/// everything that it started, and two seconds later SIGKILL.
+/// One run of another program: no shell, nothing on its standard input, a session of its own, the C locale,
+/// no descriptors of ours, "/" as its folder. It never outlives its limits: after `limit` it gets SIGTERM,
+/// with everything that it started, and two seconds later SIGKILL.
 class ChildProcess {
   public:
     struct Limits {
@@ -36,11 +36,8 @@ class ChildProcess {
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    /// What it has written to standard output so far.
-    const std::string& output() const;
-
-    /// Called after it has written something.
-    void onOutput(EventLoop::Handler handler);
+    /// Sends it, and what it started, the signal.
+    void signal(int number);
 
   private:
     struct Inner;

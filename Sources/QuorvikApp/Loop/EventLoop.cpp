@@ -21,8 +21,8 @@ EventLoop::~EventLoop() {
     handlers_.clear(); // they may own handles
     idleHandlers_.clear();
     atEndOfTurn_ = {};
-    // Whoever had a handle has closed it by now; libuv wants a turn to let go of it, and to hear of the end of
-    // programs that were killed.
+    // Whoever had a handle has closed it by now; libuv wants a turn to let go of it, and to hear of the end
+    // of programs that were killed.
     for (int turn = 0; uv_run(loop_.get(), UV_RUN_NOWAIT) != 0 && turn < 500; ++turn)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     if (uv_loop_close(loop_.get()) != 0) {
