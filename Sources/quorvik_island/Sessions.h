@@ -12,6 +12,7 @@ namespace quorvik {
 struct Sessions {
     std::vector<SessionStore::LoadResult> files;
     std::vector<std::string> corrupt, unsupported; ///< paths, sorted
+    std::vector<std::string> failures; ///< files that the system did not let us read: why, a line each
 
     /// Throws FileError when the folder is there and cannot be listed.
     static Sessions load(const std::filesystem::path& folder);

@@ -52,6 +52,7 @@ TEST_F(ShellIntegrationTests, InstallsOnceAndRemoves) {
         EXPECT_FALSE(install(4).changed);
         EXPECT_EQ(contentOf(rc), installed);
         EXPECT_EQ(contentOf(script), ShellIntegration::script(tool.native(), 4)); // the newest
+        std::filesystem::remove_all(support / "backups"); // or each would wait for a second of its own
         EXPECT_TRUE(ShellIntegration::remove(rc, script).changed);
         EXPECT_EQ(contentOf(rc), removed);
         EXPECT_FALSE(ShellIntegration::isInstalled(rc));
@@ -111,6 +112,7 @@ TEST_F(ShellIntegrationTests, Failures) {
     EXPECT_THROW(ShellIntegration::remove(rc, script), FileError);
     EXPECT_TRUE(std::filesystem::exists(script));
     EXPECT_FALSE(ShellIntegration::isInstalled(rc));
+    EXPECT_THROW(ShellIntegration::status(tool.native(), 10, rc, script), FileError);
 
     std::filesystem::remove(rc);
     std::filesystem::remove_all(support);
@@ -168,15 +170,20 @@ TEST_F(ShellIntegrationTests, AsAProgram) {
     EXPECT_EQ(shell({"status"}).output, "notInstalled\n");
     const auto installed = shell({"install"});
     const std::string backup = (support / "backups").string() + "/" + backups().at(0);
-    EXPECT_EQ(installed, (Program::Result{0, "installed\nbackup in " + backup + "\n", ""}));
+    const std::string built = std::filesystem::path(programPath("")).parent_path().parent_path();
+    EXPECT_EQ(installed,
+              (Program::Result{0, "installed\nbackup in " + backup + "\n",
+                               "quorvik-island: your settings will point into a build folder, at " +
+                                   programPath("quorvik") + "; to install, run cmake --install '" + built +
+                                   "' and then this again\n"}));
     EXPECT_EQ(contentOf(script), ShellIntegration::script(programPath("quorvik"), 10)); // beside it
     EXPECT_EQ(shell({"status", "--min-seconds", "20"}).output,
               "installed\n" + file + " has a minimum of 10 seconds, not 20\n");
 
     const auto own = writeProgram("support/bin/quorvik");
-    EXPECT_EQ(shell({"install", "--min-seconds=20"}).output, "installed\n");
+    EXPECT_EQ(shell({"install", "--min-seconds=20"}), (Program::Result{0, "installed\n", ""}));
     EXPECT_EQ(contentOf(script), ShellIntegration::script(own.native(), 20));
-    EXPECT_EQ(shell({"remove", "--json"}).status, 0);
+    EXPECT_EQ(shell({"uninstall", "--json"}).status, 0);
     EXPECT_EQ(contentOf(rc), "mine\n");
     EXPECT_EQ(shell({"status", "--json"}).output, "{\"differences\":[],\"status\":\"notInstalled\"}\n");
     EXPECT_TRUE(shell({"--help"}).output.starts_with("usage: quorvik-island shell "));
@@ -190,14 +197,15 @@ TEST_F(ShellIntegrationTests, AsAProgram) {
               "quorvik-island: shell: there is no command-line tool at /no/such; name one with --cli\n");
     const std::string minimum = "--min-seconds must be 1 to 86400";
     for (const auto& [words, why] : std::initializer_list<std::pair<std::vector<std::string>, std::string>>{
-             {{}, "shell: say status, install or remove"},
-             {{"uninstall"}, "shell: unknown action uninstall"},
+             {{}, "shell: say status, install or uninstall"},
+             {{"off"}, "shell: unknown action off"},
              {{"status", "now"}, "shell: unexpected argument now"},
              {{"install", "--min-seconds", "0"}, minimum},
              {{"install", "--min-seconds", "1.5"}, minimum},
          })
-        EXPECT_EQ(shell(words),
-                  (Program::Result{3, "", "quorvik-island: " + why + " (see quorvik-island --help)\n"}));
+        EXPECT_EQ(
+            shell(words),
+            (Program::Result{3, "", "quorvik-island: " + why + " (see quorvik-island shell --help)\n"}));
 }
 
 } // namespace quorvik

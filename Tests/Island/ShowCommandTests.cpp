@@ -6,6 +6,10 @@
 #include "QuorvikCore/Session/SessionStore.h"
 
 #include <sys/ioctl.h>
+#include <sys/resource.h>
+#ifdef __linux__
+#include <sys/syscall.h>
+#endif
 #include <unistd.h>
 
 #include <csignal>
@@ -18,9 +22,10 @@ using testing::Program;
 /// `quorvik-island show`, on sessions that our own programs made.
 class ShowCommandTests : public testing::TemporaryHome {
   protected:
-    static Program::Result show(std::vector<std::string> words = {}) {
+    static Program::Result show(std::vector<std::string> words = {},
+                                const std::function<void()>& prepare = {}) {
         words.insert(words.begin(), {testing::programPath("quorvik-island"), "show"});
-        return Program::run(words);
+        return Program::run(words, "", prepare);
     }
     static nlohmann::json layout() {
         const auto result = show({"--json"});
@@ -131,14 +136,28 @@ TEST_F(ShowCommandTests, FilesThatCannotBeReadAreNamed) {
     EXPECT_EQ(json["corrupt"], (nlohmann::json{folder + "b.json", folder + "c.json"}));
     EXPECT_EQ(json["unsupported"], nlohmann::json::array({folder + "d.json"}));
 
+#ifdef __linux__
+    const auto refused = show({}, [] { testing::refuse(SYS_getdents64, EIO); });
+    const std::string why = "could not list " + sessions.string() + ": Input/output error";
+    EXPECT_TRUE(refused.status == 77 || refused.errors == "quorvik-island: " + why + "\n") << refused;
+#endif
+    // Out of descriptors for a record while the folder is open, or all the time.
+    for (const auto& [descriptors, status] : {std::pair(4, 0), {3, 1}}) {
+        const auto tight = show({}, [&, most = descriptors] {
+            const rlimit limit{rlim_t(most), rlim_t(most)};
+            ::setrlimit(RLIMIT_NOFILE, &limit);
+        });
+        EXPECT_EQ(tight.status, status) << tight;
+        EXPECT_TRUE(status == 1 || tight.errors == result.errors) << tight;
+    }
+
     std::filesystem::remove_all(sessions);
     write("support/sessions", "a file");
     ::setenv("QUORVIK_HOME", (sessions / "below").c_str(), 1);
     for (const auto& unlisted : {sessions / "below/sessions", sessions}) {
-        const auto broken = show();
-        EXPECT_EQ(broken.status, 1);
-        EXPECT_TRUE(broken.errors.starts_with("quorvik-island: could not list " + unlisted.string()))
-            << broken.errors;
+        const std::string text = "could not list " + unlisted.string() + ": Not a directory";
+        EXPECT_EQ(show({"--json"}),
+                  (Program::Result{1, R"({"error":")" + text + "\"}\n", "quorvik-island: " + text + "\n"}));
         ::setenv("QUORVIK_HOME", support.c_str(), 1);
     }
     EXPECT_EQ(show({"now"}).status, 3);
@@ -158,19 +177,22 @@ TEST_F(ShowCommandTests, SaysWhenItCannotBeWritten) {
 TEST_F(ShowCommandTests, NamesWhatItIsAbout) {
     struct Case {
         std::optional<std::string> title, tool;
-        std::string label, line;
+        std::string event, label, line;
     };
     const std::string wide(40, 'w');
-    for (const auto& [title, tool, label, line] :
-         std::initializer_list<Case>{{"Task", "Bash", "Task", "Task  s"},
-                                     {{}, "Bash", "Bash", "Bash  s"},
-                                     {" \u202E\a", "", "Claude Code", "Claude Code  s"},
-                                     {"\x1b[31mred", {}, " [31mred", " [31mred  s"},
-                                     {wide.substr(0, 32), {}, wide.substr(0, 32), wide.substr(0, 32) + "  s"},
-                                     {wide, {}, wide, wide.substr(0, 31) + "…  s"}}) {
+    for (const auto& [title, tool, event, label, line] : std::initializer_list<Case>{
+             {"Task", "run_shell_command", "PreToolUse", "Task", "Task  Bash s"},
+             {"Task", "AskUserQuestion", "PreToolUse", "Task", "Task  Question s"},
+             {"Task", "Bash", "Notification", "Task", "Task  s"}, // what it says is a sentence
+             {{}, "Bash", "PreToolUse", "Bash", "Bash  s"},
+             {" \u202E\a", "", "Stop", "Claude Code", "Claude Code  s"},
+             {"\x1b[31mred", {}, "Stop", " [31mred", " [31mred  s"},
+             {wide.substr(0, 32), {}, "Stop", wide.substr(0, 32), wide.substr(0, 32) + "  s"},
+             {wide, {}, "Stop", wide, wide.substr(0, 31) + "…  s"}}) {
         put(working("a"), [&](SessionRecord& record) {
             record.title = title;
             record.tool = tool;
+            record.lastEvent = event;
             record.summary = "s";
         });
         EXPECT_EQ(layout()["primary"]["label"], label);
@@ -182,21 +204,25 @@ TEST_F(ShowCommandTests, FitsTheTerminalAndLeavesItInPeace) {
     put(working("a"), [](SessionRecord& record) {
         record.stateSince += std::chrono::hours(1); // a clock that was set back
         record.title = "日本語のタイトル";
-        record.summary = "\x1b[2J\x07\n\u202Etwo 👨‍👩‍👧 x";
+        record.summary = "\x1b[2J\x07\n\u202Etwo 👨‍👩‍👧 123456";
     });
     struct Case {
         unsigned short columns;
         std::vector<const char*> environment;
         std::string line;
     };
-    const std::string start = "◆ CC   working        0 s  日本語の";
+    const std::string start = "◆ CC   working        0 s  日本語のタイト";
     for (const auto& [columns, environment, line] : std::initializer_list<Case>{
-             {59, {"TERM=xterm", "NO_COLOR=1"}, start + "タイトル   [2J  two 👨‍👩‍👧 x"},
-             {58, {"TERM=dumb"}, start + "タイトル   [2J  two 👨‍👩‍👧…"},
-             {57, {"TERM=xterm", "NO_COLOR=1"}, start + "タイトル   [2J  two …"},
-             {38, {"TERM=xterm", "NO_COLOR=1"}, start + "タ…"},
-             {17, {"TERM=xterm", "NO_COLOR="}, "◆ CC   \x1b[36mworking\x1b[0m"},
-             {9, {"TERM=xterm"}, "◆ CC   \x1b[36mw…\x1b[0m"},
+             {80, {"TERM=xterm", "NO_COLOR=1"}, start + "ル   [2J  two 👨‍👩‍👧 123456"},
+             {63, {"TERM=dumb"}, start + "…   [2J  two 👨‍👩‍👧 123456"},
+             {60,
+              {"TERM=dumb"},
+              "◆ CC   working        0 s  日本語のタ…    [2J  two 👨‍👩‍👧 123456"},
+             {40,
+              {"TERM=xterm", "NO_COLOR=1"},
+              "◆ CC  working 0 s 日本語…  [2J  two 👨‍👩‍👧 …"},
+             {14, {"TERM=xterm", "NO_COLOR="}, "◆ CC  \x1b[36mworking\x1b[0m"},
+             {9, {"TERM=xterm"}, "◆ CC  \x1b[36mwo…\x1b[0m"},
              {1, {"TERM="}, "◆"}}) {
         testing::Terminal terminal({testing::programPath("quorvik-island"), "show"}, [&] {
             const winsize size{24, columns, 0, 0};
@@ -208,6 +234,26 @@ TEST_F(ShowCommandTests, FitsTheTerminalAndLeavesItInPeace) {
         EXPECT_EQ(terminal.waitFor("\r\n"), line) << columns;
         EXPECT_EQ(terminal.finish(), 0);
     }
+}
+
+TEST_F(ShowCommandTests, NamesTheLogOfAFailedCommandWhereThereIsRoom) {
+    const std::string log = write("log", "").string();
+    SessionRecord record(Source::build, "b", "/w", std::chrono::system_clock::now());
+    record.state = SessionState::failed;
+    record.tool = "make";
+    record.logPath = log;
+    put(record);
+    const std::string line = "       log: " + log;
+    for (const bool isWide : {true, false}) {
+        testing::Terminal terminal({testing::programPath("quorvik-island"), "show"}, [&] {
+            const winsize size{24, static_cast<unsigned short>(line.size() - (isWide ? 0 : 1)), 0, 0};
+            ::ioctl(STDOUT_FILENO, TIOCSWINSZ, &size);
+        });
+        terminal.waitFor("make\r\n");
+        EXPECT_EQ(isWide ? terminal.waitFor("\r\n") : line, line);
+        EXPECT_EQ(terminal.finish(), 0);
+    }
+    EXPECT_EQ(show().output.find("log:"), std::string::npos);
 }
 
 } // namespace quorvik
