@@ -4,6 +4,7 @@
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/FileLock.h"
 #include "QuorvikCore/Platform/Files.h"
+#include "QuorvikCore/Session/ManualCompaction.h"
 #include "QuorvikCore/Session/OpenRequests.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 #include "QuorvikCore/Text/Unicode.h"
@@ -18,6 +19,7 @@ namespace quorvik::SessionStore {
 namespace {
 
 constexpr mode_t ownerOnly = 0600;
+constexpr std::chrono::seconds removalPatience(2); // a writer needs a millisecond
 constexpr std::int64_t distantPast = std::numeric_limits<std::int64_t>::min();
 
 Path lockPath(const Path& file) {
@@ -76,10 +78,11 @@ Path fileURL(Source source, std::string_view sessionID, const Path& folder) {
 }
 
 void update(Source source, std::string_view sessionID, const Path& folder,
-            const std::function<void(std::optional<SessionRecord>&)>& mutate) {
+            const std::function<void(std::optional<SessionRecord>&)>& mutate,
+            std::optional<std::chrono::milliseconds> limit) {
     QuorvikPaths::ensureDirectory(folder);
     const Path file = fileURL(source, sessionID, folder);
-    const FileLock lock = FileLock::acquire(lockPath(file));
+    const FileLock lock = FileLock::acquire(lockPath(file), limit);
     const auto text = Files::read(file, maxFileSize);
     auto record = decoded(parsed(text));
     mutate(record);
@@ -161,9 +164,10 @@ void remove(const SessionRecord& record, const Path& folder) {
     const Path file = fileURL(record.source, record.sessionID, folder);
     try {
         // Whoever waits for the lock meanwhile notices that its file is gone and takes the next one.
-        const FileLock lock = FileLock::acquire(lockPath(file));
+        const FileLock lock = FileLock::acquire(lockPath(file), removalPatience);
         ::unlink(file.c_str());
         OpenRequests::clear(file);
+        ManualCompaction::forget(file);
         ::unlink(lockPath(file).c_str());
     } catch (const FileError&) {
         // No folder, no record.
