@@ -11,8 +11,8 @@
 namespace quorvik {
 
 /// The record of one agent's session, and what it waits for, changed under the store's lock. Throws FileError
-/// when the store cannot be written, or not soon: who holds its lock may have been stopped, and no agent is to
-/// wait for that. All together, the waits of one hook stay below 2 seconds.
+/// when the store cannot be written, or not soon: who holds its lock may have been stopped, and no agent is
+/// to wait for that. All together, the waits of one hook stay below 2 seconds.
 class AgentSession {
   public:
     /// `process` is the agent's; absent when it is not known.

@@ -4,8 +4,8 @@
 
 namespace quorvik {
 
-/// While one lives, SIGTERM does not end the process at once: it is noted, so that the process can leave things
-/// in order before it goes. Agents send it to a hook when its user withdraws what the hook asks for.
+/// While one lives, SIGTERM does not end the process at once: it is noted, so that the process can leave
+/// things in order before it goes. Agents send it to a hook when its user withdraws what the hook asks for.
 class PostponedTermination {
   public:
     PostponedTermination();

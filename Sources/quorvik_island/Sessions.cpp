@@ -2,6 +2,7 @@
 
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/Files.h"
+#include "QuorvikCore/Session/OpenRequests.h"
 #include "QuorvikCore/Session/ProcessInspector.h"
 
 #include <algorithm>
@@ -16,8 +17,12 @@ bool isBusy(const SessionRecord& record) {
            record.state == SessionState::compacting;
 }
 
-bool hasLostItsProcess(const SessionRecord& record) {
-    return isBusy(record) && record.pid && !ProcessInspector::isRunning(*record.pid, record.pidStartTime);
+bool isLeftBehind(const SessionRecord& record, const std::filesystem::path& folder) {
+    const bool hasLostItsProcess =
+        record.pid && !ProcessInspector::isRunning(*record.pid, record.pidStartTime);
+    const bool claimsToWait = record.state == SessionState::awaiting;
+    return isBusy(record) &&
+           (hasLostItsProcess || (claimsToWait && !OpenRequests::anyWaiting(record, folder)));
 }
 
 using Corrupt = SessionStore::LoadResult::Corrupt;
@@ -65,6 +70,7 @@ std::vector<const SessionRecord*> recordsOf(const std::vector<SessionStore::Load
 Sessions Sessions::load(const std::filesystem::path& folder) {
     std::error_code error;
     Sessions sessions;
+    sessions.folder = folder;
     sessions.files = SessionStore::loadAll(folder, &error);
     if (error && error != std::errc::no_such_file_or_directory)
         throw FileError("list", folder, error.value());
@@ -84,12 +90,12 @@ Sessions Sessions::load(const std::filesystem::path& folder) {
 }
 
 std::vector<const SessionRecord*> Sessions::current() const {
-    return recordsOf(files, [](const SessionRecord& record) { return !hasLostItsProcess(record); });
+    return recordsOf(files, [&](const SessionRecord& record) { return !isLeftBehind(record, folder); });
 }
 
 std::vector<const SessionRecord*> Sessions::over() const {
     return recordsOf(
-        files, [](const SessionRecord& record) { return !isBusy(record) || hasLostItsProcess(record); });
+        files, [&](const SessionRecord& record) { return !isBusy(record) || isLeftBehind(record, folder); });
 }
 
 } // namespace quorvik

@@ -44,7 +44,7 @@ Examples:
 )";
 
 /// Tools of agents that put a question to the user.
-constexpr std::string_view questionTools[] = {"AskUserQuestion", "ask_user_question", "request_user_input"};
+constexpr std::string_view questionTools[] = {"AskUserQuestion", "ask_user_question"};
 
 /// What the item is about, on one line: its task, else its tool or command, else who it is.
 std::string label(const SessionRecord& record) {

@@ -117,6 +117,12 @@ TEST_F(ShowCommandTests, OnlyWhatIsBusyNeedsItsProcess) {
     EXPECT_EQ(shownAs(compacting, ::getpid(), 5), "nothing"); // the number now belongs to another process
     EXPECT_EQ(shownAs(failed, gone, 5), "failed");
     EXPECT_EQ(shownAs(working, std::nullopt, 5), "working");
+
+    // Nobody waits any more when the hook that asked was killed.
+    for (const auto& [pid, wanted] : {std::pair(gone, "nothing"), {::getpid(), "awaiting"}}) {
+        write("support/sessions/claude-a.json.asked", R"([{"id":"q","pid":)" + std::to_string(pid) + "}]");
+        EXPECT_EQ(shownAs(awaiting, std::nullopt, 5), wanted);
+    }
 }
 
 TEST_F(ShowCommandTests, FilesThatCannotBeReadAreNamed) {
