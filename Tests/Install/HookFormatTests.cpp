@@ -93,18 +93,9 @@ TEST(JSONHooks, AreAddedAfterTheUsers) {
     EXPECT_EQ(json(after), json(R"({"model":"m","hooks":{"Stop":[{"hooks":[]},{"hooks":[)" + ours() +
                                 R"(]}],"Ask":[{"hooks":[)" + ours("130") + R"(]}]},"x":1.50})"));
     EXPECT_TRUE(after.starts_with("{\n  \"model\": \"m\",\n") && after.ends_with('}')) << after;
-}
-
-TEST(JSONHooks, WaitOnlyForTheUserAndNoLongerThanCodexAllows) {
-    const HookTarget target = HookTarget::codex();
-    const JSONValue events = *json(installed(target, std::nullopt))["hooks"];
-    for (const std::string& event : target.events) {
-        const JSONValue* hook = &events[event]->arrayValue()->at(0)["hooks"]->arrayValue()->at(0);
-        const bool isClamped = event == "SessionEnd" || event == "Interrupt";
-        EXPECT_EQ(*(*hook)["timeout"]->numberText(), event == "PermissionRequest" ? "130"
-                                                     : isClamped                  ? "3"
-                                                                                  : "5");
-    }
+    const JSONValue codex = json(installed(HookTarget::codex(), std::nullopt));
+    for (const char* event : {"SessionEnd", "Interrupt"}) // Codex complains about more
+        EXPECT_EQ(*codex.valueAt({"hooks", event}), json(R"([{"hooks":[)" + ours("3") + "]}]"));
 }
 
 TEST(JSONHooks, LeaveWhatIsTheUsersInEveryPosition) {

@@ -102,19 +102,26 @@ TEST_F(HookInstallerTests, KeepsLinksAndPermissions) {
     std::filesystem::create_directories(target.fileURL.parent_path());
     std::filesystem::create_symlink("../dotfiles/claude.json", target.fileURL);
 #ifdef __linux__
-    const std::string tag = "mine";
-    const bool hasTags = ::setxattr(real.c_str(), "user.tag", tag.data(), tag.size(), 0) == 0;
-    // Version 2; then for the owner, user 12, the group, the mask and others: kind, permissions, number.
-    const std::string list("\2\0\0\0\1\0\6\0\377\377\377\377\2\0\4\0\14\0\0\0\4\0\0\0\377\377\377\377\20\0\4"
-                           "\0\377\377\377\377\40\0\0\0\377\377\377\377",
-                           44);
-    const bool hasLists =
-        ::setxattr(real.c_str(), "system.posix_acl_access", list.data(), list.size(), 0) == 0;
-    const auto attribute = [&](const char* name) {
-        std::string value(100, '\0');
-        const ssize_t size = ::getxattr(real.c_str(), name, value.data(), value.size());
-        return value.substr(0, size < 0 ? 0 : static_cast<std::size_t>(size));
+    // The list: version 2; then for the owner, user 12, the group, the mask and others: kind, permissions,
+    // who.
+    const std::pair<const char*, std::string> attributes[] = {
+        {"user.tag", "mine"},
+        {"system.posix_acl_access",
+         {"\2\0\0\0\1\0\6\0\377\377\377\377\2\0\4\0\14\0\0\0\4\0\0\0\377\377\377\377\20\0\4\0\377\377\377\377"
+          "\40\0\0\0\377\377\377\377",
+          44}}};
+    for (const auto& [name, value] : attributes)
+        ::setxattr(real.c_str(), name, value.data(), value.size(), 0);
+    const auto values = [&] { // empty where the file system has no such thing
+        std::vector<std::string> found;
+        for (const auto& [name, value] : attributes) {
+            std::string bytes(100, '\0');
+            const ssize_t size = ::getxattr(real.c_str(), name, bytes.data(), bytes.size());
+            found.push_back(bytes.substr(0, static_cast<std::size_t>(std::max<ssize_t>(size, 0))));
+        }
+        return found;
     };
+    const auto before = values();
     // What cannot be told to be no link is not replaced.
     const auto refused = Program::run({programPath("quorvik-island"), "hooks", "install", "claude"}, "",
                                       [] { refuse(SYS_readlink, EIO); });
@@ -128,10 +135,7 @@ TEST_F(HookInstallerTests, KeepsLinksAndPermissions) {
     EXPECT_EQ(std::filesystem::read_symlink(target.fileURL), "../dotfiles/claude.json");
     EXPECT_EQ(status(target), Kind::installed);
 #ifdef __linux__
-    EXPECT_EQ(attribute("user.tag"), hasTags ? tag : "");
-    EXPECT_EQ(attribute("system.posix_acl_access"), hasLists ? list : "");
-    ::removexattr(real.c_str(), "system.posix_acl_access");
-    ::chmod(real.c_str(), 0640);
+    EXPECT_EQ(values(), before);
 #endif
     EXPECT_EQ(modeOf(real), 0640u);
     EXPECT_EQ(namesIn(real.parent_path()), Names{"claude.json"});
@@ -229,25 +233,27 @@ TEST_F(HookInstallerTests, StartsOverWhenAnAgentWritesMeanwhile) {
 
 TEST_F(HookInstallerTests, EveryEditLeavesItsBackupAndNothingElse) {
     const auto file = write(".codex/hooks.json", "{}");
-    const auto killed = write(".codex/hooks.json.1.quorvik.tmp", "half");
-    const auto killedCopy = write("support/backups/codex-hooks.json.2020.bak.1.quorvik.tmp", "half");
-    for (const auto& old : {killed, killedCopy})
-        std::filesystem::last_write_time(old, std::filesystem::file_time_type::clock::now() -
-                                                  std::chrono::seconds(61));
-    const Names others = {"hooks.json.2.quorvik.tmp", "hooks.json.quorvik.tmp", "other.json.1.quorvik.tmp"};
-    for (const std::string& name : others)
-        std::filesystem::last_write_time(write(".codex/" + name, ""),
-                                         std::filesystem::file_time_type::clock::now() -
-                                             std::chrono::seconds(name == others[0] ? 0 : 61));
+    struct Other {
+        std::string name;
+        int age; // seconds
+        bool stays;
+    };
+    const Other others[] = {{".codex/hooks.json.1.quorvik.tmp", 61, false},
+                            {".codex/hooks.json.2.quorvik.tmp", 0, true},
+                            {".codex/hooks.json.quorvik.tmp", 61, true},
+                            {".codex/other.json.1.quorvik.tmp", 61, true},
+                            {"support/backups/codex-hooks.json.2020.bak.1.quorvik.tmp", 61, false}};
+    for (const auto& [name, age, stays] : others)
+        std::filesystem::last_write_time(write(name, ""), std::filesystem::file_time_type::clock::now() -
+                                                              std::chrono::seconds(age));
     const FileChange first = install(HookTarget::codex()), again = install(HookTarget::codex());
     EXPECT_FALSE(first.isSame);
     EXPECT_TRUE(again.isSame);
     EXPECT_EQ(contentOf(*first.backup), "{}");
     EXPECT_EQ(contentOf(*again.backup), contentOf(file)); // a second later
     EXPECT_EQ(backups().size(), 2u);
-    Names left = others;
-    left.insert(left.begin(), "hooks.json");
-    EXPECT_EQ(namesIn(home / ".codex"), left);
+    for (const auto& [name, age, stays] : others)
+        EXPECT_EQ(std::filesystem::exists(home / name), stays) << name;
 }
 
 TEST_F(HookInstallerTests, KeepsTheFiveNewestBackupsOfEachFile) {

@@ -49,14 +49,19 @@ TEST_F(SettingsCommandsTests, HelpGoesToOutputAndMistakesToErrors) {
              {{"hooks", "status", "--all=1"}, "--all takes no value"},
              {{"hooks", "status", "--hook-path"}, "--hook-path needs a value"},
              {{"hooks", "status", "--", "--all"}, "unknown agent --all"},
+             {{"shell"}, "shell: say status, install or uninstall"},
+             {{"shell", "off"}, "shell: unknown action off"},
+             {{"shell", "status", "now"}, "shell: unexpected argument now"},
+             {{"shell", "install", "--min-seconds", "0"}, "--min-seconds must be 1 to 86400"},
+             {{"shell", "install", "--min-seconds", "1.5"}, "--min-seconds must be 1 to 86400"},
+             {{"show", "now"}, "show: unexpected argument now"},
              {{"statusline"}, "statusline: say status, install or uninstall"},
              {{"statusline", "on"}, "statusline: unknown action on"},
              {{"statusline", "status", "claude"}, "statusline: unexpected argument claude"}})
-        EXPECT_EQ(island(words), failed(3, why + " (see quorvik-island " +
-                                               (words.size() < 1 || words[0] == "hook" || words[0] == "help"
-                                                    ? ""
-                                                    : words[0] + " ") +
-                                               "--help)"));
+        EXPECT_EQ(island(words),
+                  failed(3, why + " (see quorvik-island " +
+                                (words.empty() || why.starts_with("unknown command") ? "" : words[0] + " ") +
+                                "--help)"));
     EXPECT_FALSE(std::filesystem::exists(home / ".claude"));
 }
 
@@ -116,11 +121,12 @@ TEST_F(SettingsCommandsTests, OneAgentsFailureDoesNotStopTheOthers) {
 
 TEST_F(SettingsCommandsTests, InstallsOnlyAProgramThatCanBeRun) {
     std::filesystem::remove(hook);
-    const std::string nowhere = std::filesystem::current_path() / "nowhere/quorvik-hook";
-    auto missing = failed(1, "there is no hook program at " + nowhere + "; name one with --hook-path");
+    const std::string why = "there is no hook program at " +
+                            (std::filesystem::current_path() / "nowhere/quorvik-hook").string() +
+                            "; name one with --hook-path";
+    auto missing = failed(1, why);
     EXPECT_EQ(island({"hooks", "install", "pi", "--hook-path=nowhere/quorvik-hook"}), missing);
-    missing.output = R"([{"error":"there is no hook program at )" + nowhere +
-                     R"(; name one with --hook-path","source":"pi"}])" + "\n";
+    missing.output = R"([{"error":")" + why + R"(","source":"pi"}])" + "\n";
     EXPECT_EQ(island({"hooks", "install", "pi", "--hook-path=nowhere/quorvik-hook", "--json"}), missing);
     // The one beside the running program is the other candidate.
     const auto copy = home / "copy/quorvik-island";

@@ -146,7 +146,6 @@ TEST_F(ShowCommandTests, FilesThatCannotBeReadAreNamed) {
     const auto refused = show({}, [] { testing::refuse(SYS_getdents64, EIO); });
     const std::string why = "could not list " + sessions.string() + ": Input/output error";
     EXPECT_TRUE(refused.status == 77 || refused.errors == "quorvik-island: " + why + "\n") << refused;
-#endif
     // Out of descriptors for a record while the folder is open, or all the time.
     for (const auto& [descriptors, status] : {std::pair(4, 0), {3, 1}}) {
         const auto tight = show({}, [&, most = descriptors] {
@@ -156,6 +155,7 @@ TEST_F(ShowCommandTests, FilesThatCannotBeReadAreNamed) {
         EXPECT_EQ(tight.status, status) << tight;
         EXPECT_TRUE(status == 1 || tight.errors == result.errors) << tight;
     }
+#endif
 
     std::filesystem::remove_all(sessions);
     write("support/sessions", "a file");
@@ -166,7 +166,6 @@ TEST_F(ShowCommandTests, FilesThatCannotBeReadAreNamed) {
                   (Program::Result{1, R"({"error":")" + text + "\"}\n", "quorvik-island: " + text + "\n"}));
         ::setenv("QUORVIK_HOME", support.c_str(), 1);
     }
-    EXPECT_EQ(show({"now"}).status, 3);
 }
 
 TEST_F(ShowCommandTests, SaysWhenItCannotBeWritten) {
@@ -207,28 +206,27 @@ TEST_F(ShowCommandTests, NamesWhatItIsAbout) {
 }
 
 TEST_F(ShowCommandTests, FitsTheTerminalAndLeavesItInPeace) {
-    put(working("a"), [](SessionRecord& record) {
+    const std::string log = write("log", "").string(), logLine = "       log: " + log;
+    put(working("a"), [&](SessionRecord& record) {
+        record.state = SessionState::failed;
         record.stateSince += std::chrono::hours(1); // a clock that was set back
         record.title = "日本語のタイトル";
         record.summary = "\x1b[2J\x07\n\u202Etwo 👨‍👩‍👧 123456";
+        record.logPath = log;
     });
     struct Case {
         unsigned short columns;
         std::vector<const char*> environment;
         std::string line;
     };
-    const std::string start = "◆ CC   working        0 s  日本語のタイト";
+    const std::string start = "◆ CC   failed         0 s  日本語のタ";
     for (const auto& [columns, environment, line] : std::initializer_list<Case>{
-             {80, {"TERM=xterm", "NO_COLOR=1"}, start + "ル   [2J  two 👨‍👩‍👧 123456"},
-             {63, {"TERM=dumb"}, start + "…   [2J  two 👨‍👩‍👧 123456"},
-             {60,
-              {"TERM=dumb"},
-              "◆ CC   working        0 s  日本語のタ…    [2J  two 👨‍👩‍👧 123456"},
-             {40,
-              {"TERM=xterm", "NO_COLOR=1"},
-              "◆ CC  working 0 s 日本語…  [2J  two 👨‍👩‍👧 …"},
-             {14, {"TERM=xterm", "NO_COLOR="}, "◆ CC  \x1b[36mworking\x1b[0m"},
-             {9, {"TERM=xterm"}, "◆ CC  \x1b[36mwo…\x1b[0m"},
+             {80, {"TERM=xterm", "NO_COLOR=1"}, start + "イトル   [2J  two 👨‍👩‍👧 123456"},
+             {63, {"TERM=dumb"}, start + "イト…   [2J  two 👨‍👩‍👧 123456"},
+             {60, {"TERM=dumb"}, start + "…    [2J  two 👨‍👩‍👧 123456"},
+             {40, {"TERM=dumb"}, "◆ CC  failed 0 s 日本語…  [2J  two 👨‍👩‍👧 1…"},
+             {12, {"TERM=xterm", "NO_COLOR="}, "◆ CC  \x1b[1;31mfailed\x1b[0m"},
+             {9, {"TERM=xterm"}, "◆ CC  \x1b[1;31mfa…\x1b[0m"},
              {1, {"TERM="}, "◆"}}) {
         testing::Terminal terminal({testing::programPath("quorvik-island"), "show"}, [&] {
             const winsize size{24, columns, 0, 0};
@@ -238,28 +236,11 @@ TEST_F(ShowCommandTests, FitsTheTerminalAndLeavesItInPeace) {
                 ::putenv(const_cast<char*>(variable));
         });
         EXPECT_EQ(terminal.waitFor("\r\n"), line) << columns;
+        const bool hasRoom = columns >= logLine.size();
+        EXPECT_EQ(hasRoom ? terminal.waitFor("\r\n") : logLine, logLine);
         EXPECT_EQ(terminal.finish(), 0);
     }
-}
-
-TEST_F(ShowCommandTests, NamesTheLogOfAFailedCommandWhereThereIsRoom) {
-    const std::string log = write("log", "").string();
-    SessionRecord record(Source::build, "b", "/w", std::chrono::system_clock::now());
-    record.state = SessionState::failed;
-    record.tool = "make";
-    record.logPath = log;
-    put(record);
-    const std::string line = "       log: " + log;
-    for (const bool isWide : {true, false}) {
-        testing::Terminal terminal({testing::programPath("quorvik-island"), "show"}, [&] {
-            const winsize size{24, static_cast<unsigned short>(line.size() - (isWide ? 0 : 1)), 0, 0};
-            ::ioctl(STDOUT_FILENO, TIOCSWINSZ, &size);
-        });
-        terminal.waitFor("make\r\n");
-        EXPECT_EQ(isWide ? terminal.waitFor("\r\n") : line, line);
-        EXPECT_EQ(terminal.finish(), 0);
-    }
-    EXPECT_EQ(show().output.find("log:"), std::string::npos);
+    EXPECT_EQ(show().output.find(log), std::string::npos);
 }
 
 } // namespace quorvik
