@@ -49,13 +49,12 @@ bool AgentSession::fold(const HookEvent& event, bool isManualCompaction,
         const bool isAbandoned =
             record->state == SessionState::awaiting && !OpenRequests::anyWaiting(*record, folder_);
         if (isAbandoned && !showsWork(event)) enter(SessionState::idle, *record);
+        if (isManualCompaction && event.name == "PreCompact") ManualCompaction::begin(file_, *record);
         if (isManualCompaction && event.name != "PreCompact") ManualCompaction::end(file_, *record);
-        const SessionRecord before = *record;
         if (!EventReducer::apply(event, *record, now())) {
             record.reset();
             return;
         }
-        if (isManualCompaction && event.name == "PreCompact") ManualCompaction::begin(file_, before);
         if (isOneOf(event.name, {"PreToolUse", "PermissionRequest"}))
             if (auto question = event.firstQuestion()) record->summary = std::move(question);
         settleRequests(event);
