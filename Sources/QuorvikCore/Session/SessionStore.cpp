@@ -103,11 +103,12 @@ LoadResult load(const Path& file) {
 
 namespace {
 
-/// Calls `visit(path, name, listing)` for every record file; false when the folder cannot be listed.
+/// Calls `visit(path, name, listing)` for every record file; returns why the folder cannot be listed, or not
+/// to its end.
 template <typename Visit>
-bool forEachRecordFile(const Path& folder, Visit visit) {
+std::error_code forEachRecordFile(const Path& folder, Visit visit) {
     auto listing = Files::Folder::open(folder);
-    if (!listing) return false;
+    if (!listing) return {errno, std::generic_category()};
     std::string path = folder.native();
     if (path.empty() || path.back() != '/') path += '/';
     const std::size_t prefix = path.size();
@@ -117,7 +118,7 @@ bool forEachRecordFile(const Path& folder, Visit visit) {
         path += name;
         visit(path, name, *listing);
     }
-    return true;
+    return listing->error();
 }
 
 } // namespace
@@ -126,7 +127,7 @@ std::vector<LoadResult> loadAll(const Path& folder, LoadCache& cache) {
     std::vector<LoadResult> results;
     results.reserve(cache.entries.size());
     const std::uint64_t generation = cache.generation + 1;
-    const bool listed = forEachRecordFile(
+    const std::error_code failure = forEachRecordFile(
         folder, [&](const std::string& path, const char* name, const Files::Folder& listing) {
             const auto status = listing.status(name).value_or(Files::Status{distantPast, 0, false});
             auto found = cache.entries.find(path);
@@ -141,20 +142,22 @@ std::vector<LoadResult> loadAll(const Path& folder, LoadCache& cache) {
             found->second = {status.modified, status.size, interpreted(text, path), generation};
             results.push_back(found->second.result);
         });
-    if (!listed) return {};
     cache.generation = generation;
+    if (failure) return {};
     if (cache.entries.size() > results.size())
         std::erase_if(cache.entries,
                       [&](const auto& entry) { return entry.second.generation != generation; });
     return results;
 }
 
-std::vector<LoadResult> loadAll(const Path& folder) {
+std::vector<LoadResult> loadAll(const Path& folder, std::error_code* error) {
     std::vector<LoadResult> results;
-    forEachRecordFile(folder, [&](const std::string& path, const char*, const Files::Folder& listing) {
-        results.push_back(interpreted(listing.readEntry(maxFileSize), path));
-    });
-    return results;
+    const std::error_code failure =
+        forEachRecordFile(folder, [&](const std::string& path, const char*, const Files::Folder& listing) {
+            results.push_back(interpreted(listing.readEntry(maxFileSize), path));
+        });
+    if (error) *error = failure;
+    return failure ? std::vector<LoadResult>() : results;
 }
 
 void remove(const SessionRecord& record, const Path& folder) {

@@ -76,9 +76,10 @@ void write(const SessionRecord& record, const Path& file);
 LoadResult load(const Path& file);
 
 /// Every record file of a folder ("*.json", names that begin with "." left out), in the system's listing
-/// order. Empty when the folder cannot be listed. Files that are gone leave the cache.
+/// order. Empty when the folder cannot be listed; `error`, when given, then says why. Files that are gone
+/// leave the cache.
 std::vector<LoadResult> loadAll(const Path& folder, LoadCache& cache);
-std::vector<LoadResult> loadAll(const Path& folder);
+std::vector<LoadResult> loadAll(const Path& folder, std::error_code* error = nullptr);
 
 /// Deletes the record's file and what stands beside it, its lock file last, under the lock. Failures are
 /// ignored; a lock that cannot be had within 2 seconds is one.
