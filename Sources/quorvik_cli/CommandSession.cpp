@@ -27,9 +27,8 @@ bool wasStopped(int status) {
     return status == 128 + SIGINT || status == 128 + SIGTERM;
 }
 
-bool publish(const std::string& sessionID, const std::string& cwd, Date now,
+void publish(const std::string& sessionID, const std::string& cwd, Date now,
              const std::function<void(SessionRecord&)>& step) {
-    bool written = true;
     try {
         SessionStore::update(Source::build, sessionID, QuorvikPaths::sessionsDirectory(),
                              [&](std::optional<SessionRecord>& record) {
@@ -37,10 +36,9 @@ bool publish(const std::string& sessionID, const std::string& cwd, Date now,
                                  step(*record);
                              });
     } catch (const std::exception&) {
-        written = false; // then the island does not show it
+        // Then the island does not show it.
     }
     SessionStore::postChangeNotification();
-    return written;
 }
 
 } // namespace quorvik::CommandSession

@@ -1,5 +1,6 @@
 #include "QuorvikCore/Platform/UserFile.h"
 
+#include "QuorvikCore/Platform/FileAttributes.h"
 #include "QuorvikCore/Platform/FileDescriptor.h"
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/Files.h"
@@ -75,6 +76,10 @@ class TemporaryFile {
         if (own.st_gid != wanted.st_gid && ::fchown(file_.get(), static_cast<uid_t>(-1), wanted.st_gid) != 0)
             mode &= ~mode_t{070};
         require(::fchmod(file_.get(), mode) == 0, "set the permissions of");
+        // A list would give the group what the mode has just taken from it.
+        const bool keepsGroup = mode == (wanted.st_mode & 07777);
+        const FileDescriptor old(::open(target_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+        require(old && Platform::copyAttributes(old.get(), file_.get(), keepsGroup), "set the attributes of");
     }
 
     void finish() {
