@@ -42,7 +42,8 @@ struct Reference {
 };
 
 /// What error lines, and the ways to miss one, are made of. Few: what matters are three or four in a row.
-constexpr std::string_view pieces[] = {"FAIL", " ", "\r\n", "\n", "er", "ror", "\r", "\x1B", "[1m", "✗", "\u0301", "x"};
+constexpr std::string_view pieces[] = {"FAIL", " ",    "\r\n", "\n", "er",     "ror",
+                                       "\r",   "\x1B", "[1m",  "✗",  "\u0301", "x"};
 
 std::vector<std::string> chunksOf(std::string_view bytes, bool inPieces) {
     std::vector<std::string> chunks(1);

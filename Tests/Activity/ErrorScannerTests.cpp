@@ -49,7 +49,7 @@ TEST(ErrorScanner, KeepsTheMostTellingLine) {
              {{{"er\bror\nlast\n"}}, "error"},
              {{{"suite\nFAIL\r\n 3 tests\nbye\n"}}, "FAIL 3 tests"},
              {{{"\x1B[2mone\x1B[0m\ntwo\n3 fail x\n\t fail\x1B[0m \x1B[1mx\nbye\n"}}, "fail x"},
-             {{{"\x1B[2m\xE2\x9C\x1B[m\x96\nlast\n"}}, "last"}, // bytes that make no ✖ together
+             {{{"\x1B[2m\xE2\x9C\x1B[m\x96\nlast\n"}}, "last"},          // bytes that make no ✖ together
              {{{"error\rfine\nlast\n"}}, "last"},                        // overwritten on the screen
              {{{letters(200) + " error\nlast\n"}}, "last"},              // beyond what is kept of a line
              {{{"caf\xC3"}, {"\xA9 error\n"}}, "caf\uFFFD\uFFFD error"}, // each chunk is decoded by itself

@@ -5,6 +5,9 @@
 #include "QuorvikCore/Platform/FileError.h"
 
 #include <sys/stat.h>
+#ifdef __linux__
+#include <sys/xattr.h>
+#endif
 #include <unistd.h>
 
 #include <algorithm>
@@ -88,6 +91,9 @@ TEST_F(HookInstallerTests, NeedsAProgramThatCanBeRunAndFoundAgain) {
 TEST_F(HookInstallerTests, KeepsLinksAndPermissions) {
     const auto real = write("dotfiles/claude.json", "{}");
     ::chmod(real.c_str(), 0640);
+#ifdef __linux__
+    const bool takesTags = ::setxattr(real.c_str(), "user.tag", "red", 3, 0) == 0;
+#endif
     const HookTarget target = HookTarget::claude();
     std::filesystem::create_directories(target.fileURL.parent_path());
     std::filesystem::create_symlink("../dotfiles/claude.json", target.fileURL);
@@ -95,6 +101,9 @@ TEST_F(HookInstallerTests, KeepsLinksAndPermissions) {
     EXPECT_EQ(std::filesystem::read_symlink(target.fileURL), "../dotfiles/claude.json");
     EXPECT_EQ(status(target), Kind::installed);
     EXPECT_EQ(modeOf(real), 0640u);
+#ifdef __linux__
+    EXPECT_EQ(::getxattr(real.c_str(), "user.tag", nullptr, 0), takesTags ? 3 : -1);
+#endif
     EXPECT_EQ(namesIn(real.parent_path()), Names{"claude.json"});
 
     // A link to a file that is not there yet is where the file belongs.

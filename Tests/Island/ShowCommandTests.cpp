@@ -18,8 +18,9 @@ using testing::Program;
 /// `quorvik-island show`, on sessions that our own programs made.
 class ShowCommandTests : public testing::TemporaryHome {
   protected:
-    static Program::Result show(std::vector<std::string> words = {}) {
-        words.insert(words.begin(), {testing::programPath("quorvik-island"), "show"});
+    static Program::Result show(std::vector<std::string> words = {},
+                                const std::string& program = "quorvik-island") {
+        words.insert(words.begin(), {testing::programPath(program), "show"});
         return Program::run(words);
     }
     static nlohmann::json layout() {
@@ -154,6 +155,15 @@ TEST_F(ShowCommandTests, SaysWhenItCannotBeWritten) {
             << what;
     }
 }
+
+#ifdef __linux__
+TEST_F(ShowCommandTests, LooksTwiceBeforeItCallsAFileUnreadable) {
+    put(working("a"));
+    const auto result = show({}, "quorvik-island-files-seen-empty");
+    EXPECT_NE(result.output.find("working"), std::string::npos) << result;
+    EXPECT_EQ(result.errors, "");
+}
+#endif
 
 TEST_F(ShowCommandTests, NamesWhatItIsAbout) {
     struct Case {

@@ -6,7 +6,8 @@ namespace quorvik::Platform {
 
 /// Measures how long people, and programs, were kept waiting: it runs on steadily, whatever the wall clock is
 /// set to, but stands still while the machine sleeps. A question that was open when the lid was closed is
-/// still open when it is opened again. (std::chrono::steady_clock stands still on Linux and runs on on macOS.)
+/// still open when it is opened again. (std::chrono::steady_clock stands still on Linux and runs on on
+/// macOS.)
 struct AwakeClock {
     using duration = std::chrono::nanoseconds;
     using rep = duration::rep;

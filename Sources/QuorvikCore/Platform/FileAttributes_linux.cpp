@@ -20,7 +20,8 @@ bool copyAttributes(int from, int to, bool withAccess) {
         if (!text.starts_with("user.") && !(withAccess && text == "system.posix_acl_access")) continue;
         const ssize_t size = ::fgetxattr(from, name, value.data(), value.size());
         if (size < 0 && errno == ENODATA) continue; // gone meanwhile
-        if (size < 0 || ::fsetxattr(to, name, value.data(), static_cast<std::size_t>(size), 0) != 0) return false;
+        if (size < 0 || ::fsetxattr(to, name, value.data(), static_cast<std::size_t>(size), 0) != 0)
+            return false;
     }
     return true;
 }

@@ -12,11 +12,11 @@ namespace quorvik::Platform {
 
 namespace {
 
-/// Almost every terminal is a pseudo-terminal, whose name follows from its number. devname() would look at one
-/// entry of /dev after the other, at every event of every agent.
+/// Almost every terminal is a pseudo-terminal, whose name follows from its number. devname() would look at
+/// one entry of /dev after the other, at every event of every agent.
 std::optional<std::string> terminalName(dev_t device) {
     char path[32];
-    std::snprintf(path, sizeof path, "/dev/ttys%03d", minor(device));
+    std::snprintf(path, sizeof path, "/dev/ttys%03d", minor(static_cast<std::uint32_t>(device)));
     struct stat status;
     if (::stat(path, &status) == 0 && S_ISCHR(status.st_mode) && status.st_rdev == device) return path;
     const char* name = ::devname(device, S_IFCHR);

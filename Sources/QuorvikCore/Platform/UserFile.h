@@ -22,9 +22,9 @@ class UserFile {
 
     /// Replaces the content in one step: readers see the old file or the new one, whole, even after a power
     /// cut. A symbolic link stays one, and the file that it leads to is replaced. Owner, group,
-    /// permissions, access control list and extended attributes stay; a new file is for its owner only (0600), and so are folders made for it. False, with
-    /// nothing changed, when the file no longer holds what was read. Throws FileError; then the file is as it
-    /// was, and no temporary file is left.
+    /// permissions, access control list and extended attributes stay; a new file is for its owner only
+    /// (0600), and so are folders made for it. False, with nothing changed, when the file no longer holds
+    /// what was read. Throws FileError; then the file is as it was, and no temporary file is left.
     bool replace(std::string_view bytes) const;
 
     /// Removes the file; of a symbolic link only the link. False, with nothing changed, when the file no
