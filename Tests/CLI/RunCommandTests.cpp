@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <fstream>
 #include <thread>
 
 namespace quorvik {
@@ -208,14 +209,19 @@ TEST_F(RunCommandTests, SignalsAreTheCommands) {
 
 TEST_F(RunCommandTests, CtrlZStopsACommandThatHasClosedItsOutputs) {
     for (const std::string program : programs) {
-        const std::string started = home.string() + "/" + program;
+        const std::string pidFile = (home / program).string();
         Terminal terminal(sh("set -m; " + programPath(program) +
-                             " run -- sh -c 'exec >/dev/null 2>&1; touch " + started +
+                             " run -- sh -c 'exec >/dev/null 2>&1; echo $$ >" + pidFile +
                              "; exec sleep 300'; echo stopped; kill -9 %1"));
-        eventually([&] { return std::filesystem::exists(started); });
+        eventually([&] {
+            std::ifstream file(pidFile);
+            int pid = 0;
+            const auto command = file >> pid ? ProcessInspector::info(pid) : std::nullopt;
+            return command && command->name == "sleep";
+        });
         terminal.type("\x1A");
         terminal.waitFor("stopped");
-        terminal.finish();
+        if (!HasFailure()) terminal.finish();
     }
 }
 

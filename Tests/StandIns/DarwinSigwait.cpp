@@ -1,7 +1,7 @@
-// sigwait() as macOS has it, for a `quorvik` linked with -Wl,--wrap=sigwait. While a thread waits there, every other
-// signal is held back from it. And when a second signal comes before the thread has woken for the first (here: within
-// 50 ms, as on a busy machine), the wait is interrupted and the first is lost, unless the second is ignored or its
-// handler restarts system calls.
+// sigwait() as macOS has it, for a `quorvik` linked with -Wl,--wrap=sigwait. While a thread waits there,
+// every other signal is held back from it. And when a second signal comes before the thread has woken for the
+// first (here: within 50 ms of one but SIGCHLD, as on a busy machine), the wait is interrupted and the first
+// is lost, unless the second is ignored or its handler restarts system calls.
 
 #include <pthread.h>
 #include <unistd.h>
@@ -19,7 +19,7 @@ extern "C" int __wrap_sigwait(const sigset_t* set, int* signal) {
     ::pthread_sigmask(SIG_BLOCK, &others, &before);
     int first = 0;
     const int result = __real_sigwait(set, &first);
-    ::usleep(50'000);
+    if (first != SIGCHLD) ::usleep(50'000);
     ::sigpending(&pending);
     bool lost = false;
     for (int number = 1; number < end; ++number) {
