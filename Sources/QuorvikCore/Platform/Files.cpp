@@ -21,7 +21,9 @@ std::int64_t modificationTime(const struct stat& status) {
 #else
     const timespec& time = status.st_mtim;
 #endif
-    return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+    // Anybody may give a file any time, and not every one fits into nanoseconds.
+    constexpr std::int64_t furthest = 9'000'000'000; // seconds: the years 1684 and 2255
+    return std::clamp(std::int64_t{time.tv_sec}, -furthest, furthest) * 1'000'000'000 + time.tv_nsec;
 }
 
 std::optional<std::string> failed(int errorNumber, std::error_code* error) {
