@@ -12,7 +12,7 @@ TEST(ServiceSpec, IsReadAndWritten) {
              {" \u2028+65535\n", ":65535", "65535", "port-65535"},
              {"My API :1", "My API ", "My API :1", "port-1"},
              {"Docker:my-db", "my-db", "docker:my-db", "docker-my-db"},
-             {"compose:\u00A0 a_1.B ", "a_1.B", "compose:a_1.B", "compose-a_1.B"},
+             {"compose:  a_1.B ", "a_1.B", "compose:a_1.B", "compose-a_1.B"},
              {"docker:u\u0308\u0663", "u\u0308\u0663", "docker:u\u0308\u0663", "docker-u\u0308\u0663"}}) {
         const auto spec = ServiceSpec::parse(typed).value();
         EXPECT_EQ(std::tie(spec.label, text, id), std::make_tuple(label, spec.text(), spec.id())) << typed;
@@ -35,6 +35,8 @@ TEST(ServiceSpec, IsReadAndWritten) {
                                                 "docker:",
                                                 "docker: ",
                                                 "compose:my app",
+                                                "compose:app\t",
+                                                "compose:\u00A0app",
                                                 "docker:a:b",
                                                 "docker:½",
                                                 "docker:\xFF",

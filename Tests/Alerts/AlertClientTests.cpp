@@ -15,6 +15,7 @@ namespace quorvik {
 
 using namespace testing;
 using namespace std::chrono_literals;
+using namespace std::string_literals;
 using Kind = AlertOutcome::Kind;
 
 class AlertClientTests : public TemporaryHome {
@@ -49,8 +50,8 @@ TEST_F(AlertClientTests, TurnsEveryAnswerIntoItsOutcome) {
              {{Kind::failed, unexpected},
               4,
               unexpected,
-              {"{\"status\":1}\n", "{\"status\":\"ok\",\"message\":1}\n", "hello\n", "\n",
-               std::string(5000, 'x')}},
+              {"{\"status\":1}\n", "{\"status\":\"ok\"}"s + '\0' + "x\n",
+               "{\"status\":\"ok\",\"message\":1}\n", "hello\n", "\n", std::string(5000, 'x')}},
              {{Kind::notRunning, ""}, 1, "Quorvik is not running", {"", "{\"status\":\"ok\"}"}}, // breaks off
          }) {
         EXPECT_EQ(expected.exitCode(), exitCode);

@@ -24,7 +24,7 @@ inline std::optional<std::string> releaseNotesByExpressions(const std::string& h
              {"&#39;", "'"},
              {"&amp;", "&"},
              {R"(\R)", "\n"},
-             {R"((?m)^[\p{Zs}\t]+|[\p{Zs}\t]+$)", ""},
+             {R"((?m)^[ \t]+|[ \t]+$)", ""},
              {"(?m)^[-*] ", "• "},
              {R"(\n+)", "\n"},
              {R"(\A\n|\n\z)", ""}}) {

@@ -1,6 +1,7 @@
 #include "QuorvikCore/Platform/Files.h"
 
 #include "QuorvikCore/Platform/FileError.h"
+#include "QuorvikCore/Platform/LargeMemory.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -77,11 +78,13 @@ std::optional<StreamContent> readStream(int descriptor, std::size_t limit) {
     std::size_t capacity = 0;
     for (;;) {
         if (content.size_ == capacity) {
-            capacity = std::max(capacity * 2, pipeCapacity);
+            // Room costs nothing before it is used; large pages need much of it.
+            capacity = std::max(capacity * (capacity < 16 * pipeCapacity ? 2 : 16), pipeCapacity);
             void* larger = std::realloc(content.bytes_.get(), capacity);
             if (!larger) return std::nullopt;
             static_cast<void>(content.bytes_.release());
             content.bytes_.reset(static_cast<char*>(larger));
+            Platform::preferLargePages(larger, capacity);
         }
         const ssize_t count =
             ::read(descriptor, content.bytes_.get() + content.size_, capacity - content.size_);
