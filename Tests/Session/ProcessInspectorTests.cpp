@@ -55,12 +55,14 @@ TEST_F(ProcessInspectorTests, WalksUpFromShellsToWhoStartedThem) {
     EXPECT_FALSE(agentProcess(0x7FFFFFFF));
 }
 
+#ifdef __linux__ // macOS names a process after what the link points to
 TEST_F(ProcessInspectorTests, NamesMayHoldBracketsAndBlanks) {
     std::filesystem::create_symlink("/bin/sleep", home / "a) R 1 (b");
     Program program({(home / "a) R 1 (b").string(), "30"});
     eventually([&] { return info(program.pid())->name == "a) R 1 (b"; });
     EXPECT_EQ(info(program.pid())->parentPID, ::getpid());
 }
+#endif
 
 TEST_F(ProcessInspectorTests, TellsALiveProcessFromAReusedNumber) {
     Program program({"sleep", "30"});
