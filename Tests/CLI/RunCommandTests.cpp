@@ -72,7 +72,7 @@ TEST_F(RunCommandTests, ReportsHowItWent) {
     const std::string user = home.string();
     for (const auto& [command, status, state, summary, detail] : std::initializer_list<Case>{
              {{"true"}, 0, State::done, "true", std::nullopt},
-             {{"/bin/false", "x"}, 1, State::failed, "exit 1", "/bin/false x"},
+             {{"false", "x"}, 1, State::failed, "exit 1", "false x"},
              {sh("echo fine; echo warn >&2; exit 7"), 7, State::failed, "warn",
               "sh -c echo fine; echo warn >&2; exit 7"},
              {sh("echo error in " + user + "/x TOKEN=1; exit 2"), 2, State::failed, "error in ~/x TOKEN=***",
@@ -294,14 +294,13 @@ TEST_F(RunCommandTests, WaitsForWhatHoldsTheOutputUntilToldToStop) {
 TEST_F(RunCommandTests, WithoutThreadsThereIsNoCommand) {
     if (::geteuid() != 0)
         GTEST_SKIP() << "the limit is counted per user, and root can take one that nobody uses";
-    for (const auto& folder : {home, support})
-        std::filesystem::create_directories(folder), ::chmod(folder.c_str(), 0777);
+    std::filesystem::create_directories(support), ::chmod(support.c_str(), 0777);
     const auto oneThread = [] {
         const rlimit limit{1, 1}; // processes and threads
         ::setrlimit(RLIMIT_NPROC, &limit);
         ASSERT_EQ(::setuid(64321), 0);
     };
-    EXPECT_EQ(run(sh("echo ran"), "", oneThread),
+    EXPECT_EQ(Program::run({programForAnyone("quorvik"), "run", "sh", "-c", "echo ran"}, "", oneThread),
               (Program::Result{127, "", "quorvik: sh: Resource temporarily unavailable\n"}));
 }
 
