@@ -2,6 +2,7 @@
 #include "quorvik_island/ClearCommand.h"
 #include "quorvik_island/Console.h"
 #include "quorvik_island/HooksCommand.h"
+#include "quorvik_island/LiveCommand.h"
 #include "quorvik_island/ShellIntegrationCommand.h"
 #include "quorvik_island/ShowCommand.h"
 #include "quorvik_island/StatusLineCommand.h"
@@ -19,9 +20,10 @@ namespace quorvik {
 namespace {
 
 constexpr std::string_view help =
-    R"(usage: quorvik-island <command> …
+    R"(usage: quorvik-island [<command> …]
 
-Your side of Quorvik, in a terminal.
+Your side of Quorvik, in a terminal. Without a command: the island, live (--plain: in lines, for screen
+readers).
 
   show         what the island shows right now
   clear        forget what is over
@@ -54,9 +56,10 @@ constexpr Command commands[] = {
 int dispatch(std::span<const std::string> words) {
     Console console(false);
     try {
-        if (words.empty()) throw UsageError("say what to do");
+        if (words.empty()) return LiveCommand::run(words);
         if (words.front() == "--help" || words.front() == "-h" || words.front() == "help")
             return printHelp(help);
+        if (words.front().starts_with('-')) return LiveCommand::run(words);
         const Command* command = std::ranges::find(commands, words.front(), &Command::name);
         if (command == std::end(commands)) throw UsageError("unknown command " + words.front());
         return command->run(words.subspan(1));
