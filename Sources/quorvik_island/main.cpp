@@ -1,5 +1,20 @@
 #include "quorvik_island/Arguments.h"
 #include "quorvik_island/ClearCommand.h"
+#include "quorvik_island/Commands/AcknowledgeCommand.h"
+#include "quorvik_island/Commands/AlertsCommand.h"
+#include "quorvik_island/Commands/AnswerCommand.h"
+#include "quorvik_island/Commands/AutostartCommand.h"
+#include "quorvik_island/Commands/OpenCommand.h"
+#include "quorvik_island/Commands/PickCommand.h"
+#include "quorvik_island/Commands/RequestsCommand.h"
+#include "quorvik_island/Commands/RestartCommand.h"
+#include "quorvik_island/Commands/ServeCommand.h"
+#include "quorvik_island/Commands/SettingsCommand.h"
+#include "quorvik_island/Commands/StatusCommand.h"
+#include "quorvik_island/Commands/StopCommand.h"
+#include "quorvik_island/Commands/SyncCommand.h"
+#include "quorvik_island/Commands/WatchCommand.h"
+#include "quorvik_island/Commands/WhyCommand.h"
 #include "quorvik_island/Console.h"
 #include "quorvik_island/HooksCommand.h"
 #include "quorvik_island/LiveCommand.h"
@@ -26,10 +41,23 @@ Your side of Quorvik, in a terminal. Without a command: the island, live (--plai
 readers).
 
   show         what the island shows right now
+  watch        the same, a line for every change: for status bars and scripts
+  requests     what agents wait for
+  answer       allow or deny it, or answer the questions
+  alerts       the alerts that are shown
+  open         go to an item's terminal, log or page
+  acknowledge  you have seen it
+  pick         keep an item in front
+  why          why something is shown, or is not
   clear        forget what is over
+
+  serve        the app itself: what everything reports to
+  status       how the app is; also: stop, restart, sync
+  settings     your choices
   hooks        connect coding agents with Quorvik, or disconnect them
   shell        let zsh report long commands
   statusline   let Quorvik draw Claude Code's status line
+  autostart    let the app start with your session
 
 `quorvik-island <command> --help` says more. Results go to standard output, failures to standard error.
 Exit status: 0 done, 1 something failed, 3 the command line does not make sense.
@@ -46,11 +74,26 @@ struct Command {
 };
 
 constexpr Command commands[] = {
+    {"acknowledge", AcknowledgeCommand::run},
+    {"alerts", AlertsCommand::run},
+    {"answer", AnswerCommand::run},
+    {"autostart", AutostartCommand::run},
     {"clear", ClearCommand::run},
     {"hooks", HooksCommand::run},
+    {"open", OpenCommand::run},
+    {"pick", PickCommand::run},
+    {"requests", RequestsCommand::run},
+    {"restart", RestartCommand::run},
+    {"settings", SettingsCommand::run},
+    {"serve", ServeCommand::run},
     {"shell", ShellIntegrationCommand::run},
     {"show", ShowCommand::run},
+    {"status", StatusCommand::run},
     {"statusline", StatusLineCommand::run},
+    {"stop", StopCommand::run},
+    {"sync", SyncCommand::run},
+    {"watch", WatchCommand::run},
+    {"why", WhyCommand::run},
 };
 
 int dispatch(std::span<const std::string> words) {

@@ -8,17 +8,23 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <thread>
 
 namespace quorvik {
 
 EventLoop::EventLoop() : loop_(std::make_unique<uv_loop_t>()), now_(std::chrono::system_clock::now()) {
-    if (const int error = uv_loop_init(loop_.get()); error != 0) throwLoopError("start the event loop", error);
+    if (const int error = uv_loop_init(loop_.get()); error != 0)
+        throwLoopError("start the event loop", error);
 }
 
 EventLoop::~EventLoop() {
     handlers_.clear(); // they may own handles
-    // Whoever had a handle has closed it by now; libuv wants a turn to let go of it.
-    uv_run(loop_.get(), UV_RUN_NOWAIT);
+    idleHandlers_.clear();
+    atEndOfTurn_ = {};
+    // Whoever had a handle has closed it by now; libuv wants a turn to let go of it, and to hear of the end
+    // of programs that were killed.
+    for (int turn = 0; uv_run(loop_.get(), UV_RUN_NOWAIT) != 0 && turn < 500; ++turn)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     if (uv_loop_close(loop_.get()) != 0) {
         uv_print_all_handles(loop_.get(), stderr); // somebody outlived the loop: a mistake of ours
         loop_.release();                           // they may still use it
@@ -28,8 +34,12 @@ EventLoop::~EventLoop() {
 void EventLoop::run() {
     isStopped_ = false;
     while (!isStopped_) {
-        uv_run(loop_.get(), handlers_.empty() ? UV_RUN_ONCE : UV_RUN_NOWAIT);
+        const bool mayWait = handlers_.empty() && idleHandlers_.empty();
+        uv_run(loop_.get(), mayWait ? UV_RUN_ONCE : UV_RUN_NOWAIT);
+        constexpr int mostBusyTurns = 500;
+        const bool isIdle = handlers_.empty() || ++busyTurns_ > mostBusyTurns;
         runHandlers();
+        if (isIdle) runIdleHandlers();
     }
 }
 
@@ -37,10 +47,24 @@ void EventLoop::later(Handler handler) {
     handlers_.push_back(std::move(handler));
 }
 
+void EventLoop::whenIdle(Handler handler) {
+    idleHandlers_.push_back(std::move(handler));
+}
+
+void EventLoop::runIdleHandlers() {
+    busyTurns_ = 0;
+    if (idleHandlers_.empty()) return;
+    now_ = std::chrono::system_clock::now();
+    for (const Handler& handler : std::exchange(idleHandlers_, {}))
+        handler();
+    if (atEndOfTurn_) atEndOfTurn_();
+}
+
 void EventLoop::runHandlers() {
     if (handlers_.empty()) return;
     now_ = std::chrono::system_clock::now();
-    // What handlers add waits for the next turn: a handler that always adds one must not keep sockets waiting.
+    // What handlers add waits for the next turn: a handler that always adds one must not keep sockets
+    // waiting.
     for (const Handler& handler : std::exchange(handlers_, {}))
         handler();
     if (atEndOfTurn_) atEndOfTurn_();

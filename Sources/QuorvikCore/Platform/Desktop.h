@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string_view>
+
+namespace quorvik::Platform {
+
+/// The program that opens a file or an address as a double click would: "xdg-open", "open".
+std::string_view desktopOpener();
+
+/// The program that shows a notification on the desktop.
+enum class Notifier { notifySend, osascript };
+
+Notifier desktopNotifier();
+
+/// Who starts a user's programs when their session begins.
+enum class ServiceManager { systemd, launchd };
+
+ServiceManager serviceManager();
+
+} // namespace quorvik::Platform
