@@ -120,10 +120,17 @@ struct Output {
     FileDescriptor log;
     ErrorScanner scanner;
     std::atomic<int> openStreams{2};
+    std::atomic<bool> isLost{false}; ///< some of the output could not be written, and the user was told
 };
 
-/// Copies one stream until it ends. A target that takes no more (its reader is gone) loses the output but
-/// never holds up the command.
+void tellThatOutputIsLost(int errorNumber, Output& output) {
+    const bool isUnwanted = errorNumber == EPIPE; // the reader has seen enough
+    if (isUnwanted || output.isLost.exchange(true)) return;
+    say("some of the output is lost: " + std::generic_category().message(errorNumber));
+}
+
+/// Copies one stream until it ends. A target that takes no more (its reader is gone, its disk is full) loses
+/// the output but never holds up the command.
 void pump(FileDescriptor from, int to, bool isStderr, Output& output) {
     char buffer[16384];
     for (;;) {
@@ -131,7 +138,7 @@ void pump(FileDescriptor from, int to, bool isStderr, Output& output) {
         if (count < 0 && errno == EINTR) continue;
         if (count < 1) return;
         const auto size = static_cast<std::size_t>(count);
-        writeAll(to, buffer, size);
+        if (!writeAll(to, buffer, size)) tellThatOutputIsLost(errno, output);
         const std::lock_guard lock(output.mutex);
         if (output.log) writeAll(output.log.get(), buffer, size);
         output.scanner.feed(std::string_view(buffer, size), isStderr);

@@ -49,7 +49,7 @@ class LoopTests : public TemporaryHome {
   protected:
     LoopTests() { std::filesystem::create_directories(support); }
 
-    int connect(const std::filesystem::path& path) {
+    int connect() {
         int error = 0;
         sockets.push_back(connectedSocket(path.string(), Seconds(5), error));
         EXPECT_EQ(error, 0);
@@ -105,7 +105,7 @@ TEST_F(LoopTests, HearsLinesAndBoundsWhatPeersMayCost) {
     const auto say = [&](int socket, const std::string& text) {
         ASSERT_EQ(::send(socket, text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
     };
-    const int talks = connect(path), tooLong = connect(path), silent = connect(path), waits = connect(path);
+    const int talks = connect(), tooLong = connect(), silent = connect(), waits = connect();
     say(talks, "one\ntw");
     say(tooLong, std::string(100, 'x'));
     say(waits, "later\n"); // a fourth one stays in the queue until one of the others goes
@@ -135,7 +135,7 @@ TEST_F(LoopTests, SparesSlowReadersWhatWasOvertakenAndDropsThoseThatStall) {
         connection->onClosed = [&] { isClosed = true; };
     });
     server.listen(listening.descriptor());
-    const int socket = connect(path);
+    const int socket = connect();
     ASSERT_EQ(::send(socket, "n\n", 2, 0), 2);
     ASSERT_TRUE(turnUntil(loop, [&] { return connection != nullptr; }));
     std::string got;
@@ -191,7 +191,7 @@ TEST_F(LoopTests, RunsOtherProgramsWithinTheirLimits) {
         ASSERT_TRUE(turnUntil(loop, [&] { return result.has_value(); })) << script;
         EXPECT_EQ(result->exitStatus, status) << script;
         EXPECT_EQ(result->failure, failure) << script;
-        if (script != "yes") EXPECT_EQ(result->output, output) << script;
+        EXPECT_TRUE(script == "yes" || result->output == output) << script << result->output;
     }
     std::optional<ChildProcess::Result> missing;
     const ChildProcess child(loop, {"/none/such"}, {Seconds(1), 100},

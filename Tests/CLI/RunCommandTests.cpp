@@ -293,6 +293,16 @@ TEST_F(RunCommandTests, AFullDiskDoesNotConcernTheCommand) {
     EXPECT_EQ(run(sh("echo out; exit 2")), (Program::Result{2, "out\n", ""}));
 }
 
+#ifdef __linux__
+TEST_F(RunCommandTests, SaysOnceThatOutputIsLostToAFullDisk) {
+    const std::string line =
+        programPath("quorvik") + " run -- sh -c 'echo a; sleep 0.1; echo b; exit 3' >/dev/full";
+    EXPECT_EQ(Program::run(sh(line)),
+              (Program::Result{3, "", "quorvik: some of the output is lost: No space left on device\n"}));
+    EXPECT_EQ(contentOf(takeRecord().logPath.value()), "a\nb\n");
+}
+#endif
+
 TEST_F(RunCommandTests, ClosedStandardStreams) {
     const auto closed = [] {
         for (const int descriptor : {0, 1, 2})

@@ -33,6 +33,7 @@ constexpr std::string_view summaryArguments[] = {"command",       "file_path", "
                                                  "notebook_path", "pattern",   "url",           "query",
                                                  "description",   "prompt"};
 
+constexpr std::string_view inputKeys[] = {"tool_input", "toolInput", "toolArgs", "tool_args"};
 constexpr std::string_view questionsArgument = "questions";
 
 /// An argument as one text: a text that is more than blanks, or a list of texts (a command's words) joined by
@@ -105,13 +106,24 @@ std::string HookEvent::canonicalName(std::string_view name) {
 }
 
 RawJSON::Members HookEvent::toolInputFrom(const HookPayload& payload) {
-    for (const std::string_view key : {"tool_input", "toolInput", "toolArgs", "tool_args"}) {
+    for (const std::string_view key : inputKeys) {
         const auto found = payload.members.find(key);
         if (found == payload.members.end()) continue;
         const auto text = RawJSON::string(found->second);
         if (auto arguments = RawJSON::members(text ? *text : found->second)) return std::move(*arguments);
     }
     return {};
+}
+
+std::optional<std::string> HookEvent::toolInputText(const HookPayload& payload) {
+    for (const std::string_view key : inputKeys) {
+        const auto found = payload.members.find(key);
+        if (found == payload.members.end()) continue;
+        const std::string text = RawJSON::string(found->second).value_or(found->second);
+        const auto value = RawJSON::value(text);
+        if (value && value->starts_with('{')) return repairedJSON(*value);
+    }
+    return std::nullopt;
 }
 
 bool HookEvent::isQuestionTool() const {
@@ -123,6 +135,19 @@ std::vector<Question> HookEvent::questions() const {
     if (!isQuestionTool() || list == toolInput.end()) return {};
     const auto value = parseJSON(repairedJSON(list->second));
     return value ? Question::parse(*value).value_or(std::vector<Question>()) : std::vector<Question>();
+}
+
+std::optional<std::string> HookEvent::firstQuestion() const {
+    const auto list = toolInput.find(questionsArgument);
+    if (!isQuestionTool() || list == toolInput.end()) return std::nullopt;
+    // Not questions(): what cannot be shown as a card can still be named.
+    const JSONValue value = OrderedJSON::parse(repairedJSON(list->second));
+    const auto* elements = value.arrayValue();
+    const JSONValue* text =
+        elements && !elements->empty() ? elements->front().valueAt({"question"}) : nullptr;
+    const std::string* question = text ? text->stringValue() : nullptr;
+    if (!question || Unicode::trimmed(*question, Unicode::isWhitespaceOrNewline).empty()) return std::nullopt;
+    return Redactor::redact(*question, cwd);
 }
 
 std::optional<std::string> HookEvent::toolSummary() const {
@@ -138,6 +163,7 @@ std::optional<ApprovalRequest> HookEvent::approvalRequest(Source agent, std::str
     const bool asksPermission = supportsApprovals(agent) && name == "PermissionRequest";
     const bool asksQuestions =
         supportsQuestions(agent) && name == (asksOnPreToolUse(agent) ? "PreToolUse" : "PermissionRequest");
+    if (isQuestionTool() && !supportsQuestions(agent)) return std::nullopt;
     auto list = asksQuestions ? questions() : std::vector<Question>();
     if (list.empty() && !asksPermission) return std::nullopt;
 

@@ -154,7 +154,9 @@ void Folder::Closer::operator()(void* stream) const {
 }
 
 const char* Folder::next() {
+    errno = 0; // the end and a failure look the same otherwise
     const dirent* entry = ::readdir(static_cast<DIR*>(stream_.get()));
+    if (!entry) errorNumber_ = errno;
     entry_ = entry;
     return entry ? entry->d_name : nullptr;
 }

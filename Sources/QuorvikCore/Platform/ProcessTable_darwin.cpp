@@ -6,6 +6,7 @@
 #include <sys/types.h>
 
 #include <cstdlib>
+#include <cstring>
 
 namespace quorvik::Platform {
 
@@ -28,6 +29,31 @@ std::optional<ProcessInfo> processInfo(std::int32_t pid) {
             info.tty = std::string("/dev/") + device;
     }
     return info;
+}
+
+std::vector<std::string> processArguments(std::int32_t pid) {
+    int mostBytes = 0;
+    std::size_t size = sizeof mostBytes;
+    int limit[] = {CTL_KERN, KERN_ARGMAX};
+    if (::sysctl(limit, 2, &mostBytes, &size, nullptr, 0) != 0 || mostBytes <= 0) return {};
+
+    // How many words there are, the program's path, NULs up to an aligned address, the words, the
+    // environment.
+    std::string area(static_cast<std::size_t>(mostBytes), '\0');
+    size = area.size();
+    int name[] = {CTL_KERN, KERN_PROCARGS2, pid};
+    int count = 0;
+    if (::sysctl(name, 3, area.data(), &size, nullptr, 0) != 0 || size < sizeof count) return {};
+    area.resize(size);
+    std::memcpy(&count, area.data(), sizeof count);
+    std::size_t start = area.find('\0', sizeof count);
+    start = area.find_first_not_of('\0', start);
+    std::vector<std::string> arguments;
+    for (; count > 0 && start < area.size(); --count) {
+        arguments.emplace_back(area.c_str() + start);
+        start += arguments.back().size() + 1;
+    }
+    return arguments;
 }
 
 } // namespace quorvik::Platform

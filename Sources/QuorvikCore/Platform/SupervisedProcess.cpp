@@ -104,6 +104,7 @@ void SupervisedProcess::becomeCommand(std::vector<char*>& words, int standardOut
         setAction(signal, SIG_DFL);
     for (const int signal : {SIGCHLD, SIGXFSZ})
         setAction(signal, sigismember(&originallyIgnored_, signal) == 1 ? SIG_IGN : SIG_DFL);
+    if (hasOwnGroup_) ::setpgid(0, 0);
     if (::dup2(standardOutput, STDOUT_FILENO) >= 0 && ::dup2(standardError, STDERR_FILENO) >= 0) {
         ::pthread_sigmask(SIG_SETMASK, &originalMask_, nullptr);
         ::execvp(words[0], words.data());
@@ -125,6 +126,12 @@ bool SupervisedProcess::reap(int& status) {
     return true;
 }
 
+void SupervisedProcess::forward(int signal) const {
+    ::kill(hasOwnGroup_ ? -pid_ : pid_, signal);
+    // Away from the terminal's own group, whoever reads from the terminal is stopped, and hears nothing.
+    if (hasOwnGroup_) ::kill(-pid_, SIGCONT);
+}
+
 int SupervisedProcess::wait(const std::function<bool()>& outputDone) {
     int status = 0;
     bool ended = reap(status), toldToStop = false;
@@ -133,7 +140,7 @@ int SupervisedProcess::wait(const std::function<bool()>& outputDone) {
         ::sigwait(&served_, &signal);
         if (!ended) ended = reap(status); // whatever came: a command that is gone cannot be told anything
         toldToStop = toldToStop || signal == SIGTERM || signal == SIGHUP;
-        if (!ended && std::ranges::find(forwarded, signal) != std::end(forwarded)) ::kill(pid_, signal);
+        if (!ended && std::ranges::find(forwarded, signal) != std::end(forwarded)) forward(signal);
         if (!ended || !toldToStop) continue;
 
         // What the command wrote may still be on its way through the pipes.
