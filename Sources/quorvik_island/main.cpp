@@ -17,6 +17,7 @@
 #include "quorvik_island/Commands/WhyCommand.h"
 #include "quorvik_island/Console.h"
 #include "quorvik_island/HooksCommand.h"
+#include "quorvik_island/LiveCommand.h"
 #include "quorvik_island/ShellIntegrationCommand.h"
 #include "quorvik_island/ShowCommand.h"
 #include "quorvik_island/StatusLineCommand.h"
@@ -34,9 +35,10 @@ namespace quorvik {
 namespace {
 
 constexpr std::string_view help =
-    R"(usage: quorvik-island <command> …
+    R"(usage: quorvik-island [--plain] | <command> …
 
-Your side of Quorvik, in a terminal.
+Your side of Quorvik, in a terminal. Without a command it is the island itself, live (--plain: in lines, for
+screen readers).
 
   show         what the island shows right now
   watch        the same, a line for every change: for status bars and scripts
@@ -103,10 +105,11 @@ const Command& commandNamed(const std::string& name) {
 int dispatch(std::span<const std::string> words) {
     std::string helpCommand = "quorvik-island --help"; // for who got the command line wrong
     try {
-        if (words.empty()) throw UsageError("say what to do");
+        if (words.empty()) return LiveCommand::run(words);
         const std::string& first = words.front();
         if (first == "--help" || first == "-h" || (first == "help" && words.size() == 1))
             return printHelp(help);
+        if (first.starts_with('-')) return LiveCommand::run(words);
         const std::vector<std::string> askForHelp = {"--help"};
         if (first == "help") return commandNamed(words[1]).run(askForHelp);
         const Command& command = commandNamed(first);
