@@ -8,6 +8,7 @@
 #include "quorvik_island/Commands/PickCommand.h"
 #include "quorvik_island/Commands/RequestsCommand.h"
 #include "quorvik_island/Commands/RestartCommand.h"
+#include "quorvik_island/Commands/ServeCommand.h"
 #include "quorvik_island/Commands/SettingsCommand.h"
 #include "quorvik_island/Commands/StatusCommand.h"
 #include "quorvik_island/Commands/StopCommand.h"
@@ -48,7 +49,8 @@ Your side of Quorvik, in a terminal.
   why          why something is shown, or is not
   clear        forget what is over
 
-  status       how the app is; also: stop, restart, sync
+  serve        the app itself: what everything reports to
+  status       how it is; also: stop, restart, sync
   settings     your choices
   hooks        connect coding agents with Quorvik, or disconnect them
   shell        let zsh report long commands
@@ -80,6 +82,7 @@ constexpr Command commands[] = {
     {"pick", PickCommand::run},
     {"requests", RequestsCommand::run},
     {"restart", RestartCommand::run},
+    {"serve", ServeCommand::run},
     {"settings", SettingsCommand::run},
     {"shell", ShellIntegrationCommand::run},
     {"show", ShowCommand::run},

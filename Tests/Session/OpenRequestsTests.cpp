@@ -26,7 +26,8 @@ class OpenRequestsTests : public TemporaryHome {
 
 TEST_F(OpenRequestsTests, OnlyLivingHooksWait) {
     const double started = ProcessInspector::info(::getpid())->startTime;
-    const std::string alive = request("a", ::getpid(), started), reused = request("r", ::getpid(), started - 9);
+    const std::string alive = request("a", ::getpid(), started),
+                      reused = request("r", ::getpid(), started - 9);
     Program hook({"sleep", "30"});
     const std::string killed = request("k", hook.pid(), ProcessInspector::info(hook.pid())->startTime);
     ::kill(hook.pid(), SIGKILL); // and nobody asks for its status

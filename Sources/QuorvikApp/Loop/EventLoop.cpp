@@ -12,11 +12,14 @@
 namespace quorvik {
 
 EventLoop::EventLoop() : loop_(std::make_unique<uv_loop_t>()), now_(std::chrono::system_clock::now()) {
-    if (const int error = uv_loop_init(loop_.get()); error != 0) throwLoopError("start the event loop", error);
+    if (const int error = uv_loop_init(loop_.get()); error != 0)
+        throwLoopError("start the event loop", error);
 }
 
 EventLoop::~EventLoop() {
     handlers_.clear(); // they may own handles
+    idleHandlers_.clear();
+    atEndOfTurn_ = {};
     // Whoever had a handle has closed it by now; libuv wants a turn to let go of it.
     uv_run(loop_.get(), UV_RUN_NOWAIT);
     if (uv_loop_close(loop_.get()) != 0) {
@@ -28,8 +31,12 @@ EventLoop::~EventLoop() {
 void EventLoop::run() {
     isStopped_ = false;
     while (!isStopped_) {
-        uv_run(loop_.get(), handlers_.empty() ? UV_RUN_ONCE : UV_RUN_NOWAIT);
+        const bool mayWait = handlers_.empty() && idleHandlers_.empty();
+        uv_run(loop_.get(), mayWait ? UV_RUN_ONCE : UV_RUN_NOWAIT);
+        constexpr int mostBusyTurns = 500;
+        const bool isIdle = handlers_.empty() || ++busyTurns_ > mostBusyTurns;
         runHandlers();
+        if (isIdle) runIdleHandlers();
     }
 }
 
@@ -37,10 +44,24 @@ void EventLoop::later(Handler handler) {
     handlers_.push_back(std::move(handler));
 }
 
+void EventLoop::whenIdle(Handler handler) {
+    idleHandlers_.push_back(std::move(handler));
+}
+
+void EventLoop::runIdleHandlers() {
+    busyTurns_ = 0;
+    if (idleHandlers_.empty()) return;
+    now_ = std::chrono::system_clock::now();
+    for (const Handler& handler : std::exchange(idleHandlers_, {}))
+        handler();
+    if (atEndOfTurn_) atEndOfTurn_();
+}
+
 void EventLoop::runHandlers() {
     if (handlers_.empty()) return;
     now_ = std::chrono::system_clock::now();
-    // What handlers add waits for the next turn: a handler that always adds one must not keep sockets waiting.
+    // What handlers add waits for the next turn: a handler that always adds one must not keep sockets
+    // waiting.
     for (const Handler& handler : std::exchange(handlers_, {}))
         handler();
     if (atEndOfTurn_) atEndOfTurn_();

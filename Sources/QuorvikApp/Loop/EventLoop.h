@@ -21,8 +21,8 @@ class LoopError : public std::runtime_error {
 
 /// Waits for everything at once: sockets, files, timers, signals, child processes.
 ///
-/// What happened is only noted while the loop turns. The handlers run after the turn, one after the other, and
-/// find one time for all of them. So no handler ever runs inside another one, and a handler may destroy
+/// What happened is only noted while the loop turns. The handlers run after the turn, one after the other,
+/// and find one time for all of them. So no handler ever runs inside another one, and a handler may destroy
 /// whatever it likes, its own source included. For one thread.
 class EventLoop {
   public:
@@ -43,6 +43,10 @@ class EventLoop {
     /// Runs at the end of every turn in which a handler ran, after the last one.
     void atEndOfTurn(Handler handler) { atEndOfTurn_ = std::move(handler); }
 
+    /// Runs the handler once a turn found nothing to do: everything that had happened before has been
+    /// handled. Under steady load it runs after some hundred turns.
+    void whenIdle(Handler handler);
+
     /// The time of this turn.
     Date now() const { return now_; }
 
@@ -51,9 +55,11 @@ class EventLoop {
 
   private:
     void runHandlers();
+    void runIdleHandlers();
 
     std::unique_ptr<uv_loop_s> loop_;
-    std::vector<Handler> handlers_;
+    std::vector<Handler> handlers_, idleHandlers_;
+    int busyTurns_ = 0; ///< since the last turn without anything to do
     Handler atEndOfTurn_;
     Date now_;
     bool isStopped_ = false;

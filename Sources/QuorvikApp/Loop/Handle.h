@@ -15,7 +15,7 @@ template <typename Derived, typename UvHandle>
 struct Handle : std::enable_shared_from_this<Derived> {
     UvHandle handle{};
     EventLoop* loop = nullptr;
-    EventLoop::Handler handler; ///< empty once the owner is gone
+    EventLoop::Handler handler;    ///< empty once the owner is gone
     std::shared_ptr<Derived> self; ///< keeps it alive until libuv has closed it
 
     /// To be called once libuv knows the handle.

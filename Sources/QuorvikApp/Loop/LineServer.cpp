@@ -223,16 +223,39 @@ class PipeConnection : public LineConnection {
 
 } // namespace
 
-struct LineServer::Inner : Handle<LineServer::Inner, uv_poll_t> {
-    int listening = -1;
-    LineLimits limits{};
-    Accepted accepted;
-    std::set<std::shared_ptr<PipeConnection>> connections;
-    std::unique_ptr<Timer> pause; ///< runs while nobody is accepted
+struct LineServer::Inner : std::enable_shared_from_this<LineServer::Inner> {
+    /// Waits for connections at one listening socket.
+    struct Poll : Handle<Poll, uv_poll_t> {
+        Inner* server = nullptr; ///< null once another socket is listened at
+    };
 
-    void listen() {
-        uv_poll_start(&handle, UV_READABLE, [](uv_poll_t* poll, int, int) {
-            static_cast<Inner*>(poll->data)->acceptAll();
+    Inner(EventLoop& loop_, const LineLimits& limits_, Accepted accepted_)
+        : loop(loop_), limits(limits_), accepted(std::move(accepted_)), pause(loop_, [this] { resume(); }) {}
+
+    void listen(int socket) {
+        stopListening();
+        const auto fresh = std::make_shared<Poll>();
+        fresh->loop = &loop;
+        if (const int error = uv_poll_init(loop.handle(), &fresh->handle, socket); error != 0)
+            throwLoopError("listen", error);
+        fresh->opened();
+        fresh->server = this;
+        poll = fresh;
+        listening = socket;
+        resume();
+    }
+
+    void stopListening() {
+        if (!poll) return;
+        poll->server = nullptr;
+        poll->close();
+        poll.reset();
+    }
+
+    void resume() {
+        if (!poll) return;
+        uv_poll_start(&poll->handle, UV_READABLE, [](uv_poll_t* readable, int, int) {
+            if (Inner* const server = static_cast<Poll*>(readable->data)->server) server->acceptAll();
         });
     }
 
@@ -241,12 +264,12 @@ struct LineServer::Inner : Handle<LineServer::Inner, uv_poll_t> {
             FileDescriptor socket(::accept(listening, nullptr, nullptr));
             if (!socket) {
                 if (errno == EINTR || errno == ECONNABORTED) continue;
-                if (errno != EAGAIN && errno != EWOULDBLOCK) pauseListening();
+                if (errno != EAGAIN && errno != EWOULDBLOCK) rest();
                 return;
             }
             take(std::move(socket));
         }
-        uv_poll_stop(&handle); // until one of them goes
+        uv_poll_stop(&poll->handle); // until one of them goes
     }
 
     void take(FileDescriptor socket) {
@@ -254,48 +277,48 @@ struct LineServer::Inner : Handle<LineServer::Inner, uv_poll_t> {
         const auto peer = Platform::peerProcess(socket.get());
         if (!peer || peer->user != ::geteuid()) return;
         const auto connection = std::make_shared<PipeConnection>(
-            *loop, limits, *peer, [this](PipeConnection* gone) { forget(gone); });
+            loop, limits, *peer, [this](PipeConnection* gone) { forget(gone); });
         connections.insert(connection);
         // The owner sets its handlers before anything that arrives is reported: both come after this turn.
-        loop->later([kept = shared_from_this(), connection] {
+        loop.later([kept = shared_from_this(), connection] {
             if (kept->accepted) kept->accepted(connection);
         });
         if (!connection->start(std::move(socket))) connection->close();
     }
 
     /// Out of descriptors or memory. The queue keeps whoever comes meanwhile.
-    void pauseListening() {
-        uv_poll_stop(&handle);
-        pause->start(Timer::Seconds(1));
+    void rest() {
+        uv_poll_stop(&poll->handle);
+        pause.start(Timer::Seconds(1));
     }
 
     void forget(PipeConnection* gone) {
         std::erase_if(connections, [&](const auto& connection) { return connection.get() == gone; });
-        if (listening >= 0 && !pause->isRunning()) listen();
+        if (!pause.isRunning()) resume();
     }
+
+    EventLoop& loop;
+    const LineLimits limits;
+    Accepted accepted; ///< empty once the server is gone
+    std::shared_ptr<Poll> poll;
+    int listening = -1;
+    std::set<std::shared_ptr<PipeConnection>> connections;
+    Timer pause; ///< runs while nobody is accepted
 };
 
-LineServer::LineServer(EventLoop& loop, int listening, const LineLimits& limits, Accepted accepted)
-    : inner_(std::make_shared<Inner>()) {
-    inner_->loop = &loop;
-    if (const int error = uv_poll_init(loop.handle(), &inner_->handle, listening); error != 0)
-        throwLoopError("listen", error);
-    inner_->opened();
-    inner_->listening = listening;
-    inner_->limits = limits;
-    inner_->accepted = std::move(accepted);
-    Inner* const inner = inner_.get();
-    inner_->pause = std::make_unique<Timer>(loop, [inner] { inner->listen(); });
-    inner_->listen();
-}
+LineServer::LineServer(EventLoop& loop, const LineLimits& limits, Accepted accepted)
+    : inner_(std::make_shared<Inner>(loop, limits, std::move(accepted))) {}
 
 LineServer::~LineServer() {
-    inner_->listening = -1;
     inner_->accepted = {};
-    inner_->pause.reset();
-    inner_->close();
+    inner_->pause.stop();
+    inner_->stopListening();
     for (const auto& connection : std::exchange(inner_->connections, {}))
         connection->close();
+}
+
+void LineServer::listen(int listening) {
+    inner_->listen(listening);
 }
 
 std::size_t LineServer::connectionCount() const {

@@ -12,9 +12,9 @@ namespace quorvik {
 
 /// Bounds of what one server's peers may cost.
 struct LineLimits {
-    std::size_t lineBytes;   ///< a line, without its line feed, must be shorter
-    std::size_t outputBytes; ///< of lines that a peer does not take; above that it is dropped
-    std::size_t peers;       ///< at once; further ones wait in the system's queue
+    std::size_t lineBytes;    ///< a line, without its line feed, must be shorter
+    std::size_t outputBytes;  ///< of lines that a peer does not take; above that it is dropped
+    std::size_t peers;        ///< at once; further ones wait in the system's queue
     Timer::Seconds firstLine; ///< within which a peer must have sent a line
     Timer::Seconds stalled;   ///< a peer that takes nothing for so long is dropped
 };
@@ -56,11 +56,14 @@ class LineServer {
   public:
     using Accepted = std::function<void(std::shared_ptr<LineConnection>)>;
 
-    /// The listening socket (non-blocking) stays its owner's, and must outlive the server. Throws LoopError.
-    LineServer(EventLoop& loop, int listening, const LineLimits& limits, Accepted accepted);
+    LineServer(EventLoop& loop, const LineLimits& limits, Accepted accepted);
     ~LineServer(); ///< closes all connections
     LineServer(const LineServer&) = delete;
     LineServer& operator=(const LineServer&) = delete;
+
+    /// Accepts at this listening socket (non-blocking), which stays its owner's, from now on, and no longer
+    /// at an earlier one. Whoever is connected stays so. Throws LoopError.
+    void listen(int listening);
 
     std::size_t connectionCount() const;
 

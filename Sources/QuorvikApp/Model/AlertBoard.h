@@ -24,8 +24,8 @@ class AlertBoard {
     /// The user has seen it. False when there is no such alert.
     bool remove(std::string_view key);
 
-    /// The records of the alerts, the oldest first. An alert that is no failure is "done" until its time is up:
-    /// with this `doneLinger` its record drops out of the layout by itself at that moment.
+    /// The records of the alerts, the oldest first. An alert that is no failure is "done" until its time is
+    /// up: with this `doneLinger` its record drops out of the layout by itself at that moment.
     std::vector<std::shared_ptr<const SessionRecord>> records(double doneLinger) const;
 
     std::vector<ShownAlert> shown() const;

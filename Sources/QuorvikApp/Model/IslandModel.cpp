@@ -51,8 +51,7 @@ void IslandModel::setSessions(SessionFolder folder, Date now) {
                               (record->lastEvent ? ", because of " + *record->lastEvent : ""));
     }
     for (const std::string& key : folder.lost)
-        if (!sessions_.lost.contains(key))
-            journal_.note(now, key, "lost its process, and counts as over");
+        if (!sessions_.lost.contains(key)) journal_.note(now, key, "lost its process, and counts as over");
     sessions_ = std::move(folder);
     forgetMemoryOfTheGone(now);
 }
@@ -101,7 +100,8 @@ bool IslandModel::addRequest(const ApprovalRequest& request, std::string_view me
 void IslandModel::withdrawRequest(std::string_view id, Date now) {
     const WaitingRequest* request = requests_.find(id);
     if (!request) return;
-    const std::string text = "withdrawn: its hook has gone, because the time was up or it was settled elsewhere";
+    const std::string text =
+        "withdrawn: its hook has gone, because the time was up or it was settled elsewhere";
     journal_.note(now, request->request.key(), text + " (" + std::string(id) + ")");
     journal_.note(now, std::string(id), text);
     requests_.withdraw(id);
@@ -191,8 +191,8 @@ Snapshot IslandModel::snapshot(Date now) {
     owners.reserve(records.size());
     for (const auto& record : records)
         owners.emplace(record.get(), &record);
-    const IslandLayoutView layout = Scheduler::layout(pointers(records), now, settings_.scheduler,
-                                                      memory_.acknowledged, memory_.pick);
+    const IslandLayoutView layout =
+        Scheduler::layout(pointers(records), now, settings_.scheduler, memory_.acknowledged, memory_.pick);
     const auto item = [&](const IslandItemView& view) {
         return SnapshotItem{*owners.at(view.record), view.display, view.quiet};
     };

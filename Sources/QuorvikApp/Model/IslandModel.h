@@ -70,10 +70,11 @@ class IslandModel {
     /// What is shown at `now`. Its revision is the caller's to set.
     Snapshot snapshot(Date now);
 
-    /// The next moment after `now` at which snapshot() differs although nothing happens. It may be early, never
-    /// late. Absent when there is none.
+    /// The next moment after `now` at which snapshot() differs although nothing happens. It may be early,
+    /// never late. Absent when there is none.
     std::optional<Date> nextChange(Date now) const;
 
+    const SessionFolder& sessions() const { return sessions_; }
     const Settings& settings() const { return settings_; }
     const Memory& memory() const { return memory_; }
     const RequestBoard& requests() const { return requests_; }

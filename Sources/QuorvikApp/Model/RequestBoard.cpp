@@ -24,8 +24,7 @@ std::string whyUnfit(const WaitingRequest& waiting, const ApprovalResponse& resp
     const std::string agent(displayName(request.source));
     switch (response.decision) {
     case ApprovalDecision::ask: return {};
-    case ApprovalDecision::deny:
-        return takesDenials(request) ? "" : agent + " takes answers only, no denial";
+    case ApprovalDecision::deny: return takesDenials(request) ? "" : agent + " takes answers only, no denial";
     case ApprovalDecision::allowAlways:
         if (request.isQuestion()) return "this is a question: there is nothing to allow always";
         if (waiting.grants.empty()) return "\"always\" is not offered for this request";
@@ -66,7 +65,8 @@ std::optional<RequestBoard::Refusal> RequestBoard::check(std::string_view id,
         if (why.empty()) return std::nullopt;
         return Refusal{Reason::unfit, std::move(why)};
     }
-    const auto over = std::find_if(over_.rbegin(), over_.rend(), [&](const Over& one) { return one.id == id; });
+    const auto over =
+        std::find_if(over_.rbegin(), over_.rend(), [&](const Over& one) { return one.id == id; });
     if (over == over_.rend()) return Refusal{Reason::unknown, "there is no such request"};
     if (!over->answeredBy) return Refusal{Reason::withdrawn, "withdrawn"};
     return Refusal{Reason::answeredAlready, "answered already, by " + *over->answeredBy};

@@ -12,7 +12,8 @@ namespace quorvik {
 /// ends. Nothing else ends it: no time, no default.
 class RequestBoard {
   public:
-    static constexpr std::size_t mostWaiting = 512; ///< at once; more are turned away, and agents ask by themselves
+    static constexpr std::size_t mostWaiting =
+        512; ///< at once; more are turned away, and agents ask by themselves
     static constexpr std::size_t mostRemembered = 1000; ///< requests that are over
 
     /// Why an answer is not taken; the codes are those of docs/control.md.

@@ -252,9 +252,11 @@ class SnapshotReader {
         WaitingRequest waiting;
         waiting.request = ApprovalRequest::fromJSON(value);
         RecordReader(value).required("receivedAt", waiting.receivedAt);
-        nlohmann::json members = value;
+        RawJSON::Members members = *RawJSON::members(text);
         members.erase("receivedAt");
-        waiting.members = printJSON(members);
+        for (const auto& [name, member] : members)
+            waiting.members += (waiting.members.empty() ? "{" : ",") + RawJSON::encoded(name) + ":" + member;
+        waiting.members += '}';
         const auto granted = grants.find(waiting.request.id);
         if (granted != grants.end() && granted->is_array())
             for (const auto& sentence : *granted)

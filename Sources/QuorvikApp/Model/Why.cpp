@@ -25,7 +25,8 @@ std::string whyHidden(const SessionRecord& record, Date now, const SchedulerConf
     case SessionState::ended: return "it is over (ended)";
     case SessionState::failed:
         if (acknowledged.contains(Scheduler::ackKey(record))) return "its failure has been waved away";
-        return "a service that went down is shown for " + seconds(config.portDownLinger) + " (portDownLinger)";
+        return "a service that went down is shown for " + seconds(config.portDownLinger) +
+               " (portDownLinger)";
     default: break;
     }
     if (acknowledged.contains(Scheduler::ackKey(record))) return "it has been waved away";
@@ -51,9 +52,9 @@ std::vector<std::string> IslandModel::why(std::string_view key, Date now) {
                                                            : "in the notch: it is the most urgent";
         const bool isBubble =
             std::ranges::any_of(shown.bubbles, [&](const SnapshotItem& other) { return other.id() == id; });
-        return isBubble ? "beside the notch: among the next " + std::to_string(config.maxBubbles) +
-                              " (maxBubbles)"
-                        : "in the rest: more urgent ones fill the places beside the notch";
+        return isBubble
+                   ? "beside the notch: among the next " + std::to_string(config.maxBubbles) + " (maxBubbles)"
+                   : "in the rest: more urgent ones fill the places beside the notch";
     };
     const auto tell = [&](const SessionRecord& record) {
         const std::string id = record.key();
@@ -89,9 +90,10 @@ std::vector<std::string> IslandModel::why(std::string_view key, Date now) {
             lines.push_back("not shown: of another version: " + Unicode::terminalLine(path));
     }
     for (const Journal::Entry* entry : journal_.entries(key))
-        lines.push_back(ISO8601::text(entry->when) + "  " +
-                        (entry->about.empty() || !key.empty() ? "" : Unicode::terminalLine(entry->about) + "  ") +
-                        Unicode::terminalLine(entry->text));
+        lines.push_back(
+            ISO8601::text(entry->when) + "  " +
+            (entry->about.empty() || !key.empty() ? "" : Unicode::terminalLine(entry->about) + "  ") +
+            Unicode::terminalLine(entry->text));
     return lines;
 }
 

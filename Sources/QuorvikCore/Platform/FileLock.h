@@ -21,9 +21,14 @@ class FileLock {
     /// The same without waiting: absent when somebody else holds the lock.
     static std::optional<FileLock> tryAcquire(const std::filesystem::path& path);
 
+    /// Whether the file that is locked still stands at its path: somebody may have removed or replaced it.
+    bool stands() const;
+
   private:
-    explicit FileLock(FileDescriptor file) : file_(std::move(file)) {}
+    FileLock(FileDescriptor file, std::filesystem::path path)
+        : file_(std::move(file)), path_(std::move(path)) {}
     FileDescriptor file_;
+    std::filesystem::path path_;
 };
 
 } // namespace quorvik

@@ -43,30 +43,50 @@ timeval timevalOf(LineSocket::Seconds duration) {
     return value;
 }
 
-} // namespace
-
-std::variant<LineSocket, LineSocket::ConnectFailure> LineSocket::connect(const std::string& path,
-                                                                         Seconds limit) {
+FileDescriptor newSocket() {
     FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
-    if (!socket) return ConnectFailure::noSocket;
+    if (!socket) return socket;
     ::fcntl(socket.get(), F_SETFD, FD_CLOEXEC);
 #ifdef SO_NOSIGPIPE
     const int on = 1;
     ::setsockopt(socket.get(), SOL_SOCKET, SO_NOSIGPIPE, &on, sizeof on);
 #endif
+    return socket;
+}
+
+/// 0, or the system's error number.
+int connectTo(const FileDescriptor& socket, const std::string& path, LineSocket::Seconds limit) {
     // Linux lets connect() to a listener with a full queue wait as long as sending may; macOS refuses at
     // once.
     const timeval sendLimit = timevalOf(limit);
     ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &sendLimit, sizeof sendLimit);
 
-    if (path.size() + 1 > maxPathBytes) return ConnectFailure::pathTooLong;
+    if (path.size() + 1 > LineSocket::maxPathBytes) return ENAMETOOLONG;
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-        !peerIsThisUser(socket.get()))
-        return ConnectFailure::notListening;
-    return LineSocket(std::move(socket));
+    if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+        return errno;
+    return peerIsThisUser(socket.get()) ? 0 : EPERM;
+}
+
+} // namespace
+
+FileDescriptor connectedSocket(const std::string& path, std::chrono::duration<double> limit, int& error) {
+    FileDescriptor socket = newSocket();
+    error = socket ? connectTo(socket, path, limit) : errno;
+    return error == 0 ? std::move(socket) : FileDescriptor();
+}
+
+std::variant<LineSocket, LineSocket::ConnectFailure> LineSocket::connect(const std::string& path,
+                                                                         Seconds limit) {
+    FileDescriptor socket = newSocket();
+    if (!socket) return ConnectFailure::noSocket;
+    switch (connectTo(socket, path, limit)) {
+    case 0: return LineSocket(std::move(socket));
+    case ENAMETOOLONG: return ConnectFailure::pathTooLong;
+    default: return ConnectFailure::notListening;
+    }
 }
 
 bool LineSocket::sendLine(std::string_view line) {

@@ -10,6 +10,13 @@
 
 namespace quorvik {
 
+/// A stream socket, close-on-exec, connected to the program of the same user that listens at the path; it
+/// never raises SIGPIPE where the system can be told so. Empty when that fails; `error` then is the system's
+/// error number: ENOENT or ECONNREFUSED when nobody listens (also the latter on macOS when the listener's
+/// queue is full), EAGAIN when it took nobody within the limit, ENAMETOOLONG, and EPERM for another user's
+/// program.
+FileDescriptor connectedSocket(const std::string& path, std::chrono::duration<double> limit, int& error);
+
 /// One connection to a program of the same user that listens on a Unix domain stream socket and speaks in
 /// lines: text ended by a line feed. Blocking, with limits; never raises SIGPIPE; never throws.
 class LineSocket {

@@ -260,6 +260,16 @@ bool isNumeric(char32_t scalar) {
     return kind >= UTF8PROC_CATEGORY_ND && kind <= UTF8PROC_CATEGORY_NO;
 }
 
+bool isMark(char32_t scalar) {
+    const auto kind = category(scalar);
+    return kind >= UTF8PROC_CATEGORY_MN && kind <= UTF8PROC_CATEGORY_ME;
+}
+
+bool isDrawnAlike(char32_t scalar) {
+    const auto kind = category(scalar);
+    return kind != UTF8PROC_CATEGORY_CN && kind != UTF8PROC_CATEGORY_CS && kind != UTF8PROC_CATEGORY_CO;
+}
+
 int digitValue(char32_t digit) {
     // Every script's ten digits stand in a row from zero on, and rows that adjoin are whole.
     char32_t before = 0;
