@@ -29,7 +29,7 @@ std::optional<std::string> releaseNotesByExpressions(const std::string& html) {
              {"&#39;", "'"},
              {"&amp;", "&"},
              {R"(\R)", "\n"},
-             {R"((?m)^[\p{Zs}\t]+|[\p{Zs}\t]+$)", ""},
+             {R"((?m)^[ \t]+|[ \t]+$)", ""},
              {"(?m)^[-*] ", "• "},
              {R"(\n+)", "\n"},
              {R"(\A\n|\n\z)", ""}}) {
