@@ -44,7 +44,7 @@ TEST_F(AlertClientTests, TurnsEveryAnswerIntoItsOutcome) {
               4,
               "unexpected answer",
               R"({"status":1}+|{"status":"ok","message":1}+|hello+|+|)" + std::string(5000, 'x') +
-                   R"(|{"status":"ok"})" + '\0' + "x+"},
+                  R"(|{"status":"ok"})" + '\0' + "x+"},
              {{Kind::notRunning, ""}, 1, "Quorvik is not running", R"(|{"status":"ok"})"}, // breaks off
          }) {
         EXPECT_EQ(expected.exitCode(), exitCode);

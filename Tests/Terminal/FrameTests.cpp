@@ -1,5 +1,4 @@
 #include "Tests/Terminal/ExampleSnapshots.h"
-
 #include "quorvik_island/Terminal/View.h"
 
 #include "QuorvikCore/Text/Unicode.h"
@@ -64,10 +63,15 @@ TEST(FrameTests, TheSameInAllSizes) {
 
 TEST(FrameTests, WhateverTheTextsHold) {
     Snapshot snapshot;
-    const char* hostile[] = {
-        "漢字かな交じり文がここに続く", "e\xCC\x81\xCC\x81\xCC\x81\xCC\x81\xCC\x81 \xCC\x88x",
-        "👨‍👩‍👧 \xE2\x9D\xA4\xEF\xB8\x8F 🇩🇪", "\x1b[2J\x07\r\n\t\xC2\x9B" "31m", "\xE2\x80\xAE" "abc\xE2\x80\x8B",
-        "\xFF\xFE", "%s%n \\x1b"};
+    const char* hostile[] = {"漢字かな交じり文がここに続く",
+                             "e\xCC\x81\xCC\x81\xCC\x81\xCC\x81\xCC\x81 \xCC\x88x",
+                             "👨‍👩‍👧 \xE2\x9D\xA4\xEF\xB8\x8F 🇩🇪",
+                             "\x1b[2J\x07\r\n\t\xC2\x9B"
+                             "31m",
+                             "\xE2\x80\xAE"
+                             "abc\xE2\x80\x8B",
+                             "\xFF\xFE",
+                             "%s%n \\x1b"};
     for (const char* text : hostile)
         snapshot.overflow.push_back(
             itemOf(Source::codex, text, DisplayState::working, 5, [&](SessionRecord& record) {

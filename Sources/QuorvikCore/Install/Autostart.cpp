@@ -205,4 +205,20 @@ std::vector<std::string> noticeOfUninstall(ServiceManager manager) {
     return noticeOfInstall(manager);
 }
 
+bool isInstalledHere(ServiceManager manager) {
+    constexpr std::size_t largestUnit = 1 << 20; // bytes
+    const auto content = Files::read(file(manager), largestUnit);
+    if (!content || !isOurs(*content)) return false;
+    const auto folder = Start::now("").supportFolder;
+    const bool namesFolder = content->find("QUORVIK_HOME") != content->npos;
+    return folder ? namesFolder && content->find(*folder) != content->npos : !namesFolder;
+}
+
+std::vector<std::string> startCommand(ServiceManager manager) {
+    if (manager == ServiceManager::systemd)
+        return {"systemctl", "--user", "--no-block", "start", file(manager).filename().string()};
+    const std::string label = file(manager).stem().string();
+    return {"launchctl", "kickstart", "gui/" + std::to_string(::getuid()) + "/" + label};
+}
+
 } // namespace quorvik::Autostart

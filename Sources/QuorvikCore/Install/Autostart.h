@@ -60,6 +60,13 @@ FileChange uninstall(ServiceManager manager);
 std::vector<std::string> noticeOfInstall(ServiceManager manager);
 std::vector<std::string> noticeOfUninstall(ServiceManager manager);
 
+/// Whether the service manager would start the app of this process's own support folder, whatever program
+/// that is: then it should be the one to do so.
+bool isInstalledHere(ServiceManager manager);
+
+/// The command that lets it start the app now; it does not wait until the app is ready.
+std::vector<std::string> startCommand(ServiceManager manager);
+
 } // namespace quorvik::Autostart
 
 template <>

@@ -1,7 +1,7 @@
 #include "QuorvikCore/Platform/LineSocket.h"
 
-#include "QuorvikCore/Platform/PeerProcess.h"
 #include "QuorvikCore/Platform/AwakeClock.h"
+#include "QuorvikCore/Platform/PeerProcess.h"
 
 #include <fcntl.h>
 #include <poll.h>
