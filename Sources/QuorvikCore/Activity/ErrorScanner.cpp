@@ -3,6 +3,7 @@
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 namespace quorvik {
@@ -150,7 +151,15 @@ void appendVisible(std::string_view line, std::string& text) {
     text.resize(start + line.size());
     char* const first = text.data() + start;
     char* out = first;
+    constexpr std::uint64_t each = 0x0101010101010101; // byte of eight
     while (!line.empty()) {
+        for (std::uint64_t eight; line.size() >= sizeof eight; line.remove_prefix(sizeof eight)) {
+            std::memcpy(&eight, line.data(), sizeof eight);
+            if (((eight - each * 0x20) & ~eight & (each * 0x80)) != 0) break; // one is below 0x20
+            std::memcpy(out, &eight, sizeof eight);
+            out += sizeof eight;
+        }
+        if (line.empty()) break;
         const char c = line.front();
         line.remove_prefix(1);
         if (!isControl(c))
