@@ -3,6 +3,7 @@
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 namespace quorvik {
@@ -124,11 +125,18 @@ std::size_t findTelling(std::string_view text, std::size_t from) {
 
 /// Takes off what ESC begins: the character after it, or a control sequence.
 void dropSequence(std::string_view& afterEscape) {
-    if (afterEscape.empty() || Unicode::takeCharacter(afterEscape).front() != '[') return;
-    const auto isASCII = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+    // One byte is one character where it and the next are ASCII.
+    const auto startsWithASCII = [&] {
+        return ((afterEscape[0] | (afterEscape.size() > 1 ? afterEscape[1] : 0)) & 0x80) == 0;
+    };
+    if (afterEscape.empty()) return;
+    if (afterEscape[0] == '[' && startsWithASCII())
+        afterEscape.remove_prefix(1);
+    else if (Unicode::takeCharacter(afterEscape).front() != '[')
+        return;
     while (!afterEscape.empty()) {
-        char32_t scalar = static_cast<unsigned char>(afterEscape.front());
-        if (isASCII(afterEscape[0]) && (afterEscape.size() == 1 || isASCII(afterEscape[1])))
+        char32_t scalar = static_cast<unsigned char>(afterEscape[0]);
+        if (startsWithASCII())
             afterEscape.remove_prefix(1);
         else
             scalar = Unicode::firstScalar(Unicode::takeCharacter(afterEscape)).value;
@@ -140,16 +148,28 @@ void dropSequence(std::string_view& afterEscape) {
 /// so all others need no look.
 void appendVisible(std::string_view line, std::string& text) {
     const std::size_t start = text.size();
+    text.resize(start + line.size());
+    char* const first = text.data() + start;
+    char* out = first;
+    constexpr std::uint64_t each = 0x0101010101010101; // byte of eight
     while (!line.empty()) {
-        const auto control = std::ranges::find_if(line, isControl);
-        text.append(line.begin(), control);
-        if (control == line.end()) return;
-        line.remove_prefix(static_cast<std::size_t>(control - line.begin()) + 1);
-        if (*control == escape)
+        for (std::uint64_t eight; line.size() >= sizeof eight; line.remove_prefix(sizeof eight)) {
+            std::memcpy(&eight, line.data(), sizeof eight);
+            if (((eight - each * 0x20) & ~eight & (each * 0x80)) != 0) break; // one is below 0x20
+            std::memcpy(out, &eight, sizeof eight);
+            out += sizeof eight;
+        }
+        if (line.empty()) break;
+        const char c = line.front();
+        line.remove_prefix(1);
+        if (!isControl(c))
+            *out++ = c;
+        else if (c == escape)
             dropSequence(line);
-        else if (*control == '\r' && !line.starts_with('\n'))
-            text.resize(start);
+        else if (c == '\r' && !line.starts_with('\n'))
+            out = first;
     }
+    text.resize(start + static_cast<std::size_t>(out - first));
 }
 
 bool containsErrorWord(std::string_view lowered) {
