@@ -35,7 +35,7 @@ TEST(ServiceSpec, IsReadAndWritten) {
                                                 "docker:",
                                                 "docker: ",
                                                 "compose:my app",
-                                                "compose:app\t",
+                                                "compose:\tapp",
                                                 "compose:\u00A0app",
                                                 "docker:a:b",
                                                 "docker:½",
