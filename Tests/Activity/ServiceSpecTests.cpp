@@ -22,7 +22,7 @@ TEST(ServiceSpec, IsReadAndWritten) {
     }
     for (const std::string& refused : testing::split(
              "| \n|0|70000|-1|3000x|web|:3000|web:|:|web:0|web: 3000|a:b:3000|web::3000|docker:|docker: |"
-             "compose:my app|compose:app\t|compose:\u00A0app|docker:a:b|docker:½|docker:\xFF|docker :x"))
+             "compose:my app|compose:\tapp|compose:\u00A0app|docker:a:b|docker:½|docker:\xFF|docker :x"))
         EXPECT_FALSE(ServiceSpec::parse(refused)) << refused;
 }
 

