@@ -34,10 +34,8 @@ struct Pane {
 /// The tmux pane that has this terminal.
 std::optional<Pane> paneOf(std::string_view tty) {
     constexpr std::size_t most = 1 << 20; // bytes
-    const auto listed =
-        Platform::programOutput({"tmux", "list-panes", "-a", "-F",
-                                 "#{pane_tty} #{pane_id} #{session_id} #{session_attached}"},
-                                most);
+    const auto listed = Platform::programOutput(
+        {"tmux", "list-panes", "-a", "-F", "#{pane_tty} #{pane_id} #{session_id} #{session_attached}"}, most);
     if (!listed) return std::nullopt;
     for (std::string_view rest = *listed; !rest.empty();) {
         std::string_view line = Unicode::takeLine(rest);

@@ -13,8 +13,8 @@ class OpenError : public std::runtime_error {
 };
 
 /// Goes to where the record comes from: its tmux pane, else its log in $PAGER, else its page or file in the
-/// desktop's program for it. Runs other programs on our standard streams, and waits for them. Nothing that the
-/// record says reaches a shell. Throws OpenError.
+/// desktop's program for it. Runs other programs on our standard streams, and waits for them. Nothing that
+/// the record says reaches a shell. Throws OpenError.
 void openItem(const SessionRecord& record);
 
 } // namespace quorvik

@@ -27,8 +27,8 @@ TEST(BarLineTests, HostileTextsAreShownAndDoNothing) {
     for (const auto& [title, plain, waybar, polybar, tmux] : std::initializer_list<Case>{
              {"a & <b>", "a & <b>", "a &amp; &lt;b&gt;", "a & <b>", "a & <b>"},
              {"'\"", "'\"", "&#39;&quot;", "'\"", "'\""},
-             {"%{A1:reboot:}x%%{", "%{A1:reboot:}x%%{", "%{A1:reboot:}x%%{",
-              "%\u2060{A1:reboot:}x%%\u2060{", "%{A1:reboot:}x%%{"},
+             {"%{A1:reboot:}x%%{", "%{A1:reboot:}x%%{", "%{A1:reboot:}x%%{", "%\u2060{A1:reboot:}x%%\u2060{",
+              "%{A1:reboot:}x%%{"},
              {"#(reboot)##[fg=red]#", "#(reboot)##[fg=red]#", "#(reboot)##[fg=red]#", "#(reboot)##[fg=red]#",
               "##(reboot)####[fg=red]##"},
              {"--- | bash=reboot", "--- | bash=reboot", "--- | bash=reboot", "--- | bash=reboot",

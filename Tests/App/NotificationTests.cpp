@@ -14,8 +14,8 @@ TEST(NotificationTests, TextsAreShownAndDoNothing) {
     EXPECT_EQ(permission, (Notification{"Claude Code asks to run Ba [2Jsh",
                                         "echo \"\\074b>\" && `rm` %s\nin /w<b>", true}));
     EXPECT_EQ(notifySendCommand(permission, 7),
-              (std::vector<std::string>{"notify-send", "--app-name=Quorvik", "--urgency=critical", "--print-id",
-                                        "--wait", "--replace-id=7", "--action=deny=Deny",
+              (std::vector<std::string>{"notify-send", "--app-name=Quorvik", "--urgency=critical",
+                                        "--print-id", "--wait", "--replace-id=7", "--action=deny=Deny",
                                         "--action=show=Show", "--", permission.title,
                                         "echo \"\\\\074b&gt;\" &amp;&amp; `rm` %s\nin /w&lt;b&gt;"}));
     const auto script = osascriptCommand(permission);
@@ -63,13 +63,13 @@ TEST(NotificationTests, DueWhenItHasWaitedUnseen) {
         std::vector<std::string> ids;
         std::optional<Date> next;
     };
-    for (const auto& [now, shown, ids, next] : std::initializer_list<Case>{
-             {109, {}, {}, dateFromSeconds(110)},
-             {110, {}, {"a"}, dateFromSeconds(115)},
-             {110, {"a", "b"}, {}, dateFromSeconds(117)},
-             {117, {"x"}, {"a", "b", "c"}, {}},
-             {106, {"a", "b"}, {"c"}, {}}, // from before the clock was set back
-             {117, {"a", "b", "c"}, {}, {}}})
+    for (const auto& [now, shown, ids, next] :
+         std::initializer_list<Case>{{109, {}, {}, dateFromSeconds(110)},
+                                     {110, {}, {"a"}, dateFromSeconds(115)},
+                                     {110, {"a", "b"}, {}, dateFromSeconds(117)},
+                                     {117, {"x"}, {"a", "b", "c"}, {}},
+                                     {106, {"a", "b"}, {"c"}, {}}, // from before the clock was set back
+                                     {117, {"a", "b", "c"}, {}, {}}})
         EXPECT_EQ(NotificationsDue::of(requests, shown, settings, dateFromSeconds(now)),
                   (NotificationsDue{ids, next}))
             << now;

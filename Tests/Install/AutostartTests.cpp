@@ -19,29 +19,32 @@ class AutostartTests : public TemporaryHome {
     }
 
     Program::Result autostart(const std::string& action) const {
-        return Program::run({programPath("quorvik-island"), "autostart", action, "--program", program.string()});
+        return Program::run(
+            {programPath("quorvik-island"), "autostart", action, "--program", program.string()});
     }
 
     const std::string path = ::getenv("PATH");
-    const std::filesystem::path program = writeProgram("it's 100% $HOME \\ \"q\" & <x>/quorvik-island");
+    const std::filesystem::path program = writeProgram("100% $HOME & <x>/quorvik-island");
 };
 
 TEST_F(AutostartTests, TextsAreTakenLiterally) {
-    const Autostart::Start start{program.string(), home / "sup port%", "/bin:/a&b"};
+    const Autostart::Start start{program.string(), home / "it's \\ \"100%\"", "/bin:/a&b"};
     const std::string unit = Autostart::text(ServiceManager::systemd, start);
-    EXPECT_NE(unit.find("ExecStart=\"" + home.string() +
-                        "/it's 100%% $HOME \\\\ \\\"q\\\" & <x>/quorvik-island\" serve\n"),
+    EXPECT_NE(unit.find("ExecStart=\"" + home.string() + "/100%% $HOME & <x>/quorvik-island\" serve\n"),
               unit.npos)
         << unit;
-    EXPECT_NE(unit.find("Environment=\"QUORVIK_HOME=" + home.string() + "/sup port%%\"\n"), unit.npos);
+    EXPECT_NE(unit.find("Environment=\"QUORVIK_HOME=" + home.string() + "/it's \\\\ \\\"100%%\\\"\"\n"),
+              unit.npos);
     const std::string agent = Autostart::text(ServiceManager::launchd, start);
-    EXPECT_NE(agent.find("/it's 100% $HOME \\ \"q\" &amp; &lt;x&gt;/quorvik-island</string>"), agent.npos);
+    EXPECT_NE(agent.find("/100% $HOME &amp; &lt;x&gt;/quorvik-island</string>"), agent.npos);
     EXPECT_NE(agent.find("<key>PATH</key>\n\t\t<string>/bin:/a&amp;b</string>"), agent.npos);
-    EXPECT_THROW(Autostart::text(ServiceManager::systemd, {"/a\nExecStart=/b", {}, ""}), EditError);
+    for (const char* unfit : {"/a\nExecStart=/b", "/it's", "/\\", "/\""})
+        EXPECT_THROW(Autostart::text(ServiceManager::systemd, {unfit, {}, ""}), EditError);
 
     const auto file = write("units/quorvik.service", unit).string();
     const auto verified = Program::run({"sh", "-c",
                                         "command -v systemd-analyze >/dev/null || exit 0\n"
+                                        "export XDG_RUNTIME_DIR=\"$HOME\"\n"
                                         "exec systemd-analyze --user --man=no verify \"$1\"",
                                         "sh", file});
     EXPECT_EQ(verified, (Program::Result{0, "", ""}));
@@ -61,7 +64,12 @@ TEST_F(AutostartTests, AnAgentGoesInAndOut) {
 
 TEST_F(AutostartTests, TheCommandWritesAUnit) {
     if (Platform::serviceManager() != ServiceManager::systemd) GTEST_SKIP();
-    ::setenv("PATH", (writeProgram("bin/systemctl", "#!/bin/sh\necho \"$@\" >>\"$HOME/told\"\n").parent_path().string() + ":" + path).c_str(), 1);
+    ::setenv(
+        "PATH",
+        (writeProgram("bin/systemctl", "#!/bin/sh\necho \"$@\" >>\"$HOME/told\"\n").parent_path().string() +
+         ":" + path)
+            .c_str(),
+        1);
     ::setenv("XDG_CONFIG_HOME", (home / "config").c_str(), 1);
     const auto file = home / "config/systemd/user/quorvik.service";
     const auto wants = file.parent_path() / "default.target.wants/quorvik.service";
@@ -79,14 +87,16 @@ TEST_F(AutostartTests, TheCommandWritesAUnit) {
     write("bin/systemctl", "#!/bin/sh\nexit 1\n");
     const auto removed = autostart("uninstall");
     EXPECT_EQ(removed.status, 0);
-    EXPECT_EQ(removed.errors, "quorvik-island: autostart: `systemctl` was of no use; it takes effect with your "
-                              "next session\n");
+    EXPECT_EQ(removed.errors,
+              "quorvik-island: autostart: `systemctl` was of no use; it takes effect with your "
+              "next session\n");
     EXPECT_FALSE(std::filesystem::is_symlink(wants));
     EXPECT_FALSE(std::filesystem::exists(file));
 
     write("config/systemd/user/quorvik.service", "[Unit]\n");
-    EXPECT_EQ(autostart("install"), (Program::Result{1, "", "quorvik-island: autostart: " + file.string() +
-                                                               " is not Quorvik's; it is left alone\n"}));
+    EXPECT_EQ(autostart("install"), (Program::Result{1, "",
+                                                     "quorvik-island: autostart: " + file.string() +
+                                                         " is not Quorvik's; it is left alone\n"}));
     EXPECT_EQ(autostart("uninstall").output, "foreign\n" + file.string() + "\n");
     EXPECT_EQ(contentOf(file), "[Unit]\n");
 }

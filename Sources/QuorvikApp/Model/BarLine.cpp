@@ -96,7 +96,8 @@ std::string tooltip(const Snapshot& snapshot) {
 std::string escaped(Format format, std::string_view line) {
     switch (format) {
     case Format::waybar: return escapedMarkup(line);
-    case Format::polybar: return replaced(line, "%{", "%\u2060{"); // it has no escape: a word joiner parts them
+    case Format::polybar:
+        return replaced(line, "%{", "%\u2060{"); // it has no escape: a word joiner parts them
     case Format::tmux: return replaced(line, "#", "##");
     case Format::i3blocks:   // JSON, and told to take no markup
     case Format::sketchybar: // an argument of its own, which is shown as it is

@@ -11,8 +11,8 @@ namespace {
 
 constexpr std::string_view denyAction = "deny", showAction = "show";
 
-/// What notify-send shows as `text` literally: it undoes the escapes of a C string first, and then the desktop
-/// takes the rest for markup.
+/// What notify-send shows as `text` literally: it undoes the escapes of a C string first, and then the
+/// desktop takes the rest for markup.
 std::string escapedBody(std::string_view text) {
     std::string result;
     for (const char c : text) {
@@ -49,8 +49,8 @@ Notification Notification::of(const ApprovalRequest& request) {
 std::vector<std::string> notifySendCommand(const Notification& notification,
                                            std::optional<std::uint32_t> replaces) {
     // Critical: an agent is blocked, and such a notification does not go away by itself.
-    std::vector<std::string> command = {"notify-send", "--app-name=Quorvik", "--urgency=critical", "--print-id",
-                                        "--wait"};
+    std::vector<std::string> command = {"notify-send", "--app-name=Quorvik", "--urgency=critical",
+                                        "--print-id", "--wait"};
     if (replaces) command.push_back("--replace-id=" + std::to_string(*replaces));
     if (notification.canDeny) command.push_back("--action=" + std::string(denyAction) + "=Deny");
     command.push_back("--action=" + std::string(showAction) + "=Show");

@@ -52,8 +52,8 @@ struct NotificationsDue {
     std::vector<std::string> ids; ///< now, in the order of the requests; also those that have theirs already
     std::optional<Date> next;     ///< when to ask again, if nothing happens; absent: not at all
 
-    /// `shown`: ids of the requests that are in front of the user somewhere. A request that arrives after `now`
-    /// was there before the clock was set back: how long it has waited is not known, and it is due.
+    /// `shown`: ids of the requests that are in front of the user somewhere. A request that arrives after
+    /// `now` was there before the clock was set back: how long it has waited is not known, and it is due.
     static NotificationsDue of(std::span<const std::shared_ptr<const WaitingRequest>> requests,
                                const std::set<std::string, std::less<>>& shown, const Settings& settings,
                                Date now);

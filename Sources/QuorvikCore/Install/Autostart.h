@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-/// The app's start with the user's session: a unit for systemd, or an agent for launchd. Both restart it after
-/// a crash, and leave it alone when it ended by itself or found another one running.
+/// The app's start with the user's session: a unit for systemd, or an agent for launchd. Both restart it
+/// after a crash, and leave it alone when it ended by itself or found another one running.
 namespace quorvik::Autostart {
 
 using Path = std::filesystem::path;
@@ -22,7 +22,8 @@ inline constexpr std::string_view marker = "quorvik-managed";
 struct Start {
     std::string program;                      ///< absolute path of quorvik-island
     std::optional<std::string> supportFolder; ///< $QUORVIK_HOME, if the user has set it
-    std::string searchPath; ///< $PATH, for launchd, which has a bare one: the app runs git, docker and the like
+    std::string
+        searchPath; ///< $PATH, for launchd, which has a bare one: the app runs git, docker and the like
 
     /// With what this process has in its environment.
     static Start now(std::string program);
@@ -35,7 +36,8 @@ Path file(ServiceManager manager);
 /// which starts everything in the folder.
 Path link(ServiceManager manager);
 
-/// The file's content. Throws EditError when a control character stands in one of the texts.
+/// The file's content. Throws EditError when a control character stands in one of the texts, or in the
+/// program's path what systemd does not take there.
 std::string text(ServiceManager manager, const Start& start);
 
 enum class State {
@@ -45,17 +47,18 @@ enum class State {
     foreign       ///< there is one, and it is not ours
 };
 
+/// Throws as text() does, and FileError when the file cannot be read.
 State state(ServiceManager manager, const Start& start);
 
-/// Writes the file and the link. A file of ours that was edited is backed up. Throws FileError, and EditError
-/// "<path> is not Quorvik's; it is left alone".
+/// Writes the file and the link. A file of ours that was edited is backed up. Throws as text() does,
+/// FileError, and EditError "<path> is not Quorvik's; it is left alone".
 FileChange install(ServiceManager manager, const Start& start);
 
 /// Takes file and link away again; what is not ours stays. Throws FileError.
 FileChange uninstall(ServiceManager manager);
 
-/// The command that lets the service manager know after install(), or after uninstall(); empty when it need not
-/// know before the next session.
+/// The command that lets the service manager know after install(), or after uninstall(); empty when it need
+/// not know before the next session.
 std::vector<std::string> noticeOfInstall(ServiceManager manager);
 std::vector<std::string> noticeOfUninstall(ServiceManager manager);
 

@@ -29,12 +29,11 @@ int run(std::span<const std::string> commandLine) {
     const Arguments arguments = Arguments::parse(commandLine, flags, {});
     if (arguments.has("--help")) return printHelp(help);
     const bool all = arguments.has("--all");
-    if (arguments.words.size() + (all ? 1 : 0) != 1)
-        throw UsageError("acknowledge: say one key, or --all");
+    if (arguments.words.size() + (all ? 1 : 0) != 1) throw UsageError("acknowledge: say one key, or --all");
 
     Console console(false);
-    const nlohmann::json parameters = all ? nlohmann::json{{"all", true}}
-                                          : nlohmann::json{{"key", arguments.words.front()}};
+    const nlohmann::json parameters =
+        all ? nlohmann::json{{"all", true}} : nlohmann::json{{"key", arguments.words.front()}};
     const auto result =
         ControlClient::connect("command", ControlClient::Start::never).call("acknowledge", parameters);
     console.line("acknowledged " + std::to_string(result.value("acknowledged", 0)));

@@ -5,6 +5,7 @@
 #include "quorvik_island/Console.h"
 
 #include "QuorvikApp/Control/ControlClient.h"
+
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <array>
@@ -31,8 +32,7 @@ int run(std::span<const std::string> commandLine) {
     if (!arguments.words.empty()) throw UsageError("alerts: unexpected argument " + arguments.words.front());
 
     Console console(arguments.has("--json"));
-    const Snapshot snapshot =
-        ControlClient::connect("command", ControlClient::Start::never).snapshot();
+    const Snapshot snapshot = ControlClient::connect("command", ControlClient::Start::never).snapshot();
     nlohmann::json list = nlohmann::json::array();
     std::string lines;
     for (const ShownAlert& shown : snapshot.alerts) {

@@ -4,6 +4,7 @@
 #include "quorvik_island/Console.h"
 
 #include "QuorvikApp/Control/ControlClient.h"
+
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
@@ -154,8 +155,7 @@ std::vector<std::string> answerTexts(const std::vector<TypedAnswer>& typed, cons
         const std::size_t index = texts.size();
         if (request && request->isQuestion() && index < request->questions->size()) {
             const std::string why = whyNoChoice((*request->questions)[index], answer.labels);
-            if (!why.empty())
-                throw ControlError(unfit, "question " + std::to_string(index + 1) + " " + why);
+            if (!why.empty()) throw ControlError(unfit, "question " + std::to_string(index + 1) + " " + why);
         }
         std::string& text = texts.emplace_back(answer.text.value_or(""));
         for (const std::string& label : answer.labels)

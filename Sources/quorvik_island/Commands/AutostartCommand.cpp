@@ -42,7 +42,8 @@ constexpr ProgramPath app = {"--program", "program", programName,
 void tell(const std::vector<std::string>& command, Console& console) {
     constexpr std::size_t most = 1 << 16; // bytes
     if (command.empty() || Platform::programOutput(command, most)) return;
-    console.note("autostart: `" + command.front() + "` was of no use; it takes effect with your next session");
+    console.note("autostart: `" + command.front() +
+                 "` was of no use; it takes effect with your next session");
 }
 
 } // namespace

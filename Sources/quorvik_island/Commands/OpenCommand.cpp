@@ -30,8 +30,7 @@ int run(std::span<const std::string> commandLine) {
     if (arguments.words.size() != 1) throw UsageError("open: say one key");
 
     const std::string& key = arguments.words.front();
-    const Snapshot snapshot =
-        ControlClient::connect("command", ControlClient::Start::never).snapshot();
+    const Snapshot snapshot = ControlClient::connect("command", ControlClient::Start::never).snapshot();
     for (const SnapshotItem* item : snapshot.items()) {
         if (item->id() != key) continue;
         openItem(*item->record);

@@ -6,7 +6,8 @@
 /// `quorvik-island requests`: what agents wait for.
 namespace quorvik::RequestsCommand {
 
-/// Takes the words after "requests" and returns the exit status. Throws UsageError, and ControlError and NoApp.
+/// Takes the words after "requests" and returns the exit status. Throws UsageError, and ControlError and
+/// NoApp.
 int run(std::span<const std::string> commandLine);
 
 } // namespace quorvik::RequestsCommand

@@ -5,6 +5,7 @@
 
 #include "QuorvikApp/Control/ControlClient.h"
 #include "QuorvikApp/Model/Settings.h"
+
 #include "QuorvikCore/Install/SettingsDocument.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 #include "QuorvikCore/Text/Unicode.h"
@@ -35,7 +36,9 @@ Examples:
 )";
 
 std::string shown(const nlohmann::json& value) {
-    return value.is_string() ? value.get<std::string>() : value.dump();
+    if (value.is_string()) return value.get<std::string>();
+    const std::string number = value.dump(); // of a whole number of seconds "10.0"
+    return number.ends_with(".0") ? number.substr(0, number.size() - 2) : number;
 }
 
 /// The value as it is written into the file: a number as it was typed. Throws UsageError.
@@ -73,7 +76,8 @@ void change(const SettingRule& rule, const std::optional<JSONValue>& value) {
     }
 }
 
-/// Lets a running app take the change over before we are done. One that does not answer will see it by itself.
+/// Lets a running app take the change over before we are done. One that does not answer will see it by
+/// itself.
 void tellApp() {
     try {
         ControlClient::connect("command", ControlClient::Start::never)

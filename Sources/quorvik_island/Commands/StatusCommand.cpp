@@ -5,6 +5,7 @@
 #include "quorvik_island/Console.h"
 
 #include "QuorvikApp/Control/ControlClient.h"
+
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <array>
@@ -62,8 +63,7 @@ int run(std::span<const std::string> commandLine) {
 
     Console console(arguments.has("--json"));
     try {
-        nlohmann::json status =
-            ControlClient::connect("command", ControlClient::Start::never).call("status");
+        nlohmann::json status = ControlClient::connect("command", ControlClient::Start::never).call("status");
         console.text(linesOf(status));
         status["running"] = true;
         console.value(status);

@@ -4,6 +4,7 @@
 #include "quorvik_island/Console.h"
 
 #include "QuorvikApp/Control/ControlClient.h"
+
 #include "QuorvikCore/Session/ProcessInspector.h"
 
 #include <thread>

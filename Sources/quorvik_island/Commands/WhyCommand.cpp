@@ -4,6 +4,7 @@
 #include "quorvik_island/Console.h"
 
 #include "QuorvikApp/Control/ControlClient.h"
+
 #include "QuorvikCore/Text/Unicode.h"
 
 namespace quorvik::WhyCommand {
