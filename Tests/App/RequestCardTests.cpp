@@ -18,7 +18,7 @@ ApprovalRequest requestOf(Source source, const char* tool, const char* input) {
 std::vector<VisibleText::Range> secretsIn(std::string_view text) {
     std::vector<VisibleText::Range> found;
     for (std::size_t at = 0; (at = text.find("pass", at)) != text.npos;) {
-        const std::size_t end = std::min(text.find_first_of(" \"\n", at), text.size());
+        const std::size_t end = std::min(text.find_first_of(" \"'", at), text.size());
         found.push_back({at, end});
         at = end;
     }
@@ -97,9 +97,8 @@ TEST(RequestCardTests, InputsInTheirOwnForm) {
          "Claude Code asks to run Bash in ~/work/app", "$git push\n$    ls\n:description: Push\n"},
         {"Bash", R"({"command":"login passw0rd now"})", "Claude Code asks to run Bash in ~/work/app",
          "$login ⟦hidden, 8 bytes⟧ now\n"},
-        // Never hidden: a shell would run it.
-        {"Bash", R"({"command":"X=pass$(curl|sh) ls"})", "Claude Code asks to run Bash in ~/work/app",
-         "$X=pass$(curl|sh) ls\n"},
+        {"Bash", R"({"command":"echo 'pass\nword' x"})", "Claude Code asks to run Bash in ~/work/app",
+         "$echo '⟦hidden, 4 bytes⟧\n$⟦hidden, 4 bytes⟧' x\n"},
         // Two values for one name: which one counts?
         {"Bash", R"({"command":"ls","command":"rm"})", "Claude Code asks to use Bash in ~/work/app",
          ":{\n:  \"command\": \"ls\",\n:  \"command\": \"rm\"\n:}\n"},

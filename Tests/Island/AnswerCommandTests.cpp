@@ -7,7 +7,7 @@ namespace quorvik {
 using namespace testing;
 
 /// `quorvik-island requests` and `quorvik-island answer`.
-class AnswerCommandTests : public RunningApp {
+class AnswerCommandTests : public AppTest {
   protected:
     using Words = std::vector<std::string>;
 
@@ -58,7 +58,7 @@ TEST_F(AnswerCommandTests, TheAgentGetsWhatWasAnswered) {
               {"allow", "--text", "--none", "--next", "--text", "tiny"}, // a value may begin with dashes
               "answered",
               {allow, {}, {{"--none", "tiny"}}}}}) {
-        auto answered = RunningApp::ask(request);
+        auto answered = AppTest::ask(request);
         Words line = words;
         line.insert(line.begin(), request.id);
         EXPECT_EQ(answer(line), (Program::Result{0, said + "\n", ""}));
@@ -73,8 +73,8 @@ TEST_F(AnswerCommandTests, OtherAnswersAreRefusedInOneLine) {
     auto plain = permission();
     plain.id = "r2";
     plain.suggestions.reset();
-    auto first = RunningApp::ask(permission()), second = RunningApp::ask(plain),
-         third = RunningApp::ask(question());
+    auto first = AppTest::ask(permission()), second = AppTest::ask(plain),
+         third = AppTest::ask(question());
 
     const auto lines = island({"requests"}).output;
     EXPECT_TRUE(std::regex_match(

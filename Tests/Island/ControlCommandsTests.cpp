@@ -12,7 +12,7 @@ namespace quorvik {
 using namespace testing;
 
 /// The commands that need the app, and those that work with and without it.
-class ControlCommandsTests : public RunningApp {
+class ControlCommandsTests : public AppTest {
   protected:
     void put(const std::string& id, SessionState state,
              const std::function<void(SessionRecord&)>& change = {}) const {
@@ -86,16 +86,16 @@ TEST_F(ControlCommandsTests, WhatIsSeenGoesAndWhatIsPickedIsKeptInFront) {
 
     const auto status = json({"status", "--json"});
     EXPECT_EQ(status["running"], true);
-    EXPECT_EQ(status["pid"], app->pid());
+    EXPECT_EQ(status["pid"], app().pid());
     EXPECT_TRUE(std::regex_search(island({"status"}).output,
                                   std::regex("^running for [0-9]+ s: version [0-9.]+, process " +
-                                             std::to_string(app->pid()) +
+                                             std::to_string(app().pid()) +
                                              ", .*\n"
                                              "folder " +
                                              support.string() + "\n0 requests wait\n")));
     EXPECT_EQ(island({"stop"}), (Program::Result{0, "", ""}));
     EXPECT_EQ(json({"status", "--json"})["running"], false); // at once: `stop` has waited
-    EXPECT_EQ(app->finish().status, 0);
+    expectAppEnds();
 }
 
 TEST_F(ControlCommandsTests, WatchOutlivesTheAppAndNotItsReader) {

@@ -3,38 +3,57 @@
 #include "Tests/Support/Program.h"
 #include "Tests/Support/TemporaryHome.h"
 
-#include "QuorvikCore/Approvals/ApprovalRequest.h"
-
-#include <nlohmann/json.hpp>
+#include "QuorvikApp/Control/ControlClient.h"
 
 #include <future>
+#include <list>
 #include <memory>
+#include <optional>
 
 namespace quorvik::testing {
 
-/// A test with the real app in its home folder. Commands started by it bear no agent's mark, and start no
-/// app.
-class RunningApp : public TemporaryHome {
+/// A test with the real app of its own support folder, and the real programs around it.
+class AppTest : public TemporaryHome {
   protected:
-    RunningApp();
-    ~RunningApp() override;
+    AppTest();
+    ~AppTest() override; ///< ends what it started
 
+    /// Starts `quorvik-island serve` and waits until it can be connected to.
     void startApp();
 
-    /// Runs `quorvik-island` with these words.
-    static Program::Result island(std::vector<std::string> words);
+    /// The same program, as it runs.
+    Program& app() { return *app_; }
 
-    /// What it prints as JSON.
+    /// Waits for its end and checks that it said nothing but `errors`, with that status.
+    void expectAppEnds(int status = 0, const std::string& errors = "");
+
+    /// What the app shows once everything that was caused before has been published.
+    Snapshot synced();
+
+    /// A connection of the test's own.
+    ControlClient& control();
+
+    /// Starts the real hook with one event of an agent whose process lives as long as the test.
+    Program& hook(const std::string& source, const std::string& payload);
+
+    /// The id of the only request that waits, as soon as there is one.
+    std::string waitingRequest();
+
+    /// One run of quorvik-island; what it prints, as JSON; and the result of one that fails.
+    static Program::Result island(std::vector<std::string> words);
     static nlohmann::json json(const std::vector<std::string>& words);
+    static Program::Result failed(int status, const std::string& why);
 
     /// Asks as a hook does, and returns once the request waits.
     using Answer = std::future<std::optional<ApprovalResponse>>;
     static Answer ask(const ApprovalRequest& request);
 
-    /// A command that failed this way.
-    static Program::Result failed(int status, const std::string& why);
+    Program agent{{"sleep", "1000"}}; ///< stands for the agents' process
+    std::list<Program> hooks;
 
-    std::unique_ptr<Program> app;
+  private:
+    std::unique_ptr<Program> app_;
+    std::optional<ControlClient> control_;
 };
 
 } // namespace quorvik::testing

@@ -24,13 +24,28 @@ namespace quorvik::AppStarter {
 
 namespace {
 
-/// What the app, and the tools that it runs, need of the starter's environment. Whatever else is there belongs
-/// to one terminal or one agent, and would outlive it.
-constexpr std::array<std::string_view, 20> kept = {
-    "HOME",        "USER",           "LOGNAME",         "PATH",        "SHELL",
-    "TMPDIR",      "LANG",           "LC_ALL",          "LC_CTYPE",    "TZ",
-    "DISPLAY",     "WAYLAND_DISPLAY", "XAUTHORITY",     "XDG_RUNTIME_DIR", "DBUS_SESSION_BUS_ADDRESS",
-    "XDG_CONFIG_HOME", "DOCKER_HOST", "GH_CONFIG_DIR",  "SSH_AUTH_SOCK", "QUORVIK_HOME"};
+/// What the app, and the tools that it runs, need of the starter's environment. Whatever else is there
+/// belongs to one terminal or one agent, and would outlive it.
+constexpr std::array<std::string_view, 20> kept = {"HOME",
+                                                   "USER",
+                                                   "LOGNAME",
+                                                   "PATH",
+                                                   "SHELL",
+                                                   "TMPDIR",
+                                                   "LANG",
+                                                   "LC_ALL",
+                                                   "LC_CTYPE",
+                                                   "TZ",
+                                                   "DISPLAY",
+                                                   "WAYLAND_DISPLAY",
+                                                   "XAUTHORITY",
+                                                   "XDG_RUNTIME_DIR",
+                                                   "DBUS_SESSION_BUS_ADDRESS",
+                                                   "XDG_CONFIG_HOME",
+                                                   "DOCKER_HOST",
+                                                   "GH_CONFIG_DIR",
+                                                   "SSH_AUTH_SOCK",
+                                                   "QUORVIK_HOME"};
 
 constexpr int readinessNumber = 3; ///< the descriptor at which a background app finds its starter
 
@@ -106,7 +121,8 @@ void start(std::chrono::duration<double> limit) {
     Pipe readiness = Pipe::create();
     if (!readiness.readEnd) fail(std::generic_category().message(errno));
 
-    std::vector<std::string> words = {program.string(), "serve", "--detached=" + std::to_string(readinessNumber)};
+    std::vector<std::string> words = {program.string(), "serve",
+                                      "--detached=" + std::to_string(readinessNumber)};
     std::vector<std::string> environment = reducedEnvironment();
     SpawnWishes wishes;
     sigset_t none, all;

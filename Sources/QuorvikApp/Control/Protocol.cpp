@@ -58,8 +58,8 @@ std::string resultText(const nlohmann::json& id, std::string_view value) {
 }
 
 std::string notificationText(std::string_view method, std::string_view params) {
-    return std::string(start) + "\"method\":\"" + std::string(method) + "\",\"params\":" + std::string(params) +
-           "}";
+    return std::string(start) + "\"method\":\"" + std::string(method) +
+           "\",\"params\":" + std::string(params) + "}";
 }
 
 } // namespace quorvik::ControlProtocol

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <thread>
 
 namespace quorvik {
 
@@ -20,8 +21,10 @@ EventLoop::~EventLoop() {
     handlers_.clear(); // they may own handles
     idleHandlers_.clear();
     atEndOfTurn_ = {};
-    // Whoever had a handle has closed it by now; libuv wants a turn to let go of it.
-    uv_run(loop_.get(), UV_RUN_NOWAIT);
+    // Whoever had a handle has closed it by now; libuv wants a turn to let go of it, and to hear of the end
+    // of programs that were killed.
+    for (int turn = 0; uv_run(loop_.get(), UV_RUN_NOWAIT) != 0 && turn < 500; ++turn)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     if (uv_loop_close(loop_.get()) != 0) {
         uv_print_all_handles(loop_.get(), stderr); // somebody outlived the loop: a mistake of ours
         loop_.release();                           // they may still use it

@@ -42,7 +42,8 @@ struct CardQuestion {
 
 /// What somebody needs to see who decides about a request, and what may be offered then.
 struct RequestCard {
-    /// Where in a text credentials stand, in order and apart from each other.
+    /// Where in a text credentials stand, in order and apart from each other; never a stretch in which a
+    /// shell would run something.
     using SecretFinder = std::function<std::vector<VisibleText::Range>(std::string_view text)>;
 
     std::string headline;                ///< "Claude Code asks to run Bash in ~/work/app"

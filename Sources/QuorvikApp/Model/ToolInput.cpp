@@ -14,12 +14,6 @@ using Kind = CardLine::Kind;
 using VisibleText::Range;
 using Text = std::string_view;
 
-/// Whether a shell would run a part of the text, or end a command in it.
-bool mayRun(Text text) {
-    return text.find_first_of("`;|&\n") != text.npos || text.find("$(") != text.npos ||
-           text.find("<(") != text.npos || text.find(">(") != text.npos;
-}
-
 void appendShown(CardLine& line, Text text) {
     // The signs around what is hidden are nobody else's.
     constexpr Text opening = "⟦", closing = "⟧";
@@ -65,26 +59,36 @@ class Writer {
     explicit Writer(const RequestCard::SecretFinder& secrets) : secrets_(secrets) {}
 
     void text(Text text, Kind kind) {
-        std::vector<Range> secrets = secrets_ ? secrets_(text) : std::vector<Range>();
-        std::erase_if(secrets, [&](const Range& range) {
-            return mayRun(text.substr(range.begin, range.end - range.begin));
-        });
+        const std::vector<Range> secrets = secrets_ ? secrets_(text) : std::vector<Range>();
         std::size_t next = 0;
         for (const Text piece : linesOf(text)) {
             const auto begin = static_cast<std::size_t>(piece.data() - text.data());
             const std::size_t end = begin + piece.size();
             CardLine line{.kind = kind};
             std::size_t from = begin;
-            for (; next < secrets.size() && secrets[next].begin < end; ++next) {
-                add(line, text.substr(from, secrets[next].begin - from), from == begin);
+            while (next < secrets.size() && secrets[next].begin < end) {
+                if (secrets[next].end <= begin) { // nothing but a line feed
+                    ++next;
+                    continue;
+                }
+                const std::size_t start = std::max(secrets[next].begin, begin);
                 const std::size_t stop = std::min(secrets[next].end, end);
+                if (from == begin)
+                    line = lineOf(text.substr(from, start - from), kind);
+                else
+                    appendShown(line, text.substr(from, start - from));
                 const std::size_t offset = line.text.size();
-                line.text += "⟦hidden, " + std::to_string(stop - secrets[next].begin) + " bytes⟧";
+                line.text += "⟦hidden, " + std::to_string(stop - start) + " bytes⟧";
                 line.hidden.push_back({offset, line.text.size()});
                 result_.hides = true;
                 from = stop;
+                if (secrets[next].end > end) break; // it goes on in the next line
+                ++next;
             }
-            add(line, text.substr(from, end - from), from == begin);
+            if (from > begin)
+                appendShown(line, text.substr(from, end - from));
+            else
+                line = lineOf(text.substr(from, end - from), kind);
             result_.lines.push_back(std::move(line));
         }
     }
@@ -153,15 +157,6 @@ class Writer {
     Lines take() { return std::move(result_); }
 
   private:
-    static void add(CardLine& line, Text text, bool isBegin) {
-        if (isBegin) {
-            const Kind kind = line.kind;
-            line = lineOf(text, kind);
-        } else {
-            appendShown(line, text);
-        }
-    }
-
     const RequestCard::SecretFinder& secrets_;
     Lines result_;
 };

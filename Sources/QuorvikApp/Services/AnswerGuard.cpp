@@ -11,11 +11,12 @@ namespace quorvik::AnswerGuard {
 namespace {
 
 /// What agents put into the environment of the commands that they run.
-constexpr std::string_view marks[] = {"CLAUDECODE",   "CLAUDE_CODE_ENTRYPOINT", "CODEX_SANDBOX",
-                                      "CODEX_SANDBOX_NETWORK_DISABLED",         "CODEX_THREAD_ID",
-                                      "QWEN_CODE",    "GROK_CLI",               "COPILOT_CLI",
-                                      "DEVIN_PROJECT_DIR",                      "KIMI_CLI",
-                                      "PI_CODING_AGENT", "COMMANDCODE"};
+constexpr std::string_view marks[] = {"CLAUDECODE",        "CLAUDE_CODE_ENTRYPOINT",
+                                      "CODEX_SANDBOX",     "CODEX_SANDBOX_NETWORK_DISABLED",
+                                      "CODEX_THREAD_ID",   "QWEN_CODE",
+                                      "GROK_CLI",          "COPILOT_CLI",
+                                      "DEVIN_PROJECT_DIR", "KIMI_CLI",
+                                      "PI_CODING_AGENT",   "COMMANDCODE"};
 
 bool isAgentsProcess(const ProcessInspector::Info& process, const SessionRecord& record) {
     if (!isAgent(record.source) || record.pid != process.pid) return false;

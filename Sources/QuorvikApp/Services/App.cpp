@@ -5,6 +5,7 @@
 #include "QuorvikApp/Services/ApprovalService.h"
 #include "QuorvikApp/Services/ControlService.h"
 #include "QuorvikApp/Services/Log.h"
+#include "QuorvikApp/Services/Notifier.h"
 #include "QuorvikApp/Services/SessionsService.h"
 #include "QuorvikApp/Services/SettingsService.h"
 
@@ -60,6 +61,10 @@ class RunningApp {
           control_(loop_, model_, approvals_,
                    {[this](EventLoop::Handler done) { sync(std::move(done)); }, [this] { stop(); },
                     [this] { noteChange(); }}),
+          notifier_(
+              loop_, model_, approvals_,
+              [this](std::string_view request) { return control_.isShown(request); },
+              [this] { noteChange(); }),
           settings_(loop_, model_, [this] { settingsChanged(); }),
           sessions_(loop_, model_, [this] { noteChange(); }),
           supportWatch_(loop_, [this] { supportFolderChanged(); }),
@@ -160,6 +165,7 @@ class RunningApp {
         lastPublished_ = loop_.now();
         settings_.saveMemory();
         control_.publish();
+        notifier_.update();
         // One timer, for the next moment at which the picture changes by itself.
         if (const auto next = model_.nextChange(loop_.now()))
             changeTimer_.start(std::max(*next - loop_.now(), Timer::Seconds::zero()));
@@ -219,6 +225,7 @@ class RunningApp {
     ApprovalService approvals_;
     AlertService alerts_;
     ControlService control_;
+    Notifier notifier_;
     SettingsService settings_;
     SessionsService sessions_;
     FolderWatch supportWatch_;

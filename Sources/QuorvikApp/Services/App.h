@@ -22,8 +22,8 @@ enum class Outcome {
     runsElsewhere, ///< another process is the app of this support folder
 };
 
-/// Is the app until somebody asks it to end (`stop`, SIGTERM, SIGINT, SIGHUP; a second signal ends it at once).
-/// `ready` is called when clients can connect. Throws AppError.
+/// Is the app until somebody asks it to end (`stop`, SIGTERM, SIGINT, SIGHUP; a second signal ends it at
+/// once). `ready` is called when clients can connect. Throws AppError.
 Outcome run(const std::function<void()>& ready);
 
 } // namespace App

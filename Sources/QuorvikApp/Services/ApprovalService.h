@@ -17,9 +17,10 @@ class ApprovalService {
     /// Listens at that socket from now on. It must outlive the service or the next call. Throws LoopError.
     void listen(int listening) { server_.listen(listening); }
 
-    /// Hands an answer to the hook of that request. `by` says who answered. `done` is called once, this turn or
-    /// later.
-    void answer(const std::string& id, const ApprovalResponse& response, const std::string& by, Answered done);
+    /// Hands an answer to the hook of that request. `by` says who answered. `done` is called once, this turn
+    /// or later.
+    void answer(const std::string& id, const ApprovalResponse& response, const std::string& by,
+                Answered done);
 
     /// Approvals may have been switched off: then what waits is sent away, and the agents ask by themselves.
     void settingsChanged();

@@ -134,8 +134,8 @@ void ControlService::handle(const FrontEndPointer& frontEnd, const Message& mess
     if (method == "pick") return reply(pick(message));
     if (method == "status") return reply(status());
     if (method == "why")
-        return reply(
-            {{"lines", model_.why(optionalParameter<std::string>(message, "key").value_or(""), loop_.now())}});
+        return reply({{"lines", model_.why(optionalParameter<std::string>(message, "key").value_or(""),
+                                           loop_.now())}});
     if (method == "stop") return reply(stopApp(message));
     throw ControlError(unknownMethod, "there is no method " + method);
 }
@@ -212,22 +212,23 @@ void ControlService::answer(const FrontEndPointer& frontEnd, const Message& mess
         app_.changed();
         throw ControlError(agentRefused, verdict.reason);
     }
-    const std::string by = frontEnd->role == "command" ? verdict.who : "the " + frontEnd->role + " (" + verdict.who + ")";
+    const std::string by =
+        frontEnd->role == "command" ? verdict.who : "the " + frontEnd->role + " (" + verdict.who + ")";
     approvals_.answer(id, response, by,
-                      [connection = frontEnd->connection, replyID = message.id](
-                          const std::optional<RequestBoard::Refusal>& refusal) {
+                      [connection = frontEnd->connection,
+                       replyID = message.id](const std::optional<RequestBoard::Refusal>& refusal) {
                           if (replyID.is_null()) return;
-                          connection->send(refusal ? error(replyID, static_cast<Code>(refusal->reason),
-                                                           refusal->message)
-                                                   : result(replyID, nlohmann::json::object()));
+                          connection->send(
+                              refusal ? error(replyID, static_cast<Code>(refusal->reason), refusal->message)
+                                      : result(replyID, nlohmann::json::object()));
                       });
 }
 
 nlohmann::json ControlService::stopApp(const Message& message) {
     const std::size_t waiting = model_.requests().waiting().size();
     if (const auto version = optionalParameter<std::string>(message, "replacedBy"); version && waiting > 0)
-        throw ControlError(requestsWait, std::to_string(waiting) +
-                                             (waiting == 1 ? " request waits" : " requests wait"));
+        throw ControlError(requestsWait,
+                           std::to_string(waiting) + (waiting == 1 ? " request waits" : " requests wait"));
     loop_.later(app_.stop);
     return nlohmann::json::object();
 }

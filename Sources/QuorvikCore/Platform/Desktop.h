@@ -7,6 +7,11 @@ namespace quorvik::Platform {
 /// The program that opens a file or an address as a double click would: "xdg-open", "open".
 std::string_view desktopOpener();
 
+/// The program that shows a notification on the desktop.
+enum class Notifier { notifySend, osascript };
+
+Notifier desktopNotifier();
+
 /// Who starts a user's programs when their session begins.
 enum class ServiceManager { systemd, launchd };
 

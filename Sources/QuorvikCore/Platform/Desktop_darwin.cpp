@@ -6,6 +6,10 @@ std::string_view desktopOpener() {
     return "open";
 }
 
+Notifier desktopNotifier() {
+    return Notifier::osascript;
+}
+
 ServiceManager serviceManager() {
     return ServiceManager::launchd;
 }

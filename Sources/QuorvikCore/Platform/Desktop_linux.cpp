@@ -6,6 +6,10 @@ std::string_view desktopOpener() {
     return "xdg-open";
 }
 
+Notifier desktopNotifier() {
+    return Notifier::notifySend;
+}
+
 ServiceManager serviceManager() {
     return ServiceManager::systemd;
 }

@@ -6,13 +6,33 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <thread>
 
 namespace quorvik {
 
 namespace {
 
 using Path = std::filesystem::path;
+using Clock = std::chrono::steady_clock;
+
+constexpr auto never = Clock::time_point::max();
+
+/// False, with errno, when it cannot be had.
+bool lock(int file, Clock::time_point deadline) {
+    // No system call waits for a lock and looks at the clock. Who must look asks again and again, at first
+    // after less time than a writer needs.
+    std::chrono::microseconds pause(200);
+    constexpr std::chrono::microseconds longestPause(5000);
+    while (::flock(file, deadline == never ? LOCK_EX : LOCK_EX | LOCK_NB) != 0) {
+        if (errno == EINTR) continue;
+        if (errno != EWOULDBLOCK || Clock::now() >= deadline) return false;
+        std::this_thread::sleep_for(pause);
+        pause = std::min(pause * 2, longestPause);
+    }
+    return true;
+}
 
 bool isFileAt(const Path& path, const FileDescriptor& file) {
     struct stat taken, current;
@@ -21,29 +41,25 @@ bool isFileAt(const Path& path, const FileDescriptor& file) {
            taken.st_dev == current.st_dev;
 }
 
-/// The locked file that stands at `path`; empty when `operation` does not wait and somebody holds it.
-FileDescriptor locked(const Path& path, int operation) {
+} // namespace
+
+FileLock FileLock::acquire(const Path& path, Limit limit) {
+    const auto deadline = limit ? Clock::now() + *limit : never;
     for (;;) {
         FileDescriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
         if (!file) throw FileError("open the lock file", path, errno);
-        while (::flock(file.get(), operation) != 0) {
-            if (errno == EWOULDBLOCK) return {};
-            if (errno != EINTR) throw FileError("lock", path, errno);
-        }
-        if (isFileAt(path, file)) return file;
+        if (!lock(file.get(), deadline)) throw FileError("lock", path, errno);
+        if (isFileAt(path, file)) return FileLock(std::move(file), path);
     }
 }
 
-} // namespace
-
-FileLock FileLock::acquire(const Path& path) {
-    return FileLock(locked(path, LOCK_EX), path);
-}
-
 std::optional<FileLock> FileLock::tryAcquire(const Path& path) {
-    FileDescriptor file = locked(path, LOCK_EX | LOCK_NB);
-    if (!file) return std::nullopt;
-    return FileLock(std::move(file), path);
+    try {
+        return acquire(path, std::chrono::milliseconds(0));
+    } catch (const FileError& error) {
+        if (error.code().value() == EWOULDBLOCK) return std::nullopt;
+        throw;
+    }
 }
 
 bool FileLock::stands() const {

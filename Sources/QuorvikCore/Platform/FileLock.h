@@ -2,6 +2,7 @@
 
 #include "QuorvikCore/Platform/FileDescriptor.h"
 
+#include <chrono>
 #include <filesystem>
 #include <optional>
 
@@ -13,10 +14,13 @@ namespace quorvik {
 /// flock(), not fcntl(): fcntl's locks vanish when the process closes any descriptor of the file.
 class FileLock {
   public:
-    /// Creates the file (0600) if need be and waits for the lock. The file that is locked is the one that
-    /// stands at `path` when this returns: if somebody removed or replaced it during the wait, the new one is
-    /// locked instead. Throws FileError.
-    static FileLock acquire(const std::filesystem::path& path);
+    using Limit = std::optional<std::chrono::milliseconds>;
+
+    /// Creates the file (0600) if need be and waits for the lock, as long as it takes or, given a limit,
+    /// about so long: who holds it may have been stopped. The file that is locked is the one that stands at
+    /// `path` when this returns: if somebody removed or replaced it during the wait, the new one is locked
+    /// instead. Throws FileError, also when the limit is reached.
+    static FileLock acquire(const std::filesystem::path& path, Limit limit = std::nullopt);
 
     /// The same without waiting: absent when somebody else holds the lock.
     static std::optional<FileLock> tryAcquire(const std::filesystem::path& path);

@@ -1,6 +1,8 @@
+#include "quorvik_island/Age.h"
 #include "quorvik_island/Terminal/CardRows.h"
 #include "quorvik_island/Terminal/View.h"
 
+#include "QuorvikCore/Agents/ToolWord.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
@@ -24,13 +26,13 @@ Style styleOf(const SnapshotItem& item) {
     return Style::plain;
 }
 
-/// What it is doing: the tool and what it works on.
+/// What it is doing: the tool and what it works on, unless the label or the summary say so already.
 std::string activity(const SessionRecord& record, const std::string& label) {
     const std::string summary = record.summary.value_or("");
-    const bool namesTool = isAgent(record.source) && record.state != SessionState::done && record.tool &&
-                           !record.tool->empty() && *record.tool != label &&
-                           !summary.starts_with(*record.tool);
-    return namesTool ? *record.tool + (summary.empty() ? "" : ": " + summary) : summary;
+    if (!isAgent(record.source) || !record.tool || record.lastEvent == "Notification") return summary;
+    if (label == Unicode::terminalLine(*record.tool)) return summary;
+    const std::string word = ToolWord::shortName(*record.tool).value_or("");
+    return word + (word.empty() || summary.empty() ? "" : ": ") + summary;
 }
 
 class Drawing {
@@ -164,9 +166,9 @@ class Drawing {
         row.add(mark(record.source), Style::plain, markWidth);
         row.skip(1);
         row.add(rawValue(item.display), style, displayWidth);
-        const std::string age = ageText(record.stateSince, now_);
-        row.skip(ageWidth - std::min(age.size(), ageWidth));
-        row.add(age, Style::faint);
+        const std::string since = age(record.stateSince, now_);
+        row.skip(ageWidth - std::min(since.size(), ageWidth));
+        row.add(since, Style::faint);
         noteAge(record.stateSince);
         row.skip(gap);
         const std::string label = itemLabel(record);
@@ -265,11 +267,14 @@ class Drawing {
     FrameRow cardFoot(const CardState& card, bool isRead, std::size_t below) const {
         const bool isNarrow = frame_.size.columns < 60;
         RowWriter row = bordered("╰ ");
+        std::size_t before = 0;
         for (const std::string& offer : offers(card, isRead, below, isNarrow)) {
-            const std::size_t columns = columnsOf(offer) + (isNarrow ? 2 : 3);
-            if (row.left() < columns + 1) break;
-            row.add(offer, Style::strong, columns);
+            if (row.left() < before + columnsOf(offer) + 2) break; // the border
+            row.skip(before);
+            row.add(offer, Style::strong);
+            before = isNarrow ? 2 : 3;
         }
+        row.skip(1);
         const auto& requests = view_.snapshot().requests;
         const auto at = std::ranges::find_if(
             requests, [&](const auto& waiting) { return waiting->request.id == card.id(); });

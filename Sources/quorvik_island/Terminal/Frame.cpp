@@ -3,7 +3,6 @@
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace quorvik {
 
@@ -91,41 +90,6 @@ std::string Frame::text() const {
         text += '\n';
     }
     return text;
-}
-
-namespace {
-
-struct Unit {
-    double length; // seconds
-    std::string_view name;
-};
-constexpr Unit units[] = {{86400, " d"}, {3600, " h"}, {60, " min"}, {1, " s"}};
-
-const Unit& unitOf(double seconds) {
-    return *std::ranges::find_if(
-        units, [&](const Unit& unit) { return seconds >= unit.length || unit.length == 1; });
-}
-
-/// The clock may have been set back.
-double secondsSince(Date since, Date now) {
-    return std::max(0.0, (now - since).count());
-}
-
-} // namespace
-
-std::string ageText(Date since, Date now) {
-    const double seconds = secondsSince(since, now);
-    const Unit& unit = unitOf(seconds);
-    const double count = std::min(std::floor(seconds / unit.length), 99999.0);
-    return std::to_string(static_cast<int>(count)) + std::string(unit.name);
-}
-
-Date nextAgeChange(Date since, Date now) {
-    if (now < since) return since + std::chrono::duration<double>(1);
-    const double seconds = secondsSince(since, now);
-    const Unit& unit = unitOf(seconds);
-    const double next = (std::floor(seconds / unit.length) + 1) * unit.length;
-    return std::max(since + std::chrono::duration<double>(next), now + std::chrono::duration<double>(0.001));
 }
 
 } // namespace quorvik

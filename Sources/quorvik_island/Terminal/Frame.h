@@ -107,10 +107,4 @@ struct Frame {
     std::string text() const;
 };
 
-/// "12 s", "3 min", "5 h", "2 d".
-std::string ageText(Date since, Date now);
-
-/// When ageText() differs next.
-Date nextAgeChange(Date since, Date now);
-
 } // namespace quorvik
