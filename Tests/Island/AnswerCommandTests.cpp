@@ -73,8 +73,7 @@ TEST_F(AnswerCommandTests, OtherAnswersAreRefusedInOneLine) {
     auto plain = permission();
     plain.id = "r2";
     plain.suggestions.reset();
-    auto first = AppTest::ask(permission()), second = AppTest::ask(plain),
-         third = AppTest::ask(question());
+    auto first = AppTest::ask(permission()), second = AppTest::ask(plain), third = AppTest::ask(question());
 
     const auto lines = island({"requests"}).output;
     EXPECT_TRUE(std::regex_match(

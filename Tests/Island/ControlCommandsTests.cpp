@@ -83,6 +83,8 @@ TEST_F(ControlCommandsTests, WhatIsSeenGoesAndWhatIsPickedIsKeptInFront) {
     EXPECT_NE(island({"why", "build-broken"}).output.find("waved away"), std::string::npos);
     EXPECT_EQ(line(island({"acknowledge", "--all"})), "acknowledged 1");
     EXPECT_EQ(island({"alerts"}).output, "");
+    EXPECT_EQ(json({"show", "--json"})["primary"]["id"], "build-busy");
+    EXPECT_GT(json({"show", "--json"})["revision"], 0);
 
     const auto status = json({"status", "--json"});
     EXPECT_EQ(status["running"], true);
@@ -94,7 +96,9 @@ TEST_F(ControlCommandsTests, WhatIsSeenGoesAndWhatIsPickedIsKeptInFront) {
                                              "folder " +
                                              support.string() + "\n0 requests wait\n")));
     EXPECT_EQ(island({"stop"}), (Program::Result{0, "", ""}));
-    EXPECT_EQ(json({"status", "--json"})["running"], false); // at once: `stop` has waited
+    EXPECT_EQ(json({"status", "--json"})["running"], false);            // at once: `stop` has waited
+    EXPECT_EQ(json({"show", "--json"})["primary"]["id"], "build-busy"); // what was seen stays seen
+    EXPECT_EQ(json({"show", "--json"})["revision"], 0);
     expectAppEnds();
 }
 

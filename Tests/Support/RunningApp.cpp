@@ -88,8 +88,9 @@ AppTest::Answer AppTest::ask(const ApprovalRequest& request) {
         return ApprovalClient::ask(request, patience, QuorvikPaths::approvalSocket().string());
     });
     eventually([&] {
-        return std::ranges::any_of(json({"requests", "--json"}),
-                                   [&](const nlohmann::json& waiting) { return waiting["id"] == request.id; });
+        return std::ranges::any_of(json({"requests", "--json"}), [&](const nlohmann::json& waiting) {
+            return waiting["id"] == request.id;
+        });
     });
     return answer;
 }
