@@ -35,7 +35,11 @@ void Console::text(std::string_view lines) {
 }
 
 void Console::value(const nlohmann::json& value) {
-    if (json_) print(printJSON(value) + "\n");
+    if (json_) valueText(printJSON(value));
+}
+
+void Console::valueText(std::string_view text) {
+    if (json_) print(std::string(text) + "\n");
 }
 
 void Console::fail(std::string_view message) {

@@ -151,7 +151,11 @@ std::string text(ServiceManager manager, const Start& start) {
         if (std::ranges::any_of(word, [](char c) { return static_cast<unsigned char>(c) < ' '; }))
             throw EditError("a path with a control character cannot be written into " +
                             file(manager).string());
-    return manager == ServiceManager::launchd ? agent(start) : unit(start);
+    if (manager == ServiceManager::launchd) return agent(start);
+    if (start.program.find_first_of("'\"\\") != start.program.npos) // however it is written
+        throw EditError("systemd starts no program whose path holds a quote or a backslash: " +
+                        start.program);
+    return unit(start);
 }
 
 State state(ServiceManager manager, const Start& start) {
