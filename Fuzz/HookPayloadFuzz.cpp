@@ -3,6 +3,7 @@
 
 #include "QuorvikCore/Agents/EventReducer.h"
 #include "QuorvikCore/Agents/PayloadNormaliser.h"
+#include "QuorvikCore/Approvals/ApprovalWire.h"
 #include "QuorvikCore/JSON/OrderedJSON.h"
 #include "QuorvikCore/Text/Unicode.h"
 
@@ -28,9 +29,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!event) return 0;
     SessionRecord record(agent, event->sessionID, event->cwd, dateFromSeconds(0));
     EventReducer::apply(*event, record, dateFromSeconds(1));
+    if (auto question = event->firstQuestion()) record.summary = std::move(question);
     if (SessionRecord::fromJSON(*RawJSON::object(printJSON(record.toJSON()))) != record) std::abort();
-    if (const auto request = event->approvalRequest(agent, "id")) {
-        if (ApprovalRequest::fromJSON(*parseJSON(printJSON(request->toJSON()))) != *request) std::abort();
+    if (auto request = event->approvalRequest(agent, "id")) {
+        request->input = HookEvent::toolInputText(*payload);
+        const auto line = ApprovalWire::requestLine(*request);
+        const auto sent = line ? ApprovalRequest::fromJSON(*parseJSON(*line)) : *request;
+        if (!sent.inputTruncated && sent != *request) std::abort();
     }
     return 0;
 }

@@ -7,6 +7,9 @@
 
 namespace quorvik::CommandSession {
 
+/// A writer needs a millisecond; one that was stopped while it held the lock holds up nobody's command.
+constexpr std::chrono::seconds storePatience(2);
+
 Date now() {
     return std::chrono::system_clock::now();
 }
@@ -27,20 +30,20 @@ bool wasStopped(int status) {
     return status == 128 + SIGINT || status == 128 + SIGTERM;
 }
 
-bool publish(const std::string& sessionID, const std::string& cwd, Date now,
+void publish(const std::string& sessionID, const std::string& cwd, Date now,
              const std::function<void(SessionRecord&)>& step) {
-    bool written = true;
     try {
-        SessionStore::update(Source::build, sessionID, QuorvikPaths::sessionsDirectory(),
-                             [&](std::optional<SessionRecord>& record) {
-                                 if (!record) record.emplace(Source::build, sessionID, cwd, now);
-                                 step(*record);
-                             });
+        SessionStore::update(
+            Source::build, sessionID, QuorvikPaths::sessionsDirectory(),
+            [&](std::optional<SessionRecord>& record) {
+                if (!record) record.emplace(Source::build, sessionID, cwd, now);
+                step(*record);
+            },
+            storePatience);
     } catch (const std::exception&) {
-        written = false; // then the island does not show it
+        // Then the island does not show it.
     }
     SessionStore::postChangeNotification();
-    return written;
 }
 
 } // namespace quorvik::CommandSession

@@ -90,6 +90,7 @@ void run() {
     }
     ::setenv(insideMarker, "1", 1);
     SupervisedProcess command; // ended together with us, when the agent wants the next line
+    command.useOwnGroup();     // with all that it started
     if (command.start({"/bin/sh", "-c", *original}, STDOUT_FILENO, STDERR_FILENO) == 0)
         command.wait([] { return true; });
 }

@@ -35,6 +35,8 @@ int run(std::span<const std::string> commandLine) {
     Console console(arguments.has("--json"));
     const auto folder = QuorvikPaths::sessionsDirectory();
     const Sessions sessions = Sessions::load(folder);
+    for (const std::string& failure : sessions.failures)
+        console.fail(failure);
     const auto over = sessions.over();
     for (const SessionRecord* record : over)
         SessionStore::remove(*record, folder);

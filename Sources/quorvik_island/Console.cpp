@@ -2,6 +2,7 @@
 
 #include "QuorvikCore/JSON/RecordCoding.h"
 #include "QuorvikCore/Platform/FileDescriptor.h"
+#include "QuorvikCore/Text/Unicode.h"
 
 #include <unistd.h>
 
@@ -43,7 +44,7 @@ void Console::fail(std::string_view message) {
 }
 
 void Console::note(std::string_view message) {
-    const std::string text = "quorvik-island: " + std::string(message) + "\n";
+    const std::string text = "quorvik-island: " + Unicode::repaired(message) + "\n";
     writeAll(STDERR_FILENO, text.data(), text.size());
 }
 

@@ -80,12 +80,16 @@ void reportStatus(const HookTarget& target, const std::string& hookPath, Console
     console.line(std::string(rawValue(target.source)) + "\t" + text);
 }
 
-/// What an agent makes of newly installed hooks that its user should know; empty for most.
+/// What an agent makes of new hooks that its user should know; empty for most.
 std::string_view noteAfterInstall(Source source) {
-    if (source == Source::codex)
+    switch (source) {
+    case Source::codex:
         return "Codex will ask you to review the new hooks at its next start, and runs none of them before "
                "that";
-    return "";
+    case Source::qwen:
+    case Source::copilot: return "what runs already reports nothing until it is started again";
+    default: return "";
+    }
 }
 
 void change(Action action, const HookTarget& target, const std::string& hookPath, Console& console,
@@ -106,7 +110,7 @@ void change(Action action, const HookTarget& target, const std::string& hookPath
             result["backup"] = done.backup->string();
             console.line(agent + ": backup in " + done.backup->string());
         }
-        if (action != Action::install) return;
+        if (action != Action::install || done.isSame) return;
         if (const std::string note(noteAfterInstall(target.source)); !note.empty()) {
             result["note"] = note;
             console.line(agent + ": " + note);
@@ -136,20 +140,31 @@ int run(std::span<const std::string> commandLine) {
     const Action action = actionNamed(arguments.words.front());
     const auto targets = chosenTargets(arguments, std::span(arguments.words).subspan(1));
 
-    std::string hookPath;
-    if (action == Action::install && targets.empty()) {
-        console.fail("no coding agent has a configuration folder in " + QuorvikPaths::home().string() +
-                     "; name one, or say --all");
-    } else if (action == Action::install) {
-        hookPath = hookProgram.runnableOf(arguments);
-    } else {
-        hookPath = hookProgram.of(arguments);
+    if (targets.empty()) {
+        const std::string none = "no coding agent has a configuration folder in " +
+                                 QuorvikPaths::home().string() + "; name one, or say --all";
+        if (action == Action::install)
+            console.fail(none);
+        else
+            console.note(none);
+    }
+    std::string hookPath, missing; // missing: why there is nothing to install
+    try {
+        const bool installs = action == Action::install && !targets.empty();
+        hookPath = installs ? hookProgram.runnableOf(arguments) : hookProgram.of(arguments);
+        const std::string warning = installs ? hookProgram.warningAbout(hookPath, arguments) : "";
+        if (!warning.empty()) console.note(warning);
+    } catch (const EditError& error) {
+        missing = error.what();
+        console.fail(missing);
     }
 
     nlohmann::json results = nlohmann::json::array();
     for (const HookTarget& target : targets) {
         nlohmann::json result{{"source", rawValue(target.source)}};
-        if (action == Action::status)
+        if (!missing.empty())
+            result["error"] = missing;
+        else if (action == Action::status)
             reportStatus(target, hookPath, console, result);
         else
             change(action, target, hookPath, console, result);

@@ -3,6 +3,7 @@
 #include "QuorvikCore/Install/UserFileEdit.h"
 #include "QuorvikCore/Platform/Environment.h"
 #include "QuorvikCore/Platform/Files.h"
+#include "QuorvikCore/Text/ShellQuoting.h"
 
 namespace quorvik {
 
@@ -21,6 +22,15 @@ std::string ProgramPath::runnableOf(const Arguments& arguments) const {
         throw EditError("there is no " + std::string(what) + " at " + program + "; name one with " +
                         std::string(option));
     return program;
+}
+
+std::string ProgramPath::warningAbout(const std::string& program, const Arguments& arguments) const {
+    const auto folder = std::filesystem::path(program).parent_path().parent_path(); // of "bin/quorvik-hook"
+    std::error_code ignored;
+    if (arguments.values.contains(option) || !std::filesystem::exists(folder / "CMakeCache.txt", ignored))
+        return "";
+    return "your settings will point into a build folder, at " + program +
+           "; to install, run cmake --install " + shellQuoted(folder.native()) + " and then this again";
 }
 
 } // namespace quorvik

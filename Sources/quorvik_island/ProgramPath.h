@@ -22,6 +22,10 @@ struct ProgramPath {
 
     /// The same, for an installation: throws EditError when there is no such program.
     std::string runnableOf(const Arguments& arguments) const;
+
+    /// What somebody should know before that program is written into a file of theirs: that it stands in a
+    /// build folder, which may be gone tomorrow, unless they chose it. Empty for an installed one.
+    std::string warningAbout(const std::string& program, const Arguments& arguments) const;
 };
 
 /// Written into agents' settings; without it agents would report an error at every event.

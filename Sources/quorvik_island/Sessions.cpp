@@ -2,6 +2,7 @@
 
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/Files.h"
+#include "QuorvikCore/Session/OpenRequests.h"
 #include "QuorvikCore/Session/ProcessInspector.h"
 
 #include <algorithm>
@@ -16,8 +17,42 @@ bool isBusy(const SessionRecord& record) {
            record.state == SessionState::compacting;
 }
 
-bool hasLostItsProcess(const SessionRecord& record) {
-    return isBusy(record) && record.pid && !ProcessInspector::isRunning(*record.pid, record.pidStartTime);
+bool isLeftBehind(const SessionRecord& record, const std::filesystem::path& folder) {
+    const bool hasLostItsProcess =
+        record.pid && !ProcessInspector::isRunning(*record.pid, record.pidStartTime);
+    const bool claimsToWait = record.state == SessionState::awaiting;
+    return isBusy(record) &&
+           (hasLostItsProcess || (claimsToWait && !OpenRequests::anyWaiting(record, folder)));
+}
+
+using Corrupt = SessionStore::LoadResult::Corrupt;
+
+/// What is wrong with a file.
+struct Trouble {
+    enum class Kind { none, corrupt, failure };
+    Kind kind;
+    std::string why; ///< of `failure`
+};
+
+/// Reads once more what held no record: it may have been caught in the moment of being replaced, or nobody
+/// could have read anything just then (no more descriptors). `file` becomes what it holds now.
+Trouble readAgain(const std::filesystem::path& path, SessionStore::LoadResult& file) {
+    std::error_code error;
+    if (Files::read(path, SessionStore::maxFileSize, &error)) {
+        file = SessionStore::load(path);
+        const bool isCorrupt = std::holds_alternative<Corrupt>(file.value);
+        return {isCorrupt ? Trouble::Kind::corrupt : Trouble::Kind::none, ""};
+    }
+    if (error == std::errc::no_such_file_or_directory) {
+        // A session that ended while we looked leaves nothing behind, not even a broken link.
+        const auto status = std::filesystem::symlink_status(path, error);
+        const bool isGone = status.type() == std::filesystem::file_type::not_found;
+        return {isGone ? Trouble::Kind::none : Trouble::Kind::corrupt, ""};
+    }
+    constexpr int whatIsNoRecord[] = {EFBIG, EISDIR, EINVAL, ENXIO, ELOOP}; // too large, or no regular file
+    if (std::ranges::find(whatIsNoRecord, error.value()) != std::end(whatIsNoRecord))
+        return {Trouble::Kind::corrupt, ""};
+    return {Trouble::Kind::failure, FileError("read", path, error.value()).what()};
 }
 
 template <typename Take>
@@ -33,32 +68,34 @@ std::vector<const SessionRecord*> recordsOf(const std::vector<SessionStore::Load
 } // namespace
 
 Sessions Sessions::load(const std::filesystem::path& folder) {
-    Sessions sessions{SessionStore::loadAll(folder), {}, {}};
-    if (sessions.files.empty() && !Files::Folder::open(folder) && errno != ENOENT)
-        throw FileError("list", folder, errno);
-    for (const auto& [value] : sessions.files) {
-        if (const auto* other = std::get_if<SessionStore::LoadResult::Unsupported>(&value))
+    std::error_code error;
+    Sessions sessions;
+    sessions.folder = folder;
+    sessions.files = SessionStore::loadAll(folder, &error);
+    if (error && error != std::errc::no_such_file_or_directory)
+        throw FileError("list", folder, error.value());
+    for (SessionStore::LoadResult& file : sessions.files) {
+        if (const auto* corrupt = std::get_if<Corrupt>(&file.value)) {
+            const auto path = corrupt->path;
+            const Trouble trouble = readAgain(path, file);
+            if (trouble.kind == Trouble::Kind::corrupt) sessions.corrupt.push_back(path.string());
+            if (trouble.kind == Trouble::Kind::failure) sessions.failures.push_back(trouble.why);
+        }
+        if (const auto* other = std::get_if<SessionStore::LoadResult::Unsupported>(&file.value))
             sessions.unsupported.push_back(other->path.string());
-        const auto* corrupt = std::get_if<SessionStore::LoadResult::Corrupt>(&value);
-        if (!corrupt) continue;
-        // A session that ended while we looked leaves nothing behind, not even a broken link.
-        std::error_code ignored;
-        const auto status = std::filesystem::symlink_status(corrupt->path, ignored);
-        if (status.type() != std::filesystem::file_type::not_found)
-            sessions.corrupt.push_back(corrupt->path.string());
     }
-    std::ranges::sort(sessions.corrupt);
-    std::ranges::sort(sessions.unsupported);
+    for (auto* list : {&sessions.corrupt, &sessions.unsupported, &sessions.failures})
+        std::ranges::sort(*list);
     return sessions;
 }
 
 std::vector<const SessionRecord*> Sessions::current() const {
-    return recordsOf(files, [](const SessionRecord& record) { return !hasLostItsProcess(record); });
+    return recordsOf(files, [&](const SessionRecord& record) { return !isLeftBehind(record, folder); });
 }
 
 std::vector<const SessionRecord*> Sessions::over() const {
     return recordsOf(
-        files, [](const SessionRecord& record) { return !isBusy(record) || hasLostItsProcess(record); });
+        files, [&](const SessionRecord& record) { return !isBusy(record) || isLeftBehind(record, folder); });
 }
 
 } // namespace quorvik

@@ -10,14 +10,17 @@ namespace quorvik {
 
 /// What the store holds, as far as it can be read.
 struct Sessions {
+    std::filesystem::path folder;
     std::vector<SessionStore::LoadResult> files;
     std::vector<std::string> corrupt, unsupported; ///< paths, sorted
+    std::vector<std::string> failures; ///< files that the system did not let us read: why, a line each
 
     /// Throws FileError when the folder is there and cannot be listed.
     static Sessions load(const std::filesystem::path& folder);
 
-    /// The records, in `files`, without those that lost their process: they claim that something is going on
-    /// in a process that no longer runs, because it was killed before it could say so.
+    /// The records, in `files`, without those that were left behind: they claim that something is going on in
+    /// a process that no longer runs, because it was killed before it could say so, or that somebody waits
+    /// whose hooks were all killed (OpenRequests::anyWaiting).
     std::vector<const SessionRecord*> current() const;
 
     /// The others, and those that say themselves that nothing is going on: idle, failed, done and ended.

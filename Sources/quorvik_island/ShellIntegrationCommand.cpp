@@ -14,7 +14,7 @@ namespace quorvik::ShellIntegrationCommand {
 namespace {
 
 constexpr std::string_view help =
-    R"(usage: quorvik-island shell status|install|remove [--min-seconds <n>] [--cli <path>] [--json]
+    R"(usage: quorvik-island shell status|install|uninstall [--min-seconds <n>] [--cli <path>] [--json]
 
 Lets zsh tell Quorvik of commands that take long, and of git commands that fail. A marked block in your
 .zshrc loads a script from Quorvik's folder; shells that you open from then on report.
@@ -29,7 +29,7 @@ is not as an install with the same options would leave it, and where the old .zs
 Examples:
   quorvik-island shell install
   quorvik-island shell install --min-seconds 30
-  quorvik-island shell remove
+  quorvik-island shell uninstall
 )";
 
 constexpr std::string_view minimumOption = "--min-seconds";
@@ -44,11 +44,16 @@ int minimum(const Arguments& arguments) {
     return *seconds;
 }
 
-FileChange apply(const std::string& action, const Arguments& arguments, int minSeconds) {
+FileChange apply(const std::string& action, const Arguments& arguments, int minSeconds, Console& console) {
     const auto rc = ShellIntegration::zshrcURL(), script = ShellIntegration::scriptURL();
-    if (action == "install")
-        return ShellIntegration::install(commandLineTool.runnableOf(arguments), minSeconds, rc, script);
-    if (action == "remove") return ShellIntegration::remove(rc, script);
+    if (action == "install") {
+        const std::string cli = commandLineTool.runnableOf(arguments);
+        const std::string warning = commandLineTool.warningAbout(cli, arguments);
+        if (!warning.empty()) console.note(warning);
+        return ShellIntegration::install(cli, minSeconds, rc, script);
+    }
+    // "remove" is what it was called first.
+    if (action == "uninstall" || action == "remove") return ShellIntegration::remove(rc, script);
     if (action != "status") throw UsageError("shell: unknown action " + action);
     return {};
 }
@@ -61,32 +66,35 @@ int run(std::span<const std::string> commandLine) {
     const Arguments arguments = Arguments::parse(commandLine, flags, valueOptions);
     Console console(arguments.has("--json"));
     if (arguments.has("--help")) return printHelp(help);
-    if (arguments.words.empty()) throw UsageError("shell: say status, install or remove");
+    if (arguments.words.empty()) throw UsageError("shell: say status, install or uninstall");
     if (arguments.words.size() > 1) throw UsageError("shell: unexpected argument " + arguments.words[1]);
     const std::string& action = arguments.words.front();
     const int minSeconds = minimum(arguments);
 
+    nlohmann::json result = nlohmann::json::object();
     FileChange change;
     try {
-        change = apply(action, arguments, minSeconds);
+        change = apply(action, arguments, minSeconds, console);
+        const auto status =
+            ShellIntegration::status(commandLineTool.of(arguments), minSeconds, ShellIntegration::zshrcURL(),
+                                     ShellIntegration::scriptURL());
+        result["status"] = status.installed ? "installed" : "notInstalled";
+        result["differences"] = status.differences;
+        console.line(status.installed ? "installed" : "notInstalled");
+        for (const std::string& difference : status.differences)
+            console.line(difference);
     } catch (const UsageError&) {
         throw;
     } catch (const std::exception& error) {
         console.fail("shell: " + std::string(error.what()));
-        console.value({{"error", error.what()}});
-        return console.exitStatus();
+        result["error"] = error.what();
     }
-
-    const auto status = ShellIntegration::status(commandLineTool.of(arguments), minSeconds,
-                                                 ShellIntegration::zshrcURL(), ShellIntegration::scriptURL());
-    const std::string text = status.installed ? "installed" : "notInstalled";
-    nlohmann::json result{{"status", text}, {"differences", status.differences}};
+    // Also when nothing could be read any more after the change.
     if (action != "status") result["changed"] = change.changed;
-    if (change.backup) result["backup"] = change.backup->string();
-    console.line(text);
-    for (const std::string& difference : status.differences)
-        console.line(difference);
-    if (change.backup) console.line("backup in " + change.backup->string());
+    if (change.backup) {
+        result["backup"] = change.backup->string();
+        console.line("backup in " + change.backup->string());
+    }
     console.value(result);
     return console.exitStatus();
 }

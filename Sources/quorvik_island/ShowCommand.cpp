@@ -5,6 +5,7 @@
 #include "quorvik_island/Screen.h"
 #include "quorvik_island/Sessions.h"
 
+#include "QuorvikCore/Agents/ToolWord.h"
 #include "QuorvikCore/Island/Scheduler.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 #include "QuorvikCore/Text/Unicode.h"
@@ -12,6 +13,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <filesystem>
+#include <utility>
 
 namespace quorvik::ShowCommand {
 
@@ -22,13 +25,13 @@ constexpr std::string_view help =
 
 Prints what the island shows: a line each, the most urgent first.
 
-  ◆ CC   awaiting     2 min  Fix the login bug  Allow npm install?
+  ◆ CC   awaiting     2 min  Fix the login bug  Bash npm install
 
 "◆" stands before the item in the notch itself, "•" before those beside it, nothing before those that do
-not fit there. Then who it is, its state, for how long, the task or tool, and what is happening. Prints
-nothing when there is nothing to show. Sessions whose process is gone count as ended. What failed is shown
-until somebody has seen it: `quorvik-island clear` forgets it. Files that hold no readable record are named
-on standard error.
+not fit there. Then who it is, its state, for how long, the task or tool, and what is happening. A terminal
+that is wide enough also shows where the output of a failed command is. Prints nothing when there is nothing
+to show. Sessions whose process is gone count as ended. What failed is shown until somebody has seen it:
+`quorvik-island clear` forgets it. Files that hold no readable record are named on standard error.
 
   --json   one object: "primary" (null when there is nothing to show), "bubbles" and "overflow", each item
            with "id", "display", "quiet", "needsAttention", "mark", "label", and "record", the session record;
@@ -39,6 +42,9 @@ Examples:
   quorvik-island show
   quorvik-island show --json | jq -r '.primary.label // empty'
 )";
+
+/// Tools of agents that put a question to the user.
+constexpr std::string_view questionTools[] = {"AskUserQuestion", "ask_user_question"};
 
 /// What the item is about, on one line: its task, else its tool or command, else who it is.
 std::string label(const SessionRecord& record) {
@@ -104,44 +110,87 @@ std::string age(Date since, Date now) {
     return {};
 }
 
-/// The width of the label column: as wide as its widest label, within reason.
-std::size_t labelColumns(const IslandLayoutView& layout) {
-    constexpr std::size_t widest = 32;
-    std::size_t columns = 0;
-    const auto include = [&](const IslandItemView& item) {
-        columns = std::max(columns, std::min(widest, Unicode::columnCount(label(*item.record))));
-    };
-    if (layout.primary) include(*layout.primary);
-    std::ranges::for_each(layout.bubbles, include);
-    std::ranges::for_each(layout.overflow, include);
-    return columns;
+/// What an agent is doing: its tool in one word, and with what. The tool is left out where the label names
+/// it, and where the summary is a sentence of its own.
+std::string doing(const SessionRecord& record) {
+    const std::string summary = record.summary.value_or("");
+    if (!isAgent(record.source) || !record.tool || record.lastEvent == "Notification") return summary;
+    if (label(record) == Unicode::terminalLine(*record.tool)) return summary;
+    const bool asks = std::ranges::find(questionTools, *record.tool) != std::end(questionTools);
+    const std::string word = asks ? "Question" : ToolWord::shortName(*record.tool).value_or("");
+    return summary.empty() || word.empty() ? word + summary : word + " " + summary;
+}
+
+using Items = std::vector<std::pair<std::string_view, const IslandItemView*>>; // with the sign of its place
+
+/// Most urgent first.
+Items itemsOf(const IslandLayoutView& layout) {
+    Items items;
+    if (layout.primary) items.emplace_back("◆", &*layout.primary);
+    for (const IslandItemView& item : layout.bubbles)
+        items.emplace_back("•", &item);
+    for (const IslandItemView& item : layout.overflow)
+        items.emplace_back("", &item);
+    return items;
+}
+
+/// How many columns of the screen each part of a line gets; what is happening gets the rest.
+struct Columns {
+    std::size_t place = 2, mark = 3, gap = 2, display = 10, since = 6, label = 0;
+
+    /// On a narrow screen the parts are as wide as they must be. Labels are cut before what is happening is,
+    /// down to a third of the room for both.
+    Columns(const Items& items, Date now, const Screen& screen) {
+        constexpr std::size_t widestLabel = 32, narrow = 60;
+        std::size_t widestDisplay = 0, widestSince = 0, doings = 0;
+        const auto include = [](std::size_t& widest, std::string_view text) {
+            widest = std::max(widest, Unicode::columnCount(Unicode::terminalLine(text)));
+        };
+        for (const auto& [sign, item] : items) {
+            include(widestDisplay, rawValue(item->display));
+            include(widestSince, age(item->record->stateSince, now));
+            include(label, quorvik::ShowCommand::label(*item->record));
+            include(doings, doing(*item->record));
+        }
+        if (screen.columns < narrow) gap = 1, display = widestDisplay, since = widestSince;
+        const std::size_t others = place + mark + display + since + 4 * gap;
+        const std::size_t room = screen.columns - std::min(screen.columns, others);
+        const std::size_t left = room - std::min(room, doings);
+        label = std::min({label, widestLabel, std::max(left, room / 3)});
+    }
+};
+
+/// Where the whole output of a failed command is, when the terminal has room for it; else empty.
+std::string logLine(const IslandItemView& item, const Screen& screen) {
+    const auto& log = item.record->logPath;
+    std::error_code ignored;
+    if (item.display != DisplayState::failed || !log || screen.columns == Screen::unlimited ||
+        !std::filesystem::exists(*log, ignored))
+        return "";
+    const std::string line = "       log: " + Unicode::terminalLine(*log); // below the state
+    return Unicode::columnCount(line) > screen.columns ? "" : line + "\n";
 }
 
 void print(const IslandLayoutView& layout, Date now, Console& console) {
-    constexpr std::size_t gap = 2, markWidth = 3, displayWidth = 10, sinceWidth = 6;
     const Screen screen = Screen::ofStandardOutput();
-    const std::size_t labelWidth = labelColumns(layout);
+    const Items items = itemsOf(layout);
+    const Columns columns(items, now, screen);
     std::string lines;
-    const auto add = [&](std::string_view place, const IslandItemView& item) {
-        const std::string since = age(item.record->stateSince, now);
+    for (const auto& [sign, item] : items) {
+        const std::string since = age(item->record->stateSince, now);
         ScreenLine line(screen);
-        line.add(place, 2);
-        line.add(mark(item.record->source), markWidth);
-        line.skip(gap);
-        line.add(rawValue(item.display), displayWidth, style(item));
-        line.skip(gap + sinceWidth - std::min(since.size(), sinceWidth));
+        line.add(sign, columns.place);
+        line.add(mark(item->record->source), columns.mark);
+        line.skip(columns.gap);
+        line.add(rawValue(item->display), columns.display, style(*item));
+        line.skip(columns.gap + columns.since - std::min(since.size(), columns.since));
         line.add(since);
-        line.skip(gap);
-        line.add(label(*item.record), labelWidth);
-        line.skip(gap);
-        if (item.record->summary) line.add(*item.record->summary);
-        lines += line.text() + "\n";
-    };
-    if (layout.primary) add("◆", *layout.primary);
-    for (const IslandItemView& item : layout.bubbles)
-        add("•", item);
-    for (const IslandItemView& item : layout.overflow)
-        add("", item);
+        line.skip(columns.gap);
+        line.add(label(*item->record), columns.label);
+        line.skip(columns.gap);
+        line.add(doing(*item->record));
+        lines += line.text() + "\n" + logLine(*item, screen);
+    }
     console.text(lines);
 }
 
@@ -168,6 +217,8 @@ int run(std::span<const std::string> commandLine) {
 
     Console console(arguments.has("--json"));
     const Sessions sessions = Sessions::load(QuorvikPaths::sessionsDirectory());
+    for (const std::string& failure : sessions.failures)
+        console.fail(failure);
     const Date now = std::chrono::system_clock::now();
     const IslandLayoutView layout = Scheduler::layout(sessions.current(), now);
     if (console.json()) {

@@ -19,7 +19,8 @@ Makes Quorvik the status line of Claude Code, through which it learns your usage
 line is kept, and comes back with uninstall.
 
 Prints how things stand (after the change): "on", "off", or "unreadable: …" when Claude Code's settings
-cannot be read; they are then left alone. A second line says where the old settings were copied to.
+cannot be read; they are then left alone. More lines say where the old settings were copied to, and where
+your own status line is when it could not be put back.
 
   --hook-path <path>  the hook program; by default the installed one, else the one beside this program
   --json              one JSON object instead of lines
@@ -31,15 +32,26 @@ Examples:
 
 using Status = StatusLineInstaller::Status;
 
-FileChange apply(const std::string& action, const HookTarget& target, const Arguments& arguments) {
+/// What one run found or did.
+struct Outcome {
+    Status status; ///< how things stand now
+    StatusLineInstaller::Removal change;
+};
+
+Outcome apply(const std::string& action, const HookTarget& target, const Arguments& arguments,
+              Console& console) {
     const auto original = StatusLineInstaller::originalFile();
-    if (action == "status") return {};
-    if (action == "install")
-        return StatusLineInstaller::install(target, hookProgram.runnableOf(arguments), original);
+    if (action == "status") return {StatusLineInstaller::status(target), {}};
+    if (action == "install") {
+        const std::string hookPath = hookProgram.runnableOf(arguments);
+        const std::string warning = hookProgram.warningAbout(hookPath, arguments);
+        if (!warning.empty()) console.note(warning);
+        return {{Status::Kind::on, {}}, {StatusLineInstaller::install(target, hookPath, original)}};
+    }
     if (action != "uninstall") throw UsageError("statusline: unknown action " + action);
-    const Status before = StatusLineInstaller::status(target);
-    if (before.kind == Status::Kind::unreadable) throw EditError(before.why);
-    return StatusLineInstaller::uninstall(target, original);
+    const auto removal = StatusLineInstaller::uninstall(target, original);
+    if (!removal.unreadable.empty()) throw EditError(removal.unreadable);
+    return {{Status::Kind::off, {}}, removal};
 }
 
 } // namespace
@@ -54,10 +66,9 @@ int run(std::span<const std::string> commandLine) {
     if (arguments.words.size() > 1) throw UsageError("statusline: unexpected argument " + arguments.words[1]);
     const std::string& action = arguments.words.front();
 
-    const HookTarget target = HookTarget::claude();
-    FileChange change;
+    Outcome outcome;
     try {
-        change = apply(action, target, arguments);
+        outcome = apply(action, HookTarget::claude(), arguments, console);
     } catch (const UsageError&) {
         throw;
     } catch (const std::exception& error) {
@@ -66,13 +77,20 @@ int run(std::span<const std::string> commandLine) {
         return console.exitStatus();
     }
 
-    const Status status = StatusLineInstaller::status(target);
+    const auto& [status, change] = outcome;
     nlohmann::json result{{"status", rawValue(status.kind)}};
     if (!status.why.empty()) result["why"] = status.why;
     if (action != "status") result["changed"] = change.changed;
-    if (change.backup) result["backup"] = change.backup->string();
     console.line(std::string(rawValue(status.kind)) + (status.why.empty() ? "" : ": " + status.why));
-    if (change.backup) console.line("backup in " + change.backup->string());
+    if (change.backup) {
+        result["backup"] = change.backup->string();
+        console.line("backup in " + change.backup->string());
+    }
+    if (change.setAside) {
+        result["setAside"] = change.setAside->string();
+        console.line("your own status line could not be read and is not back; it is kept in " +
+                     change.setAside->string());
+    }
     console.value(result);
     return console.exitStatus();
 }

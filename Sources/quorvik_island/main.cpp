@@ -1,7 +1,23 @@
 #include "quorvik_island/Arguments.h"
 #include "quorvik_island/ClearCommand.h"
+#include "quorvik_island/Commands/AcknowledgeCommand.h"
+#include "quorvik_island/Commands/AlertsCommand.h"
+#include "quorvik_island/Commands/AnswerCommand.h"
+#include "quorvik_island/Commands/AutostartCommand.h"
+#include "quorvik_island/Commands/OpenCommand.h"
+#include "quorvik_island/Commands/PickCommand.h"
+#include "quorvik_island/Commands/RequestsCommand.h"
+#include "quorvik_island/Commands/RestartCommand.h"
+#include "quorvik_island/Commands/ServeCommand.h"
+#include "quorvik_island/Commands/SettingsCommand.h"
+#include "quorvik_island/Commands/StatusCommand.h"
+#include "quorvik_island/Commands/StopCommand.h"
+#include "quorvik_island/Commands/SyncCommand.h"
+#include "quorvik_island/Commands/WatchCommand.h"
+#include "quorvik_island/Commands/WhyCommand.h"
 #include "quorvik_island/Console.h"
 #include "quorvik_island/HooksCommand.h"
+#include "quorvik_island/LiveCommand.h"
 #include "quorvik_island/ShellIntegrationCommand.h"
 #include "quorvik_island/ShowCommand.h"
 #include "quorvik_island/StatusLineCommand.h"
@@ -19,17 +35,31 @@ namespace quorvik {
 namespace {
 
 constexpr std::string_view help =
-    R"(usage: quorvik-island <command> …
+    R"(usage: quorvik-island [--plain] | <command> …
 
-Your side of Quorvik, in a terminal.
+Your side of Quorvik, in a terminal. Without a command it is the island itself, live (--plain: in lines, for
+screen readers).
 
   show         what the island shows right now
+  watch        the same, a line for every change: for status bars and scripts
+  requests     what agents wait for
+  answer       allow or deny it, or answer the questions
+  alerts       the alerts that are shown
+  open         go to an item's terminal, log or page
+  acknowledge  you have seen it
+  pick         keep an item in front
+  why          why something is shown, or is not
   clear        forget what is over
+
+  serve        the app itself: what everything reports to
+  status       how it is; also: stop, restart, sync
+  settings     your choices
   hooks        connect coding agents with Quorvik, or disconnect them
   shell        let zsh report long commands
   statusline   let Quorvik draw Claude Code's status line
+  autostart    let the app start with your session
 
-`quorvik-island <command> --help` says more. Results go to standard output, failures to standard error.
+`quorvik-island help <command>` says more. Results go to standard output, failures to standard error.
 Exit status: 0 done, 1 something failed, 3 the command line does not make sense.
 
 Examples:
@@ -44,27 +74,54 @@ struct Command {
 };
 
 constexpr Command commands[] = {
+    {"acknowledge", AcknowledgeCommand::run},
+    {"alerts", AlertsCommand::run},
+    {"answer", AnswerCommand::run},
+    {"autostart", AutostartCommand::run},
     {"clear", ClearCommand::run},
     {"hooks", HooksCommand::run},
+    {"open", OpenCommand::run},
+    {"pick", PickCommand::run},
+    {"requests", RequestsCommand::run},
+    {"restart", RestartCommand::run},
+    {"serve", ServeCommand::run},
+    {"settings", SettingsCommand::run},
     {"shell", ShellIntegrationCommand::run},
     {"show", ShowCommand::run},
+    {"status", StatusCommand::run},
     {"statusline", StatusLineCommand::run},
+    {"stop", StopCommand::run},
+    {"sync", SyncCommand::run},
+    {"watch", WatchCommand::run},
+    {"why", WhyCommand::run},
 };
 
+const Command& commandNamed(const std::string& name) {
+    const Command* command = std::ranges::find(commands, name, &Command::name);
+    if (command == std::end(commands)) throw UsageError("unknown command " + name);
+    return *command;
+}
+
 int dispatch(std::span<const std::string> words) {
-    Console console(false);
+    std::string helpCommand = "quorvik-island --help"; // for who got the command line wrong
     try {
-        if (words.empty()) throw UsageError("say what to do");
-        if (words.front() == "--help" || words.front() == "-h" || words.front() == "help")
+        if (words.empty()) return LiveCommand::run(words);
+        const std::string& first = words.front();
+        if (first == "--help" || first == "-h" || (first == "help" && words.size() == 1))
             return printHelp(help);
-        const Command* command = std::ranges::find(commands, words.front(), &Command::name);
-        if (command == std::end(commands)) throw UsageError("unknown command " + words.front());
-        return command->run(words.subspan(1));
+        if (first.starts_with('-')) return LiveCommand::run(words);
+        const std::vector<std::string> askForHelp = {"--help"};
+        if (first == "help") return commandNamed(words[1]).run(askForHelp);
+        const Command& command = commandNamed(first);
+        helpCommand = "quorvik-island " + first + " --help";
+        return command.run(words.subspan(1));
     } catch (const UsageError& error) {
-        console.fail(std::string(error.what()) + " (see quorvik-island --help)");
+        Console(false).fail(std::string(error.what()) + " (see " + helpCommand + ")");
         return exitUsage;
     } catch (const std::exception& error) {
+        Console console(std::ranges::find(words, "--json") != words.end());
         console.fail(error.what());
+        console.value({{"error", error.what()}});
         return exitFailure;
     }
 }

@@ -14,7 +14,7 @@ TEST(ServiceSpec, IsReadAndWritten) {
              {" \u2028+65535\n", ":65535", "65535", "port-65535"},
              {"My API :1", "My API ", "My API :1", "port-1"},
              {"Docker:my-db", "my-db", "docker:my-db", "docker-my-db"},
-             {"compose:\u00A0 a_1.B ", "a_1.B", "compose:a_1.B", "compose-a_1.B"},
+             {"compose:  a_1.B ", "a_1.B", "compose:a_1.B", "compose-a_1.B"},
              {"docker:u\u0308\u0663", "u\u0308\u0663", "docker:u\u0308\u0663", "docker-u\u0308\u0663"}}) {
         const auto spec = ServiceSpec::parse(typed).value();
         EXPECT_EQ(std::tie(spec.label, text, id), std::make_tuple(label, spec.text(), spec.id())) << typed;
@@ -22,7 +22,7 @@ TEST(ServiceSpec, IsReadAndWritten) {
     }
     for (const std::string& refused : testing::split(
              "| \n|0|70000|-1|3000x|web|:3000|web:|:|web:0|web: 3000|a:b:3000|web::3000|docker:|docker: |"
-             "compose:my app|docker:a:b|docker:½|docker:\xFF|docker :x"))
+             "compose:my app|compose:\tapp|compose:\u00A0app|docker:a:b|docker:½|docker:\xFF|docker :x"))
         EXPECT_FALSE(ServiceSpec::parse(refused)) << refused;
 }
 

@@ -82,6 +82,7 @@ TEST(HookEventTests, WhatTheUserIsAsked) {
              {Source::claude, "PermissionRequest", "AskUserQuestion", {questions, permission}},
              {Source::claude, "PreToolUse", "AskUserQuestion", {nothing, nothing}},
              {Source::copilot, "permissionRequest", "bash", {permission, permission}},
+             {Source::qwen, "PermissionRequest", "ask_user_question", {nothing, nothing}}, // takes no answer
              {Source::grok, "PreToolUse", "ask_user_question", {questions, nothing}},
              {Source::grok, "PreToolUse", "Ask_User_Question", {nothing, nothing}},
              {Source::kimi, "PermissionRequest", "Bash", {nothing, nothing}},
@@ -111,6 +112,7 @@ TEST(HookEventTests, HostileSizes) {
                       R"(},"tool_response":")" + std::string(10'000'000, 'x') + "\"",
                   "PermissionRequest");
     EXPECT_FALSE(event.toolSummary());
+    EXPECT_FALSE(event.firstQuestion());
     EXPECT_EQ(event.approvalRequest(Source::claude, "i")->suggestions, deep);
 }
 

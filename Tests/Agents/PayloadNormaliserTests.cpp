@@ -47,12 +47,33 @@ TEST(PayloadNormaliserTests, WhichEventAPayloadIs) {
         claude  Stop               "hook_event_name":"Stop","hookEventName":"stop_failure"
         qwen    UserPromptSubmit   "hook_event_name":"UserPromptSubmit","prompt":"","submitted_prompt":"x"
         qwen    UserPromptSubmit   "hook_event_name":"UserPromptSubmit"
-        claude  UserPromptSubmit   "hook_event_name":"UserPromptSubmit","prompt":"")");
+        claude  UserPromptSubmit   "hook_event_name":"UserPromptSubmit","prompt":"","agent_id":""
+        claude  -                  "hook_event_name":"UserPromptSubmit","prompt":"Find it","agent_id":"a1"
+        claude  PreToolUse         "hook_event_name":"PreToolUse","tool_name":"Bash","agent_id":"a1"
+        qwen    -                  "hook_event_name":"PreCompact","trigger":"manual"
+        qwen    PreCompact         "hook_event_name":"PreCompact","trigger":"auto"
+        claude  PreCompact         "hook_event_name":"PreCompact","trigger":"manual")");
     for (std::string source, expected, members; cases >> source >> expected;) {
         std::getline(cases, members);
         const auto event = eventOf(*fromRawValue<Source>(source), members);
         EXPECT_EQ(event ? event->name : "-", expected) << source << members;
     }
+}
+
+TEST(PayloadNormaliserTests, WhoeverAllowsAllIsNotAsked) {
+    const auto asks = [](const std::string& inherited, const std::vector<std::string>& words,
+                         Source agent = Source::copilot) {
+        const char* request = agent == Source::copilot ? R"("hookName":"permissionRequest")"
+                                                       : R"("hook_event_name":"PermissionRequest")";
+        return eventOf(agent, request, {"", "", inherited, [&] { return words; }}).has_value();
+    };
+    for (const char* all : {"--allow-all-tools", "--allow-all", "--yolo"}) {
+        EXPECT_FALSE(asks("", {"copilot", "-p", "x", all})) << all;
+        EXPECT_TRUE(asks("", {"copilot", all, "--assisted-approval"})) << all;
+        EXPECT_TRUE(asks("true", {"codex", all}, Source::codex)) << all;
+    }
+    EXPECT_FALSE(asks(" TRUE ", {}));
+    EXPECT_TRUE(asks("no", {"copilot", "--allow-all-paths", "--allow-all-urls", "--allow-tool", "shell"}));
 }
 
 TEST(PayloadNormaliserTests, FoldersOfAnAgentThatSaysNone) {
@@ -74,6 +95,10 @@ TEST(PayloadNormaliserTests, SessionsAsAgentsReportThem) {
             done     Write "hook_event_name":"Stop"
             done     Write "hook_event_name":"UserPromptSubmit","prompt":""
             done     Write "hook_event_name":"Notification","notification_type":"idle_prompt")"},
+        {Source::codex, R"(
+            working  Ask "hook_event_name":"UserPromptSubmit","prompt":"Ask"
+            awaiting Ask "hook_event_name":"PreToolUse","tool_name":"request_user_input"
+            working  Ask "hook_event_name":"PostToolUse","tool_name":"request_user_input")"},
         {Source::copilot, R"(
             idle     -    "source":"new","initialPrompt":"List"
             working  List "prompt":"List"

@@ -17,6 +17,7 @@ namespace quorvik {
 
 using namespace testing;
 using namespace std::chrono_literals;
+using namespace std::string_literals;
 using Kind = AlertOutcome::Kind;
 
 class AlertClientTests : public TemporaryHome {
@@ -42,7 +43,8 @@ TEST_F(AlertClientTests, TurnsEveryAnswerIntoItsOutcome) {
              {{Kind::failed, "unexpected answer"},
               4,
               "unexpected answer",
-              R"({"status":1}+|{"status":"ok","message":1}+|hello+|+|)" + std::string(5000, 'x')},
+              R"({"status":1}+|{"status":"ok","message":1}+|hello+|+|)" + std::string(5000, 'x') +
+                  R"(|{"status":"ok"})" + '\0' + "x+"},
              {{Kind::notRunning, ""}, 1, "Quorvik is not running", R"(|{"status":"ok"})"}, // breaks off
          }) {
         EXPECT_EQ(expected.exitCode(), exitCode);

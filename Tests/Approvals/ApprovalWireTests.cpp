@@ -90,8 +90,35 @@ TEST(ApprovalWireTests, AnswersGoBackWithTheQuestionsAsTheyCame) {
         EXPECT_EQ(output(questionOf(Source::claude, unusable), answered), nothing);
 }
 
+TEST(ApprovalWireTests, AnInputThatIsTooLongIsCutAndMarked) {
+    ApprovalRequest request{.id = "i", .sessionID = "s", .cwd = "/w", .input = "{}"};
+    EXPECT_EQ(ApprovalWire::requestLine(request), printJSON(request.toJSON()));
+    for (const std::string character : {"x", "\"", "\n", "\x01", "é", "e\u0301", "👍🏽"}) {
+        request.input.emplace();
+        while (request.input->size() < 70'000)
+            *request.input += character;
+        const auto line = ApprovalWire::requestLine(request);
+        ASSERT_TRUE(line) << character;
+        EXPECT_LT(line->size(), ApprovalWire::maxLine);
+        EXPECT_GE(line->size() + character.size() * 6, ApprovalWire::maxLine); // not shorter than need be
+        auto sent = ApprovalRequest::fromJSON(*parseJSON(*line));
+        EXPECT_TRUE(request.input->starts_with(*sent.input) && sent.input->size() % character.size() == 0);
+        EXPECT_EQ(std::exchange(sent.inputTruncated, std::nullopt), true);
+        sent.input = request.input;
+        EXPECT_EQ(sent, request);
+    }
+    const auto lineOf = [&](std::size_t bytesWithoutInput) { // so much stands in the line besides the input
+        ApprovalRequest full{.id = "i", .sessionID = "s"};
+        full.cwd.assign(bytesWithoutInput - printJSON(full.toJSON()).size(), 'x');
+        full.input = std::string(100, 'y');
+        return ApprovalWire::requestLine(full).value_or(nothing);
+    };
+    EXPECT_TRUE(lineOf(65'510).ends_with(R"("inputTruncated":true,"sessionID":"s","source":"claude"})"));
+    EXPECT_TRUE(lineOf(65'520) == nothing); // nobody is to allow what he cannot see
+}
+
 TEST(ApprovalWireTests, GrokHearsTheAnswerAsARefusal) {
-    const ApprovalRequest request = questionOf(Source::grok, std::nullopt);
+    ApprovalRequest request = questionOf(Source::grok, std::nullopt);
     const Answers answers = {"Blue", "Yes"};
     EXPECT_EQ(
         output(request, {Decision::allow, std::nullopt, answers}),
@@ -103,6 +130,9 @@ TEST(ApprovalWireTests, GrokHearsTheAnswerAsARefusal) {
         EXPECT_EQ(output(request, {decision, std::nullopt, answers}), nothing);
     EXPECT_EQ(output(request, {Decision::allow}), nothing);
     EXPECT_EQ(output(request, {Decision::allow, std::nullopt, Answers{"one"}}), nothing);
+    request.questions.emplace();
+    EXPECT_TRUE(
+        output(request, {Decision::allow, std::nullopt, Answers()}).ends_with(R"(their answer.\n"}})"));
 }
 
 } // namespace quorvik

@@ -47,10 +47,13 @@ TEST(ApprovalRequestTests, TravelsAndComesBackTheSame) {
     request.summary = "ls";
     request.questionsJSON = "[]";
     request.questions = {{"Q?", "H", {{"A", "a"}}, true}};
-    EXPECT_EQ(printJSON(request.toJSON()),
-              R"({"cwd":"/w","id":"i","questions":[{"header":"H","multiSelect":true,"options":)"
-              R"([{"description":"a","label":"A"}],"question":"Q?"}],"questionsJSON":"[]","sessionID":"abc",)"
-              R"("source":"claude","suggestions":"[1]","summary":"ls","tool":"Bash"})");
+    request.input = "{}";
+    request.inputTruncated = true;
+    EXPECT_EQ(
+        printJSON(request.toJSON()),
+        R"({"cwd":"/w","id":"i","input":"{}","inputTruncated":true,"questions":[{"header":"H","multiSelect":true,"options":)"
+        R"([{"description":"a","label":"A"}],"question":"Q?"}],"questionsJSON":"[]","sessionID":"abc",)"
+        R"("source":"claude","suggestions":"[1]","summary":"ls","tool":"Bash"})");
     EXPECT_EQ(ApprovalRequest::fromJSON(request.toJSON()), request);
 
     json wrong = request.toJSON();

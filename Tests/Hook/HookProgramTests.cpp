@@ -1,7 +1,10 @@
 #include "Tests/Support/FakeApp.h"
 #include "Tests/Support/Program.h"
 #include "Tests/Support/TemporaryHome.h"
+#include "Tests/Support/Terminal.h"
 
+#include "QuorvikCore/Platform/FileLock.h"
+#include "QuorvikCore/Session/OpenRequests.h"
 #include "QuorvikCore/Session/ProcessInspector.h"
 #include "QuorvikCore/Session/SessionStore.h"
 
@@ -51,6 +54,12 @@ class HookProgramTests : public TemporaryHome {
     SessionState state() const {
         const auto found = record();
         return found ? found->state : SessionState::idle;
+    }
+
+    std::size_t waitingRequests() const {
+        const auto file = sessions / "claude-s.json.asked";
+        const auto list = std::filesystem::exists(file) ? parseJSON(contentOf(file)) : std::nullopt;
+        return list ? list->size() : 0;
     }
 
     const std::filesystem::path socket = support / "approval.sock";
@@ -151,16 +160,16 @@ TEST_F(HookProgramTests, PutsARequestToTheApp) {
         EXPECT_EQ(line, "");
     }
     const std::string rules = R"("permission_suggestions":[{"n":1.50}])";
-    send(event("PermissionRequest", R"("tool_name":"Bash","tool_input":{"command":"git push"},)" + rules),
-         allowed);
+    const std::string push = R"("tool_name":"Bash","tool_input":{"command":"git push", "n":1.50},)";
+    send(event("PermissionRequest", push + rules), allowed);
     const std::lock_guard lock(mutex);
     EXPECT_EQ(meanwhile, SessionState::awaiting);
     auto request = *parseJSON(line);
     EXPECT_EQ(request["id"].get<std::string>().size(), 36u);
     request.erase("id");
     EXPECT_EQ(printJSON(request),
-              R"({"cwd":"/w","sessionID":"s","source":"claude","suggestions":"[{\"n\":1.50}]",)"
-              R"("summary":"git push","tool":"Bash"})");
+              R"({"cwd":"/w","input":"{\"command\":\"git push\", \"n\":1.50}","sessionID":"s",)"
+              R"("source":"claude","suggestions":"[{\"n\":1.50}]","summary":"git push","tool":"Bash"})");
     EXPECT_EQ(state(), SessionState::working); // it may take minutes; it no longer waits for the user
     EXPECT_EQ(record()->stateSince, record()->updatedAt);
 }
@@ -190,14 +199,16 @@ TEST_F(HookProgramTests, AnsweredOrNot) {
              {"claude", plan, R"({"decision":"allow"})", allowed, State::awaiting}, // which it does not heed
              {"claude", ask, R"({"decision":"ask"})", "", State::awaiting},
              {"claude", ask, "nonsense", "", State::awaiting},
-             {"qwen", ask, "", "", State::awaiting},                        // it closes without a word
-             {"kimi", ask, R"({"decision":"allow"})", "", State::awaiting}, // has no such reply
+             {"qwen", ask, "", "", State::awaiting},                             // it closes without a word
+             {"qwen", question, R"({"decision":"allow"})", "", State::awaiting}, // is not asked of the app
+             {"kimi", ask, R"({"decision":"allow"})", "", State::awaiting},      // has no such reply
          }) {
         const FakeApp app(socket, FakeApp::says(answer.empty() ? "" : answer + "\n"));
         send(payload, output, source);
         const auto left = record(*fromRawValue<Source>(source));
         ASSERT_TRUE(left) << payload;
         EXPECT_EQ(left->state, after) << source << payload;
+        EXPECT_EQ(left->summary == "Which?", payload == question);
         SessionStore::remove(*left, sessions);
     }
 }
@@ -231,13 +242,84 @@ TEST_F(HookProgramTests, GoesAwayWhenTheUserAnsweredElsewhere) {
     }
 }
 
-TEST_F(HookProgramTests, EndsAtOnceWhenTheAgentsTimeIsUp) {
-    SilentApp app(socket);
-    Program& waiting = started(bash("PermissionRequest", "a"));
-    eventually([&] { return app.asked == 1; });
-    ::kill(waiting.pid(), SIGTERM);
-    EXPECT_EQ(waiting.finish(), nothing);
-    EXPECT_EQ(state(), SessionState::awaiting);
+/// Agents end a hook that waits for nothing any more: most of them ask it to go, one kills it. An agent that
+/// dies does neither.
+TEST_F(HookProgramTests, AWithdrawnRequestIsOver) {
+    for (const int end : {SIGTERM, SIGKILL, SIGHUP /* the agent dies */}) {
+        SilentApp app(socket);
+        Program agent({"sleep", "30"});
+        const auto ask = [&](const std::string& command) -> Program& {
+            auto words = hook();
+            words.insert(words.end(), {"--ppid", std::to_string(agent.pid())});
+            hooks.emplace_back(words).giveInput(bash("PermissionRequest", command));
+            return hooks.back();
+        };
+        Program& one = ask("a");
+        eventually([&] { return app.asked == 1; });
+        Program& other = ask("b");
+        eventually([&] { return waitingRequests() == 2; });
+        const auto withdraw = [&](Program& waiting) {
+            ::kill(end == SIGHUP ? agent.pid() : waiting.pid(), end);
+            EXPECT_EQ(waiting.finish().status, end == SIGKILL ? 128 + SIGKILL : 0);
+        };
+        withdraw(one);
+        EXPECT_TRUE(end == SIGHUP || OpenRequests::anyWaiting(*record(), sessions));
+        withdraw(other);
+        EXPECT_FALSE(OpenRequests::anyWaiting(*record(), sessions));
+        eventually([&] { return app.withdrawn == 2; });
+        if (end == SIGKILL) {
+            send(event("SessionStart")); // says nothing of a request; the next to write puts things right
+            EXPECT_EQ(waitingRequests(), 0u);
+        }
+        EXPECT_EQ(state(), SessionState::idle) << end;
+        SessionStore::remove(*record(), sessions);
+    }
+}
+
+TEST_F(HookProgramTests, AHeldLockDelaysNoQuestion) {
+    send(event("SessionStart"));
+    const FakeApp app(socket, FakeApp::says(allow));
+    const FileLock stopped = FileLock::acquire(sessions / "claude-s.json.lock");
+    const auto start = std::chrono::steady_clock::now();
+    send(bash("PermissionRequest", "a"), allowed);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    EXPECT_EQ(state(), SessionState::idle);
+}
+
+TEST_F(HookProgramTests, ACompactionThatTheUserAskedForChangesNothing) {
+    send(event("UserPromptSubmit"));
+    send(event("Stop"));
+    const auto before = record();
+    for (const std::string trigger : {"manual", "auto"}) {
+        send(event("PreCompact", R"("trigger":")" + trigger + "\""));
+        EXPECT_EQ(state(), SessionState::compacting);
+        send(event("PostCompact", R"("trigger":")" + trigger + "\""));
+        EXPECT_EQ(state(), trigger == "manual" ? SessionState::done : SessionState::working);
+        EXPECT_EQ(record()->stateSince == before->stateSince, trigger == "manual");
+    }
+    EXPECT_EQ(namesIn(sessions), (Names{"claude-s.json", "claude-s.json.lock"}));
+}
+
+TEST_F(HookProgramTests, OnlyAProcessWithATerminalTellsOfOne) {
+    ::setenv("TERM_PROGRAM", "of whoever started the daemon", 1);
+    const auto from = [&](pid_t agent) {
+        auto words = hook();
+        words.insert(words.end(), {"--ppid", std::to_string(agent)});
+        EXPECT_EQ(Program::run(words, event("SessionStart")), nothing);
+        return *record();
+    };
+    const Program daemon({"sleep", "30"}, [] { ::setsid(); });
+    eventually([&] { return ProcessInspector::isDaemon(*ProcessInspector::info(daemon.pid())); });
+    EXPECT_EQ(from(daemon.pid()).host, HostInfo());
+    EXPECT_EQ(record()->pid, std::nullopt);
+    const Terminal terminal({"sleep", "30"});
+    eventually([&] { return ProcessInspector::info(terminal.pid())->name == "sleep"; });
+    const SessionRecord known = from(terminal.pid());
+    EXPECT_EQ(known.pid, terminal.pid());
+    EXPECT_EQ(known.host.termProgram, "of whoever started the daemon");
+    EXPECT_TRUE(known.host.tty);
+    EXPECT_EQ(from(daemon.pid()).host, known.host); // what is known stays known
+    ::unsetenv("TERM_PROGRAM");
 }
 
 TEST_F(HookProgramTests, AnAnswerToOneRequestDoesNotEndAnother) {
@@ -249,15 +331,10 @@ TEST_F(HookProgramTests, AnAnswerToOneRequestDoesNotEndAnother) {
         ++answers;
         FakeApp::says(allow)(line, connection);
     });
-    const auto requests = [&] {
-        const auto file = sessions / "claude-s.json.asked";
-        const auto list = std::filesystem::exists(file) ? parseJSON(contentOf(file)) : std::nullopt;
-        return list ? list->size() : 0;
-    };
     Program& one = started(bash("PermissionRequest", "a"));
     eventually([&] { return asked == 1; });
     Program& other = started(bash("PermissionRequest", "b"));
-    eventually([&] { return requests() == 2; });
+    eventually([&] { return waitingRequests() == 2; });
     told = 1;
     EXPECT_EQ(one.finish().output, allowed);
     EXPECT_EQ(state(), SessionState::awaiting); // the other one's answer

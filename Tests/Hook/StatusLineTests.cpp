@@ -1,6 +1,8 @@
 #include "Tests/Support/Program.h"
 #include "Tests/Support/TemporaryHome.h"
 
+#include "QuorvikCore/Session/ProcessInspector.h"
+
 #include <csignal>
 
 namespace quorvik {
@@ -52,12 +54,12 @@ TEST_F(StatusLineTests, RunsTheUsersOwn) {
 }
 
 TEST_F(StatusLineTests, EndsTheUsersOwnWithItself) {
-    saveOriginal("echo $$; exec sleep 100");
+    saveOriginal("sleep 100 & echo $!; wait");
     Program drawing({programPath("quorvik-hook"), "--statusline"});
-    const int original = std::stoi(drawing.readLine());
+    const int started = std::stoi(drawing.readLine());
     ::kill(drawing.pid(), SIGTERM); // the next update comes
     EXPECT_EQ(drawing.finish().status, 0);
-    EXPECT_NE(::kill(original, 0), 0);
+    EXPECT_TRUE(eventually([&] { return !ProcessInspector::isRunning(started, std::nullopt); }));
 }
 
 } // namespace quorvik

@@ -93,6 +93,9 @@ TEST(JSONHooks, AreAddedAfterTheUsers) {
     EXPECT_EQ(json(after), json(R"({"model":"m","hooks":{"Stop":[{"hooks":[]},{"hooks":[)" + ours() +
                                 R"(]}],"Ask":[{"hooks":[)" + ours("130") + R"(]}]},"x":1.50})"));
     EXPECT_TRUE(after.starts_with("{\n  \"model\": \"m\",\n") && after.ends_with('}')) << after;
+    const JSONValue codex = json(installed(HookTarget::codex(), std::nullopt));
+    for (const char* event : {"SessionEnd", "Interrupt"}) // Codex complains about more
+        EXPECT_EQ(*codex.valueAt({"hooks", event}), json(R"([{"hooks":[)" + ours("3") + "]}]"));
 }
 
 TEST(JSONHooks, LeaveWhatIsTheUsersInEveryPosition) {
@@ -226,7 +229,9 @@ timeout = 5
     for (const std::string text :
          {"", "\n", "a = 1", "a = 1\n", "a = 1\r\n[t]\r\n", "a = 1\r\nb = 2", "\n\n\n",
           "[[hooks]]\nevent = \"Stop\"\n", "hooksmith = 1\nx.hooks = 2\n# hooks = 3",
-          "s = '''\n# <<< quorvik hooks <<<\n'''\n",
+          "[other]\nhooks.x = 1\n", "[[hooks]]\n[hooks.x]\n[[hooks.y]]\n[other.hooks]\n",
+          "s = \"\"\"\\\"\n[hooks]\n\"\"\" # [\nt = [\n'''\n]\n[hooks]\n''', # ]\n[\"hooks\"],\n]\n",
+          "[hooks\n[[a b]]\nc = ']\n", "s = '''\n# <<< quorvik hooks <<<\n'''\n",
           " # >>> quorvik hooks (managed, do not edit) >>>\nx = 1\n"}) {
         const std::string with = installed(smallKimi(), text);
         EXPECT_EQ(status(smallKimi(), with), Kind::installed) << with;
@@ -267,8 +272,11 @@ TEST(KimiHooks, KnowTheirBlockByBothMarkers) {
 }
 
 TEST(KimiHooks, RefuseInlineHooksAndWhatIsNotText) {
-    for (const std::string text : {"hooks = []\n", "a = 1\n \thooks\t = [", "hooks=", "'hooks' = 1",
-                                   "\"hooks\".x = 1", "hooks . x = 1", "[hooks]\n", "[ \"hooks\".x ]"}) {
+    for (const std::string text :
+         {"hooks = []\n", "a = 1\n \thooks\t = [", "hooks=", "'hooks' = 1", "\"hooks\".x = 1",
+          "hooks . x = 1", "[hooks]\n", "[ \"hooks\".x ]", "[[hooks.x]]\n[[hooks]]\n", "[[hooks]]\n[hooks]\n",
+          "\"h\\u006foks\".x = 1", "a = [\n1]\nhooks.x = 1", "[other]\nhooks = 1",
+          "s = \"\"\"'\"\"\"\n['hooks'.x]"}) {
         EXPECT_EQ(refusal(smallKimi(), text),
                   "config.toml already sets `hooks = …` inline; convert it to [[hooks]] tables first.");
         EXPECT_EQ(status(smallKimi(), text), Kind::notInstalled);

@@ -1,3 +1,4 @@
+#include "Tests/Support/Program.h"
 #include "Tests/Support/TemporaryHome.h"
 
 #include "QuorvikCore/Install/HookInstaller.h"
@@ -5,6 +6,10 @@
 #include "QuorvikCore/Platform/FileError.h"
 
 #include <sys/stat.h>
+#ifdef __linux__
+#include <sys/syscall.h>
+#include <sys/xattr.h>
+#endif
 #include <unistd.h>
 
 #include <algorithm>
@@ -25,9 +30,14 @@ class HookInstallerTests : public TemporaryHome {
     FileChange install(const HookTarget& target) const {
         return HookInstaller::install(target, hook.string());
     }
+    /// Without waiting for the second in which the last edit left a backup to be over.
+    FileChange uninstall(const HookTarget& target) const {
+        std::filesystem::remove_all(support / "backups");
+        return HookInstaller::uninstall(target);
+    }
     Names backups() const { return namesIn(support / "backups"); }
 
-    const std::filesystem::path hook = writeProgram("bin/quorvik-hook");
+    const std::filesystem::path hook = writeProgram("support/bin/quorvik-hook");
 };
 
 TEST_F(HookInstallerTests, TargetsFollowTheHomeFolder) {
@@ -64,14 +74,14 @@ TEST_F(HookInstallerTests, GivesRealSettingsBack) {
         EXPECT_EQ(status(target), Kind::notInstalled);
         EXPECT_TRUE(install(target).backup);
         EXPECT_EQ(status(target), Kind::installed);
-        EXPECT_TRUE(HookInstaller::uninstall(target).changed);
+        EXPECT_TRUE(uninstall(target).changed);
         // An event whose list is empty is not written back, whoever emptied it.
         JSONValue before = OrderedJSON::parse(text), after = OrderedJSON::parse(contentOf(target.fileURL));
         before.valueAt({"hooks"})->setMember("Stop", std::nullopt);
         after.valueAt({"hooks"})->setMember("Stop", std::nullopt);
         EXPECT_EQ(after, before) << contentOf(target.fileURL);
         EXPECT_EQ(contentOf(target.fileURL).ends_with('\n'), text.ends_with('\n'));
-        EXPECT_EQ(HookInstaller::uninstall(target), FileChange{});
+        EXPECT_EQ(uninstall(target), FileChange{});
     }
 }
 
@@ -91,9 +101,42 @@ TEST_F(HookInstallerTests, KeepsLinksAndPermissions) {
     const HookTarget target = HookTarget::claude();
     std::filesystem::create_directories(target.fileURL.parent_path());
     std::filesystem::create_symlink("../dotfiles/claude.json", target.fileURL);
+#ifdef __linux__
+    // The list: version 2; then for the owner, user 12, the group, the mask and others: kind, permissions,
+    // who.
+    const std::pair<const char*, std::string> attributes[] = {
+        {"user.tag", "mine"},
+        {"system.posix_acl_access",
+         {"\2\0\0\0\1\0\6\0\377\377\377\377\2\0\4\0\14\0\0\0\4\0\0\0\377\377\377\377\20\0\4\0\377\377\377\377"
+          "\40\0\0\0\377\377\377\377",
+          44}}};
+    for (const auto& [name, value] : attributes)
+        ::setxattr(real.c_str(), name, value.data(), value.size(), 0);
+    const auto values = [&] { // empty where the file system has no such thing
+        std::vector<std::string> found;
+        for (const auto& [name, value] : attributes) {
+            std::string bytes(100, '\0');
+            const ssize_t size = ::getxattr(real.c_str(), name, bytes.data(), bytes.size());
+            found.push_back(bytes.substr(0, static_cast<std::size_t>(std::max<ssize_t>(size, 0))));
+        }
+        return found;
+    };
+    const auto before = values();
+    // What cannot be told to be no link is not replaced.
+    const auto refused = Program::run({programPath("quorvik-island"), "hooks", "install", "claude"}, "",
+                                      [] { refuse(SYS_readlink, EIO); });
+    EXPECT_TRUE(refused.status == 77 || refused.errors == "quorvik-island: claude: could not follow " +
+                                                              target.fileURL.string() +
+                                                              ": Input/output error\n")
+        << refused;
+    std::filesystem::remove_all(support / "backups");
+#endif
     install(target);
     EXPECT_EQ(std::filesystem::read_symlink(target.fileURL), "../dotfiles/claude.json");
     EXPECT_EQ(status(target), Kind::installed);
+#ifdef __linux__
+    EXPECT_EQ(values(), before);
+#endif
     EXPECT_EQ(modeOf(real), 0640u);
     EXPECT_EQ(namesIn(real.parent_path()), Names{"claude.json"});
 
@@ -108,7 +151,7 @@ TEST_F(HookInstallerTests, KeepsLinksAndPermissions) {
 
     if (::getuid() == 0) {
         ASSERT_EQ(::chown(real.c_str(), 12, 34), 0);
-        HookInstaller::uninstall(target);
+        uninstall(target);
         struct stat found {};
         ASSERT_EQ(::stat(real.c_str(), &found), 0);
         EXPECT_EQ(std::tuple(found.st_uid, found.st_gid, found.st_mode & 07777), std::tuple(12, 34, 0640));
@@ -185,7 +228,32 @@ TEST_F(HookInstallerTests, StartsOverWhenAnAgentWritesMeanwhile) {
         EXPECT_EQ(error.what(), file.string() + " keeps changing; nothing was written");
     }
     EXPECT_EQ(contentOf(file), "write " + std::to_string(writes));
-    EXPECT_EQ(namesIn(home), (Names{"bin", "settings.json"}));
+    EXPECT_EQ(namesIn(home), (Names{"settings.json", "support"}));
+}
+
+TEST_F(HookInstallerTests, EveryEditLeavesItsBackupAndNothingElse) {
+    const auto file = write(".codex/hooks.json", "{}");
+    struct Other {
+        std::string name;
+        int age; // seconds
+        bool stays;
+    };
+    const Other others[] = {{".codex/hooks.json.1.quorvik.tmp", 61, false},
+                            {".codex/hooks.json.2.quorvik.tmp", 0, true},
+                            {".codex/hooks.json.quorvik.tmp", 61, true},
+                            {".codex/other.json.1.quorvik.tmp", 61, true},
+                            {"support/backups/codex-hooks.json.2020.bak.1.quorvik.tmp", 61, false}};
+    for (const auto& [name, age, stays] : others)
+        std::filesystem::last_write_time(write(name, ""), std::filesystem::file_time_type::clock::now() -
+                                                              std::chrono::seconds(age));
+    const FileChange first = install(HookTarget::codex()), again = install(HookTarget::codex());
+    EXPECT_FALSE(first.isSame);
+    EXPECT_TRUE(again.isSame);
+    EXPECT_EQ(contentOf(*first.backup), "{}");
+    EXPECT_EQ(contentOf(*again.backup), contentOf(file)); // a second later
+    EXPECT_EQ(backups().size(), 2u);
+    for (const auto& [name, age, stays] : others)
+        EXPECT_EQ(std::filesystem::exists(home / name), stays) << name;
 }
 
 TEST_F(HookInstallerTests, KeepsTheFiveNewestBackupsOfEachFile) {

@@ -10,10 +10,15 @@ using Kind = StatusLineInstaller::Status::Kind;
 
 class StatusLineInstallerTests : public TemporaryHome {
   protected:
+    // Without waiting for the second in which the last edit left a backup to be over.
     FileChange install(const std::string& hookPath = "/q/quorvik-hook") const {
+        std::filesystem::remove_all(support / "backups");
         return StatusLineInstaller::install(HookTarget::claude(), hookPath, original);
     }
-    FileChange uninstall() const { return StatusLineInstaller::uninstall(HookTarget::claude(), original); }
+    StatusLineInstaller::Removal uninstall() const {
+        std::filesystem::remove_all(support / "backups");
+        return StatusLineInstaller::uninstall(HookTarget::claude(), original);
+    }
     Kind status() const { return StatusLineInstaller::status(HookTarget::claude()).kind; }
     void settings(const std::string& text) const { write(".claude/settings.json", text); }
     JSONValue settings() const { return OrderedJSON::parse(contentOf(home / ".claude/settings.json")); }
@@ -60,13 +65,27 @@ TEST_F(StatusLineInstallerTests, KeepsTheUsersUnlessItIsDamagedOrGivenUp) {
         EXPECT_EQ(StatusLineInstaller::originalCommand(write("saved.json", text)), std::nullopt) << text;
 
     write("support/statusline-original.json", "{\"comm");
-    uninstall();
+    const auto setAside = uninstall().setAside.value();
+    EXPECT_EQ(setAside.parent_path(), support / "backups");
+    EXPECT_EQ(contentOf(setAside), "{\"comm");
+    EXPECT_FALSE(std::filesystem::exists(original));
     EXPECT_EQ(settings(), OrderedJSON::parse(R"({"a":1})"));
 
-    write("support/statusline-original.json", R"({"command":"of long ago"})");
+    // Only its owner gives a saved line up, not whoever takes ours out of the settings.
+    const std::string first = R"({"statusLine":{"command":"first"}})";
+    settings(first);
+    install();
+    settings("{}");
     install();
     uninstall();
-    EXPECT_EQ(settings(), OrderedJSON::parse(R"({"a":1})"));
+    EXPECT_EQ(settings(), OrderedJSON::parse(first));
+    install();
+    settings(R"({"statusLine":{"command":"second"}})");
+    install();
+    const auto names = namesIn(support / "backups");
+    ASSERT_EQ(names.size(), 2u);
+    EXPECT_NE(contentOf(support / "backups" / names[1]).find("first"), std::string::npos) << names[1];
+    EXPECT_EQ(StatusLineInstaller::originalCommand(original), "second");
 }
 
 TEST_F(StatusLineInstallerTests, LeavesAloneWhatItCannotReadOrWrite) {
@@ -75,7 +94,7 @@ TEST_F(StatusLineInstallerTests, LeavesAloneWhatItCannotReadOrWrite) {
         settings(text);
         EXPECT_EQ(StatusLineInstaller::status(HookTarget::claude()).why, why);
         EXPECT_THROW(install(), std::runtime_error);
-        EXPECT_EQ(uninstall(), FileChange{});
+        EXPECT_EQ(uninstall().unreadable, why);
         EXPECT_EQ(contentOf(home / ".claude/settings.json"), text);
     }
     settings("{}");

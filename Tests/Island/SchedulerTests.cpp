@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cmath>
+#include <random>
+
 namespace quorvik {
 
 namespace {
@@ -226,6 +230,47 @@ TEST(Scheduler, APickStaysInFrontUntilSomethingMoreUrgentComesUp) {
     EXPECT_EQ(shown(Scheduler::layout(both, dateFromSeconds(now), {}, {},
                                       ManualPick{"claude-w", work.stateSince, ago(10)})),
               "w | v |");
+}
+
+TEST(Scheduler, NothingChangesBeforeTheNextChange) {
+    std::mt19937 random(1); // the same records every time
+    const auto pick = [&](auto... choices) {
+        const std::array all{choices...};
+        return all[random() % all.size()];
+    };
+    std::size_t changes = 0;
+    for (int round = 0; round < 3000; ++round) {
+        SchedulerConfig config;
+        config.doneLinger = pick(4.0, 0.0, 0.1, 1e-9);
+        config.staleAfter = pick(600.0, 3.3, 0.7);
+        config.awaitingQuietAfter = pick(120.0, 0.3, 5000.0);
+        std::vector<SessionRecord> records;
+        for (int index = 0; index < 3; ++index) {
+            SessionRecord& added = records.emplace_back(record(
+                pick(Source::claude, Source::git, Source::service, Source::update), std::to_string(index),
+                static_cast<SessionState>(random() % rawValues<SessionState>.size()),
+                pick(0.0, 0.1, 3.9999, 89.7, 119.99, 1799.5, 1e9, -7.3), pick(0.0, 0.7, 599.9, -3.0)));
+            added.tool = pick("Bash", "Changes", "Clipboard", "Alert");
+            if (random() % 2 == 0) added.port = 80;
+        }
+        std::vector<const SessionRecord*> pointers;
+        for (const SessionRecord& each : records)
+            pointers.push_back(&each);
+        const auto at = [&](Date moment) { return Scheduler::layout(records, moment, config); };
+
+        const Date start = dateFromSeconds(now + round * 0.001);
+        const auto next = Scheduler::nextChange(pointers, start, config);
+        const Date last = next ? *next : start + std::chrono::duration<double>(1e6);
+        ASSERT_GT(last, start);
+        const auto before = [](Date moment) {
+            return dateFromSeconds(std::nextafter(secondsSince1970(moment), 0));
+        };
+        for (const Date moment : {before(last), start + (last - start) / 2, start + (last - start) / 7})
+            ASSERT_TRUE(moment <= start || at(moment) == at(start)) << "late: " << round;
+        if (next) changes += at(*next) != at(start);
+        ASSERT_TRUE(!next || at(*next) != at(start)) << "early: " << round;
+    }
+    EXPECT_GT(changes, 1000U); // the records are such that there is something to see
 }
 
 } // namespace quorvik

@@ -30,6 +30,7 @@ TEST_F(SettingsCommandsTests, HelpGoesToOutputAndMistakesToErrors) {
     for (const std::vector<std::string>& words : {std::vector<std::string>{"--help"},
                                                   {"help"},
                                                   {"hooks", "--help"},
+                                                  {"help", "shell"},
                                                   {"statusline", "install", "-h"}}) {
         const auto result = island(words);
         EXPECT_EQ(result.status, 0);
@@ -39,6 +40,7 @@ TEST_F(SettingsCommandsTests, HelpGoesToOutputAndMistakesToErrors) {
     for (const auto& [words, why] : std::initializer_list<std::pair<std::vector<std::string>, std::string>>{
              {{}, "say what to do"},
              {{"hook"}, "unknown command hook"},
+             {{"help", "hook"}, "unknown command hook"},
              {{"hooks"}, "hooks: say status, install or uninstall"},
              {{"hooks", "Status"}, "hooks: unknown action Status"},
              {{"hooks", "install", "claude", "git"}, "unknown agent git"},
@@ -47,17 +49,27 @@ TEST_F(SettingsCommandsTests, HelpGoesToOutputAndMistakesToErrors) {
              {{"hooks", "status", "--all=1"}, "--all takes no value"},
              {{"hooks", "status", "--hook-path"}, "--hook-path needs a value"},
              {{"hooks", "status", "--", "--all"}, "unknown agent --all"},
+             {{"shell"}, "shell: say status, install or uninstall"},
+             {{"shell", "off"}, "shell: unknown action off"},
+             {{"shell", "status", "now"}, "shell: unexpected argument now"},
+             {{"shell", "install", "--min-seconds", "0"}, "--min-seconds must be 1 to 86400"},
+             {{"shell", "install", "--min-seconds", "1.5"}, "--min-seconds must be 1 to 86400"},
+             {{"show", "now"}, "show: unexpected argument now"},
              {{"statusline"}, "statusline: say status, install or uninstall"},
              {{"statusline", "on"}, "statusline: unknown action on"},
              {{"statusline", "status", "claude"}, "statusline: unexpected argument claude"}})
-        EXPECT_EQ(island(words), failed(3, why + " (see quorvik-island --help)"));
+        EXPECT_EQ(island(words),
+                  failed(3, why + " (see quorvik-island " +
+                                (words.empty() || why.starts_with("unknown command") ? "" : words[0] + " ") +
+                                "--help)"));
     EXPECT_FALSE(std::filesystem::exists(home / ".claude"));
 }
 
 TEST_F(SettingsCommandsTests, HooksGoInAndOutOfTheAgentsThatAreFound) {
-    EXPECT_EQ(island({"hooks", "status"}).output, "");
-    EXPECT_EQ(island({"hooks", "install"}), failed(1, "no coding agent has a configuration folder in " +
-                                                          home.string() + "; name one, or say --all"));
+    const std::string none =
+        "no coding agent has a configuration folder in " + home.string() + "; name one, or say --all";
+    EXPECT_EQ(island({"hooks", "status"}), failed(0, none));
+    EXPECT_EQ(island({"hooks", "install"}), failed(1, none));
 
     const auto claude = write(".claude/settings.json", R"({"hooks":{}})").string();
     const std::string codex = write(".codex/config.toml", "").parent_path() / "hooks.json";
@@ -73,7 +85,11 @@ TEST_F(SettingsCommandsTests, HooksGoInAndOutOfTheAgentsThatAreFound) {
     EXPECT_NE(contentOf(codex).find("QUORVIK_MANAGED=1 '" + hook.string() + "' --source codex"),
               std::string::npos);
 
-    EXPECT_EQ(island({"hooks", "status"}).output, "claude\tinstalled\ncodex\tinstalled\n");
+    const auto again = json(island({"hooks", "install", "codex", "qwen", "--json"}).output);
+    EXPECT_FALSE(again[0].contains("note")); // nothing is new to Codex
+    EXPECT_EQ(again[1]["note"], "what runs already reports nothing until it is started again");
+
+    EXPECT_EQ(island({"hooks", "status"}).output, "claude\tinstalled\ncodex\tinstalled\nqwen\tinstalled\n");
     EXPECT_EQ(island({"hooks", "status", "codex", "--hook-path", "/x/../y/quorvik-hook"}).output,
               "codex\tstale\n");
     const auto all = json(island({"hooks", "status", "--all", "--json"}).output);
@@ -105,16 +121,23 @@ TEST_F(SettingsCommandsTests, OneAgentsFailureDoesNotStopTheOthers) {
 
 TEST_F(SettingsCommandsTests, InstallsOnlyAProgramThatCanBeRun) {
     std::filesystem::remove(hook);
-    const std::string nowhere = std::filesystem::current_path() / "nowhere/quorvik-hook";
-    EXPECT_EQ(island({"hooks", "install", "pi", "--hook-path=nowhere/quorvik-hook"}),
-              failed(1, "there is no hook program at " + nowhere + "; name one with --hook-path"));
+    const std::string why = "there is no hook program at " +
+                            (std::filesystem::current_path() / "nowhere/quorvik-hook").string() +
+                            "; name one with --hook-path";
+    auto missing = failed(1, why);
+    EXPECT_EQ(island({"hooks", "install", "pi", "--hook-path=nowhere/quorvik-hook"}), missing);
+    missing.output = R"([{"error":")" + why + R"(","source":"pi"}])" + "\n";
+    EXPECT_EQ(island({"hooks", "install", "pi", "--hook-path=nowhere/quorvik-hook", "--json"}), missing);
     // The one beside the running program is the other candidate.
     const auto copy = home / "copy/quorvik-island";
     std::filesystem::create_directories(copy.parent_path());
     std::filesystem::copy_file(programPath("quorvik-island"), copy);
     const auto beside = writeProgram("copy/quorvik-hook");
-    EXPECT_EQ(Program::run({copy.string(), "hooks", "install", "pi"}).status, 0);
+    EXPECT_EQ(Program::run({copy.string(), "hooks", "install", "pi"}).errors, "");
     EXPECT_NE(contentOf(home / ".pi/agent/extensions/quorvik.ts").find(beside.string()), std::string::npos);
+    for (const std::string action : {"hooks", "statusline"})
+        EXPECT_NE(island({action, "install"}).errors.find("will point into a build folder"),
+                  std::string::npos);
 }
 
 TEST_F(SettingsCommandsTests, TheStatusLineGoesOnAndOff) {
@@ -129,6 +152,14 @@ TEST_F(SettingsCommandsTests, TheStatusLineGoesOnAndOff) {
     EXPECT_EQ(json(contentOf(file)), json(mine));
     EXPECT_EQ(json(island({"statusline", "uninstall", "--json"}).output),
               json(R"({"status":"off","changed":false})"));
+
+    island({"statusline", "install"});
+    write("support/statusline-original.json", "{");
+    const std::string output = island({"statusline", "uninstall"}).output;
+    EXPECT_NE(output.find("\nyour own status line could not be read and is not back; it is kept in " +
+                          (support / "backups/statusline-original.json.20").string()),
+              std::string::npos)
+        << output;
 
     write(".claude/settings.json", "[]");
     EXPECT_EQ(island({"statusline", "status"}).output, "unreadable: not a JSON object\n");

@@ -6,6 +6,10 @@
 #include "QuorvikCore/Session/SessionStore.h"
 
 #include <sys/ioctl.h>
+#include <sys/resource.h>
+#ifdef __linux__
+#include <sys/syscall.h>
+#endif
 #include <unistd.h>
 
 #include <csignal>
@@ -18,9 +22,11 @@ using testing::Program;
 /// `quorvik-island show`, on sessions that our own programs made.
 class ShowCommandTests : public testing::TemporaryHome {
   protected:
-    static Program::Result show(std::vector<std::string> words = {}) {
-        words.insert(words.begin(), {testing::programPath("quorvik-island"), "show"});
-        return Program::run(words);
+    static Program::Result show(std::vector<std::string> words = {},
+                                const std::function<void()>& prepare = {},
+                                const std::string& program = "quorvik-island") {
+        words.insert(words.begin(), {testing::programPath(program), "show"});
+        return Program::run(words, "", prepare);
     }
     static nlohmann::json layout() {
         const auto result = show({"--json"});
@@ -112,6 +118,12 @@ TEST_F(ShowCommandTests, OnlyWhatIsBusyNeedsItsProcess) {
     EXPECT_EQ(shownAs(compacting, ::getpid(), 5), "nothing"); // the number now belongs to another process
     EXPECT_EQ(shownAs(failed, gone, 5), "failed");
     EXPECT_EQ(shownAs(working, std::nullopt, 5), "working");
+
+    // Nobody waits any more when the hook that asked was killed.
+    for (const auto& [pid, wanted] : {std::pair(gone, "nothing"), {::getpid(), "awaiting"}}) {
+        write("support/sessions/claude-a.json.asked", R"([{"id":"q","pid":)" + std::to_string(pid) + "}]");
+        EXPECT_EQ(shownAs(awaiting, std::nullopt, 5), wanted);
+    }
 }
 
 TEST_F(ShowCommandTests, FilesThatCannotBeReadAreNamed) {
@@ -131,17 +143,30 @@ TEST_F(ShowCommandTests, FilesThatCannotBeReadAreNamed) {
     EXPECT_EQ(json["corrupt"], (nlohmann::json{folder + "b.json", folder + "c.json"}));
     EXPECT_EQ(json["unsupported"], nlohmann::json::array({folder + "d.json"}));
 
+#ifdef __linux__
+    const auto refused = show({}, [] { testing::refuse(SYS_getdents64, EIO); });
+    const std::string why = "could not list " + sessions.string() + ": Input/output error";
+    EXPECT_TRUE(refused.status == 77 || refused.errors == "quorvik-island: " + why + "\n") << refused;
+    // Out of descriptors for a record while the folder is open, or all the time.
+    for (const auto& [descriptors, status] : {std::pair(4, 0), {3, 1}}) {
+        const auto tight = show({}, [&, most = descriptors] {
+            const rlimit limit{rlim_t(most), rlim_t(most)};
+            ::setrlimit(RLIMIT_NOFILE, &limit);
+        });
+        EXPECT_EQ(tight.status, status) << tight;
+        EXPECT_TRUE(status == 1 || tight.errors == result.errors) << tight;
+    }
+#endif
+
     std::filesystem::remove_all(sessions);
     write("support/sessions", "a file");
     ::setenv("QUORVIK_HOME", (sessions / "below").c_str(), 1);
     for (const auto& unlisted : {sessions / "below/sessions", sessions}) {
-        const auto broken = show();
-        EXPECT_EQ(broken.status, 1);
-        EXPECT_TRUE(broken.errors.starts_with("quorvik-island: could not list " + unlisted.string()))
-            << broken.errors;
+        const std::string text = "could not list " + unlisted.string() + ": Not a directory";
+        EXPECT_EQ(show({"--json"}),
+                  (Program::Result{1, R"({"error":")" + text + "\"}\n", "quorvik-island: " + text + "\n"}));
         ::setenv("QUORVIK_HOME", support.c_str(), 1);
     }
-    EXPECT_EQ(show({"now"}).status, 3);
 }
 
 #ifdef __linux__ // other systems have no /dev/full
@@ -157,22 +182,34 @@ TEST_F(ShowCommandTests, SaysWhenItCannotBeWritten) {
 }
 #endif
 
+#ifdef __linux__
+TEST_F(ShowCommandTests, LooksTwiceBeforeItCallsAFileUnreadable) {
+    put(working("a"));
+    const auto result = show({}, {}, "quorvik-island-files-seen-empty");
+    EXPECT_NE(result.output.find("working"), std::string::npos) << result;
+    EXPECT_EQ(result.errors, "");
+}
+#endif
+
 TEST_F(ShowCommandTests, NamesWhatItIsAbout) {
     struct Case {
         std::optional<std::string> title, tool;
-        std::string label, line;
+        std::string event, label, line;
     };
     const std::string wide(40, 'w');
-    for (const auto& [title, tool, label, line] :
-         std::initializer_list<Case>{{"Task", "Bash", "Task", "Task  s"},
-                                     {{}, "Bash", "Bash", "Bash  s"},
-                                     {" \u202E\a", "", "Claude Code", "Claude Code  s"},
-                                     {"\x1b[31mred", {}, " [31mred", " [31mred  s"},
-                                     {wide.substr(0, 32), {}, wide.substr(0, 32), wide.substr(0, 32) + "  s"},
-                                     {wide, {}, wide, wide.substr(0, 31) + "…  s"}}) {
+    for (const auto& [title, tool, event, label, line] : std::initializer_list<Case>{
+             {"Task", "run_shell_command", "PreToolUse", "Task", "Task  Bash s"},
+             {"Task", "AskUserQuestion", "PreToolUse", "Task", "Task  Question s"},
+             {"Task", "Bash", "Notification", "Task", "Task  s"}, // what it says is a sentence
+             {{}, "Bash", "PreToolUse", "Bash", "Bash  s"},
+             {" \u202E\a", "", "Stop", "Claude Code", "Claude Code  s"},
+             {"\x1b[31mred", {}, "Stop", " [31mred", " [31mred  s"},
+             {wide.substr(0, 32), {}, "Stop", wide.substr(0, 32), wide.substr(0, 32) + "  s"},
+             {wide, {}, "Stop", wide, wide.substr(0, 31) + "…  s"}}) {
         put(working("a"), [&](SessionRecord& record) {
             record.title = title;
             record.tool = tool;
+            record.lastEvent = event;
             record.summary = "s";
         });
         EXPECT_EQ(layout()["primary"]["label"], label);
@@ -181,24 +218,27 @@ TEST_F(ShowCommandTests, NamesWhatItIsAbout) {
 }
 
 TEST_F(ShowCommandTests, FitsTheTerminalAndLeavesItInPeace) {
-    put(working("a"), [](SessionRecord& record) {
+    const std::string log = write("log", "").string(), logLine = "       log: " + log;
+    put(working("a"), [&](SessionRecord& record) {
+        record.state = SessionState::failed;
         record.stateSince += std::chrono::hours(1); // a clock that was set back
         record.title = "日本語のタイトル";
-        record.summary = "\x1b[2J\x07\n\u202Etwo 👨‍👩‍👧 x";
+        record.summary = "\x1b[2J\x07\n\u202Etwo 👨‍👩‍👧 123456";
+        record.logPath = log;
     });
     struct Case {
         unsigned short columns;
         std::vector<const char*> environment;
         std::string line;
     };
-    const std::string start = "◆ CC   working        0 s  日本語の";
+    const std::string start = "◆ CC   failed         0 s  日本語のタ";
     for (const auto& [columns, environment, line] : std::initializer_list<Case>{
-             {59, {"TERM=xterm", "NO_COLOR=1"}, start + "タイトル   [2J  two 👨‍👩‍👧 x"},
-             {58, {"TERM=dumb"}, start + "タイトル   [2J  two 👨‍👩‍👧…"},
-             {57, {"TERM=xterm", "NO_COLOR=1"}, start + "タイトル   [2J  two …"},
-             {38, {"TERM=xterm", "NO_COLOR=1"}, start + "タ…"},
-             {17, {"TERM=xterm", "NO_COLOR="}, "◆ CC   \x1b[36mworking\x1b[0m"},
-             {9, {"TERM=xterm"}, "◆ CC   \x1b[36mw…\x1b[0m"},
+             {80, {"TERM=xterm", "NO_COLOR=1"}, start + "イトル   [2J  two 👨‍👩‍👧 123456"},
+             {63, {"TERM=dumb"}, start + "イト…   [2J  two 👨‍👩‍👧 123456"},
+             {60, {"TERM=dumb"}, start + "…    [2J  two 👨‍👩‍👧 123456"},
+             {40, {"TERM=dumb"}, "◆ CC  failed 0 s 日本語…  [2J  two 👨‍👩‍👧 1…"},
+             {12, {"TERM=xterm", "NO_COLOR="}, "◆ CC  \x1b[1;31mfailed\x1b[0m"},
+             {9, {"TERM=xterm"}, "◆ CC  \x1b[1;31mfa…\x1b[0m"},
              {1, {"TERM="}, "◆"}}) {
         testing::Terminal terminal({testing::programPath("quorvik-island"), "show"}, [&] {
             const winsize size{24, columns, 0, 0};
@@ -208,8 +248,11 @@ TEST_F(ShowCommandTests, FitsTheTerminalAndLeavesItInPeace) {
                 ::putenv(const_cast<char*>(variable));
         });
         EXPECT_EQ(terminal.waitFor("\r\n"), line) << columns;
+        const bool hasRoom = columns >= logLine.size();
+        EXPECT_EQ(hasRoom ? terminal.waitFor("\r\n") : logLine, logLine);
         EXPECT_EQ(terminal.finish(), 0);
     }
+    EXPECT_EQ(show().output.find(log), std::string::npos);
 }
 
 } // namespace quorvik

@@ -56,11 +56,14 @@ TEST_F(ProcessInspectorTests, WalksUpFromShellsToWhoStartedThem) {
 }
 
 #ifdef __linux__ // macOS names a process after what the link points to
-TEST_F(ProcessInspectorTests, NamesMayHoldBracketsAndBlanks) {
-    std::filesystem::create_symlink("/bin/sleep", home / "a) R 1 (b");
-    Program program({(home / "a) R 1 (b").string(), "30"});
-    eventually([&] { return info(program.pid())->name == "a) R 1 (b"; });
+TEST_F(ProcessInspectorTests, NamesAndArgumentsMayHoldAnything) {
+    std::filesystem::create_symlink("/bin/sh", home / "a) R 1 (b");
+    const std::vector<std::string> words{(home / "a) R 1 (b").string(), "-c", "read x", "", "ü\n"};
+    Program program(words);
+    eventually([&] { return arguments(program.pid()) == words; });
+    EXPECT_EQ(info(program.pid())->name, "a) R 1 (b");
     EXPECT_EQ(info(program.pid())->parentPID, ::getpid());
+    EXPECT_TRUE(arguments(0x7FFFFFFF).empty());
 }
 #endif
 
@@ -82,6 +85,8 @@ TEST_F(ProcessInspectorTests, NeedsNoTerminal) {
     Program without({"sh", "-c", "echo; read x"}, [] { ::setsid(); });
     without.readLine();
     EXPECT_EQ(info(without.pid())->tty, std::nullopt);
+    EXPECT_TRUE(isDaemon(*info(without.pid())));
+    EXPECT_FALSE(isDaemon(*info(Program({"sleep", "30"}).pid())));
 }
 
 } // namespace quorvik::ProcessInspector

@@ -60,6 +60,15 @@ TEST_F(ProjectAndTitleTests, TakesATitleFromTheFirstTellingLine) {
     for (const std::string_view prompt : {"/clear", "/clear\tnow", "ok", " Thanks! ", "«Try Again…»",
                                           "继续吧。", "重", "hi", "+++ ½", "###", " \n "})
         EXPECT_EQ(TaskTitle::make(prompt, std::nullopt, std::nullopt), std::nullopt) << prompt;
+    // Long prompts, of which no more is read than it takes.
+    const std::string marks(70'000, '!'), words(70'000, 'x'), lines(70'000, '\n');
+    EXPECT_EQ(TaskTitle::make("ok" + marks, std::nullopt, std::nullopt), std::nullopt);
+    EXPECT_EQ(TaskTitle::make("ok" + marks + "a", std::nullopt, std::nullopt),
+              "ok" + marks.substr(0, 77) + "…");
+    EXPECT_EQ(TaskTitle::make(lines + "/" + words, std::nullopt, std::nullopt), std::nullopt);
+    EXPECT_EQ(TaskTitle::make("/x" + words + " y", std::nullopt, std::nullopt),
+              "/x" + words.substr(0, 77) + "…");
+    EXPECT_EQ(TaskTitle::make(lines + "Fix A=" + words + "\n", std::nullopt, std::nullopt), "Fix A=***");
     const std::optional<std::string> none;
     EXPECT_EQ(TaskTitle::make(std::nullopt, std::nullopt, std::nullopt), none);
     EXPECT_EQ(TaskTitle::make("Fix it", "slash_command_expansion", std::nullopt), none);

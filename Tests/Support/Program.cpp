@@ -5,6 +5,11 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/wait.h>
+#ifdef __linux__
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#endif
 #include <unistd.h>
 
 #include <array>
@@ -68,6 +73,20 @@ bool readMore(int descriptor, std::string& text) {
     if (count > 0) text.append(buffer, static_cast<std::size_t>(count));
     return count > 0;
 }
+
+#ifdef __linux__
+void refuse(long systemCall, int errorNumber) {
+    const auto number = static_cast<unsigned>(systemCall), error = static_cast<unsigned>(errorNumber);
+    sock_filter filter[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, 0), // the call's number
+                            BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, number, 0, 1),
+                            BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | error),
+                            BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
+    const sock_fprog program{4, filter};
+    if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
+        ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0)
+        ::_exit(77);
+}
+#endif
 
 std::string programPath(const std::string& name) {
     return std::string(QUORVIK_BIN_DIR) + "/" + name;

@@ -68,6 +68,10 @@ int statusOf(pid_t child);
 /// Appends what comes next; false at the end of the stream, or when nothing comes for 20 seconds.
 bool readMore(int descriptor, std::string& text);
 
+/// To be run in a child just before its program (Linux): from then on the system call fails with that error.
+/// Ends the child with status 77 where the kernel does not let us.
+void refuse(long systemCall, int errorNumber);
+
 /// Waits until `condition` holds, up to 20 seconds; fails the test otherwise.
 bool eventually(const std::function<bool()>& condition);
 

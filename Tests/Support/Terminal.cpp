@@ -47,6 +47,21 @@ void Terminal::type(std::string_view keys) const {
     ASSERT_EQ(::write(terminal_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
 }
 
+void Terminal::resize(unsigned short rows, unsigned short columns) const {
+    const winsize size{.ws_row = rows, .ws_col = columns, .ws_xpixel = 0, .ws_ypixel = 0};
+    ASSERT_EQ(::ioctl(terminal_, TIOCSWINSZ, &size), 0);
+}
+
+termios Terminal::settings() const {
+    termios settings{};
+    EXPECT_EQ(::tcgetattr(terminal_, &settings), 0);
+    return settings;
+}
+
+void Terminal::hangUp() {
+    ::close(std::exchange(terminal_, -1));
+}
+
 std::string Terminal::waitFor(std::string_view text) {
     for (;;) {
         if (const auto at = shown_.find(text); at != std::string::npos) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <sys/types.h>
+#include <termios.h>
 
 #include <functional>
 #include <string>
@@ -22,6 +23,14 @@ class Terminal {
     pid_t pid() const { return pid_; }
 
     void type(std::string_view keys) const;
+
+    /// The terminal's size, of which the program is told.
+    void resize(unsigned short rows, unsigned short columns) const;
+
+    /// Echo, line mode and the like.
+    termios settings() const;
+
+    void hangUp(); ///< closes the terminal, as a window that is closed
 
     /// Waits, up to 20 seconds, until it has shown `text` after what an earlier call found, and returns what
     /// came in between; fails the test otherwise.

@@ -29,7 +29,7 @@ std::optional<std::string> releaseNotesByExpressions(const std::string& html) {
              {"&#39;", "'"},
              {"&amp;", "&"},
              {R"(\R)", "\n"},
-             {R"((?m)^[\p{Zs}\t]+|[\p{Zs}\t]+$)", ""},
+             {R"((?m)^[ \t]+|[ \t]+$)", ""},
              {"(?m)^[-*] ", "• "},
              {R"(\n+)", "\n"},
              {R"(\A\n|\n\z)", ""}}) {
@@ -51,7 +51,7 @@ TEST(ReleaseNotes, BecomeLinesForPeople) {
              {"<H1>New</H1><P class='x'>One<Br>two<BR />three<br / >four</p>", "New\nOne\ntwo\nthreefour"},
              {"<p>&amp;lt;b&gt; &quot;it&#39;s&quot;&nbsp;&copy; &LT;</p>", "&lt;b> \"it's\" &copy; &LT;"},
              {"<p>News:\n- one\r\n* two\u2028-three\n -  four</p>", "News:\n• one\n• two\n-three\n•  four"},
-             {"<p> \t</p><p>&nbsp;\u00A0</p><p>x</p>", "x"},
+             {"<p> \t</p><p>&nbsp;</p><p>\u00A0 </p><p>x</p>", "\u00A0\nx"},
              {"1\n2\n3\n4\n5\n6\n7\n8", "1\n2\n3\n…", 3},
              {"1", "…", 0},
              {"1", "…", INT_MIN},

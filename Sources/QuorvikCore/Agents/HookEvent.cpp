@@ -33,6 +33,7 @@ constexpr std::string_view summaryArguments[] = {"command",       "file_path", "
                                                  "notebook_path", "pattern",   "url",           "query",
                                                  "description",   "prompt"};
 
+constexpr std::string_view inputKeys[] = {"tool_input", "toolInput", "toolArgs", "tool_args"};
 constexpr std::string_view questionsArgument = "questions";
 
 /// An argument as one text: a text that is more than blanks, or a list of texts (a command's words) joined by
@@ -53,6 +54,30 @@ std::optional<std::string> argumentText(std::string_view value) {
     }
     if (list.arrayValue()->empty()) return std::nullopt;
     return joined;
+}
+
+/// What the start of a long JSON string means; its last character may be wrong.
+std::optional<std::string> textStart(std::string_view value) {
+    constexpr std::size_t enough = 16'384;
+    if (value.size() <= enough || !value.starts_with('"')) return std::nullopt;
+    value = value.substr(0, enough);
+    for (auto escape = value.find('\\'); escape != value.npos;) {
+        const std::size_t end = escape + (value.substr(escape).starts_with("\\u") ? 6 : 2);
+        if (end > value.size()) value = value.substr(0, escape); // never in the middle of one
+        escape = value.find('\\', end);
+    }
+    return RawJSON::string(std::string(value) + '"');
+}
+
+/// What an argument comes to in a few words.
+std::optional<std::string> argumentSummary(std::string_view value, std::string_view folder) {
+    const auto start = textStart(value);
+    const bool isTelling = start && !Unicode::trimmed(*start, Unicode::isWhitespace).empty();
+    // A command may be megabytes long, and this is asked for more than once.
+    if (auto summary = isTelling ? Redactor::redactStart(*start, folder) : std::nullopt) return summary;
+    const auto text = argumentText(value);
+    if (!text) return std::nullopt;
+    return Redactor::redact(*text, folder);
 }
 
 /// An agent's JSON text, fit to travel: strict readers take it.
@@ -105,13 +130,24 @@ std::string HookEvent::canonicalName(std::string_view name) {
 }
 
 RawJSON::Members HookEvent::toolInputFrom(const HookPayload& payload) {
-    for (const std::string_view key : {"tool_input", "toolInput", "toolArgs", "tool_args"}) {
+    for (const std::string_view key : inputKeys) {
         const auto found = payload.members.find(key);
         if (found == payload.members.end()) continue;
         const auto text = RawJSON::string(found->second);
         if (auto arguments = RawJSON::members(text ? *text : found->second)) return std::move(*arguments);
     }
     return {};
+}
+
+std::optional<std::string> HookEvent::toolInputText(const HookPayload& payload) {
+    for (const std::string_view key : inputKeys) {
+        const auto found = payload.members.find(key);
+        if (found == payload.members.end()) continue;
+        const std::string text = RawJSON::string(found->second).value_or(found->second);
+        const auto value = RawJSON::value(text);
+        if (value && value->starts_with('{')) return repairedJSON(*value);
+    }
+    return std::nullopt;
 }
 
 bool HookEvent::isQuestionTool() const {
@@ -125,11 +161,24 @@ std::vector<Question> HookEvent::questions() const {
     return value ? Question::parse(*value).value_or(std::vector<Question>()) : std::vector<Question>();
 }
 
+std::optional<std::string> HookEvent::firstQuestion() const {
+    const auto list = toolInput.find(questionsArgument);
+    if (!isQuestionTool() || list == toolInput.end()) return std::nullopt;
+    // Not questions(): what cannot be shown as a card can still be named.
+    const JSONValue value = OrderedJSON::parse(repairedJSON(list->second));
+    const auto* elements = value.arrayValue();
+    const JSONValue* text =
+        elements && !elements->empty() ? elements->front().valueAt({"question"}) : nullptr;
+    const std::string* question = text ? text->stringValue() : nullptr;
+    if (!question || Unicode::trimmed(*question, Unicode::isWhitespaceOrNewline).empty()) return std::nullopt;
+    return Redactor::redact(*question, cwd);
+}
+
 std::optional<std::string> HookEvent::toolSummary() const {
     for (const std::string_view key : summaryArguments) {
         const auto argument = toolInput.find(key);
-        const auto text = argument == toolInput.end() ? std::nullopt : argumentText(argument->second);
-        if (text) return Redactor::redact(*text, cwd);
+        if (argument == toolInput.end()) continue;
+        if (auto summary = argumentSummary(argument->second, cwd)) return summary;
     }
     return std::nullopt;
 }
@@ -138,6 +187,7 @@ std::optional<ApprovalRequest> HookEvent::approvalRequest(Source agent, std::str
     const bool asksPermission = supportsApprovals(agent) && name == "PermissionRequest";
     const bool asksQuestions =
         supportsQuestions(agent) && name == (asksOnPreToolUse(agent) ? "PreToolUse" : "PermissionRequest");
+    if (isQuestionTool() && !supportsQuestions(agent)) return std::nullopt;
     auto list = asksQuestions ? questions() : std::vector<Question>();
     if (list.empty() && !asksPermission) return std::nullopt;
 

@@ -38,6 +38,9 @@ struct HookEvent {
     /// four keys in use that has them; empty when there are none.
     static RawJSON::Members toolInputFrom(const HookPayload& payload);
 
+    /// The arguments of a tool call as one JSON text, as the agent wrote it; absent when there are none.
+    static std::optional<std::string> toolInputText(const HookPayload& payload);
+
     /// Whether the tool asks the user questions.
     bool isQuestionTool() const;
 
@@ -48,9 +51,13 @@ struct HookEvent {
     /// Absent when it has none of these.
     std::optional<std::string> toolSummary() const;
 
+    /// The text of the first question, redacted; absent when there is none.
+    std::optional<std::string> firstQuestion() const;
+
     /// What the user is to be asked by way of the app because of this event; absent when nothing. A question
     /// list that cannot be shown is no reason to stay silent where the tool call needs a permission anyway:
-    /// it is then asked for without the questions. `id` names the request.
+    /// it is then asked for without the questions. But the questions of an agent that takes no answers from
+    /// its hook are left to it, for a permission to ask them is not what it wants. `id` names the request.
     std::optional<ApprovalRequest> approvalRequest(Source agent, std::string id) const;
 
     bool operator==(const HookEvent&) const = default;

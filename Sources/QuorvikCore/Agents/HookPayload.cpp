@@ -13,7 +13,9 @@ constexpr std::string_view usedMembers[] = {
     "last_assistant_message", "prompt", "submitted_prompt", "source", "permission_suggestions",
     "permissionSuggestions",
     // what tells events, and whose they are, where no name does
-    "hookName", "toolResult", "initialPrompt", "stopReason", "reason", "parentAgentId"};
+    "hookName", "toolResult", "initialPrompt", "stopReason", "reason", "parentAgentId", "agent_id",
+    // why a context is shortened
+    "trigger"};
 
 } // namespace
 
@@ -49,6 +51,12 @@ bool HookPayload::hasText(std::string_view key) const {
 bool HookPayload::hasObject(std::string_view key) const {
     const auto found = members.find(key);
     return found != members.end() && found->second.starts_with('{');
+}
+
+bool HookPayload::isManualCompaction() const {
+    const std::string name = eventName().value_or("");
+    return text("trigger") == "manual" &&
+           (name == "PreCompact" || name == "PostCompact" || name == "PostCompaction");
 }
 
 void HookPayload::setText(const std::string& key, std::string_view text) {

@@ -29,6 +29,9 @@ struct HookPayload {
 
     void setText(const std::string& key, std::string_view text);
 
+    /// Whether it is about the context being shortened at the user's wish, which happens between two turns.
+    bool isManualCompaction() const;
+
     /// The event's name as the agent calls it.
     std::optional<std::string> eventName() const { return text({"hook_event_name", "hookEventName"}); }
 };

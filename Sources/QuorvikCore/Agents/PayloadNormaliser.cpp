@@ -1,6 +1,7 @@
 #include "QuorvikCore/Agents/PayloadNormaliser.h"
 
 #include "QuorvikCore/Agents/HookEvent.h"
+#include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
 
@@ -91,18 +92,42 @@ Verdict devin(HookPayload& payload, const Surroundings& surroundings) {
     return Verdict::report;
 }
 
+Verdict codex(HookPayload& payload, const Surroundings&) {
+    if (payload.text("tool_name") == "request_user_input") payload.setText("tool_name", "AskUserQuestion");
+    return Verdict::report;
+}
+
 Verdict qwen(HookPayload& payload, const Surroundings&) {
     const bool isNobodys = isPrompt(payload) && payload.text("prompt") == "" &&
                            payload.text("submitted_prompt").value_or("").empty();
-    return isNobodys ? Verdict::drop : Verdict::report;
+    const bool isEndless = payload.isManualCompaction() && payload.eventName() == "PreCompact";
+    return isNobodys || isEndless ? Verdict::drop : Verdict::report;
 }
 
-Verdict copilot(HookPayload& payload, const Surroundings&) {
+template <std::size_t count>
+bool isOneOf(const std::string_view (&words)[count], std::string_view word) {
+    return std::find(std::begin(words), std::end(words), word) != std::end(words);
+}
+
+/// Whether Copilot asks its user for no permission.
+bool allowsAll(const Surroundings& surroundings) {
+    constexpr std::string_view yes[] = {"true", "1", "yes", "on", "y"};
+    constexpr std::string_view switches[] = {"--allow-all-tools", "--allow-all", "--yolo"};
+    const auto arguments =
+        surroundings.agentArguments ? surroundings.agentArguments() : std::vector<std::string>();
+    if (std::ranges::find(arguments, "--assisted-approval") != arguments.end()) return false; // may ask
+    const std::string inherited =
+        Unicode::lowercased(Unicode::trimmed(surroundings.copilotAllowAll, Unicode::isWhitespaceOrNewline));
+    return isOneOf(yes, inherited) ||
+           std::ranges::any_of(arguments, [&](const std::string& word) { return isOneOf(switches, word); });
+}
+
+Verdict copilot(HookPayload& payload, const Surroundings& surroundings) {
     if (payload.has("parentAgentId")) return Verdict::drop;
     if (payload.eventName()) return Verdict::report;
     if (const auto name = payload.text("hookName")) {
         payload.setText(eventNameKey, *name);
-        return Verdict::report;
+        return name == "permissionRequest" && allowsAll(surroundings) ? Verdict::drop : Verdict::report;
     }
     for (const Sign& sign : copilotSigns) {
         if (!(payload.*sign.is)(sign.member)) continue;
@@ -118,15 +143,13 @@ struct Dialect {
     Verdict (*bringInLine)(HookPayload&, const Surroundings&);
 };
 
-constexpr Dialect dialects[] = {{Source::claude, claude},
-                                {Source::grok, grok},
-                                {Source::devin, devin},
-                                {Source::qwen, qwen},
-                                {Source::copilot, copilot}};
+constexpr Dialect dialects[] = {{Source::claude, claude}, {Source::codex, codex}, {Source::grok, grok},
+                                {Source::devin, devin},   {Source::qwen, qwen},   {Source::copilot, copilot}};
 
 } // namespace
 
 Verdict normalise(HookPayload& payload, Source source, const Surroundings& surroundings) {
+    if (isPrompt(payload) && !payload.text("agent_id").value_or("").empty()) return Verdict::drop;
     for (const Dialect& dialect : dialects)
         if (dialect.source == source) return dialect.bringInLine(payload, surroundings);
     return Verdict::report;

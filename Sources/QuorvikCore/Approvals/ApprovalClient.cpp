@@ -16,11 +16,11 @@ constexpr LineSocket::ReadLimits replyLimits{.lineBytes = ApprovalWire::maxLine,
 
 std::optional<ApprovalResponse> ask(const ApprovalRequest& request, std::chrono::duration<double> timeout,
                                     const std::string& socketPath, const std::function<bool()>& stillWanted) {
-    const std::string line = printJSON(request.toJSON());
-    if (line.size() >= ApprovalWire::maxLine) return std::nullopt;
+    const auto line = ApprovalWire::requestLine(request);
+    if (!line) return std::nullopt;
     auto connected = LineSocket::connect(socketPath, connectLimit);
     LineSocket* socket = std::get_if<LineSocket>(&connected);
-    if (!socket || !socket->sendLine(line)) return std::nullopt;
+    if (!socket || !socket->sendLine(*line)) return std::nullopt;
     const auto answer = socket->receiveLine(timeout, replyLimits, stillWanted);
     const std::string* reply = std::get_if<std::string>(&answer);
     const auto value = reply ? parseJSON(*reply) : std::nullopt;

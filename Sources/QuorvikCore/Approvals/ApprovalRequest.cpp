@@ -18,6 +18,8 @@ ApprovalRequest ApprovalRequest::fromJSON(const nlohmann::json& value) {
     reader.optional("suggestions", request.suggestions);
     reader.optional("questions", request.questions);
     reader.optional("questionsJSON", request.questionsJSON);
+    reader.optional("input", request.input);
+    reader.optional("inputTruncated", request.inputTruncated);
     return request;
 }
 
@@ -29,6 +31,8 @@ nlohmann::json ApprovalRequest::toJSON() const {
     writeOptional(object, "suggestions", suggestions);
     if (questions) object["questions"] = listJSON(*questions);
     writeOptional(object, "questionsJSON", questionsJSON);
+    writeOptional(object, "input", input);
+    writeOptional(object, "inputTruncated", inputTruncated);
     return object;
 }
 

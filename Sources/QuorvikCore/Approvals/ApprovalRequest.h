@@ -17,6 +17,9 @@ struct ApprovalRequest {
     std::optional<std::string> suggestions;         ///< the agent's suggested permission rules: a JSON text
     std::optional<std::vector<Question>> questions; ///< present: these are to be answered
     std::optional<std::string> questionsJSON; ///< the agent's question list exactly as received: a JSON text
+    std::optional<std::string>
+        input; ///< the tool's arguments as the agent wrote them: a JSON text, not redacted
+    std::optional<bool> inputTruncated; ///< true: only the begin of `input` is there, or nothing of it
 
     /// "<source>-<session id>": the session it belongs to.
     std::string key() const;

@@ -33,6 +33,26 @@ std::string hookSpecificOutput(const RawJSON::Members& members) {
     return object({{"hookSpecificOutput", object(members)}});
 }
 
+/// The first characters of a text that take no more than so many bytes in a JSON string.
+std::string_view beginTaking(std::size_t bytes, std::string_view text) {
+    constexpr std::string_view shortEscapes = "\"\\\b\f\n\r\t";
+    std::string_view rest = text;
+    while (!rest.empty()) {
+        std::string_view after = rest;
+        std::size_t cost = 0;
+        for (const char c : Unicode::takeCharacter(after)) {
+            if (shortEscapes.find(c) != std::string_view::npos)
+                cost += 2;
+            else
+                cost += static_cast<unsigned char>(c) < 0x20 ? 6 : 1;
+        }
+        if (cost > bytes) break;
+        bytes -= cost;
+        rest = after;
+    }
+    return text.substr(0, text.size() - rest.size());
+}
+
 bool answersFit(const ApprovalRequest& request, const ApprovalResponse& response) {
     return request.questions && response.answers && response.answers->size() == request.questions->size();
 }
@@ -62,10 +82,12 @@ Reply devinReply(const ApprovalResponse& response, const std::string& reason) {
 Reply grokReply(const ApprovalRequest& request, const ApprovalResponse& response) {
     if (response.decision != Decision::allow || !answersFit(request, response)) return std::nullopt;
     std::string reason = "The user has already answered in the Quorvik notch, so do not ask again. Continue "
-                         "with their answer.";
-    for (std::size_t index = 0; index < response.answers->size(); ++index)
-        reason += "\nQuestion: " + (*request.questions)[index].question +
+                         "with their answer.\n";
+    for (std::size_t index = 0; index < response.answers->size(); ++index) {
+        if (index > 0) reason += '\n';
+        reason += "Question: " + (*request.questions)[index].question +
                   "\nThe user's answer: " + (*response.answers)[index];
+    }
     return hookSpecificOutput({{"hookEventName", encoded("PreToolUse")},
                                {"permissionDecision", encoded("deny")},
                                {"permissionDecisionReason", encoded(reason)}});
@@ -104,6 +126,25 @@ Reply permissionDecision(const ApprovalRequest& request, const ApprovalResponse&
 }
 
 } // namespace
+
+std::optional<std::string> requestLine(const ApprovalRequest& request) {
+    const auto fitting = [](const ApprovalRequest& candidate) -> std::optional<std::string> {
+        if (candidate.input && candidate.input->size() >= maxLine) return std::nullopt;
+        std::string line = printJSON(candidate.toJSON());
+        if (line.size() >= maxLine) return std::nullopt;
+        return line;
+    };
+    const auto whole = fitting(request);
+    if (whole || !request.input) return whole;
+    ApprovalRequest shorter = request;
+    shorter.inputTruncated = true;
+    shorter.input = "";
+    if (const auto empty = fitting(shorter))
+        shorter.input = beginTaking(maxLine - 1 - empty->size(), *request.input);
+    else
+        shorter.input.reset();
+    return fitting(shorter);
+}
 
 std::optional<std::string> hookOutput(const ApprovalRequest& request, const ApprovalResponse& response) {
     const std::string reason = response.message.value_or(defaultReason);

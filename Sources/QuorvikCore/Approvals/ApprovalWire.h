@@ -9,6 +9,11 @@ namespace quorvik::ApprovalWire {
 /// Bytes; a request's line and a reply's, without their line feeds, must be shorter.
 inline constexpr std::size_t maxLine = 65'536;
 
+/// The line, without its line feed, that asks for this: its JSON text, in which an `input` that is too long
+/// for the line is cut at the end of a character, or left out, and marked by `inputTruncated`. Absent when
+/// even so it would be too long.
+std::optional<std::string> requestLine(const ApprovalRequest& request);
+
 /// What the hook prints for its agent: one JSON object without white space, keys sorted, each agent family's
 /// own shape. What came from the agent (its question list, its suggested rules) goes back value for value, as
 /// it was written. Absent when the hook must print nothing, so that the agent asks in its own interface:

@@ -92,6 +92,12 @@ void dropEmptied(JSONValue& container, const Removal& removal) {
     });
 }
 
+/// Codex gives a hook of these events 3 seconds, and complains at every start about a larger number.
+int writtenTimeout(const HookTarget& target, const std::string& event) {
+    const bool isClamped = target.source == Source::codex && (event == "SessionEnd" || event == "Interrupt");
+    return isClamped ? 3 : target.timeout(event);
+}
+
 bool isNumber(const JSONValue* value, double wanted) {
     const std::string* text = value ? value->numberText() : nullptr;
     return text && std::strtod(text->c_str(), nullptr) == wanted;
@@ -108,7 +114,7 @@ JSONValue JSONHookFormat::hook(const HookTarget& target, const std::string& even
     JSONValue hook = JSONValue::object();
     hook.setMember("type", JSONValue::string("command"));
     hook.setMember(commandKey, JSONValue::string(HookInstaller::command(target.source, hookPath)));
-    hook.setMember(timeoutKey(), JSONValue::number(std::to_string(target.timeout(event))));
+    hook.setMember(timeoutKey(), JSONValue::number(std::to_string(writtenTimeout(target, event))));
     return hook;
 }
 

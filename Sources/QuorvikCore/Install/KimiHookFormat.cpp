@@ -1,4 +1,5 @@
 #include "QuorvikCore/Install/HookFormat.h"
+#include "QuorvikCore/Install/TOMLOutline.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
@@ -15,6 +16,7 @@ using Status = HookInstaller::Status;
 constexpr std::string_view startMarker = "# >>> quorvik hooks (managed, do not edit) >>>";
 constexpr std::string_view endMarker = "# <<< quorvik hooks <<<";
 constexpr std::string_view blanks = " \t";
+constexpr std::string_view container = "hooks"; // what our tables are called
 
 /// The line that begins at `start`, without its line feed.
 std::string_view lineAt(std::string_view text, std::size_t start) {
@@ -78,25 +80,37 @@ std::string withBlock(std::string text, std::string block) {
     return text + block;
 }
 
-/// Whether the text sets "hooks" in a way to which no [[hooks]] table can be added: "hooks = …", "hooks.x =
-/// …", with or without quotes, or a table [hooks].
-bool setsHooksInline(std::string_view text) {
+/// Whether a line of the text, whatever it belongs to, is "hooks = …". Below a header it sets something else,
+/// but is most likely meant for the agent.
+bool hasHooksLine(std::string_view text) {
     for (std::size_t start = 0; start < text.size(); start = nextLine(text, start)) {
         std::string_view line = lineAt(text, start);
         const auto skipBlanks = [&] {
             line.remove_prefix(std::min(line.find_first_not_of(blanks), line.size()));
         };
-        const auto skip = [&](std::string_view prefix) {
-            if (!line.starts_with(prefix)) return false;
-            line.remove_prefix(prefix.size());
-            return true;
-        };
         skipBlanks();
-        const bool isHeader = skip("[");
+        if (!line.starts_with(container)) continue;
+        line.remove_prefix(container.size());
         skipBlanks();
-        if (!skip("hooks") && !skip("\"hooks\"") && !skip("'hooks'")) continue;
-        skipBlanks();
-        if (line.starts_with('.') || line.starts_with(isHeader ? ']' : '=')) return true;
+        if (line.starts_with('=')) return true;
+    }
+    return false;
+}
+
+/// Whether "hooks" of the root is something to which no table [[hooks]] can be added: anything but an array
+/// of tables. [hooks.x] and [[hooks.x]] belong to the last table of the array when there is one, and make
+/// "hooks" a table otherwise.
+bool setsHooksOtherwise(std::string_view text) {
+    using Kind = TOMLOutline::Statement::Kind;
+    bool inRoot = true, isArray = false;
+    for (const auto& [kind, path] : TOMLOutline::statements(text)) {
+        if (kind == Kind::key && !inRoot) continue;
+        inRoot = kind == Kind::key;
+        if (path.front() != container) continue;
+        const bool isElement = kind == Kind::arrayOfTables && path.size() == 1;
+        const bool isInElement = kind != Kind::key && path.size() > 1 && isArray;
+        if (!isElement && !isInElement) return true;
+        isArray = true;
     }
     return false;
 }
@@ -139,7 +153,7 @@ class KimiHookFormat : public HookFormat {
         const std::string before = text.value_or("");
         requireUTF8(before);
         std::string rest = takeApart(before).rest;
-        if (setsHooksInline(rest))
+        if (hasHooksLine(rest) || setsHooksOtherwise(rest))
             throw EditError(
                 "config.toml already sets `hooks = …` inline; convert it to [[hooks]] tables first.");
         std::string block = std::string(startMarker) + "\n";

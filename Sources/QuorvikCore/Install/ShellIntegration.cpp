@@ -206,13 +206,12 @@ FileChange remove(const Path& rc, const Path& script) {
 
 Status status(std::string_view cli, int minSeconds, const Path& rc, const Path& script) {
     Status status;
-    status.installed = isInstalled(rc);
+    const auto rcText = UserFileEdit::read(rc);
+    status.installed = rcText && contains(*rcText, beginMarker);
     if (!status.installed) return status;
-    const auto rcText = Files::read(rc, UserFileEdit::maxFileSize);
-    if (rcText && !contains(*rcText, "\n" + sourceLine(script) + "\n"))
+    if (!contains(*rcText, "\n" + sourceLine(script) + "\n"))
         status.differences.push_back(rc.string() + " does not load " + script.string());
-    const auto found = Files::read(script, UserFileEdit::maxFileSize);
-    if (found)
+    if (const auto found = UserFileEdit::read(script))
         compareScript(*found, cli, minSeconds, script, status.differences);
     else
         status.differences.push_back(script.string() + " is missing");

@@ -1,6 +1,7 @@
 #include "QuorvikCore/Install/StatusLineInstaller.h"
 
 #include "QuorvikCore/Install/SettingsDocument.h"
+#include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 
 #include <exception>
@@ -28,22 +29,41 @@ JSONValue managed(const std::string& hookPath) {
     return value;
 }
 
-/// Absent when there is no such file, or what it holds is damaged.
-std::optional<JSONValue> saved(const Path& originalFile) {
+/// The user's status line, as it was saved.
+struct Saved {
+    std::optional<JSONValue> value; ///< absent when none was saved, or it is damaged
+    bool isDamaged = false;         ///< there is one that cannot be read or understood
+};
+
+Saved saved(const Path& originalFile) {
     try {
-        if (const auto text = UserFileEdit::read(originalFile)) return OrderedJSON::parse(*text);
+        const auto text = UserFileEdit::read(originalFile);
+        return {text ? std::optional(OrderedJSON::parse(*text)) : std::nullopt};
     } catch (const std::exception&) {
+        return {.isDamaged = true};
     }
-    return std::nullopt;
 }
 
+/// Another one that was saved before goes to the backups.
 void save(const std::string& text, const Path& originalFile) {
-    UserFileEdit::edit(originalFile, [&](const auto&) { return Decision::write(text); }, {});
+    const auto decide = [&](const UserFileEdit::Content& found) {
+        return found == text ? Decision::keep() : Decision::write(text);
+    };
+    UserFileEdit::edit(originalFile, decide, {.backupName = originalFile.filename().string()});
 }
 
 void forget(const Path& originalFile) {
     std::error_code ignored;
     std::filesystem::remove(originalFile, ignored);
+}
+
+/// Out of the way of the next installation; returns where the file is now.
+Path setAside(const Path& originalFile) {
+    try {
+        return Backups::moveHere(originalFile);
+    } catch (const FileError&) {
+        return originalFile;
+    }
 }
 
 } // namespace
@@ -77,49 +97,57 @@ FileChange install(const HookTarget& target, const std::string& hookPath, const 
 
     // The user's own status line; absent when ours is there already.
     std::optional<std::string> original;
-    bool hasNone = false;
     const auto decide = [&](const UserFileEdit::Content& text) {
         SettingsDocument document = SettingsDocument::parse(text);
         const JSONValue* current = document.root[member];
         original.reset();
-        hasNone = !current;
         if (current && !isOurs(*current)) original = SettingsDocument{*current, false}.print();
         document.root.setMember(member, ours);
         return Decision::write(document.print());
     };
     const auto keepOriginal = [&] {
         if (original) save(*original, originalFile);
-        if (hasNone) forget(originalFile); // saved long ago, and given up by the user since
     };
     return UserFileEdit::edit(target.fileURL, decide,
                               {.backupName = target.backupName(), .beforeWrite = keepOriginal});
 }
 
-FileChange uninstall(const HookTarget& target, const Path& originalFile) {
+Removal uninstall(const HookTarget& target, const Path& originalFile) {
+    Removal removal;
+    bool isDamaged = false;
     const auto decide = [&](const UserFileEdit::Content& text) {
         SettingsDocument document;
         try {
             document = SettingsDocument::parse(text);
-        } catch (const std::exception&) {
+        } catch (const std::exception& error) {
+            removal.unreadable = error.what();
             return Decision::keep();
         }
         const JSONValue* current = document.root[member];
         if (!current || !isOurs(*current)) return Decision::keep();
-        document.root.setMember(member, saved(originalFile));
+        Saved original = saved(originalFile);
+        isDamaged = original.isDamaged;
+        document.root.setMember(member, std::move(original.value));
         return Decision::write(document.print());
     };
     try {
         UserFileEdit::read(target.fileURL);
-    } catch (const std::exception&) {
-        return {};
+    } catch (const std::exception& error) {
+        removal.unreadable = error.what();
+        return removal;
     }
-    const FileChange change = UserFileEdit::edit(target.fileURL, decide, {.backupName = target.backupName()});
-    if (change.changed) forget(originalFile);
-    return change;
+    static_cast<FileChange&>(removal) =
+        UserFileEdit::edit(target.fileURL, decide, {.backupName = target.backupName()});
+    if (!removal.changed) return removal;
+    if (isDamaged)
+        removal.setAside = setAside(originalFile);
+    else
+        forget(originalFile);
+    return removal;
 }
 
 std::optional<std::string> originalCommand(const Path& file) {
-    const auto value = saved(file);
+    const auto value = saved(file).value;
     const std::string* command = value ? commandOf(*value) : nullptr;
     return command ? std::optional(*command) : std::nullopt;
 }

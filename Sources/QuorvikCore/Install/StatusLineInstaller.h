@@ -28,14 +28,23 @@ std::filesystem::path originalFile();
 /// `off` when there is no file. Never throws for what it finds in the file.
 Status status(const HookTarget& target);
 
-/// Saves the user's status line, if there is one, and sets ours. Throws EditError "the path of the hook
-/// program must not contain a single quote" for such a path: the status line has no way to write it.
+/// Saves the user's status line, if there is one, and sets ours. What was saved before stays, or goes to the
+/// backups when there is a newer one to save. Throws EditError "the path of the hook program must not contain
+/// a single quote" for such a path: the status line has no way to write it.
 FileChange install(const HookTarget& target, const std::string& hookPath,
                    const std::filesystem::path& originalFile);
 
-/// Puts the saved status line back (or removes the member, when none was saved or what was saved is damaged)
-/// and deletes the saved one. Does nothing when the status line is not ours or the settings cannot be read.
-FileChange uninstall(const HookTarget& target, const std::filesystem::path& originalFile);
+/// What uninstall() did.
+struct Removal : FileChange {
+    std::string unreadable; ///< why the settings cannot be read, one line; empty when they can
+    /// Where the saved status line is, when it could not be put back: in the backups, else where it was.
+    std::optional<std::filesystem::path> setAside;
+};
+
+/// Puts the saved status line back and deletes the saved file. Without one the member is removed; so it is
+/// when the saved file cannot be read or understood, and that file is then moved to the backups. Does nothing
+/// when the status line is not ours or the settings cannot be read.
+Removal uninstall(const HookTarget& target, const std::filesystem::path& originalFile);
 
 /// The command of the saved status line; absent when there is none.
 std::optional<std::string> originalCommand(const std::filesystem::path& file);

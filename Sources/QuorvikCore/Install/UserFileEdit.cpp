@@ -5,9 +5,13 @@
 #include "QuorvikCore/Platform/UserFile.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <chrono>
 #include <ctime>
 #include <limits>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -40,11 +44,11 @@ FileChange edit(const std::filesystem::path& file, const std::function<Decision(
         const UserFile found = UserFile::read(file, maxFileSize);
         const Decision decision = decide(found.content());
         if (decision.kind == Decision::Kind::keep) return {};
-        FileChange change{true, std::nullopt};
+        const bool writes = decision.kind == Decision::Kind::write;
+        FileChange change{.changed = true, .isSame = writes && found.content() == decision.text};
         if (found.content()) change.backup = backedUp(*found.content(), options);
         if (options.beforeWrite) options.beforeWrite();
-        const bool done =
-            decision.kind == Decision::Kind::remove ? found.remove() : found.replace(decision.text);
+        const bool done = writes ? found.replace(decision.text) : found.remove();
         if (done) return change;
     }
     throw EditError(file.string() + " keeps changing; nothing was written");
@@ -56,41 +60,74 @@ namespace Backups {
 
 namespace {
 
-constexpr std::string_view suffix = ".bak";
+constexpr std::string_view suffix = ".bak", temporarySuffix = ".quorvik.tmp";
 
-std::string timeStamp() {
-    const std::time_t now = std::time(nullptr);
+std::string timeStamp(std::time_t time) {
     std::tm utc{};
-    ::gmtime_r(&now, &utc);
+    ::gmtime_r(&time, &utc);
     char text[32];
     return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H%M%SZ", &utc)};
 }
 
+/// A path for a backup of this second, else of the next one that has none yet; one for which `isFit` holds
+/// will do. A clock that stands still is not waited for: the backup then takes the place of another.
+template <typename Predicate>
+std::filesystem::path freePath(std::string_view name, Predicate isFit) {
+    using namespace std::chrono;
+    const auto folder = QuorvikPaths::backupsDirectory();
+    QuorvikPaths::ensureDirectory(folder);
+    constexpr int mostSeconds = 3;
+    for (int waited = 0;; ++waited) {
+        const auto now = system_clock::now();
+        const std::string time = timeStamp(system_clock::to_time_t(now));
+        auto backup = folder / (std::string(name) + "." + time + std::string(suffix));
+        std::error_code ignored;
+        const bool isTaken =
+            std::filesystem::symlink_status(backup, ignored).type() != std::filesystem::file_type::not_found;
+        if (!isTaken || isFit(backup) || waited == mostSeconds) return backup;
+        std::this_thread::sleep_for(seconds(1) - (now - floor<seconds>(now)));
+    }
+}
+
 void prune(const std::filesystem::path& folder, const std::string& prefix) {
+    const auto remove = [&](const std::string& name) {
+        std::error_code ignored;
+        std::filesystem::remove(folder / name, ignored);
+    };
     std::vector<std::pair<std::int64_t, std::string>> backups; // modification time and name
     auto listing = Files::Folder::open(folder);
     while (const char* name = listing ? listing->next() : nullptr) {
         const std::string_view view = name;
-        if (!view.starts_with(prefix) || !view.ends_with(suffix)) continue;
+        if (!view.starts_with(prefix)) continue;
         const auto status = listing->status(name);
+        if (view.ends_with(temporarySuffix) && status && UserFile::isLeftover(*status))
+            remove(name); // of a program that was killed
+        if (!view.ends_with(suffix)) continue;
         backups.emplace_back(status ? status->modified : std::numeric_limits<std::int64_t>::min(), name);
     }
     std::ranges::sort(backups, std::greater());
-    for (std::size_t index = kept; index < backups.size(); ++index) {
-        std::error_code ignored;
-        std::filesystem::remove(folder / backups[index].second, ignored);
-    }
+    for (std::size_t index = kept; index < backups.size(); ++index)
+        remove(backups[index].second);
 }
 
 } // namespace
 
 std::filesystem::path save(std::string_view name, std::string_view content) {
-    const auto folder = QuorvikPaths::backupsDirectory();
-    QuorvikPaths::ensureDirectory(folder);
-    const std::string prefix = std::string(name) + ".";
-    const auto backup = folder / (prefix + timeStamp() + std::string(suffix));
-    Files::replace(backup, content, backup.native() + ".quorvik.tmp", 0600);
-    prune(folder, prefix);
+    const auto holdsTheSame = [&](const std::filesystem::path& backup) {
+        return Files::read(backup, UserFileEdit::maxFileSize) == content;
+    };
+    const auto backup = freePath(name, holdsTheSame);
+    const std::string process = "." + std::to_string(::getpid());
+    Files::replace(backup, content, backup.native() + process + std::string(temporarySuffix), 0600);
+    prune(backup.parent_path(), std::string(name) + ".");
+    return backup;
+}
+
+std::filesystem::path moveHere(const std::filesystem::path& file) {
+    const auto backup = freePath(file.filename().string(), [](const auto&) { return false; });
+    std::error_code error;
+    std::filesystem::rename(file, backup, error);
+    if (error) throw FileError("move", file, error.value());
     return backup;
 }
 

@@ -17,8 +17,9 @@ class EditError : public std::runtime_error {
 
 /// What an edit did.
 struct FileChange {
-    bool changed = false;
+    bool changed = false;                        ///< the file was written or removed
     std::optional<std::filesystem::path> backup; ///< where the old content went
+    bool isSame = false;                         ///< it was written as it stood there already
 
     bool operator==(const FileChange&) const = default;
 };
@@ -74,10 +75,15 @@ namespace Backups {
 /// Backups kept of one file.
 inline constexpr std::size_t kept = 5;
 
-/// Writes a private copy (0600) named "<name>.<time>.bak", the time in UTC as in "2026-11-21T023556Z", over
-/// one of the same second, and deletes all but the newest backups of that name. Returns its path. Throws
-/// FileError when the copy cannot be written; what cannot be deleted is passed over.
+/// Writes a private copy (0600) named "<name>.<time>.bak", the time in UTC as in "2026-11-21T023556Z", and
+/// deletes all but the newest backups of that name. Returns its path. A backup of this very second that holds
+/// something else is an edit old and would be replaced: the call waits for the next second. Throws FileError
+/// when the copy cannot be written; what cannot be deleted is passed over.
 std::filesystem::path save(std::string_view name, std::string_view content);
+
+/// Moves a file here, as save() names it, instead of copying and without reading it; deletes no others.
+/// Throws FileError; the file is then where it was.
+std::filesystem::path moveHere(const std::filesystem::path& file);
 
 } // namespace Backups
 

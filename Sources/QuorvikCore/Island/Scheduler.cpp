@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
+#include <limits>
 
 namespace quorvik::Scheduler {
 
@@ -110,7 +112,68 @@ const Candidate* picked(std::span<const Candidate> candidates, const std::option
     return isOvertaken ? nullptr : &*found;
 }
 
+/// The first moment after `now` at which more than `limit` seconds (or, with `atLimit`, no fewer) lie between
+/// `since` and it, by the arithmetic of judged(); absent when that is past.
+std::optional<Date> firstMoment(Date since, double limit, bool atLimit, Date now) {
+    const auto isReached = [&](double moment) {
+        const double age = ageInSeconds(since, dateFromSeconds(moment));
+        return atLimit ? age >= limit : age > limit;
+    };
+    const double present = secondsSince1970(now);
+    if (isReached(present)) return std::nullopt;
+    // The sum is rounded: the moment itself is at most some representable numbers away.
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    double moment = std::max(secondsSince1970(since) + limit, present);
+    for (int step = 0; step < 8 && moment > present && isReached(std::nextafter(moment, -infinity)); ++step)
+        moment = std::nextafter(moment, -infinity);
+    for (int step = 0; step < 8 && !isReached(moment); ++step)
+        moment = std::nextafter(moment, infinity);
+    return dateFromSeconds(std::max(moment, std::nextafter(present, infinity)));
+}
+
+/// The next moment after `now` at which judged() gives something else for this record.
+std::optional<Date> nextChangeOf(const SessionRecord& record, Date now, const SchedulerConfig& config,
+                                 const AcknowledgedKeys& acknowledged) {
+    const auto shown = judged(record, now, config, acknowledged);
+    if (!shown) return std::nullopt; // what is over stays over: time only goes on
+    const auto above = [&](Date since, double limit) { return firstMoment(since, limit, false, now); };
+    const auto from = [&](double limit) { return firstMoment(record.stateSince, limit, true, now); };
+    switch (record.state) {
+    case SessionState::idle:
+    case SessionState::ended: return std::nullopt;
+    case SessionState::working:
+        if (record.source == Source::update || record.source == Source::service) return std::nullopt;
+        return above(record.updatedAt, config.staleAfter);
+    case SessionState::compacting: return above(record.updatedAt, config.staleAfter);
+    case SessionState::awaiting: {
+        if (shown->display == DisplayState::stale) return std::nullopt;
+        const auto quiet = above(record.stateSince, config.awaitingQuietAfter);
+        const auto stale = above(record.stateSince, config.awaitingStaleAfter);
+        return quiet && stale ? std::min(quiet, stale) : (quiet ? quiet : stale);
+    }
+    case SessionState::failed:
+        if (record.source != Source::service || !record.port) return std::nullopt;
+        return from(config.portDownLinger);
+    case SessionState::done:
+        if (isGit(record, "Clipboard")) return std::nullopt;
+        if (isGit(record, "Changes") || isGit(record, "Usage"))
+            return from(std::max(config.doneLinger, config.changesLinger));
+        return from(config.doneLinger);
+    }
+    return std::nullopt;
+}
+
 } // namespace
+
+std::optional<Date> nextChange(std::span<const SessionRecord* const> records, Date now,
+                               const SchedulerConfig& config, const AcknowledgedKeys& acknowledged) {
+    std::optional<Date> next;
+    for (const SessionRecord* record : records) {
+        const auto moment = nextChangeOf(*record, now, config, acknowledged);
+        if (moment && (!next || *moment < *next)) next = moment;
+    }
+    return next;
+}
 
 std::optional<IslandItem> display(const SessionRecord& record, Date now, const SchedulerConfig& config,
                                   const AcknowledgedKeys& acknowledged) {

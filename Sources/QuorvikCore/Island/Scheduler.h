@@ -65,6 +65,12 @@ IslandLayoutView layout(std::span<const SessionRecord* const> records, Date now,
                         const SchedulerConfig& config = {}, const AcknowledgedKeys& acknowledged = {},
                         const std::optional<ManualPick>& pick = std::nullopt);
 
+/// The next moment after `now` at which layout() differs although no record changes: something has lingered
+/// for long enough, goes stale or becomes quiet. The layout is the same at every moment before it. Absent
+/// when there is none. A pick moves nothing by itself.
+std::optional<Date> nextChange(std::span<const SessionRecord* const> records, Date now,
+                               const SchedulerConfig& config = {}, const AcknowledgedKeys& acknowledged = {});
+
 } // namespace Scheduler
 
 } // namespace quorvik

@@ -51,6 +51,10 @@ std::optional<Object> object(std::string_view text);
 /// members with the same name the last one counts. Absent when the text is not JSON or not an object.
 std::optional<Members> members(std::string_view text, std::span<const std::string_view> wanted = {});
 
+/// The JSON texts of the elements of an array, in order, as parts of its text. Absent when the text is not
+/// JSON or not an array.
+std::optional<std::vector<std::string_view>> elements(std::string_view text);
+
 /// What a JSON string means, escapes undone, a half surrogate as U+FFFD; absent when the value is anything
 /// else.
 std::optional<std::string> string(std::string_view value);

@@ -2,7 +2,9 @@
 
 #include "QuorvikCore/Platform/FileDescriptor.h"
 
+#include <chrono>
 #include <filesystem>
+#include <optional>
 
 namespace quorvik {
 
@@ -12,14 +14,25 @@ namespace quorvik {
 /// flock(), not fcntl(): fcntl's locks vanish when the process closes any descriptor of the file.
 class FileLock {
   public:
-    /// Creates the file (0600) if need be and waits for the lock. The file that is locked is the one that
-    /// stands at `path` when this returns: if somebody removed or replaced it during the wait, the new one is
-    /// locked instead. Throws FileError.
-    static FileLock acquire(const std::filesystem::path& path);
+    using Limit = std::optional<std::chrono::milliseconds>;
+
+    /// Creates the file (0600) if need be and waits for the lock, as long as it takes or, given a limit,
+    /// about so long: who holds it may have been stopped. The file that is locked is the one that stands at
+    /// `path` when this returns: if somebody removed or replaced it during the wait, the new one is locked
+    /// instead. Throws FileError, also when the limit is reached.
+    static FileLock acquire(const std::filesystem::path& path, Limit limit = std::nullopt);
+
+    /// The same without waiting: absent when somebody else holds the lock.
+    static std::optional<FileLock> tryAcquire(const std::filesystem::path& path);
+
+    /// Whether the file that is locked still stands at its path: somebody may have removed or replaced it.
+    bool stands() const;
 
   private:
-    explicit FileLock(FileDescriptor file) : file_(std::move(file)) {}
+    FileLock(FileDescriptor file, std::filesystem::path path)
+        : file_(std::move(file)), path_(std::move(path)) {}
     FileDescriptor file_;
+    std::filesystem::path path_;
 };
 
 } // namespace quorvik

@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace quorvik::Files {
 
@@ -62,7 +63,7 @@ bool isExecutable(const std::filesystem::path& path);
 
 /// What a directory listing shows of a file.
 struct Status {
-    std::int64_t modified; ///< nanoseconds since 1970
+    std::int64_t modified; ///< nanoseconds since 1970; a time before 1684 or after 2255 is moved there
     std::uint64_t size;    ///< bytes
     bool regular;          ///< a file, not a folder, pipe or device
 };
@@ -77,8 +78,12 @@ class Folder {
     Folder& operator=(Folder&&) noexcept;
     ~Folder();
 
-    /// The next entry's name, valid until the next call; null at the end. "." and ".." are entries too.
+    /// The next entry's name, valid until the next call; null at the end, and when listing fails (error()).
+    /// "." and ".." are entries too.
     const char* next();
+
+    /// Why next() came to its end; no error when everything was listed.
+    std::error_code error() const { return {errorNumber_, std::generic_category()}; }
 
     /// Follows symbolic links. Absent when the entry vanished.
     std::optional<Status> status(const char* name) const;
@@ -97,6 +102,7 @@ class Folder {
     explicit Folder(void* stream) : stream_(stream) {}
     std::unique_ptr<void, Closer> stream_;
     const void* entry_ = nullptr; ///< the last one, in the stream's memory
+    int errorNumber_ = 0;
 };
 
 } // namespace quorvik::Files

@@ -1,5 +1,8 @@
 #include "QuorvikCore/Platform/LineSocket.h"
 
+#include "QuorvikCore/Platform/AwakeClock.h"
+#include "QuorvikCore/Platform/PeerProcess.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -27,15 +30,8 @@ constexpr int sendFlags = 0; // SO_NOSIGPIPE does it for the whole socket
 constexpr LineSocket::Seconds askingInterval(0.25);
 
 bool peerIsThisUser(int socket) {
-#ifdef SO_PEERCRED
-    ucred peer{};
-    socklen_t size = sizeof peer;
-    return ::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == ::geteuid();
-#else
-    uid_t user;
-    gid_t group;
-    return ::getpeereid(socket, &user, &group) == 0 && user == ::geteuid();
-#endif
+    const auto peer = Platform::peerProcess(socket);
+    return peer && peer->user == ::geteuid();
 }
 
 timeval timevalOf(LineSocket::Seconds duration) {
@@ -48,30 +44,50 @@ timeval timevalOf(LineSocket::Seconds duration) {
     return value;
 }
 
-} // namespace
-
-std::variant<LineSocket, LineSocket::ConnectFailure> LineSocket::connect(const std::string& path,
-                                                                         Seconds limit) {
+FileDescriptor newSocket() {
     FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
-    if (!socket) return ConnectFailure::noSocket;
+    if (!socket) return socket;
     ::fcntl(socket.get(), F_SETFD, FD_CLOEXEC);
 #ifdef SO_NOSIGPIPE
     const int on = 1;
     ::setsockopt(socket.get(), SOL_SOCKET, SO_NOSIGPIPE, &on, sizeof on);
 #endif
+    return socket;
+}
+
+/// 0, or the system's error number.
+int connectTo(const FileDescriptor& socket, const std::string& path, LineSocket::Seconds limit) {
     // Linux lets connect() to a listener with a full queue wait as long as sending may; macOS refuses at
     // once.
     const timeval sendLimit = timevalOf(limit);
     ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &sendLimit, sizeof sendLimit);
 
-    if (path.size() + 1 > maxPathBytes) return ConnectFailure::pathTooLong;
+    if (path.size() + 1 > LineSocket::maxPathBytes) return ENAMETOOLONG;
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-        !peerIsThisUser(socket.get()))
-        return ConnectFailure::notListening;
-    return LineSocket(std::move(socket));
+    if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+        return errno;
+    return peerIsThisUser(socket.get()) ? 0 : EPERM;
+}
+
+} // namespace
+
+FileDescriptor connectedSocket(const std::string& path, std::chrono::duration<double> limit, int& error) {
+    FileDescriptor socket = newSocket();
+    error = socket ? connectTo(socket, path, limit) : errno;
+    return error == 0 ? std::move(socket) : FileDescriptor();
+}
+
+std::variant<LineSocket, LineSocket::ConnectFailure> LineSocket::connect(const std::string& path,
+                                                                         Seconds limit) {
+    FileDescriptor socket = newSocket();
+    if (!socket) return ConnectFailure::noSocket;
+    switch (connectTo(socket, path, limit)) {
+    case 0: return LineSocket(std::move(socket));
+    case ENAMETOOLONG: return ConnectFailure::pathTooLong;
+    default: return ConnectFailure::notListening;
+    }
 }
 
 bool LineSocket::sendLine(std::string_view line) {
@@ -86,7 +102,7 @@ bool LineSocket::sendLine(std::string_view line) {
 
 std::variant<std::string, LineSocket::ReadFailure>
 LineSocket::receiveLine(Seconds timeout, const ReadLimits& limits, const std::function<bool()>& stillWanted) {
-    using Clock = std::chrono::steady_clock;
+    using Clock = Platform::AwakeClock;
     const auto start = Clock::now();
     auto lastHeard = start;
     std::string text;

@@ -10,6 +10,13 @@
 
 namespace quorvik {
 
+/// A stream socket, close-on-exec, connected to the program of the same user that listens at the path; it
+/// never raises SIGPIPE where the system can be told so. Empty when that fails; `error` then is the system's
+/// error number: ENOENT or ECONNREFUSED when nobody listens (also the latter on macOS when the listener's
+/// queue is full), EAGAIN when it took nobody within the limit, ENAMETOOLONG, and EPERM for another user's
+/// program.
+FileDescriptor connectedSocket(const std::string& path, std::chrono::duration<double> limit, int& error);
+
 /// One connection to a program of the same user that listens on a Unix domain stream socket and speaks in
 /// lines: text ended by a line feed. Blocking, with limits; never raises SIGPIPE; never throws.
 class LineSocket {
@@ -49,8 +56,9 @@ class LineSocket {
     bool sendLine(std::string_view line);
 
     /// The first line the other side sends, without its line feed; whatever follows is dropped. Waits until
-    /// `timeout` from now at most. `stillWanted`, when given, is asked before every wait, at least four times
-    /// a second and after every signal: the first false ends the matter.
+    /// `timeout` from now at most; time asleep (see AwakeClock) does not count. `stillWanted`, when given, is
+    /// asked before every wait, at least four times a second and after every signal: the first false ends the
+    /// matter.
     std::variant<std::string, ReadFailure> receiveLine(Seconds timeout, const ReadLimits& limits,
                                                        const std::function<bool()>& stillWanted = {});
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace quorvik::Platform {
 
@@ -20,5 +21,9 @@ struct ProcessInfo {
 
 /// Absent when there is no such process, or the kernel does not tell.
 std::optional<ProcessInfo> processInfo(std::int32_t pid);
+
+/// The words that the process was started with, its own name first. Empty when there is no such process, or
+/// the kernel does not tell: of other users' processes it may not.
+std::vector<std::string> processArguments(std::int32_t pid);
 
 } // namespace quorvik::Platform

@@ -82,4 +82,15 @@ std::optional<ProcessInfo> processInfo(std::int32_t pid) {
     return info;
 }
 
+std::vector<std::string> processArguments(std::int32_t pid) {
+    constexpr std::size_t mostBytes = 8u << 20; // the kernel takes 6 MB at most
+    const auto words = Files::read("/proc/" + std::to_string(pid) + "/cmdline", mostBytes);
+    std::vector<std::string> arguments;
+    for (std::size_t start = 0; words && start < words->size();) {
+        arguments.emplace_back(words->c_str() + start); // each ends with a NUL
+        start += arguments.back().size() + 1;
+    }
+    return arguments;
+}
+
 } // namespace quorvik::Platform

@@ -32,6 +32,10 @@ class SupervisedProcess {
     SupervisedProcess(const SupervisedProcess&) = delete;
     SupervisedProcess& operator=(const SupervisedProcess&) = delete;
 
+    /// Before start(): the command is to lead a process group of its own, and what is forwarded to reach all
+    /// of it. For a command that has no use for the terminal's keys.
+    void useOwnGroup() { hasOwnGroup_ = true; }
+
     /// Starts the command `arguments[0]` (searched in the PATH unless it contains "/"; a file without "#!" is
     /// run by /bin/sh, as a shell would) with the two descriptors as its standard output and error. Returns
     /// 0, or the system's error number when it could not be started.
@@ -50,8 +54,10 @@ class SupervisedProcess {
     [[noreturn]] void becomeCommand(std::vector<char*>& words, int standardOutput, int standardError,
                                     int errorReport) const;
     bool reap(int& status);
+    void forward(int signal) const;
 
     pthread_t thread_;
+    bool hasOwnGroup_ = false;
     pid_t pid_ = 0; ///< 0 before the start and once the command is reaped
     sigset_t served_{};
     sigset_t originalMask_{};

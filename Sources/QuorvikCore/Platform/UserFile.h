@@ -1,5 +1,7 @@
 #pragma once
 
+#include "QuorvikCore/Platform/Files.h"
+
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -21,15 +23,20 @@ class UserFile {
     const std::optional<std::string>& content() const { return content_; }
 
     /// Replaces the content in one step: readers see the old file or the new one, whole, even after a power
-    /// cut. A symbolic link stays one, and the file that it leads to is replaced. Owner, group and
-    /// permissions stay; a new file is for its owner only (0600), and so are folders made for it. False, with
-    /// nothing changed, when the file no longer holds what was read. Throws FileError; then the file is as it
-    /// was, and no temporary file is left.
+    /// cut. A symbolic link stays one, and the file that it leads to is replaced. Owner, group,
+    /// permissions, access control list and extended attributes stay; a new file is for its owner only
+    /// (0600), and so are folders made for it. False, with nothing changed, when the file no longer holds
+    /// what was read. Throws FileError, also when it cannot be told whether the path is a link or what the
+    /// file's permissions are; then the file is as it was, and no temporary file is left.
     bool replace(std::string_view bytes) const;
 
     /// Removes the file; of a symbolic link only the link. False, with nothing changed, when the file no
     /// longer holds what was read. Throws FileError.
     bool remove() const;
+
+    /// Whether a temporary file is a killed program's: it is older than a minute. replace() removes those
+    /// that were made for the same file.
+    static bool isLeftover(const Files::Status& temporary);
 
   private:
     UserFile(std::filesystem::path path, std::size_t limit, std::optional<std::string> content)

@@ -1,8 +1,11 @@
 #include "QuorvikCore/Session/OpenRequests.h"
 
-#include "QuorvikCore/JSON/RecordCoding.h"
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/Files.h"
+#include "QuorvikCore/Session/ProcessInspector.h"
+#include "QuorvikCore/Session/SessionStore.h"
+
+#include <unistd.h>
 
 #include <algorithm>
 
@@ -13,56 +16,104 @@ namespace {
 constexpr std::size_t maxFileSize = 1u << 20; // bytes
 constexpr std::size_t maxRequests = 100;      // an agent that asks more at once is not to be believed
 
+struct Request {
+    std::string id;
+    std::optional<std::string> tool, summary;
+    std::int32_t pid = 0;            ///< of the hook that asks
+    std::optional<double> startTime; ///< of that process, seconds since 1970; absent when unknown
+
+    static Request fromJSON(const nlohmann::json& value) {
+        const RecordReader reader(value);
+        Request request;
+        reader.required("id", request.id);
+        reader.optional("tool", request.tool);
+        reader.optional("summary", request.summary);
+        reader.required("pid", request.pid);
+        reader.optional("pidStartTime", request.startTime);
+        return request;
+    }
+
+    nlohmann::json toJSON() const {
+        nlohmann::json object = {{"id", id}, {"pid", pid}};
+        writeOptional(object, "tool", tool);
+        writeOptional(object, "summary", summary);
+        writeOptional(object, "pidStartTime", startTime);
+        return object;
+    }
+
+    bool isDead() const { return !ProcessInspector::isRunning(pid, startTime); }
+};
+
+using Requests = std::vector<Request>;
+
 Path fileOf(const Path& record) {
     return record.native() + ".asked";
 }
 
-nlohmann::json read(const Path& record) {
-    const auto text = Files::read(fileOf(record), maxFileSize);
-    auto list = text ? parseJSON(*text) : std::nullopt;
-    const auto isRequest = [](const nlohmann::json& one) { return one.is_object() && one.contains("id"); };
-    if (!list || !list->is_array() || !std::ranges::all_of(*list, isRequest)) return nlohmann::json::array();
-    return std::move(*list);
+/// Empty when there is no file; absent when there is one that cannot be read.
+std::optional<Requests> read(const Path& record) {
+    std::error_code error;
+    const auto text = Files::read(fileOf(record), maxFileSize, &error);
+    if (error == std::errc::no_such_file_or_directory) return Requests();
+    const auto list = text ? parseJSON(*text) : std::nullopt;
+    if (!list || !list->is_array()) return std::nullopt;
+    Requests requests;
+    try {
+        for (const nlohmann::json& one : *list)
+            requests.push_back(Request::fromJSON(one));
+    } catch (const RecordError&) {
+        return std::nullopt;
+    }
+    return requests;
 }
 
-void write(const Path& record, const nlohmann::json& list) {
+void write(const Path& record, const Requests& requests) {
     const Path file = fileOf(record);
     std::error_code ignored;
-    if (list.empty()) {
+    if (requests.empty()) {
         std::filesystem::remove(file, ignored);
         return;
     }
     try {
-        Files::replace(file, printJSON(list), file.native() + ".tmp", 0600);
+        Files::replace(file, printJSON(listJSON(requests)), file.native() + ".tmp", 0600);
     } catch (const FileError&) {
         // Nobody is told.
     }
 }
 
-nlohmann::json orNull(const std::optional<std::string>& text) {
-    return text ? nlohmann::json(*text) : nlohmann::json(nullptr);
+/// Reads the requests of hooks that live, lets `edit` change them, and writes what has changed.
+template <typename Edit>
+Requests change(const Path& record, Edit edit) {
+    Requests requests = read(record).value_or(Requests());
+    const std::size_t before = requests.size();
+    std::erase_if(requests, [](const Request& request) { return request.isDead(); });
+    if (edit(requests) || requests.size() != before) write(record, requests);
+    return requests;
 }
 
 } // namespace
 
 void add(const Path& record, const std::string& id, const std::optional<std::string>& tool,
          const std::optional<std::string>& summary) {
-    nlohmann::json list = read(record);
-    if (list.size() == maxRequests) list.erase(list.begin());
-    list.push_back({{"id", id}, {"tool", orNull(tool)}, {"summary", orNull(summary)}});
-    write(record, list);
+    const auto self = ProcessInspector::info(::getpid());
+    change(record, [&](Requests& requests) {
+        if (requests.size() == maxRequests) requests.erase(requests.begin());
+        requests.push_back(
+            {id, tool, summary, ::getpid(), self ? std::optional<double>(self->startTime) : std::nullopt});
+        return true;
+    });
 }
 
 void toolHasRun(const Path& record, const std::optional<std::string>& tool,
                 const std::optional<std::string>& summary) {
-    nlohmann::json list = read(record);
-    const auto found = std::ranges::find_if(list, [&](const nlohmann::json& one) {
-        return one.value("tool", nlohmann::json()) == orNull(tool) &&
-               (!summary || one.value("summary", nlohmann::json()) == *summary);
+    change(record, [&](Requests& requests) {
+        const auto found = std::ranges::find_if(requests, [&](const Request& request) {
+            return request.tool == tool && (!summary || request.summary == summary);
+        });
+        if (found == requests.end()) return false;
+        requests.erase(found);
+        return true;
     });
-    if (found == list.end()) return;
-    list.erase(found);
-    write(record, list);
 }
 
 void clear(const Path& record) {
@@ -71,17 +122,25 @@ void clear(const Path& record) {
 }
 
 bool strikeOff(const Path& record, const std::string& id) {
-    nlohmann::json list = read(record);
-    const std::size_t before = list.size();
-    nlohmann::json rest = nlohmann::json::array();
-    for (const nlohmann::json& one : list)
-        if (one["id"] != id) rest.push_back(one);
-    if (rest.size() != before) write(record, rest);
+    const Requests rest = change(record, [&](Requests& requests) {
+        return std::erase_if(requests, [&](const Request& request) { return request.id == id; }) > 0;
+    });
     return !rest.empty();
 }
 
+void strikeOffDead(const Path& record) {
+    change(record, [](Requests&) { return false; });
+}
+
 bool isOpen(const Path& record, const std::string& id) {
-    return std::ranges::any_of(read(record), [&](const nlohmann::json& one) { return one["id"] == id; });
+    const auto requests = read(record);
+    return !requests || std::ranges::find(*requests, id, &Request::id) != requests->end();
+}
+
+bool anyWaiting(const SessionRecord& record, const Path& folder) {
+    if (record.state != SessionState::awaiting) return false;
+    const auto requests = read(SessionStore::fileURL(record.source, record.sessionID, folder));
+    return !requests || requests->empty() || !std::ranges::all_of(*requests, &Request::isDead);
 }
 
 } // namespace quorvik::OpenRequests

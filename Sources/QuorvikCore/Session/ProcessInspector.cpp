@@ -1,5 +1,7 @@
 #include "QuorvikCore/Session/ProcessInspector.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
@@ -33,6 +35,10 @@ std::optional<Info> agentProcess(std::int32_t pid) {
     return current;
 }
 
+std::vector<std::string> arguments(std::int32_t pid) {
+    return Platform::processArguments(pid);
+}
+
 namespace {
 
 bool exists(std::int32_t pid) {
@@ -44,6 +50,10 @@ bool startedAt(const Info& process, std::optional<double> startTime) {
 }
 
 } // namespace
+
+bool isDaemon(const Info& process) {
+    return !process.tty && process.parentPID != 0 && ::getsid(process.pid) == process.pid;
+}
 
 bool isAlive(std::int32_t pid, std::optional<double> startTime) {
     if (!exists(pid)) return false;

@@ -16,6 +16,14 @@ std::optional<Info> info(std::int32_t pid);
 /// that shell is the answer. Absent when `pid`, or a parent on the way, does not exist.
 std::optional<Info> agentProcess(std::int32_t pid);
 
+/// The words that the process was started with, its own name first; empty when it is unknown.
+std::vector<std::string> arguments(std::int32_t pid);
+
+/// Whether the process has no terminal and made itself a session of its own, as daemons do: it may work for
+/// people who sit at any terminal. A container's first process, and one that was started in it from outside,
+/// is none.
+bool isDaemon(const Info& process);
+
 /// Whether the process exists (another user's counts) and, when `startTime` (seconds since 1970) is given,
 /// started within less than a second of it: a pid is reused sooner or later.
 bool isAlive(std::int32_t pid, std::optional<double> startTime);

@@ -51,6 +51,23 @@ Path approvalSocket() {
     return socketPath("approval.sock", ".sock");
 }
 
+Path controlSocket() {
+    return socketPath("island.sock", "-island.sock");
+}
+
+Path settingsFile() {
+    return supportDirectory() / "settings.json";
+}
+Path memoryFile() {
+    return supportDirectory() / "memory.json";
+}
+Path appLock() {
+    return supportDirectory() / "app.lock";
+}
+Path appLog() {
+    return supportDirectory() / "app.log";
+}
+
 Path installedCLIBinary() {
     return binDirectory() / cliBinaryName;
 }

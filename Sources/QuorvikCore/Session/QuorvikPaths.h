@@ -25,6 +25,14 @@ Path binDirectory();      ///< installed programs
 Path alertSocket();
 Path approvalSocket();
 
+/// What front ends connect to (docs/control.md); "/tmp/quorvik-<uid>-island.sock" when the path is too long.
+Path controlSocket();
+
+Path settingsFile(); ///< the user's choices
+Path memoryFile();   ///< what the user has acknowledged and picked
+Path appLock();      ///< locked by the app for as long as it runs; never removed
+Path appLog();       ///< what an app says that was started in the background
+
 inline constexpr const char* cliBinaryName = "quorvik";
 inline constexpr const char* hookBinaryName = "quorvik-hook";
 Path installedCLIBinary();

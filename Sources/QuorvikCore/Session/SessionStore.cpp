@@ -4,6 +4,7 @@
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/FileLock.h"
 #include "QuorvikCore/Platform/Files.h"
+#include "QuorvikCore/Session/ManualCompaction.h"
 #include "QuorvikCore/Session/OpenRequests.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 #include "QuorvikCore/Text/Unicode.h"
@@ -18,6 +19,7 @@ namespace quorvik::SessionStore {
 namespace {
 
 constexpr mode_t ownerOnly = 0600;
+constexpr std::chrono::seconds removalPatience(2); // a writer needs a millisecond
 constexpr std::int64_t distantPast = std::numeric_limits<std::int64_t>::min();
 
 Path lockPath(const Path& file) {
@@ -54,6 +56,14 @@ LoadResult interpreted(const std::optional<std::string>& text, const std::string
     return {LoadResult::Ok{std::make_shared<const SessionRecord>(std::move(*record))}};
 }
 
+/// A file that seems to hold no record is read once more: a writer may have replaced it just then, and a file
+/// system (APFS) may show the replaced file empty for a moment.
+template <typename Read>
+LoadResult readTwiceAtMost(Read read, const std::string& file) {
+    LoadResult result = interpreted(read(), file);
+    return std::holds_alternative<LoadResult::Corrupt>(result.value) ? interpreted(read(), file) : result;
+}
+
 bool isRecordName(std::string_view name) {
     return name.ends_with(".json") && !name.starts_with('.');
 }
@@ -76,10 +86,11 @@ Path fileURL(Source source, std::string_view sessionID, const Path& folder) {
 }
 
 void update(Source source, std::string_view sessionID, const Path& folder,
-            const std::function<void(std::optional<SessionRecord>&)>& mutate) {
+            const std::function<void(std::optional<SessionRecord>&)>& mutate,
+            std::optional<std::chrono::milliseconds> limit) {
     QuorvikPaths::ensureDirectory(folder);
     const Path file = fileURL(source, sessionID, folder);
-    const FileLock lock = FileLock::acquire(lockPath(file));
+    const FileLock lock = FileLock::acquire(lockPath(file), limit);
     const auto text = Files::read(file, maxFileSize);
     auto record = decoded(parsed(text));
     mutate(record);
@@ -95,16 +106,17 @@ void write(const SessionRecord& record, const Path& file) {
 }
 
 LoadResult load(const Path& file) {
-    return interpreted(Files::read(file, maxFileSize), file.native());
+    return readTwiceAtMost([&] { return Files::read(file, maxFileSize); }, file.native());
 }
 
 namespace {
 
-/// Calls `visit(path, name, listing)` for every record file; false when the folder cannot be listed.
+/// Calls `visit(path, name, listing)` for every record file; returns why the folder cannot be listed, or not
+/// to its end.
 template <typename Visit>
-bool forEachRecordFile(const Path& folder, Visit visit) {
+std::error_code forEachRecordFile(const Path& folder, Visit visit) {
     auto listing = Files::Folder::open(folder);
-    if (!listing) return false;
+    if (!listing) return {errno, std::generic_category()};
     std::string path = folder.native();
     if (path.empty() || path.back() != '/') path += '/';
     const std::size_t prefix = path.size();
@@ -114,7 +126,7 @@ bool forEachRecordFile(const Path& folder, Visit visit) {
         path += name;
         visit(path, name, *listing);
     }
-    return true;
+    return listing->error();
 }
 
 } // namespace
@@ -123,7 +135,7 @@ std::vector<LoadResult> loadAll(const Path& folder, LoadCache& cache) {
     std::vector<LoadResult> results;
     results.reserve(cache.entries.size());
     const std::uint64_t generation = cache.generation + 1;
-    const bool listed = forEachRecordFile(
+    const std::error_code failure = forEachRecordFile(
         folder, [&](const std::string& path, const char* name, const Files::Folder& listing) {
             const auto status = listing.status(name).value_or(Files::Status{distantPast, 0, false});
             auto found = cache.entries.find(path);
@@ -134,33 +146,37 @@ std::vector<LoadResult> loadAll(const Path& folder, LoadCache& cache) {
                 results.push_back(found->second.result);
                 return;
             }
-            const auto text = listing.read(name, status, maxFileSize);
-            found->second = {status.modified, status.size, interpreted(text, path), generation};
+            const auto read = [&] { return listing.read(name, status, maxFileSize); };
+            found->second = {status.modified, status.size, readTwiceAtMost(read, path), generation};
             results.push_back(found->second.result);
         });
-    if (!listed) return {};
     cache.generation = generation;
+    if (failure) return {};
     if (cache.entries.size() > results.size())
         std::erase_if(cache.entries,
                       [&](const auto& entry) { return entry.second.generation != generation; });
     return results;
 }
 
-std::vector<LoadResult> loadAll(const Path& folder) {
+std::vector<LoadResult> loadAll(const Path& folder, std::error_code* error) {
     std::vector<LoadResult> results;
-    forEachRecordFile(folder, [&](const std::string& path, const char*, const Files::Folder& listing) {
-        results.push_back(interpreted(listing.readEntry(maxFileSize), path));
-    });
-    return results;
+    const std::error_code failure =
+        forEachRecordFile(folder, [&](const std::string& path, const char*, const Files::Folder& listing) {
+            const auto read = [&] { return listing.readEntry(maxFileSize); };
+            results.push_back(readTwiceAtMost(read, path));
+        });
+    if (error) *error = failure;
+    return failure ? std::vector<LoadResult>() : results;
 }
 
 void remove(const SessionRecord& record, const Path& folder) {
     const Path file = fileURL(record.source, record.sessionID, folder);
     try {
         // Whoever waits for the lock meanwhile notices that its file is gone and takes the next one.
-        const FileLock lock = FileLock::acquire(lockPath(file));
+        const FileLock lock = FileLock::acquire(lockPath(file), removalPatience);
         ::unlink(file.c_str());
         OpenRequests::clear(file);
+        ManualCompaction::forget(file);
         ::unlink(lockPath(file).c_str());
     } catch (const FileError&) {
         // No folder, no record.

@@ -30,7 +30,7 @@ struct LoadResult {
         Path path;
         bool operator==(const Unsupported&) const = default;
     };
-    struct Corrupt { ///< unreadable, not a record, or too large
+    struct Corrupt { ///< unreadable, not a record (looked at twice), or too large
         Path path;
         bool operator==(const Corrupt&) const = default;
     };
@@ -62,10 +62,12 @@ Path fileURL(Source source, std::string_view sessionID, const Path& folder);
 
 /// Changes one record under its lock. `mutate` gets the current record, absent when there is no readable one,
 /// and leaves what is to be written; leaving it absent writes nothing and removes nothing. Creates the
-/// folder. Throws FileError when the folder or the lock file cannot be made or the write fails (the file is
-/// then as it was).
+/// folder. Waits for other writers as long as it takes, or no longer than `limit`. Throws FileError when the
+/// folder or the lock file cannot be made, the limit is reached or the write fails (the file is then as it
+/// was).
 void update(Source source, std::string_view sessionID, const Path& folder,
-            const std::function<void(std::optional<SessionRecord>& record)>& mutate);
+            const std::function<void(std::optional<SessionRecord>& record)>& mutate,
+            std::optional<std::chrono::milliseconds> limit = std::nullopt);
 
 /// Replaces one file by the record in one step, permissions 0600. Takes no lock. Throws FileError, also for a
 /// record that would be larger than maxFileSize.
@@ -74,11 +76,13 @@ void write(const SessionRecord& record, const Path& file);
 LoadResult load(const Path& file);
 
 /// Every record file of a folder ("*.json", names that begin with "." left out), in the system's listing
-/// order. Empty when the folder cannot be listed. Files that are gone leave the cache.
+/// order. Empty when the folder cannot be listed; `error`, when given, then says why. Files that are gone
+/// leave the cache.
 std::vector<LoadResult> loadAll(const Path& folder, LoadCache& cache);
-std::vector<LoadResult> loadAll(const Path& folder);
+std::vector<LoadResult> loadAll(const Path& folder, std::error_code* error = nullptr);
 
-/// Deletes the record's file, then its lock file, under the lock. Failures are ignored.
+/// Deletes the record's file and what stands beside it, its lock file last, under the lock. Failures are
+/// ignored; a lock that cannot be had within 2 seconds is one.
 void remove(const SessionRecord& record, const Path& folder);
 
 /// Tells readers that something changed; writers call it after each update.

@@ -66,4 +66,19 @@ std::optional<std::chrono::sys_seconds> parse(std::string_view text) {
     return sys_days(date) + hours(hour) + minutes(minute) + seconds(second) - offset;
 }
 
+std::string text(std::chrono::sys_time<std::chrono::duration<double>> moment) {
+    using namespace std::chrono;
+    const auto seconds = floor<std::chrono::seconds>(moment);
+    const auto midnight = floor<days>(seconds);
+    const year_month_day date(midnight);
+    const hh_mm_ss time(seconds - midnight);
+    char written[64];
+    const int length =
+        std::snprintf(written, sizeof written, "%04d-%02u-%02uT%02d:%02d:%02dZ",
+                      static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                      static_cast<unsigned>(date.day()), static_cast<int>(time.hours().count()),
+                      static_cast<int>(time.minutes().count()), static_cast<int>(time.seconds().count()));
+    return {written, static_cast<std::size_t>(length)};
+}
+
 } // namespace quorvik::ISO8601

@@ -67,6 +67,8 @@ bool isPunctuation(char32_t scalar);         ///< P*
 bool isLetter(char32_t scalar);              ///< L*
 bool isDigit(char32_t scalar);               ///< Nd
 bool isNumeric(char32_t scalar);             ///< N*
+bool isMark(char32_t scalar);                ///< M*: stands on the character before it
+bool isDrawnAlike(char32_t scalar);          ///< assigned (not Cn, Cs), and not for private use (Co)
 
 /// What a digit of any script counts, 0 to 9. `digit` must be one (isDigit).
 int digitValue(char32_t digit);

@@ -1,0 +1,191 @@
+#include "QuorvikApp/Loop/ChildProcess.h"
+
+#include "QuorvikApp/Loop/Handle.h"
+
+#include "QuorvikCore/Platform/Environment.h"
+
+#include <csignal>
+
+namespace quorvik {
+
+namespace {
+
+constexpr Timer::Seconds untilKilled(2);
+
+/// A program that has ended may have left its output to somebody who keeps it open.
+constexpr Timer::Seconds outputAfterEnd(0.2);
+
+std::vector<std::string> environment() {
+    auto variables = Platform::environment();
+    variables["LC_ALL"] = "C";
+    variables["GIT_OPTIONAL_LOCKS"] = "0";
+    variables["GIT_TERMINAL_PROMPT"] = "0";
+    std::vector<std::string> texts;
+    for (const auto& [name, value] : variables)
+        texts.push_back(name + "=" + value);
+    return texts;
+}
+
+std::vector<char*> pointers(std::vector<std::string>& texts) {
+    std::vector<char*> found;
+    for (std::string& text : texts)
+        found.push_back(text.data());
+    found.push_back(nullptr);
+    return found;
+}
+
+} // namespace
+
+struct ChildProcess::Inner : std::enable_shared_from_this<ChildProcess::Inner> {
+    struct Process : Handle<Process, uv_process_t> {
+        std::weak_ptr<Inner> owner;
+    };
+    struct Output : Handle<Output, uv_pipe_t> {
+        std::weak_ptr<Inner> owner;
+    };
+
+    Inner(EventLoop& loop_, const Limits& limits_, Done done_)
+        : loop(loop_), limits(limits_), done(std::move(done_)), deadline(loop_, [this] { expired(); }) {}
+
+    void start(std::vector<std::string> arguments) {
+        process = std::make_shared<Process>();
+        output = std::make_shared<Output>();
+        process->loop = output->loop = &loop;
+        process->owner = output->owner = weak_from_this();
+        uv_pipe_init(loop.handle(), &output->handle, 0); // cannot fail
+        output->opened();
+
+        std::vector<std::string> variables = environment();
+        std::vector<char*> words = pointers(arguments);
+        std::vector<char*> names = pointers(variables);
+        uv_stdio_container_t streams[3] = {};
+        streams[0].flags = UV_IGNORE; // libuv puts /dev/null there
+        streams[1].flags = static_cast<uv_stdio_flags>(UV_CREATE_PIPE | UV_WRITABLE_PIPE);
+        streams[1].data.stream = reinterpret_cast<uv_stream_t*>(&output->handle);
+        streams[2].flags = UV_IGNORE;
+        uv_process_options_t options{};
+        options.file = words.front();
+        options.args = words.data();
+        options.env = names.data();
+        options.cwd = "/";
+        options.flags = UV_PROCESS_DETACHED; // a session of its own
+        options.stdio_count = 3;
+        options.stdio = streams;
+        options.exit_cb = exited;
+        const int error = uv_spawn(loop.handle(), &process->handle, &options);
+        process->opened(); // also when it could not be started, libuv has to let go of it
+        if (error != 0) {
+            process->close();
+            process.reset();
+            result.failure = "could not run " + arguments.front() + ": " + uv_strerror(error);
+            outputEnded = true;
+            return finish();
+        }
+        uv_read_start(reinterpret_cast<uv_stream_t*>(&output->handle), allocate, arrived);
+        deadline.start(limits.time);
+    }
+
+    static void exited(uv_process_t* handle, std::int64_t status, int signal) {
+        auto* const ended = static_cast<Process*>(handle->data);
+        const auto inner = ended->owner.lock();
+        if (!inner) return ended->close();
+        inner->process->close();
+        inner->process.reset();
+        if (signal == 0)
+            inner->result.exitStatus = static_cast<int>(status);
+        else if (inner->result.failure.empty())
+            inner->result.failure = "it was ended by signal " + std::to_string(signal);
+        if (inner->outputEnded)
+            inner->finish();
+        else
+            inner->deadline.start(outputAfterEnd);
+    }
+
+    static void allocate(uv_handle_t*, std::size_t, uv_buf_t* buffer) {
+        thread_local char chunk[65'536];
+        *buffer = uv_buf_init(chunk, sizeof chunk);
+    }
+
+    static void arrived(uv_stream_t* stream, ssize_t count, const uv_buf_t* buffer) {
+        const auto inner = static_cast<Output*>(stream->data)->owner.lock();
+        if (!inner || count == 0) return;
+        if (count < 0) {
+            uv_read_stop(stream);
+            inner->outputEnded = true;
+            if (!inner->process) inner->finish();
+            return;
+        }
+        inner->result.output.append(buffer->base, static_cast<std::size_t>(count));
+        if (inner->result.output.size() > inner->limits.outputBytes) {
+            inner->result.output.resize(inner->limits.outputBytes);
+            uv_read_stop(stream);
+            inner->outputEnded = true;
+            inner->end("it writes too much");
+            return;
+        }
+    }
+
+    void expired() {
+        if (!process) { // only its output is still held open
+            outputEnded = true;
+            return finish();
+        }
+        if (isEnding)
+            kill(SIGKILL);
+        else
+            end("it took too long");
+    }
+
+    void end(std::string why) {
+        if (std::exchange(isEnding, true)) return;
+        result.failure = std::move(why);
+        if (!process) return finish();
+        kill(SIGTERM);
+        deadline.start(untilKilled);
+    }
+
+    /// The process and all that it started, unless that has left its session.
+    void kill(int signal) {
+        if (process) ::kill(-process->handle.pid, signal);
+    }
+
+    void finish() {
+        deadline.stop();
+        output->close();
+        if (!result.failure.empty()) result.exitStatus.reset();
+        loop.later([weak = weak_from_this()] {
+            const auto kept = weak.lock();
+            if (!kept) return;
+            if (const Done call = std::exchange(kept->done, {})) call(std::move(kept->result));
+        });
+    }
+
+    EventLoop& loop;
+    const Limits limits;
+    Done done;
+    Result result;
+    std::shared_ptr<Process> process; ///< null before it runs, and once it has ended
+    std::shared_ptr<Output> output;
+    Timer deadline;
+    bool outputEnded = false, isEnding = false;
+};
+
+ChildProcess::ChildProcess(EventLoop& loop, const std::vector<std::string>& arguments, const Limits& limits,
+                           Done done)
+    : inner_(std::make_shared<Inner>(loop, limits, std::move(done))) {
+    inner_->start(arguments);
+}
+
+ChildProcess::~ChildProcess() {
+    inner_->done = {};
+    inner_->kill(SIGKILL);
+    inner_->deadline.stop();
+    inner_->output->close();
+    // The process handle stays until libuv has heard of the end: somebody must ask for its status.
+}
+
+void ChildProcess::signal(int number) {
+    inner_->kill(number);
+}
+
+} // namespace quorvik

@@ -1,0 +1,176 @@
+#include "QuorvikApp/Loop/EventLoop.h"
+
+#include "QuorvikApp/Loop/Handle.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <thread>
+
+namespace quorvik {
+
+EventLoop::EventLoop() : loop_(std::make_unique<uv_loop_t>()), now_(std::chrono::system_clock::now()) {
+    if (const int error = uv_loop_init(loop_.get()); error != 0)
+        throwLoopError("start the event loop", error);
+}
+
+EventLoop::~EventLoop() {
+    handlers_.clear(); // they may own handles
+    idleHandlers_.clear();
+    atEndOfTurn_ = {};
+    // Whoever had a handle has closed it by now; libuv wants a turn to let go of it, and to hear of the end
+    // of programs that were killed.
+    for (int turn = 0; uv_run(loop_.get(), UV_RUN_NOWAIT) != 0 && turn < 500; ++turn)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    if (uv_loop_close(loop_.get()) != 0) {
+        uv_print_all_handles(loop_.get(), stderr); // somebody outlived the loop: a mistake of ours
+        loop_.release();                           // they may still use it
+    }
+}
+
+void EventLoop::run() {
+    isStopped_ = false;
+    while (!isStopped_) {
+        const bool mayWait = handlers_.empty() && idleHandlers_.empty();
+        uv_run(loop_.get(), mayWait ? UV_RUN_ONCE : UV_RUN_NOWAIT);
+        constexpr int mostBusyTurns = 500;
+        const bool isIdle = handlers_.empty() || ++busyTurns_ > mostBusyTurns;
+        runHandlers();
+        if (isIdle) runIdleHandlers();
+    }
+}
+
+void EventLoop::later(Handler handler) {
+    handlers_.push_back(std::move(handler));
+}
+
+void EventLoop::whenIdle(Handler handler) {
+    idleHandlers_.push_back(std::move(handler));
+}
+
+void EventLoop::runIdleHandlers() {
+    busyTurns_ = 0;
+    if (idleHandlers_.empty()) return;
+    now_ = std::chrono::system_clock::now();
+    for (const Handler& handler : std::exchange(idleHandlers_, {}))
+        handler();
+    if (atEndOfTurn_) atEndOfTurn_();
+}
+
+void EventLoop::runHandlers() {
+    if (handlers_.empty()) return;
+    now_ = std::chrono::system_clock::now();
+    // What handlers add waits for the next turn: a handler that always adds one must not keep sockets
+    // waiting.
+    for (const Handler& handler : std::exchange(handlers_, {}))
+        handler();
+    if (atEndOfTurn_) atEndOfTurn_();
+}
+
+struct Timer::Inner : Handle<Timer::Inner, uv_timer_t> {};
+
+Timer::Timer(EventLoop& loop, EventLoop::Handler handler) : inner_(std::make_shared<Inner>()) {
+    inner_->loop = &loop;
+    inner_->handler = std::move(handler);
+    uv_timer_init(loop.handle(), &inner_->handle); // cannot fail
+    inner_->opened();
+}
+
+Timer::~Timer() {
+    inner_->close();
+}
+
+void Timer::start(Seconds after) {
+    constexpr double most = 1e9; // ms, eleven days: whoever waits that long looks again earlier
+    const double milliseconds = std::clamp(std::ceil(after.count() * 1000), 0.0, most);
+    uv_update_time(inner_->loop->handle()); // the turn's handlers may have taken a while
+    uv_timer_start(
+        &inner_->handle, [](uv_timer_t* timer) { static_cast<Inner*>(timer->data)->report(); },
+        static_cast<std::uint64_t>(milliseconds), 0);
+}
+
+void Timer::stop() {
+    uv_timer_stop(&inner_->handle);
+}
+
+bool Timer::isRunning() const {
+    return uv_is_active(reinterpret_cast<const uv_handle_t*>(&inner_->handle)) != 0;
+}
+
+struct SignalWatch::Inner : Handle<SignalWatch::Inner, uv_signal_t> {};
+
+SignalWatch::SignalWatch(EventLoop& loop, int signal, EventLoop::Handler handler)
+    : inner_(std::make_shared<Inner>()) {
+    inner_->loop = &loop;
+    inner_->handler = std::move(handler);
+    int error = uv_signal_init(loop.handle(), &inner_->handle);
+    if (error == 0) {
+        inner_->opened();
+        error = uv_signal_start(
+            &inner_->handle, [](uv_signal_t* watch, int) { static_cast<Inner*>(watch->data)->report(); },
+            signal);
+    }
+    if (error != 0) {
+        inner_->close();
+        throwLoopError("watch for signals", error);
+    }
+}
+
+SignalWatch::~SignalWatch() {
+    inner_->close();
+}
+
+struct FolderWatch::Inner : Handle<FolderWatch::Inner, uv_fs_event_t> {
+    bool isReported = false; ///< a burst of changes is one hint
+};
+
+FolderWatch::FolderWatch(EventLoop& loop, EventLoop::Handler handler)
+    : loop_(loop), handler_(std::move(handler)) {}
+
+FolderWatch::~FolderWatch() {
+    if (inner_) inner_->close();
+}
+
+bool FolderWatch::watch(const std::string& folder) {
+    // Kept open while it is watched: the number of a folder that is gone must not go to the next one.
+    FileDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    struct stat status;
+    if (!opened || ::fstat(opened.get(), &status) != 0) return false;
+    const auto device = static_cast<std::uint64_t>(status.st_dev);
+    const auto inode = static_cast<std::uint64_t>(status.st_ino);
+    if (inner_ && device == device_ && inode == inode_) return true;
+    if (inner_) inner_->close();
+
+    inner_ = std::make_shared<Inner>();
+    inner_->loop = &loop_;
+    Inner* const inner = inner_.get();
+    inner_->handler = [this, inner] {
+        inner->isReported = false;
+        const EventLoop::Handler kept = handler_; // it may destroy this
+        kept();
+    };
+    uv_fs_event_init(loop_.handle(), &inner_->handle); // cannot fail
+    inner_->opened();
+    const int error = uv_fs_event_start(
+        &inner_->handle,
+        [](uv_fs_event_t* watch, const char*, int, int) {
+            auto* reported = static_cast<Inner*>(watch->data);
+            if (std::exchange(reported->isReported, true)) return;
+            reported->report();
+        },
+        folder.c_str(), 0);
+    if (error != 0) {
+        inner_->close();
+        inner_.reset();
+        return false;
+    }
+    folder_ = std::move(opened);
+    device_ = device;
+    inode_ = inode;
+    return true;
+}
+
+} // namespace quorvik

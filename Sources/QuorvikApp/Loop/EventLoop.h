@@ -1,0 +1,125 @@
+#pragma once
+
+#include "QuorvikCore/JSON/RecordCoding.h"
+#include "QuorvikCore/Platform/FileDescriptor.h"
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+struct uv_loop_s;
+
+namespace quorvik {
+
+/// The system refused something that the loop cannot do without; what() says what, and why.
+class LoopError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Waits for everything at once: sockets, files, timers, signals, child processes.
+///
+/// What happened is only noted while the loop turns. The handlers run after the turn, one after the other,
+/// and find one time for all of them. So no handler ever runs inside another one, and a handler may destroy
+/// whatever it likes, its own source included. For one thread.
+class EventLoop {
+  public:
+    using Handler = std::function<void()>;
+
+    EventLoop();
+    ~EventLoop();
+    EventLoop(const EventLoop&) = delete;
+    EventLoop& operator=(const EventLoop&) = delete;
+
+    /// Turns until stop().
+    void run();
+    void stop() { isStopped_ = true; }
+
+    /// Runs the handler after this turn.
+    void later(Handler handler);
+
+    /// Runs at the end of every turn in which a handler ran, after the last one.
+    void atEndOfTurn(Handler handler) { atEndOfTurn_ = std::move(handler); }
+
+    /// Runs the handler once a turn found nothing to do: everything that had happened before has been
+    /// handled. Under steady load it runs after some hundred turns.
+    void whenIdle(Handler handler);
+
+    /// The time of this turn.
+    Date now() const { return now_; }
+
+    /// For the other files of this room.
+    uv_loop_s* handle() const { return loop_.get(); }
+
+  private:
+    void runHandlers();
+    void runIdleHandlers();
+
+    std::unique_ptr<uv_loop_s> loop_;
+    std::vector<Handler> handlers_, idleHandlers_;
+    int busyTurns_ = 0; ///< since the last turn without anything to do
+    Handler atEndOfTurn_;
+    Date now_;
+    bool isStopped_ = false;
+};
+
+/// Calls its handler once, some time after it was started.
+class Timer {
+  public:
+    using Seconds = std::chrono::duration<double>;
+
+    Timer(EventLoop& loop, EventLoop::Handler handler);
+    ~Timer();
+    Timer(const Timer&) = delete;
+    Timer& operator=(const Timer&) = delete;
+
+    /// Starts anew if it runs already. Rounded up to milliseconds: it is never early.
+    void start(Seconds after);
+    void stop();
+    bool isRunning() const;
+
+  private:
+    struct Inner;
+    std::shared_ptr<Inner> inner_;
+};
+
+/// Calls its handler after a signal came. Signals that come in one turn may count as one.
+class SignalWatch {
+  public:
+    /// Throws LoopError.
+    SignalWatch(EventLoop& loop, int signal, EventLoop::Handler handler);
+    ~SignalWatch();
+    SignalWatch(const SignalWatch&) = delete;
+    SignalWatch& operator=(const SignalWatch&) = delete;
+
+  private:
+    struct Inner;
+    std::shared_ptr<Inner> inner_;
+};
+
+/// Calls its handler after something in a folder changed: a hint, no more. The system may merge changes, keep
+/// some to itself when there are too many, and report what is no change. Whoever watches looks again by
+/// himself, now and then.
+class FolderWatch {
+  public:
+    FolderWatch(EventLoop& loop, EventLoop::Handler handler);
+    ~FolderWatch();
+    FolderWatch(const FolderWatch&) = delete;
+    FolderWatch& operator=(const FolderWatch&) = delete;
+
+    /// Watches the folder that stands at the path now, instead of an earlier one. Does nothing when it is
+    /// watched already. False when there is none, or the system has no more watches to give.
+    bool watch(const std::string& folder);
+
+  private:
+    struct Inner;
+    EventLoop& loop_;
+    EventLoop::Handler handler_;
+    std::shared_ptr<Inner> inner_;
+    FileDescriptor folder_; ///< the one that is watched
+    std::uint64_t device_ = 0, inode_ = 0;
+};
+
+} // namespace quorvik

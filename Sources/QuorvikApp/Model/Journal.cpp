@@ -1,0 +1,17 @@
+#include "QuorvikApp/Model/Journal.h"
+
+namespace quorvik {
+
+void Journal::note(Date when, std::string about, std::string text) {
+    if (entries_.size() == longest) entries_.pop_front();
+    entries_.push_back({when, std::move(about), std::move(text)});
+}
+
+std::vector<const Journal::Entry*> Journal::entries(std::string_view about) const {
+    std::vector<const Entry*> found;
+    for (const Entry& entry : entries_)
+        if (about.empty() || entry.about == about) found.push_back(&entry);
+    return found;
+}
+
+} // namespace quorvik

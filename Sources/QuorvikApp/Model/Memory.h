@@ -1,0 +1,23 @@
+#pragma once
+
+#include "QuorvikCore/Island/IslandItem.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace quorvik {
+
+/// What the user has waved away and chosen, as `memory.json` in the support folder keeps it (docs/files.md).
+struct Memory {
+    AcknowledgedKeys acknowledged;
+    std::optional<ManualPick> pick;
+
+    /// Empty when the text is none that text() wrote: what is lost shows again, no more.
+    static Memory parse(std::string_view text);
+
+    /// One JSON object on one line.
+    std::string text() const;
+};
+
+} // namespace quorvik

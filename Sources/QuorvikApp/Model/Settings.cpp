@@ -1,0 +1,114 @@
+#include "QuorvikApp/Model/Settings.h"
+
+#include "QuorvikCore/JSON/RecordCoding.h"
+#include "QuorvikCore/Text/Unicode.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace quorvik {
+
+namespace {
+
+constexpr double day = 86'400;
+
+/// A field that holds seconds, from 0 to `most`.
+bool setSeconds(double& field, const nlohmann::json& value, double most) {
+    if (!value.is_number()) return false;
+    const double seconds = value.get<double>();
+    if (!std::isfinite(seconds) || seconds < 0 || seconds > most) return false;
+    field = seconds;
+    return true;
+}
+
+bool setSwitch(bool& field, const nlohmann::json& value) {
+    if (value != "on" && value != "off") return false;
+    field = value == "on";
+    return true;
+}
+
+template <double SchedulerConfig::*field>
+constexpr SettingRule schedulerSeconds(std::string_view name, std::string_view meaning) {
+    return {name, meaning, "a number of seconds, 0 to 86400",
+            [](const Settings& settings) -> nlohmann::json { return settings.scheduler.*field; },
+            [](Settings& settings, const nlohmann::json& value) {
+                return setSeconds(settings.scheduler.*field, value, day);
+            }};
+}
+
+template <bool Settings::*field>
+constexpr SettingRule onOrOff(std::string_view name, std::string_view meaning) {
+    return {
+        name, meaning, "on or off",
+        [](const Settings& settings) -> nlohmann::json { return settings.*field ? "on" : "off"; },
+        [](Settings& settings, const nlohmann::json& value) { return setSwitch(settings.*field, value); }};
+}
+
+constexpr int mostBubbles = 100;
+
+constexpr SettingRule rules[] = {
+    onOrOff<&Settings::alerts>("alerts", "show what `quorvik alert` sends"),
+    onOrOff<&Settings::approvals>("approvals", "take agents' requests; off: agents ask by themselves"),
+    onOrOff<&Settings::notifications>("notifications", "tell of a request that no front end shows"),
+    {"notifyAfter", "how long a request waits unseen before that", "a number of seconds, 0 to 3600",
+     [](const Settings& settings) -> nlohmann::json { return settings.notifyAfter; },
+     [](Settings& settings, const nlohmann::json& value) {
+         return setSeconds(settings.notifyAfter, value, 3600);
+     }},
+    schedulerSeconds<&SchedulerConfig::doneLinger>("doneLinger", "how long what is done stays visible"),
+    schedulerSeconds<&SchedulerConfig::changesLinger>("changesLinger",
+                                                      "the same for changes in git and for usage"),
+    schedulerSeconds<&SchedulerConfig::portDownLinger>("portDownLinger",
+                                                       "the same for a service that went down"),
+    schedulerSeconds<&SchedulerConfig::staleAfter>("staleAfter",
+                                                   "silence after which a working session counts as stale"),
+    schedulerSeconds<&SchedulerConfig::awaitingQuietAfter>("awaitingQuietAfter",
+                                                           "how long a waiting session draws attention"),
+    schedulerSeconds<&SchedulerConfig::awaitingStaleAfter>("awaitingStaleAfter",
+                                                           "how long it counts as waiting at all"),
+    {"maxBubbles", "items beside the primary one", "a whole number, 0 to 100",
+     [](const Settings& settings) -> nlohmann::json { return settings.scheduler.maxBubbles; },
+     [](Settings& settings, const nlohmann::json& value) {
+         if (!value.is_number_integer()) return false;
+         const auto count = value.get<std::int64_t>();
+         if (count < 0 || count > mostBubbles) return false;
+         settings.scheduler.maxBubbles = static_cast<int>(count);
+         return true;
+     }},
+};
+
+} // namespace
+
+std::span<const SettingRule> settingRules() {
+    return rules;
+}
+
+const SettingRule* settingRule(std::string_view name) {
+    const auto found = std::ranges::find(rules, name, &SettingRule::name);
+    return found == std::end(rules) ? nullptr : &*found;
+}
+
+Settings Settings::parse(std::string_view text, std::vector<std::string>& problems) {
+    Settings settings;
+    if (Unicode::trimmed(text, Unicode::isWhitespaceOrNewline).empty()) return settings;
+    const auto document = parseJSON(text);
+    if (!document || !document->is_object()) {
+        problems.emplace_back("settings: the file is no JSON object, so all defaults apply");
+        return settings;
+    }
+    for (const auto& [name, value] : document->items()) {
+        const SettingRule* rule = settingRule(name);
+        if (!rule)
+            problems.push_back("settings: there is no setting " + Unicode::terminalLine(name));
+        else if (!rule->set(settings, value))
+            problems.push_back("settings: " + name + " must be " + std::string(rule->values));
+    }
+    return settings;
+}
+
+bool Settings::operator==(const Settings& other) const {
+    return std::ranges::all_of(rules,
+                               [&](const SettingRule& rule) { return rule.get(*this) == rule.get(other); });
+}
+
+} // namespace quorvik

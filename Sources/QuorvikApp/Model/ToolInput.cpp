@@ -1,0 +1,270 @@
+#include "QuorvikApp/Model/ToolInput.h"
+
+#include "QuorvikCore/JSON/OrderedJSON.h"
+
+#include <algorithm>
+#include <array>
+#include <set>
+
+namespace quorvik::ToolInput {
+
+namespace {
+
+using Kind = CardLine::Kind;
+using VisibleText::Range;
+using Text = std::string_view;
+
+void appendShown(CardLine& line, Text text) {
+    // The signs around what is hidden are nobody else's.
+    constexpr Text opening = "⟦", closing = "⟧";
+    const auto append = [&](const VisibleText::Shown& shown) {
+        const std::size_t offset = line.text.size();
+        line.text += shown.text;
+        for (const Range& range : shown.escapes)
+            line.escapes.push_back({offset + range.begin, offset + range.end});
+    };
+    while (!text.empty()) {
+        const std::size_t at = std::min(text.find(opening), text.find(closing));
+        append(VisibleText::show(text.substr(0, at)));
+        if (at == text.npos) return;
+        const bool opens = text.substr(at).starts_with(opening);
+        const Text escape = opens ? "\\u{27E6}" : "\\u{27E7}";
+        append({std::string(escape), {{0, escape.size()}}});
+        text.remove_prefix(at + opening.size());
+    }
+}
+
+/// Tabs at the beginning are drawn as blanks, four each: they only indent.
+CardLine lineOf(Text text, Kind kind) {
+    CardLine line{.kind = kind};
+    const std::size_t tabs = std::min(text.find_first_not_of('\t'), text.size());
+    line.text.append(4 * tabs, ' ');
+    appendShown(line, text.substr(tabs));
+    return line;
+}
+
+/// A text's lines, without the empty one after a last line feed.
+std::vector<Text> linesOf(Text text) {
+    std::vector<Text> lines;
+    while (!text.empty()) {
+        const std::size_t end = text.find('\n');
+        lines.push_back(text.substr(0, end));
+        text.remove_prefix(end == text.npos ? text.size() : end + 1);
+    }
+    return lines;
+}
+
+class Writer {
+  public:
+    explicit Writer(const RequestCard::SecretFinder& secrets) : secrets_(secrets) {}
+
+    void text(Text text, Kind kind) {
+        const std::vector<Range> secrets = secrets_ ? secrets_(text) : std::vector<Range>();
+        std::size_t next = 0;
+        for (const Text piece : linesOf(text)) {
+            const auto begin = static_cast<std::size_t>(piece.data() - text.data());
+            const std::size_t end = begin + piece.size();
+            CardLine line{.kind = kind};
+            std::size_t from = begin;
+            while (next < secrets.size() && secrets[next].begin < end) {
+                if (secrets[next].end <= begin) { // nothing but a line feed
+                    ++next;
+                    continue;
+                }
+                const std::size_t start = std::max(secrets[next].begin, begin);
+                const std::size_t stop = std::min(secrets[next].end, end);
+                if (from == begin)
+                    line = lineOf(text.substr(from, start - from), kind);
+                else
+                    appendShown(line, text.substr(from, start - from));
+                const std::size_t offset = line.text.size();
+                line.text += "⟦hidden, " + std::to_string(stop - start) + " bytes⟧";
+                line.hidden.push_back({offset, line.text.size()});
+                result_.hides = true;
+                from = stop;
+                if (secrets[next].end > end) break; // it goes on in the next line
+                ++next;
+            }
+            if (from > begin)
+                appendShown(line, text.substr(from, end - from));
+            else
+                line = lineOf(text.substr(from, end - from), kind);
+            result_.lines.push_back(std::move(line));
+        }
+    }
+
+    void member(Text name, const JSONValue& value) {
+        const std::string* plain = value.stringValue();
+        const bool isOneLine = plain && plain->find('\n') == plain->npos;
+        if (!isOneLine && !value.isContainer() && !plain) {
+            text(std::string(name) + ": " + OrderedJSON::serialize(value), Kind::member);
+        } else if (isOneLine) {
+            text(std::string(name) + ": " + *plain, Kind::member);
+        } else {
+            result_.lines.push_back(lineOf(std::string(name) + ":", Kind::member));
+            plain ? text(*plain, Kind::text) : json(value);
+        }
+    }
+
+    void json(const JSONValue& value) {
+        constexpr std::size_t most =
+            1'000'000; // bytes; nested without measure, a short input fills any screen
+        const auto excerpt = OrderedJSON::serializeStart(value, most);
+        if (excerpt.totalSize > excerpt.text.size()) result_.isWhole = false;
+        text(excerpt.text, Kind::member);
+    }
+
+    /// The lines that both begin and end with are context.
+    void edit(Text before, Text after) {
+        const auto old = linesOf(before), fresh = linesOf(after);
+        const auto prefix = static_cast<std::size_t>(std::ranges::mismatch(old, fresh).in1 - old.begin());
+        std::size_t suffix = 0;
+        while (suffix < std::min(old.size(), fresh.size()) - prefix &&
+               old[old.size() - 1 - suffix] == fresh[fresh.size() - 1 - suffix])
+            ++suffix;
+        const auto part = [&](Text whole, const std::vector<Text>& lines, std::size_t from, std::size_t to,
+                              Kind kind) {
+            if (from == to) return;
+            const std::size_t begin = static_cast<std::size_t>(lines[from].data() - whole.data());
+            const std::size_t end =
+                static_cast<std::size_t>(lines[to - 1].data() - whole.data()) + lines[to - 1].size();
+            // An empty last line needs its line feed to count.
+            text(whole.substr(begin, end - begin + (end < whole.size() ? 1 : 0)), kind);
+        };
+        part(before, old, 0, prefix, Kind::context);
+        part(before, old, prefix, old.size() - suffix, Kind::removed);
+        part(after, fresh, prefix, fresh.size() - suffix, Kind::added);
+        part(before, old, old.size() - suffix, old.size(), Kind::context);
+        const bool oldEnds = before.ends_with('\n'), freshEnds = after.ends_with('\n');
+        if (oldEnds == freshEnds) return;
+        note(oldEnds ? "the line feed at the end is removed" : "a line feed is added at the end");
+    }
+
+    void patch(Text text) {
+        for (const Text line : linesOf(text)) {
+            const char first = line.empty() ? ' ' : line.front();
+            const bool isHeader = line.starts_with("***") || line.starts_with("@@");
+            const Kind kind = isHeader ? Kind::member : first == '-' ? Kind::removed : Kind::added;
+            if (!isHeader && first != '-' && first != '+')
+                this->text(std::string(line) + "\n", Kind::context);
+            else
+                this->text(std::string(isHeader ? line : line.substr(1)) + "\n", kind);
+        }
+    }
+
+    void note(Text text) { result_.lines.push_back({.kind = Kind::note, .text = std::string(text)}); }
+
+    Lines take() { return std::move(result_); }
+
+  private:
+    const RequestCard::SecretFinder& secrets_;
+    Lines result_;
+};
+
+const std::string* textOf(const JSONValue& object, Text name) {
+    const JSONValue* value = object[name];
+    return value ? value->stringValue() : nullptr;
+}
+
+struct EditNames {
+    Text before, after;
+};
+constexpr std::array<EditNames, 2> editNames = {{{"old_string", "new_string"}, {"old_str", "new_str"}}};
+
+const EditNames* editIn(const JSONValue& object) {
+    const auto found = std::ranges::find_if(editNames, [&](const EditNames& names) {
+        return textOf(object, names.before) && textOf(object, names.after);
+    });
+    return found == editNames.end() ? nullptr : &*found;
+}
+
+/// Of an object with the same name twice, agents and we might mean different values.
+bool hasRepeatedNames(const JSONValue::Object& members) {
+    std::set<Text> names;
+    return std::ranges::any_of(members,
+                               [&](const JSONMember& member) { return !names.insert(member.key).second; });
+}
+
+void members(Writer& writer, const JSONValue& object, std::initializer_list<Text> without) {
+    for (const JSONMember& member : *object.objectValue())
+        if (std::ranges::find(without, member.key) == without.end()) writer.member(member.key, member.value);
+}
+
+bool isEditList(const JSONValue* edits) {
+    const auto* list = edits ? edits->arrayValue() : nullptr;
+    return list && !list->empty() && std::ranges::all_of(*list, [](const JSONValue& edit) {
+               return edit.objectValue() && !hasRepeatedNames(*edit.objectValue()) && editIn(edit);
+           });
+}
+
+void edit(Writer& writer, const JSONValue& object, const EditNames& names) {
+    members(writer, object, {names.before, names.after});
+    writer.edit(*textOf(object, names.before), *textOf(object, names.after));
+}
+
+/// True when the object is of a kind that has a form of its own.
+bool layOut(Writer& writer, const JSONValue& object) {
+    if (hasRepeatedNames(*object.objectValue())) return false;
+    for (const Text name : {"command", "input", "patch"}) {
+        const std::string* command = textOf(object, name);
+        if (!command) continue;
+        if (command->starts_with("*** Begin Patch"))
+            writer.patch(*command);
+        else if (name == "command")
+            writer.text(*command, Kind::command);
+        else
+            continue;
+        members(writer, object, {name});
+        return true;
+    }
+    if (const EditNames* names = editIn(object)) {
+        edit(writer, object, *names);
+        return true;
+    }
+    if (isEditList(object["edits"])) {
+        members(writer, object, {"edits"});
+        std::size_t number = 0;
+        for (const JSONValue& one : *object["edits"]->arrayValue()) {
+            writer.note("edit " + std::to_string(++number));
+            edit(writer, one, *editIn(one));
+        }
+        return true;
+    }
+    const bool namesFile =
+        textOf(object, "file_path") || textOf(object, "path") || textOf(object, "notebook_path");
+    for (const Text name : {"content", "file_text", "new_source"}) {
+        const std::string* content = textOf(object, name);
+        if (!namesFile || !content) continue;
+        members(writer, object, {name});
+        writer.text(*content, Kind::added);
+        if (!content->ends_with('\n')) writer.note("no line feed at the end");
+        return true;
+    }
+    if (const std::string* plan = textOf(object, "plan")) {
+        writer.text(*plan, Kind::text);
+        members(writer, object, {"plan"});
+        return true;
+    }
+    return false;
+}
+
+} // namespace
+
+Lines text(std::string_view text, CardLine::Kind kind, const RequestCard::SecretFinder& secrets) {
+    Writer writer(secrets);
+    writer.text(text, kind);
+    return writer.take();
+}
+
+Lines of(std::string_view json, const RequestCard::SecretFinder& secrets) {
+    Writer writer(secrets);
+    try {
+        const JSONValue value = OrderedJSON::parse(json);
+        if (!value.objectValue() || !layOut(writer, value)) writer.json(value);
+    } catch (const JSONParseError&) {
+        writer.text(json, Kind::member);
+    }
+    return writer.take();
+}
+
+} // namespace quorvik::ToolInput

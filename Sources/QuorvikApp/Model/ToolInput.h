@@ -1,0 +1,24 @@
+#pragma once
+
+#include "QuorvikApp/Model/RequestCard.h"
+
+#include <string_view>
+#include <vector>
+
+/// A tool's input, laid out in lines for somebody who decides about it.
+namespace quorvik::ToolInput {
+
+struct Lines {
+    std::vector<CardLine> lines;
+    bool isWhole = true; ///< everything of the input is in there
+    bool hides = false;  ///< a credential
+};
+
+/// Any text, its line breaks kept. What `secrets` (which may be empty) finds is hidden.
+Lines text(std::string_view text, CardLine::Kind kind, const RequestCard::SecretFinder& secrets);
+
+/// `json` is the input as the agent wrote it, or the beginning of it: a command as such, an edit as a diff, a
+/// patch, a plan; anything else as JSON over several lines. What is no JSON is shown as it is.
+Lines of(std::string_view json, const RequestCard::SecretFinder& secrets);
+
+} // namespace quorvik::ToolInput

@@ -1,0 +1,262 @@
+#include "QuorvikApp/Services/App.h"
+
+#include "QuorvikApp/Model/IslandModel.h"
+#include "QuorvikApp/Services/AlertService.h"
+#include "QuorvikApp/Services/ApprovalService.h"
+#include "QuorvikApp/Services/ControlService.h"
+#include "QuorvikApp/Services/Log.h"
+#include "QuorvikApp/Services/Notifier.h"
+#include "QuorvikApp/Services/SessionsService.h"
+#include "QuorvikApp/Services/SettingsService.h"
+
+#include "QuorvikCore/Platform/Desktop.h"
+#include "QuorvikCore/Platform/FileError.h"
+#include "QuorvikCore/Platform/FileLock.h"
+#include "QuorvikCore/Platform/ListeningSocket.h"
+#include "QuorvikCore/Session/QuorvikPaths.h"
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+
+namespace quorvik::App {
+
+namespace {
+
+using Path = std::filesystem::path;
+
+/// Makes sure that nobody else can put anything into the folder. Throws AppError.
+void preparePrivateFolder(const Path& folder) {
+    try {
+        QuorvikPaths::ensureDirectory(folder);
+    } catch (const FileError& error) {
+        throw AppError(error.what());
+    }
+    struct stat status;
+    if (::stat(folder.c_str(), &status) != 0) throw AppError(FileError("look at", folder, errno).what());
+    if (status.st_uid != ::geteuid())
+        throw AppError(folder.string() + " belongs to another user (" + std::to_string(status.st_uid) + ")");
+    if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0)
+        throw AppError("others may write into " + folder.string() + ": chmod go-w it");
+}
+
+/// A descriptor for each waiting hook and each front end, and some for files.
+void allowManyDescriptors() {
+    constexpr rlim_t wanted = 4096;
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= wanted) return;
+    limit.rlim_cur = std::min(limit.rlim_max, wanted);
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+/// The running app: what happens is brought to the model here, and what the model says to the world.
+class RunningApp {
+  public:
+    explicit RunningApp(FileLock lock)
+        : lock_(std::move(lock)), approvals_(loop_, model_, [this] { noteChange(); }),
+          alerts_(loop_, model_, [this] { noteChange(); }),
+          control_(loop_, model_, approvals_,
+                   {[this](EventLoop::Handler done) { sync(std::move(done)); }, [this] { stop(); },
+                    [this] { noteChange(); }}),
+          notifier_(
+              loop_, model_, approvals_,
+              [this](std::string_view request) { return control_.isShown(request); },
+              [this] { noteChange(); }),
+          settings_(loop_, model_, [this] { settingsChanged(); }),
+          sessions_(loop_, model_, [this] { noteChange(); }),
+          supportWatch_(loop_, [this] { supportFolderChanged(); }),
+          publishTimer_(loop_, [this] { publish(); }), changeTimer_(loop_, [this] { noteChange(); }),
+          ownLook_(loop_, [this] { lookAtOwnSockets(); }), farewell_(loop_, [this] { loop_.stop(); }),
+          terminated_(loop_, SIGTERM, [this] { stop(); }), interrupted_(loop_, SIGINT, [this] { stop(); }),
+          hungUp_(loop_, SIGHUP, [this] { stop(); }) {
+        loop_.atEndOfTurn([this] { endTurn(); });
+        supportWatch_.watch(QuorvikPaths::supportDirectory().string());
+        ownLook_.start(ownInterval);
+    }
+
+    /// Throws AppError when front ends cannot connect.
+    void publishSockets() {
+        for (Service& service : services_)
+            publishSocket(service);
+        if (!services_[controlIndex].socket) throw AppError(services_[controlIndex].trouble);
+    }
+
+    void run() { loop_.run(); }
+
+  private:
+    /// One of our sockets.
+    struct Service {
+        std::string_view purpose; ///< what does not work without it
+        Path (*path)();
+        std::function<void(int)> listen;
+        std::optional<ListeningSocket> socket;
+        std::string trouble;
+    };
+
+    static constexpr Timer::Seconds ownInterval{30};
+    static constexpr Timer::Seconds farewellLimit{2};
+    /// Between two states that front ends are told of.
+    static constexpr Timer::Seconds publishInterval{0.005};
+
+    void publishSocket(Service& service) {
+        try {
+            ListeningSocket socket = ListeningSocket::publish(service.path());
+            service.listen(socket.descriptor());
+            service.socket = std::move(socket); // an earlier one is closed only now
+            service.trouble.clear();
+        } catch (const FileError& error) {
+            service.socket.reset();
+            service.trouble = std::string(service.purpose) + ": " + error.what();
+            struct stat status;
+            if (::lstat(error.path().c_str(), &status) == 0 && status.st_uid != ::geteuid())
+                service.trouble += " (it belongs to user " + std::to_string(status.st_uid) + ")";
+            Log::line(service.trouble);
+        }
+        std::vector<std::string> troubles;
+        for (const Service& other : services_)
+            if (!other.trouble.empty()) troubles.push_back(other.trouble);
+        model_.setTroubles("sockets", std::move(troubles), loop_.now());
+    }
+
+    /// Cleaners of temporary folders take sockets away, and so does whoever removes the support folder.
+    void lookAtOwnSockets() {
+        ownLook_.start(ownInterval);
+        if (isStopping_) return;
+        supportWatch_.watch(QuorvikPaths::supportDirectory().string());
+        if (!lock_.stands()) {
+            Log::line("the support folder is another one now: this app has nobody left to serve");
+            return stop();
+        }
+        for (Service& service : services_) {
+            if (service.socket && service.socket->isPublished()) continue;
+            if (service.socket) Log::line("publishing " + service.path().string() + " again");
+            publishSocket(service);
+            noteChange();
+        }
+    }
+
+    void supportFolderChanged() {
+        settings_.reload();
+        lookAtOwnSockets();
+    }
+
+    void settingsChanged() {
+        approvals_.settingsChanged();
+        noteChange();
+    }
+
+    void noteChange() { hasChanged_ = true; }
+
+    void endTurn() {
+        if (!hasChanged_ || publishTimer_.isRunning()) return;
+        const Timer::Seconds since = loop_.now() - lastPublished_;
+        if (since < Timer::Seconds::zero() || since >= publishInterval)
+            publish();
+        else
+            publishTimer_.start(publishInterval - since);
+    }
+
+    void publish() {
+        hasChanged_ = false;
+        publishTimer_.stop();
+        lastPublished_ = loop_.now();
+        settings_.saveMemory();
+        control_.publish();
+        notifier_.update();
+        // One timer, for the next moment at which the picture changes by itself.
+        if (const auto next = model_.nextChange(loop_.now()))
+            changeTimer_.start(std::max(*next - loop_.now(), Timer::Seconds::zero()));
+        else
+            changeTimer_.stop();
+    }
+
+    /// What was written to files before is read, what was sent before has been handled.
+    void sync(EventLoop::Handler done) {
+        settings_.reload();
+        sessions_.reload();
+        loop_.whenIdle([this, done = std::move(done)] {
+            publish();
+            done();
+        });
+    }
+
+    void stop() {
+        if (std::exchange(isStopping_, true)) return loop_.stop(); // asked twice
+        // Still listening: whoever finds nobody may start the next app before this one has gone.
+        approvals_.stop();
+        publish();
+        control_.stop();
+        farewell_.start(farewellLimit);
+        waitForFrontEnds();
+    }
+
+    void waitForFrontEnds() {
+        if (control_.connectionCount() > 0 && farewell_.isRunning()) {
+            leaving_.start(Timer::Seconds(0.01));
+            return;
+        }
+        loop_.stop();
+    }
+
+  public:
+    /// Takes our names away. Whoever is still in a queue is refused.
+    void withdraw() {
+        for (Service& service : services_)
+            if (service.socket) service.socket->withdraw();
+    }
+
+  private:
+    static constexpr std::size_t controlIndex = 2;
+
+    FileLock lock_;
+    EventLoop loop_;
+    IslandModel model_;
+    Service services_[3] = {
+        {"requests of agents cannot arrive", QuorvikPaths::approvalSocket,
+         [this](int socket) { approvals_.listen(socket); }, std::nullopt, ""},
+        {"alerts cannot arrive", QuorvikPaths::alertSocket, [this](int socket) { alerts_.listen(socket); },
+         std::nullopt, ""},
+        {"front ends cannot connect", QuorvikPaths::controlSocket,
+         [this](int socket) { control_.listen(socket); }, std::nullopt, ""},
+    };
+    ApprovalService approvals_;
+    AlertService alerts_;
+    ControlService control_;
+    Notifier notifier_;
+    SettingsService settings_;
+    SessionsService sessions_;
+    FolderWatch supportWatch_;
+    Timer publishTimer_, changeTimer_, ownLook_, farewell_;
+    Timer leaving_{loop_, [this] { waitForFrontEnds(); }};
+    SignalWatch terminated_, interrupted_, hungUp_;
+    Date lastPublished_{};
+    bool hasChanged_ = true, isStopping_ = false;
+};
+
+} // namespace
+
+Outcome run(const std::function<void()>& ready) {
+    preparePrivateFolder(QuorvikPaths::supportDirectory());
+    allowManyDescriptors();
+    try {
+        auto lock = FileLock::tryAcquire(QuorvikPaths::appLock());
+        if (!lock) return Outcome::runsElsewhere;
+        RunningApp app(std::move(*lock));
+        app.publishSockets();
+        ready();
+        Platform::reportReady();
+        app.run();
+        app.withdraw();
+    } catch (const FileError& error) {
+        throw AppError(error.what());
+    } catch (const LoopError& error) {
+        throw AppError(error.what());
+    }
+    return Outcome::ended;
+}
+
+} // namespace quorvik::App

@@ -1,0 +1,63 @@
+#include "QuorvikApp/Services/SettingsService.h"
+
+#include "QuorvikApp/Services/Log.h"
+
+#include "QuorvikCore/Platform/FileError.h"
+#include "QuorvikCore/Platform/Files.h"
+#include "QuorvikCore/Session/QuorvikPaths.h"
+
+#include <unistd.h>
+
+namespace quorvik {
+
+namespace {
+
+constexpr std::size_t maxFileSize = 1 << 20;
+
+} // namespace
+
+SettingsService::SettingsService(EventLoop& loop, IslandModel& model, EventLoop::Handler changed)
+    : loop_(loop), model_(model), changed_(std::move(changed)) {
+    if (const auto text = Files::read(QuorvikPaths::memoryFile(), maxFileSize)) {
+        savedMemory_ = *text;
+        model_.setMemory(Memory::parse(*text));
+    }
+    reload();
+}
+
+void SettingsService::reload() {
+    std::error_code error;
+    const std::filesystem::path file = QuorvikPaths::settingsFile();
+    const auto content = Files::read(file, maxFileSize, &error);
+    std::vector<std::string> problems;
+    if (!content && error != std::errc::no_such_file_or_directory) {
+        problems.push_back("settings: " + std::string(FileError("read", file, error.value()).what()));
+        model_.setTroubles("settings", std::move(problems), loop_.now());
+        return; // what was in force stays so
+    }
+    const std::string text = content.value_or("");
+    if (lastText_ == text) return;
+    lastText_ = text;
+    const Settings settings = Settings::parse(text, problems);
+    for (const std::string& problem : problems)
+        Log::line(problem);
+    model_.setTroubles("settings", std::move(problems), loop_.now());
+    model_.setSettings(settings, loop_.now());
+    changed_();
+}
+
+void SettingsService::saveMemory() {
+    std::string text = model_.memory().text();
+    if (text == savedMemory_) return;
+    const std::filesystem::path file = QuorvikPaths::memoryFile();
+    std::vector<std::string> troubles;
+    try {
+        Files::replace(file, text, file.string() + "." + std::to_string(::getpid()) + ".tmp", 0600);
+        savedMemory_ = std::move(text);
+    } catch (const FileError& failure) {
+        troubles.push_back("what you wave away and pick is not kept: " + std::string(failure.what()));
+    }
+    model_.setTroubles("memory", std::move(troubles), loop_.now());
+}
+
+} // namespace quorvik

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Text that is shown for somebody to decide upon: what would deceive the eye is shown as an escape.
+namespace quorvik::VisibleText {
+
+/// Bytes of a text, from `begin` up to `end`.
+struct Range {
+    std::size_t begin = 0, end = 0;
+    bool operator==(const Range&) const = default;
+};
+
+/// A text made visible, and where in it escapes stand: a text may hold the characters of one as well.
+struct Shown {
+    std::string text;
+    std::vector<Range> escapes; ///< in order, none empty
+};
+
+/// The text with an escape in place of
+///  - control characters ("\n", "\t", "\r", "\x1b"), bytes that are not UTF-8 ("\xff"),
+///  - what is not seen or turns the line around: formatting characters, joiners, fillers, line and paragraph
+///    separators, variation selectors but those that follow a symbol ("\u{202E}"),
+///  - blanks other than U+0020, the blank Braille pattern, and characters that Unicode does not assign or
+///    leaves to others, which every font shows differently,
+///  - combining marks with nothing to stand on, or with three before them already.
+Shown show(std::string_view text);
+
+/// The same, when nobody asks where the escapes are.
+std::string shown(std::string_view text);
+
+} // namespace quorvik::VisibleText

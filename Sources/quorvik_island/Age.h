@@ -1,0 +1,16 @@
+#pragma once
+
+#include "QuorvikCore/JSON/RecordCoding.h"
+
+#include <string>
+
+namespace quorvik {
+
+/// How long ago `since` was, in the largest unit that it fills: "12 s", "3 min", "5 h", "2 d". "0 s" when it
+/// is still to come: the clock may have been set back.
+std::string age(Date since, Date now = std::chrono::system_clock::now());
+
+/// The next moment at which age() differs; after `now`.
+Date nextAgeChange(Date since, Date now);
+
+} // namespace quorvik

@@ -1,0 +1,133 @@
+#include "quorvik_island/Commands/SettingsCommand.h"
+
+#include "quorvik_island/Arguments.h"
+#include "quorvik_island/Console.h"
+
+#include "QuorvikApp/Control/ControlClient.h"
+#include "QuorvikApp/Model/Settings.h"
+
+#include "QuorvikCore/Install/SettingsDocument.h"
+#include "QuorvikCore/Session/QuorvikPaths.h"
+#include "QuorvikCore/Text/Unicode.h"
+
+#include <array>
+
+namespace quorvik::SettingsCommand {
+
+namespace {
+
+constexpr std::string_view help =
+    R"(usage: quorvik-island settings [<name> [<value>|--default]] [--json]
+
+Your choices. Without words it lists them all, a line each, with tabs between the name, the value and what it
+means; with a name it prints that value. With a value too it changes the setting, which a running app takes
+over at once. Values are on and off, or numbers; what a setting takes is said when a value does not fit.
+
+  --default   back to the default
+  --json      one object: the settings and their values
+
+The file is settings.json in Quorvik's folder. What is wrong with it is said on standard error, and changes
+nothing else: the rest of the file holds.
+
+Examples:
+  quorvik-island settings
+  quorvik-island settings doneLinger 10
+  quorvik-island settings notifications off
+)";
+
+std::string shown(const nlohmann::json& value) {
+    return value.is_string() ? value.get<std::string>() : value.dump();
+}
+
+/// The value as it is written into the file: a number as it was typed. Throws UsageError.
+JSONValue written(const SettingRule& rule, const std::string& typed) {
+    const auto number = parseJSON(typed);
+    const bool isNumber = number && number->is_number();
+    Settings checked;
+    if (!rule.set(checked, isNumber ? *number : nlohmann::json(typed)))
+        throw UsageError("settings: " + std::string(rule.name) + " must be " + std::string(rule.values));
+    return isNumber ? JSONValue::number(typed) : JSONValue::string(typed);
+}
+
+/// Sets the setting in the file, or removes it. Of a name that stands there twice the last one counts for
+/// those who read, so none but the first stays.
+void change(const SettingRule& rule, const std::optional<JSONValue>& value) {
+    using Decision = UserFileEdit::Decision;
+    const auto file = QuorvikPaths::settingsFile();
+    QuorvikPaths::ensureDirectory(file.parent_path());
+    const auto decide = [&](const UserFileEdit::Content& content) {
+        SettingsDocument document = SettingsDocument::parse(content);
+        const SettingsDocument before = document;
+        bool isSeen = !value;
+        std::erase_if(*document.root.objectValue(), [&](const JSONMember& member) {
+            return member.key == rule.name && std::exchange(isSeen, true);
+        });
+        if (value) document.root.setMember(rule.name, value);
+        return before.root == document.root ? Decision::keep() : Decision::write(document.print());
+    };
+    try {
+        UserFileEdit::edit(file, decide, {});
+    } catch (const JSONParseError& error) {
+        throw EditError(file.string() + ": " + error.what());
+    } catch (const EditError& error) {
+        throw EditError(file.string() + ": " + error.what());
+    }
+}
+
+/// Lets a running app take the change over before we are done. One that does not answer will see it by
+/// itself.
+void tellApp() {
+    try {
+        ControlClient::connect("command", ControlClient::Start::never)
+            .call("sync", nlohmann::json::object(), ControlClient::Seconds(2));
+    } catch (const std::exception&) {
+    }
+}
+
+Settings load(Console& console) {
+    std::vector<std::string> problems;
+    const auto content = UserFileEdit::read(QuorvikPaths::settingsFile());
+    const Settings settings = Settings::parse(content.value_or(""), problems);
+    for (const std::string& problem : problems)
+        console.note(problem);
+    return settings;
+}
+
+void print(const Settings& settings, const SettingRule* only, Console& console) {
+    nlohmann::json values = nlohmann::json::object();
+    std::string lines;
+    for (const SettingRule& rule : settingRules()) {
+        if (only && only != &rule) continue;
+        const nlohmann::json value = rule.get(settings);
+        values[std::string(rule.name)] = value;
+        lines += only ? shown(value)
+                      : std::string(rule.name) + "\t" + shown(value) + "\t" + std::string(rule.meaning);
+        lines += '\n';
+    }
+    console.text(lines);
+    console.value(values);
+}
+
+} // namespace
+
+int run(std::span<const std::string> commandLine) {
+    constexpr std::array<std::string_view, 2> flags = {"--json", "--default"};
+    const Arguments arguments = Arguments::parse(commandLine, flags, {});
+    if (arguments.has("--help")) return printHelp(help);
+    const auto& words = arguments.words;
+    const bool toDefault = arguments.has("--default");
+    if (words.size() > 2) throw UsageError("settings: unexpected argument " + words[2]);
+    if (toDefault && words.size() != 1) throw UsageError("settings: --default goes with one name");
+    const SettingRule* rule = words.empty() ? nullptr : settingRule(words.front());
+    if (!words.empty() && !rule) throw UsageError("settings: there is no setting " + words.front());
+
+    Console console(arguments.has("--json"));
+    if (toDefault || words.size() == 2) {
+        change(*rule, toDefault ? std::nullopt : std::optional(written(*rule, words[1])));
+        tellApp();
+    }
+    print(load(console), rule, console);
+    return console.exitStatus();
+}
+
+} // namespace quorvik::SettingsCommand

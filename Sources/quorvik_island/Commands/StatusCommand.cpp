@@ -1,0 +1,77 @@
+#include "quorvik_island/Commands/StatusCommand.h"
+
+#include "quorvik_island/Age.h"
+#include "quorvik_island/Arguments.h"
+#include "quorvik_island/Console.h"
+
+#include "QuorvikApp/Control/ControlClient.h"
+
+#include "QuorvikCore/Text/Unicode.h"
+
+#include <array>
+
+namespace quorvik::StatusCommand {
+
+namespace {
+
+constexpr std::string_view help =
+    R"(usage: quorvik-island status [--json]
+
+Tells how the app is: since when it runs, who is attached, what waits, what does not work and why. Exit
+status 0 when it runs, 1 when not.
+
+  --json   one object: "running"; when it does not run "error", else "version", "program", "pid",
+           "startedAt", "folder", "revision", "frontEnds" (each "role", "program", "pid", "since"),
+           "requests" (how many wait) and "troubles" (texts)
+
+Example:
+  quorvik-island status --json | jq -r '.troubles[]?'
+)";
+
+/// "12 min: version 0.1.0, process 4711, /usr/bin/quorvik-island"; `of` says the same of the app and of a
+/// front end, but for the member that holds the time.
+std::string process(const nlohmann::json& of, const char* since) {
+    std::string text = age(dateFromSeconds(of.value(since, 0.0))) + ": ";
+    if (of.contains("version")) text += "version " + of.value("version", "") + ", ";
+    text += "process " + std::to_string(of.value("pid", std::int64_t{0}));
+    const std::string program = of.value("program", "");
+    if (!program.empty()) text += ", " + program;
+    return text;
+}
+
+std::string linesOf(const nlohmann::json& status) {
+    std::string lines;
+    const auto add = [&](std::string_view line) { lines += Unicode::terminalLine(line) + "\n"; };
+    add("running for " + process(status, "startedAt"));
+    add("folder " + status.value("folder", ""));
+    const auto waiting = status.value("requests", std::int64_t{0});
+    add(std::to_string(waiting) + (waiting == 1 ? " request waits" : " requests wait"));
+    for (const auto& frontEnd : status.value("frontEnds", nlohmann::json::array()))
+        add(frontEnd.value("role", "") + " attached for " + process(frontEnd, "since"));
+    for (const auto& trouble : status.value("troubles", nlohmann::json::array()))
+        add("does not work: " + trouble.get<std::string>());
+    return lines;
+}
+
+} // namespace
+
+int run(std::span<const std::string> commandLine) {
+    constexpr std::array<std::string_view, 1> flags = {"--json"};
+    const Arguments arguments = Arguments::parse(commandLine, flags, {});
+    if (arguments.has("--help")) return printHelp(help);
+    if (!arguments.words.empty()) throw UsageError("status: unexpected argument " + arguments.words.front());
+
+    Console console(arguments.has("--json"));
+    try {
+        nlohmann::json status = ControlClient::connect("command", ControlClient::Start::never).call("status");
+        console.text(linesOf(status));
+        status["running"] = true;
+        console.value(status);
+    } catch (const NoApp& error) {
+        console.fail(error.what());
+        console.value({{"running", false}, {"error", error.what()}});
+    }
+    return console.exitStatus();
+}
+
+} // namespace quorvik::StatusCommand

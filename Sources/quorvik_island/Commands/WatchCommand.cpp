@@ -1,0 +1,136 @@
+#include "quorvik_island/Commands/WatchCommand.h"
+
+#include "quorvik_island/Arguments.h"
+#include "quorvik_island/Console.h"
+
+#include "QuorvikApp/Control/ControlClient.h"
+#include "QuorvikApp/Model/BarLine.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+
+namespace quorvik::WatchCommand {
+
+namespace {
+
+constexpr std::string_view help =
+    R"help(usage: quorvik-island watch [--json | --format <bar>]
+
+Prints what the island shows, a line for every change and the first at once, until its reader goes away.
+Starts the app if need be. When the app ends, a line with an empty text is printed; `watch` goes on with the
+next app, but starts none itself.
+
+  --format <bar>   plain (the default), waybar, i3blocks, polybar, sketchybar or tmux: a line as that bar
+                   takes it, in which texts of agents do nothing but be shown
+  --json           one object a line: all of `show --json`, with "requests", "alerts" and "revision"
+
+Examples:
+  Waybar      "custom/quorvik": { "exec": "quorvik-island watch --format waybar", "return-type": "json" }
+  i3blocks    [quorvik]
+              command=quorvik-island watch --format i3blocks
+              interval=persist
+              format=json
+  polybar     [module/quorvik]
+              type = custom/script
+              exec = quorvik-island watch --format polybar
+              tail = true
+  SketchyBar  quorvik-island watch --format sketchybar |
+                while IFS= read -r line; do sketchybar --set quorvik label="$line"; done &
+  tmux        set -g status-right "#(quorvik-island watch --format tmux)"
+)help";
+
+/// Prints snapshots, as lines that differ from the line before.
+class Printer {
+  public:
+    explicit Printer(std::optional<BarLine::Format> format) : format_(format) {}
+
+    /// False when they can no longer be written.
+    bool print(const Snapshot& snapshot) {
+        std::string line = format_ ? BarLine::of(*format_, snapshot) : writer_.text(snapshot);
+        if (last_ == line) return true;
+        last_ = line;
+        line += '\n';
+        return writeAll(STDOUT_FILENO, line.data(), line.size());
+    }
+
+    /// That there is no app: nothing is shown, and `why` is the trouble.
+    bool printNothing(const char* why) {
+        Snapshot nothing;
+        nothing.troubles = {why};
+        return print(nothing);
+    }
+
+  private:
+    std::optional<BarLine::Format> format_; ///< absent: JSON
+    SnapshotWriter writer_;
+    std::optional<std::string> last_;
+};
+
+/// Waits until `descriptor` (-1: nothing) can be read, or for so long. False when the reader of our output is
+/// gone: bars leave their children behind, and the next change may be hours away.
+bool wait(int descriptor, std::chrono::milliseconds longest) {
+    // macOS tells of the end only those who ask for something; where it cannot tell at all it says POLLNVAL,
+    // at once and every time.
+    static bool outputTells = true;
+    std::array<pollfd, 2> ends = {{{outputTells ? STDOUT_FILENO : -1, POLLHUP, 0}, {descriptor, POLLIN, 0}}};
+    const int count = ::poll(ends.data(), ends.size(), static_cast<int>(longest.count()));
+    if (count > 0 && (ends[0].revents & POLLNVAL) != 0) outputTells = false;
+    return count <= 0 || (ends[0].revents & (POLLERR | POLLHUP)) == 0;
+}
+
+constexpr std::chrono::milliseconds forever(-1);
+
+/// Prints what the app sends. False when the reader is gone; throws NoApp when the app is.
+bool follow(ControlClient& client, Printer& printer) {
+    client.subscribe();
+    for (;;) {
+        std::shared_ptr<const Snapshot> newest;
+        while (auto message = client.read())
+            if (auto* snapshot = std::get_if<std::shared_ptr<const Snapshot>>(&*message)) newest = *snapshot;
+        if (newest && !printer.print(*newest)) return false;
+        if (!wait(client.descriptor(), forever)) return false;
+    }
+}
+
+} // namespace
+
+int run(std::span<const std::string> commandLine) {
+    constexpr std::array<std::string_view, 1> flags = {"--json"};
+    constexpr std::array<std::string_view, 1> valueOptions = {"--format"};
+    const Arguments arguments = Arguments::parse(commandLine, flags, valueOptions);
+    if (arguments.has("--help")) return printHelp(help);
+    if (!arguments.words.empty()) throw UsageError("watch: unexpected argument " + arguments.words.front());
+    std::optional<BarLine::Format> format;
+    if (!arguments.has("--json")) format = BarLine::Format::plain;
+    if (const auto chosen = arguments.values.find("--format"); chosen != arguments.values.end()) {
+        if (!format) throw UsageError("watch: --json is a format of its own");
+        format = fromRawValue<BarLine::Format>(chosen->second);
+        if (!format) throw UsageError("watch: unknown format " + chosen->second);
+    }
+
+    constexpr std::chrono::milliseconds shortest(50), longest(2000);
+    Console console(false);
+    Printer printer(format);
+    std::string why;
+    auto pause = shortest;
+    for (auto start = ControlClient::Start::ifMissing;; start = ControlClient::Start::never) {
+        try {
+            ControlClient client = ControlClient::connect("watch", start);
+            pause = shortest;
+            why.clear();
+            if (!follow(client, printer)) return exitSuccess;
+        } catch (const std::exception& error) { // also what it says that makes no sense
+            if (why != error.what()) console.note(error.what());
+            why = error.what();
+            if (!printer.printNothing(error.what()) || !wait(-1, pause)) return exitSuccess;
+            pause = std::min(2 * pause, longest);
+        }
+    }
+}
+
+} // namespace quorvik::WatchCommand

@@ -1,0 +1,120 @@
+#include "quorvik_island/LiveCommand.h"
+
+#include "quorvik_island/Arguments.h"
+#include "quorvik_island/Console.h"
+#include "quorvik_island/HooksCommand.h"
+#include "quorvik_island/ProgramPath.h"
+#include "quorvik_island/Terminal/LiveIsland.h"
+
+#include "QuorvikCore/Agents/AgentDetection.h"
+#include "QuorvikCore/Install/HookInstaller.h"
+#include "QuorvikCore/Platform/Environment.h"
+#include "QuorvikCore/Text/Redactor.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+
+namespace quorvik::LiveCommand {
+
+namespace {
+
+constexpr std::string_view help =
+    R"(usage: quorvik-island [--plain | --json-ui]
+
+The island, live in this terminal: what is going on, and what waits for your answer. It starts the app when
+that does not run. ? shows the keys, q quits.
+
+  --plain     lines instead of a screen, with numbered choices, for screen readers; also when ACCESSIBLE is set
+  --json-ui   for programs: a JSON object per line in (keys, resize), one out with what is to be seen
+
+NO_COLOR takes the colours away. Should a terminal ever be left without echo: `stty sane`.
+)";
+
+bool isSet(const char* name) {
+    return !Platform::environmentValue(name).empty();
+}
+
+std::vector<FoundAgent> findAgents() {
+    std::vector<FoundAgent> agents;
+    const std::string hook = hookProgram.of({});
+    for (const Source source : AgentDetection::detected(QuorvikPaths::home())) {
+        const auto target = HookTarget::target(source);
+        if (!target) continue;
+        const auto status = HookInstaller::status(*target, hook);
+        using Kind = HookInstaller::Status::Kind;
+        FoundAgent agent{.name = std::string(displayName(source)),
+                         .isConnected = status.kind == Kind::installed};
+        switch (status.kind) {
+        case Kind::installed: agent.status = "connected"; break;
+        case Kind::notInstalled: agent.status = "not connected"; break;
+        case Kind::stale: agent.status = "connected with an older Quorvik"; break;
+        case Kind::unreadable: agent.status = "its settings cannot be read: " + status.why; break;
+        }
+        agents.push_back(std::move(agent));
+    }
+    return agents;
+}
+
+void connectAgents() {
+    const std::vector<std::string> words = {"install"};
+    try {
+        HooksCommand::run(words);
+    } catch (const std::exception& error) {
+        Console(false).fail(error.what());
+    }
+}
+
+/// `quorvik-island open`, which knows how; in a process of its own, since a pager takes the terminal.
+/// False when there was nothing to open.
+bool open(const std::string& key) {
+    std::string program = Platform::runningProgram().string();
+    std::vector<std::string> words = {program, "open", key};
+    std::vector<char*> arguments;
+    for (std::string& word : words)
+        arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::execv(program.c_str(), arguments.data());
+        ::_exit(127);
+    }
+    int status = 0;
+    while (child > 0 && ::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return child > 0 && status == 0;
+}
+
+std::vector<VisibleText::Range> secretsIn(std::string_view text) {
+    std::vector<VisibleText::Range> ranges;
+    for (const auto& [begin, end] : Redactor::secrets(text))
+        ranges.push_back({begin, end});
+    return ranges;
+}
+
+} // namespace
+
+int run(std::span<const std::string> commandLine) {
+    constexpr std::array<std::string_view, 2> flags = {"--plain", "--json-ui"};
+    const Arguments arguments = Arguments::parse(commandLine, flags, {});
+    if (arguments.has("--help")) return printHelp(help);
+    if (!arguments.words.empty()) throw UsageError("unknown command " + arguments.words.front());
+    IslandServices services{.look = {.secrets = {}, .home = Platform::homeFolder()},
+                            .colours = !isSet("NO_COLOR"),
+                            .findAgents = findAgents,
+                            .connectAgents = connectAgents,
+                            .open = open};
+    if (arguments.has("--json-ui")) return LiveIsland::asJSON(services);
+    if (arguments.has("--plain") || isSet("ACCESSIBLE")) return LiveIsland::inLines(services);
+    const std::string terminal = Platform::environmentValue("TERM");
+    if (::isatty(STDIN_FILENO) == 0 || ::isatty(STDOUT_FILENO) == 0 || terminal.empty() ||
+        terminal == "dumb") {
+        Console(false).fail("this is no terminal to draw on; quorvik-island watch prints a line per change");
+        return exitFailure;
+    }
+    return LiveIsland::onScreen(services);
+}
+
+} // namespace quorvik::LiveCommand

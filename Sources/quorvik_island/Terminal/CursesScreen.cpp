@@ -1,0 +1,281 @@
+#include "quorvik_island/Terminal/CursesScreen.h"
+
+#include "quorvik_island/Terminal/TerminalSignals.h"
+
+#include "QuorvikCore/Platform/FileDescriptor.h"
+#include "QuorvikCore/Text/Unicode.h"
+
+#include <curses.h>
+#include <langinfo.h>
+#include <sys/ioctl.h>
+#include <term.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <clocale>
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+
+// curses.h and term.h define short words as macros; these are ours.
+#undef lines
+#undef columns
+#undef move
+
+namespace quorvik {
+
+namespace {
+
+struct Paint {
+    short colour; ///< of the palette; -1: the terminal's own
+    attr_t attributes;
+};
+
+/// Palette colours only, so that they follow the terminal's theme; on a light one as on a dark one.
+constexpr Paint paintOf(Style style) {
+    switch (style) {
+    case Style::plain: return {-1, 0};
+    case Style::faint: return {-1, A_DIM};
+    case Style::strong: return {-1, A_BOLD};
+    case Style::awaiting: return {COLOR_YELLOW, A_BOLD};
+    case Style::awaitingQuiet: return {COLOR_YELLOW, 0};
+    case Style::failed: return {COLOR_RED, A_BOLD};
+    case Style::working: return {COLOR_CYAN, 0};
+    case Style::done: return {COLOR_GREEN, 0};
+    case Style::border: return {-1, A_DIM};
+    case Style::removed: return {COLOR_RED, 0};
+    case Style::added: return {COLOR_GREEN, 0};
+    case Style::hidden: return {COLOR_MAGENTA, A_UNDERLINE};
+    case Style::note: return {-1, A_BOLD};
+    }
+    return {-1, 0};
+}
+
+constexpr const char* mouseOn = "\x1b[?1000h\x1b[?1006h";
+constexpr const char* mouseOff = "\x1b[?1006l\x1b[?1000l";
+
+bool takesUTF8() {
+    return std::string_view(::nl_langinfo(CODESET)) == "UTF-8";
+}
+
+/// A locale in which a character is a character; false when the system has none.
+bool chooseLocale() {
+    std::setlocale(LC_ALL, "");
+    for (const char* name : {"C.UTF-8", "en_US.UTF-8", "UTF-8"}) {
+        if (takesUTF8()) return true;
+        std::setlocale(LC_CTYPE, name);
+    }
+    return takesUTF8();
+}
+
+std::string capability(const char* name) {
+    const char* value = ::tigetstr(const_cast<char*>(name));
+    return value == nullptr || value == reinterpret_cast<const char*>(-1) ? "" : value;
+}
+
+Key namedKey(int code) {
+    switch (code) {
+    case KEY_UP: return {"Up"};
+    case KEY_DOWN: return {"Down"};
+    case KEY_LEFT: return {"Left"};
+    case KEY_RIGHT: return {"Right"};
+    case KEY_PPAGE: return {"PgUp"};
+    case KEY_NPAGE: return {"PgDn"};
+    case KEY_HOME: return {"Home"};
+    case KEY_END: return {"End"};
+    case KEY_ENTER: return {"Enter"};
+    case KEY_BACKSPACE: return {"Backspace"};
+    case KEY_DC: return {"Delete"};
+    default: return {};
+    }
+}
+
+Key mouseKey() {
+    MEVENT event{};
+    if (::getmouse(&event) != OK) return {};
+    const auto at = [](int place) { return static_cast<std::size_t>(std::max(place, 0)); };
+    std::string name;
+    if ((event.bstate & (BUTTON1_PRESSED | BUTTON1_CLICKED)) != 0) name = "Click";
+    if ((event.bstate & BUTTON4_PRESSED) != 0) name = "WheelUp";
+    constexpr mmask_t button5 =
+        NCURSES_MOUSE_MASK(5, NCURSES_BUTTON_PRESSED); // older versions name four only
+    if ((event.bstate & button5) != 0) name = "WheelDown";
+    return {name, at(event.y), at(event.x)};
+}
+
+Key characterKey(wint_t code) {
+    switch (code) {
+    case '\r':
+    case '\n': return {"Enter"};
+    case '\t': return {"Tab"};
+    case 0x1B: return {"Esc"};
+    case 0x08:
+    case 0x7F: return {"Backspace"};
+    default: break;
+    }
+    if (code < 0x20) return {std::string("Ctrl-") + static_cast<char>(code + '@')};
+    std::string text;
+    Unicode::append(text, static_cast<char32_t>(code));
+    return {text};
+}
+
+} // namespace
+
+struct CursesScreen::Library {
+    SCREEN* screen = nullptr;
+    std::string restoring; ///< bytes that give the picture back
+    ~Library() {
+        if (screen) ::delscreen(screen);
+    }
+};
+
+CursesScreen::CursesScreen(bool colours) : library_(std::make_unique<Library>()), colours_(colours) {
+    unicode_ = chooseLocale();
+    if (::tcgetattr(STDIN_FILENO, &found_) != 0) throw std::runtime_error("standard input is no terminal");
+    ::use_env(FALSE); // LINES and COLUMNS may be another terminal's
+    const char* name = std::getenv("TERM");
+    library_->screen = ::newterm(nullptr, stdout, stdin);
+    if (!library_->screen)
+        throw std::runtime_error("cannot draw on a terminal of the type " +
+                                 std::string(name ? name : "\"\"") + "; quorvik-island --plain prints lines");
+    ::set_escdelay(25); // ms
+    colours_ = colours_ && ::has_colors() && ::start_color() == OK;
+    if (colours_) {
+        ::use_default_colors();
+        for (short colour = 0; colour < 8; ++colour)
+            ::init_pair(static_cast<short>(colour + 1), colour, -1);
+    }
+    library_->restoring =
+        mouseOff + capability("sgr0") + capability("cnorm") + capability("rmkx") + capability("rmcup");
+    ::cbreak();
+    ::noecho();
+    ::nonl();
+    ::intrflush(stdscr, FALSE);
+    ::keypad(stdscr, TRUE);
+    ::nodelay(stdscr, TRUE);
+    ::mouseinterval(0);
+    entered_ = true;
+    TerminalSignals::restoreAtCrash(STDOUT_FILENO, found_, library_->restoring);
+    setMouse(true);
+}
+
+CursesScreen::~CursesScreen() {
+    leave();
+}
+
+void CursesScreen::enter(bool anew) {
+    if (abandoned_) return;
+    if (anew) ::tcgetattr(STDIN_FILENO, &found_);
+    entered_ = true;
+    TerminalSignals::restoreAtCrash(STDOUT_FILENO, found_, library_->restoring);
+    ::reset_prog_mode();
+    forget();
+    ::refresh();
+    setMouse(mouse_);
+}
+
+void CursesScreen::leave() {
+    if (!entered_) return;
+    entered_ = false;
+    TerminalSignals::nothingToRestore();
+    if (abandoned_) return;
+    while (::tcsetattr(STDIN_FILENO, TCSADRAIN, &found_) != 0 && errno == EINTR) {
+    }
+    writeAll(STDOUT_FILENO, mouseOff, std::char_traits<char>::length(mouseOff));
+    ::endwin();
+    while (::tcsetattr(STDIN_FILENO, TCSADRAIN, &found_) != 0 && errno == EINTR) {
+    }
+}
+
+void CursesScreen::abandon() {
+    abandoned_ = true;
+    TerminalSignals::nothingToRestore();
+}
+
+ScreenSize CursesScreen::size() const {
+    winsize size{};
+    if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_row == 0 || size.ws_col == 0) return {};
+    return {size.ws_row, size.ws_col};
+}
+
+void CursesScreen::setMouse(bool on) {
+    mouse_ = on;
+    if (!entered_) return;
+    ::mousemask(on ? ALL_MOUSE_EVENTS : 0, nullptr);
+    const std::string_view bytes = on ? mouseOn : mouseOff;
+    writeAll(STDOUT_FILENO, bytes.data(), bytes.size());
+}
+
+void CursesScreen::forget() {
+    ::clearok(curscr, TRUE);
+}
+
+void CursesScreen::paint(const Frame& frame) {
+    if (!entered_ || abandoned_) return;
+    const int rows = static_cast<int>(frame.size.rows), columns = static_cast<int>(frame.size.columns);
+    if (getmaxy(stdscr) != rows || getmaxx(stdscr) != columns) ::resizeterm(rows, columns);
+    ::erase();
+    for (int row = 0; row < rows; ++row) {
+        const FrameRow& content = frame.rows[static_cast<std::size_t>(row)];
+        std::size_t begin = 0;
+        int column = 0;
+        for (const auto& span : content.spans) {
+            const Paint paint = paintOf(span.style);
+            ::attr_set(paint.attributes, colours_ ? static_cast<short>(paint.colour + 1) : short{0}, nullptr);
+            std::string_view text = std::string_view(content.text).substr(begin, span.end - begin);
+            begin = span.end;
+            while (!text.empty()) {
+                // A run of ASCII in one go; everything else at its own place, whatever the library believes
+                // of widths.
+                const auto end = std::ranges::find_if(text, [](char byte) { return byte < ' '; });
+                std::string_view piece = text.substr(0, static_cast<std::size_t>(end - text.begin()));
+                if (piece.empty()) {
+                    std::string_view rest = text;
+                    piece = Unicode::takeCharacter(rest);
+                } else if (end != text.end()) {
+                    piece.remove_suffix(1); // marks may follow
+                }
+                if (piece.empty()) {
+                    std::string_view rest = text;
+                    piece = Unicode::takeCharacter(rest);
+                }
+                text.remove_prefix(piece.size());
+                const int width = static_cast<int>(Unicode::columnCount(piece));
+                if (!unicode_ && !Unicode::isPrintableASCII(piece)) {
+                    for (int at = 0; at < width; ++at)
+                        mvaddch(row, column + at, piece == "─" ? '-' : piece == "│" ? '|' : '?');
+                } else {
+                    std::wstring wide;
+                    for (std::string_view rest = piece; !rest.empty();) {
+                        const Unicode::Scalar scalar = Unicode::firstScalar(rest);
+                        wide += static_cast<wchar_t>(scalar.value);
+                        rest.remove_prefix(scalar.length);
+                    }
+                    mvaddnwstr(row, column, wide.c_str(), static_cast<int>(wide.size()));
+                }
+                column += width;
+            }
+        }
+    }
+    ::wmove(stdscr, static_cast<int>(frame.cursorRow), static_cast<int>(frame.cursorColumn));
+    ::refresh();
+}
+
+std::vector<Key> CursesScreen::keys() {
+    std::vector<Key> keys;
+    if (!entered_ || abandoned_) return keys;
+    constexpr std::size_t most = 10'000; // of one turn
+    while (keys.size() < most) {
+        wint_t code = 0;
+        const int kind = ::get_wch(&code);
+        if (kind == ERR) break;
+        Key key = kind != KEY_CODE_YES                  ? characterKey(code)
+                  : static_cast<int>(code) == KEY_MOUSE ? mouseKey()
+                                                        : namedKey(static_cast<int>(code));
+        if (!key.name.empty()) keys.push_back(std::move(key));
+    }
+    return keys;
+}
+
+} // namespace quorvik

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "quorvik_island/Terminal/Frame.h"
+#include "quorvik_island/Terminal/Keys.h"
+
+#include <termios.h>
+
+#include <memory>
+#include <vector>
+
+namespace quorvik {
+
+/// The terminal on standard input and output as a screen of cells: paints frames and reads keys. Only this
+/// pair of files knows the library that does it. TerminalSignals must be there already.
+class CursesScreen {
+  public:
+    /// Enters the screen. Throws std::runtime_error, with one line, when the terminal cannot be used.
+    explicit CursesScreen(bool colours);
+    ~CursesScreen(); ///< leaves it
+    CursesScreen(const CursesScreen&) = delete;
+    CursesScreen& operator=(const CursesScreen&) = delete;
+
+    /// Takes the terminal, or takes it again. `anew`: whoever had it meanwhile may have changed its settings
+    /// on purpose, and they are what is given back at the end.
+    void enter(bool anew);
+
+    /// Gives the terminal back as it was found: its settings, then its picture. Repeatable.
+    void leave();
+
+    /// The terminal is gone: nothing is written to it any more.
+    void abandon();
+
+    /// What the terminal says, else 24 by 80.
+    ScreenSize size() const;
+
+    void paint(const Frame& frame);
+    void forget(); ///< the next paint() draws every cell
+
+    void setMouse(bool on);
+    bool hasMouse() const { return mouse_; }
+
+    /// All keys that have come; does not wait.
+    std::vector<Key> keys();
+
+  private:
+    struct Library;
+    std::unique_ptr<Library> library_;
+    termios found_{};
+    bool entered_ = false, abandoned_ = false, mouse_ = true, colours_, unicode_ = true;
+};
+
+} // namespace quorvik

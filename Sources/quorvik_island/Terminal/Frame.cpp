@@ -1,0 +1,95 @@
+#include "quorvik_island/Terminal/Frame.h"
+
+#include "QuorvikCore/Text/Unicode.h"
+
+#include <algorithm>
+
+namespace quorvik {
+
+std::string drawable(std::string_view text) {
+    if (Unicode::isPrintableASCII(text)) return std::string(text);
+    constexpr int mostMarks = 3;
+    const std::string line = Unicode::terminalLine(text);
+    std::string result;
+    for (std::string_view rest = line; !rest.empty();) {
+        std::string_view character = Unicode::takeCharacter(rest);
+        const std::size_t first = Unicode::firstScalar(character).length;
+        // A mark that stands alone would be drawn on whatever happens to be before it.
+        if (Unicode::columnCount(character.substr(0, first)) == 0) continue;
+        result += character.substr(0, first);
+        character.remove_prefix(first);
+        for (int marks = 0; !character.empty() && marks < mostMarks;) {
+            const Unicode::Scalar next = Unicode::firstScalar(character);
+            const std::string_view bytes = character.substr(0, next.length);
+            character.remove_prefix(next.length);
+            if (!Unicode::isMark(next.value) || Unicode::columnCount(bytes) != 0) continue;
+            const bool selectsPresentation = next.value == 0xFE0E || next.value == 0xFE0F;
+            if (selectsPresentation) continue; // terminals disagree about the width it gives
+            result += bytes;
+            ++marks;
+        }
+    }
+    return result;
+}
+
+void RowWriter::append(std::string_view text, std::size_t columns, Style style) {
+    if (columns == 0) return;
+    if (pending_ > 0) {
+        row_.text.append(pending_, ' ');
+        if (!row_.spans.empty() && row_.spans.back().style == Style::plain)
+            row_.spans.back().end = row_.text.size();
+        else
+            row_.spans.push_back({row_.text.size(), Style::plain});
+        left_ -= pending_;
+        pending_ = 0;
+    }
+    row_.text += text;
+    left_ -= columns;
+    if (!row_.spans.empty() && row_.spans.back().style == style)
+        row_.spans.back().end = row_.text.size();
+    else
+        row_.spans.push_back({row_.text.size(), style});
+}
+
+void RowWriter::add(std::string_view text, Style style, std::size_t width) {
+    if (left_ <= pending_) {
+        pending_ = left_; // full
+        return;
+    }
+    const std::size_t room = std::min(left_ - pending_, width);
+    const auto put = [&](std::string_view shown) {
+        std::size_t columns = Unicode::columnCount(shown);
+        if (columns > room) {
+            const std::string_view cut = Unicode::firstColumns(shown, room - std::min<std::size_t>(room, 1));
+            columns = Unicode::columnCount(cut);
+            append(std::string(cut) + "…", columns + 1, style);
+            return columns + 1;
+        }
+        append(shown, columns, style);
+        return columns;
+    };
+    if (room == 0) return;
+    const std::size_t columns = Unicode::isPrintableASCII(text) ? put(text) : put(drawable(text));
+    if (width != unlimited) pending_ += width - columns;
+}
+
+void RowWriter::fillTo(std::size_t columns, std::string_view sign, Style style) {
+    if (left() <= columns) return;
+    const std::size_t count = left() - columns;
+    std::string text;
+    for (std::size_t index = 0; index < count; ++index)
+        text += sign;
+    append(text, count, style);
+}
+
+std::string Frame::text() const {
+    std::string text;
+    for (const FrameRow& row : rows) {
+        const std::size_t end = row.text.find_last_not_of(' ');
+        text.append(row.text, 0, end == std::string::npos ? 0 : end + 1);
+        text += '\n';
+    }
+    return text;
+}
+
+} // namespace quorvik

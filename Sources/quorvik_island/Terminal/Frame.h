@@ -1,0 +1,110 @@
+#pragma once
+
+#include "QuorvikCore/JSON/RecordCoding.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quorvik {
+
+struct ScreenSize {
+    std::size_t rows = 24, columns = 80;
+    bool operator==(const ScreenSize&) const = default;
+};
+
+/// What a stretch of text is, from which the screen takes its colour. Colour only repeats what words and
+/// signs say already.
+enum class Style : std::uint8_t {
+    plain,
+    faint,
+    strong,
+    awaiting,
+    awaitingQuiet,
+    failed,
+    working,
+    done,
+    border,
+    removed,
+    added,
+    hidden, ///< stands for something else: an escape, a credential
+    note
+};
+
+/// One row of a frame: text that takes at most the screen's columns, without control characters; every
+/// character is one scalar and at most three marks on it, which all terminals draw alike.
+struct FrameRow {
+    struct Span {
+        std::size_t end; ///< bytes of `text`
+        Style style;
+    };
+    std::string text;
+    std::vector<Span> spans; ///< cover `text`
+};
+
+/// Writes one row from left to right; what does not fit is left out.
+class RowWriter {
+  public:
+    static constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
+
+    explicit RowWriter(std::size_t columns) : left_(columns) {}
+
+    /// Appends the text, made fit for a terminal, and blanks up to `width` columns. What does not fit into
+    /// them, or into the row, ends with "…".
+    void add(std::string_view text, Style style = Style::plain, std::size_t width = unlimited);
+
+    /// Blanks, if anything follows.
+    void skip(std::size_t columns) { pending_ += columns; }
+
+    /// Repeats `sign`, which takes one column, up to `columns` from the row's end.
+    void fillTo(std::size_t columns, std::string_view sign, Style style);
+
+    /// Columns that are left.
+    std::size_t left() const { return left_ - std::min(pending_, left_); }
+
+    FrameRow take() { return std::move(row_); }
+
+  private:
+    void append(std::string_view text, std::size_t columns, Style style);
+
+    std::size_t left_;
+    std::size_t pending_ = 0;
+    FrameRow row_;
+};
+
+/// The text as every terminal draws it alike: of each character the first scalar and three marks at most;
+/// one line, without control characters and invisible formatting.
+std::string drawable(std::string_view text);
+
+/// A finished picture.
+struct Frame {
+    ScreenSize size;
+    std::vector<FrameRow> rows; ///< size.rows of them
+
+    /// Where the hardware cursor stands: on the selected row, or in the text that is being typed. Inside the
+    /// screen.
+    std::size_t cursorRow = 0, cursorColumn = 0;
+
+    std::vector<std::string> itemOfRow; ///< the key of the item that each row belongs to; may be empty
+
+    /// The card in the picture, and which rows of its body were in view.
+    struct Card {
+        std::string page; ///< names the request, and the question of it
+        std::string request;
+        std::size_t width = 0; ///< of the body, in columns
+        std::size_t first = 0, shown = 0, total = 0;
+    };
+    std::optional<Card> card;
+
+    /// When the picture differs though nothing happens; absent when it never does.
+    std::optional<Date> nextChange;
+
+    /// The rows without blanks at their ends, each with a line feed.
+    std::string text() const;
+};
+
+} // namespace quorvik

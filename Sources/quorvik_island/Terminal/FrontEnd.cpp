@@ -1,0 +1,118 @@
+#include "quorvik_island/Terminal/FrontEnd.h"
+
+namespace quorvik {
+
+double steadySeconds() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+Moment momentNow() {
+    return {std::chrono::system_clock::now(), steadySeconds()};
+}
+
+FrontEnd::FrontEnd(const IslandServices& services) : view(services.look), services_(services) {
+    findAgents();
+}
+
+void FrontEnd::findAgents() {
+    if (services_.findAgents) view.found(services_.findAgents());
+}
+
+void FrontEnd::lose(const std::string& why) {
+    constexpr double pause = 2; // seconds; an idle island wakes up less than once a second
+    client_.reset();
+    answers_.clear();
+    shown_.clear();
+    retryAt_ = steadySeconds() + pause;
+    view.disconnected(why);
+}
+
+/// Talks to the app, which may be gone by now.
+template <typename Talk>
+void FrontEnd::talk(Talk talk) {
+    if (!client_) return;
+    try {
+        talk(*client_);
+    } catch (const ControlError& error) {
+        view.say(error.what());
+    } catch (const NoApp& error) {
+        lose(error.what());
+    } catch (const RecordError& error) {
+        view.say("the app said what nobody understands: " + std::string(error.what()));
+    }
+}
+
+void FrontEnd::connect(ControlClient::Start start) {
+    try {
+        client_.emplace(ControlClient::connect("island", start));
+        client_->subscribe();
+        read();
+    } catch (const std::exception& error) {
+        lose(error.what());
+    }
+}
+
+void FrontEnd::reconnect() {
+    if (!client_ && steadySeconds() >= retryAt_) connect(ControlClient::Start::never);
+}
+
+void FrontEnd::read() {
+    talk([&](ControlClient& client) {
+        while (const auto message = client.read()) {
+            if (const auto* snapshot = std::get_if<std::shared_ptr<const Snapshot>>(&*message)) {
+                view.show(*snapshot);
+                continue;
+            }
+            const auto& reply = std::get<ControlClient::Reply>(*message);
+            const auto answer = answers_.extract(reply.id);
+            if (!reply.error) continue;
+            if (answer.empty())
+                view.say(reply.error->what());
+            else
+                view.refused(answer.mapped(), reply.error->what());
+        }
+    });
+}
+
+void FrontEnd::tellShown(const Frame& frame) {
+    const std::string request = frame.card && !view.isExample() ? frame.card->request : "";
+    if (request == shown_) return;
+    shown_ = request;
+    talk([&](ControlClient& client) {
+        auto ids = nlohmann::json::array();
+        if (!request.empty()) ids.push_back(request);
+        client.send("shown", {{"requests", ids}});
+    });
+}
+
+bool FrontEnd::perform(const Effect& effect) {
+    switch (effect.kind) {
+    case Effect::Kind::answer:
+        if (!client_) view.refused(effect.id, "Quorvik is not running");
+        talk([&](ControlClient& client) {
+            nlohmann::json params = effect.response.toJSON();
+            params["id"] = effect.id;
+            answers_[client.send("answer", params)] = effect.id;
+        });
+        return true;
+    case Effect::Kind::acknowledge:
+        talk([&](ControlClient& client) { client.send("acknowledge", {{"key", effect.id}}); });
+        return true;
+    case Effect::Kind::pick:
+        talk([&](ControlClient& client) { client.send("pick", {{"key", effect.id}}); });
+        return true;
+    case Effect::Kind::unpick:
+        talk([&](ControlClient& client) { client.send("pick", {{"key", nullptr}}); });
+        return true;
+    case Effect::Kind::refresh:
+        findAgents();
+        if (client_)
+            talk([&](ControlClient& client) { client.send("sync"); });
+        else
+            connect(ControlClient::Start::ifMissing);
+        return true;
+    default: return false;
+    }
+}
+
+} // namespace quorvik

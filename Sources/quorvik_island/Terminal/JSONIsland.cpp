@@ -1,0 +1,164 @@
+#include "quorvik_island/Terminal/LiveIsland.h"
+
+#include "QuorvikCore/JSON/RecordCoding.h"
+#include "QuorvikCore/Platform/FileDescriptor.h"
+#include "QuorvikCore/Text/Unicode.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cmath>
+
+namespace quorvik {
+
+namespace {
+
+std::string_view nameOf(View::Mode mode) {
+    constexpr std::array<std::string_view, 5> names = {"items", "help", "filter", "reason", "ownWords"};
+    return names[static_cast<std::size_t>(mode)];
+}
+
+nlohmann::json effectJSON(const Effect& effect) {
+    constexpr std::array<std::string_view, 10> names = {"answer", "acknowledge", "pick",    "unpick",
+                                                        "open",   "connect",     "refresh", "redraw",
+                                                        "mouse",  "suspend"};
+    const auto index = static_cast<std::size_t>(effect.kind);
+    nlohmann::json json = {{"kind", index < names.size() ? names[index] : "quit"}};
+    if (!effect.id.empty()) json["id"] = effect.id;
+    if (effect.kind == Effect::Kind::answer) json["response"] = effect.response.toJSON();
+    return json;
+}
+
+class JSONIsland {
+  public:
+    explicit JSONIsland(const IslandServices& services) : frontEnd_(services) {}
+
+    int run() {
+        frontEnd_.connect(ControlClient::Start::ifMissing);
+        std::string input;
+        while (!ended_) {
+            pollfd waited[] = {{STDIN_FILENO, POLLIN, 0}, {frontEnd_.descriptor(), POLLIN, 0}};
+            if (::poll(waited, 2, patience()) < 0 && errno != EINTR) return 1;
+            if (waited[1].revents != 0) {
+                frontEnd_.read();
+                print();
+            }
+            frontEnd_.reconnect();
+            if (waited[0].revents == 0) continue;
+            char bytes[65'536];
+            const ssize_t count = ::read(STDIN_FILENO, bytes, sizeof bytes);
+            if (count <= 0) break;
+            input.append(bytes, static_cast<std::size_t>(count));
+            std::size_t begin = 0;
+            for (std::size_t end; !ended_ && (end = input.find('\n', begin)) != input.npos; begin = end + 1)
+                take(std::string_view(input).substr(begin, end - begin));
+            input.erase(0, begin);
+        }
+        return 0;
+    }
+
+  private:
+    int patience() const {
+        const auto retry = frontEnd_.reconnectAt();
+        if (!retry || time_) return -1;
+        return static_cast<int>(std::ceil(std::max(*retry - steadySeconds(), 0.0) * 1000));
+    }
+
+    Moment now() const { return time_ ? Moment{dateFromSeconds(*time_), *time_} : momentNow(); }
+
+    void take(std::string_view line) {
+        effects_ = nlohmann::json::array();
+        const auto message = parseJSON(line);
+        if (!message || !message->is_object()) {
+            frontEnd_.view.say("that is no JSON object");
+        } else {
+            try {
+                take(*message);
+            } catch (const std::exception& error) { // a member of another type
+                frontEnd_.view.say(error.what());
+            }
+        }
+        print();
+    }
+
+    void take(const nlohmann::json& message) {
+        constexpr std::size_t most = 10'000; // rows, columns
+        if (const auto time = message.find("time"); time != message.end()) time_ = time->get<double>();
+        if (const auto size = message.find("resize"); size != message.end())
+            size_ = {std::clamp<std::size_t>(size->at(0).get<std::size_t>(), 1, most),
+                     std::clamp<std::size_t>(size->at(1).get<std::size_t>(), 1, most)};
+        if (const auto state = message.find("snapshot"); state != message.end()) {
+            last_ = std::make_shared<const Snapshot>(Snapshot::fromJSON(printJSON(*state), last_.get()));
+            frontEnd_.view.show(last_);
+        }
+        frontEnd_.view.tick(now());
+        const auto keys = message.find("keys");
+        if (keys == message.end()) return;
+        for (const nlohmann::json& each : *keys) {
+            Key key;
+            if (each.is_string())
+                key.name = Unicode::repaired(each.get<std::string>());
+            else
+                key = {each.at("name").get<std::string>(), each.value("row", std::size_t{0}),
+                       each.value("column", std::size_t{0})};
+            for (const Effect& effect : frontEnd_.view.key(key, now())) {
+                effects_.push_back(effectJSON(effect));
+                if (effect.kind == Effect::Kind::quit) ended_ = true;
+                frontEnd_.perform(effect);
+            }
+        }
+    }
+
+    void print() {
+        const View& view = frontEnd_.view;
+        const Frame frame = draw(view, size_, now().wall);
+        frontEnd_.view.drawn(frame, now());
+        frontEnd_.tellShown(frame);
+        nlohmann::json lines = nlohmann::json::array();
+        const std::string text = frame.text();
+        for (std::string_view rest = text; !rest.empty();)
+            lines.push_back(Unicode::takeLine(rest));
+        const auto entries = view.entries();
+        nlohmann::json unfolded = nlohmann::json::array();
+        for (const auto& entry : entries)
+            if (view.isUnfolded(entry.key)) unfolded.push_back(entry.key);
+        nlohmann::json state = {{"frame", lines},
+                                {"size", {frame.size.rows, frame.size.columns}},
+                                {"cursor", {frame.cursorRow, frame.cursorColumn}},
+                                {"mode", nameOf(view.mode())},
+                                {"typed", view.typed()},
+                                {"filter", view.filter()},
+                                {"message", view.message()},
+                                {"unfolded", unfolded},
+                                {"effects", effects_},
+                                {"selected", nullptr},
+                                {"card", nullptr}};
+        if (!entries.empty()) state["selected"] = entries[view.selectedIndex(entries)].key;
+        if (const CardState* card = view.card())
+            state["card"] = {{"request", card->id()},
+                             {"headline", card->card().headline},
+                             {"isRead", card->isRead()},
+                             {"takesKeys", view.cardTakesKeys(now())},
+                             {"question", card->question()}};
+        const std::string line = printJSON(state) + "\n";
+        if (!writeAll(STDOUT_FILENO, line.data(), line.size())) ended_ = true;
+    }
+
+    FrontEnd frontEnd_;
+    ScreenSize size_;
+    std::optional<double> time_;
+    std::shared_ptr<const Snapshot> last_;
+    nlohmann::json effects_ = nlohmann::json::array();
+    bool ended_ = false;
+};
+
+} // namespace
+
+int LiveIsland::asJSON(const IslandServices& services) {
+    return JSONIsland(services).run();
+}
+
+} // namespace quorvik

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace quorvik {
+
+/// One key, or one movement of the mouse.
+struct Key {
+    /// The character itself ("a", "ä"), or "Up" "Down" "Left" "Right" "PgUp" "PgDn" "Home" "End" "Enter"
+    /// "Esc" "Tab" "Backspace" "Delete" "Ctrl-L" … "Click" "WheelUp" "WheelDown".
+    std::string name;
+    std::size_t row = 0, column = 0; ///< of the mouse
+};
+
+enum class KeyAction {
+    up,
+    down,
+    first,
+    last,
+    pageUp,
+    pageDown,
+    unfold,
+    fold,
+    allow,
+    always,
+    deny,
+    ask,
+    choose,
+    ownWords,
+    confirm,
+    back,
+    nextRequest,
+    previousRequest,
+    secrets,
+    acknowledge,
+    pick,
+    open,
+    filter,
+    refresh,
+    redraw,
+    mouse,
+    connect,
+    example,
+    suspend,
+    help,
+    quit
+};
+
+/// Where a key has its meaning; a row of a narrower place goes before one of `everywhere`.
+enum class KeyPlace { permission, question, firstRun, everywhere };
+
+/// A row of the table from which keys are understood, and help and manual are made.
+struct KeyRule {
+    KeyPlace place;
+    KeyAction action;
+    std::array<std::string_view, 6> keys; ///< unused ones are empty
+    std::string_view shown;               ///< "j ↓"
+    std::string_view meaning;             ///< a few words; empty: not in the help
+};
+
+std::span<const KeyRule> keyRules();
+
+/// Null when the key means nothing there.
+const KeyRule* keyRule(std::string_view key, KeyPlace place);
+
+/// The heading of a place's keys in the help.
+std::string_view heading(KeyPlace place);
+
+} // namespace quorvik

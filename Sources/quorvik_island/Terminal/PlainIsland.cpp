@@ -1,0 +1,160 @@
+#include "quorvik_island/Terminal/LiveIsland.h"
+#include "quorvik_island/Terminal/PlainText.h"
+
+#include "QuorvikCore/Platform/FileDescriptor.h"
+#include "QuorvikCore/Text/Unicode.h"
+
+#include <poll.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cmath>
+
+namespace quorvik {
+
+namespace {
+
+class PlainIsland {
+  public:
+    explicit PlainIsland(const IslandServices& services) : services_(services), frontEnd_(services) {}
+
+    int run() {
+        line("The island, in lines. Type help for what you can do.");
+        frontEnd_.connect(ControlClient::Start::ifMissing);
+        if (frontEnd_.view.isFirstRun()) {
+            for (const FoundAgent& agent : frontEnd_.view.agents())
+                line(agent.name + ": " + agent.status);
+            line("No coding agent is connected with Quorvik yet. Type connect to connect those above.");
+        }
+        while (!ended_) {
+            tell();
+            pollfd waited[] = {{STDIN_FILENO, POLLIN, 0}, {frontEnd_.descriptor(), POLLIN, 0}};
+            if (::poll(waited, 2, patience()) < 0 && errno != EINTR) return 1;
+            if (waited[0].revents != 0) takeInput();
+            if (waited[1].revents != 0) frontEnd_.read();
+            frontEnd_.reconnect();
+        }
+        return 0;
+    }
+
+  private:
+    int patience() const {
+        const auto retry = frontEnd_.reconnectAt();
+        return retry ? static_cast<int>(std::ceil(std::max(*retry - steadySeconds(), 0.0) * 1000)) : -1;
+    }
+
+    void line(const std::string& text) {
+        const std::string whole = text + "\n";
+        if (!writeAll(STDOUT_FILENO, whole.data(), whole.size())) ended_ = true;
+    }
+
+    /// What is new since the last time.
+    void tell() {
+        View& view = frontEnd_.view;
+        if (view.whyDisconnected() != lost_) {
+            lost_ = view.whyDisconnected();
+            line(lost_.empty() ? "Connected." : "Not connected: " + lost_ + ".");
+        }
+        for (const std::string& change : changesInWords(told_, view.snapshot()))
+            line(change);
+        told_ = view.snapshot();
+        if (!view.message().empty()) {
+            line(drawable(view.message()));
+            view.say("");
+        }
+        const CardState* card = view.card();
+        const bool isOpen = card && !card->isSent;
+        if (request_ && (!card || card->id() != request_->id())) {
+            request_.reset();
+            if (!isSent_) line("That request is gone.");
+        }
+        if (!request_ && isOpen) {
+            request_.emplace(*card);
+            isSent_ = false;
+            put();
+        }
+    }
+
+    /// What was typed before the request stood there was meant for something else.
+    void put() {
+        for (const std::string& each : request_->lines())
+            line(each);
+        ::tcflush(STDIN_FILENO, TCIFLUSH);
+        input_.clear();
+        putAt_ = steadySeconds();
+        Frame frame;
+        frame.card = {.request = request_->id()};
+        frontEnd_.tellShown(frame);
+    }
+
+    void takeInput() {
+        char bytes[4096];
+        const ssize_t count = ::read(STDIN_FILENO, bytes, sizeof bytes);
+        if (count <= 0) {
+            ended_ = true;
+            return;
+        }
+        input_.append(bytes, static_cast<std::size_t>(count));
+        for (std::size_t end; !ended_ && (end = input_.find('\n')) != input_.npos;) {
+            const std::string typed = Unicode::repaired(input_.substr(0, end));
+            input_.erase(0, end + 1);
+            take(typed);
+        }
+    }
+
+    void take(const std::string& typed) {
+        constexpr double tooSoon = 1.0 / 3; // seconds in which nobody can have read it
+        if (typed == "q" || typed == "quit") {
+            ended_ = true;
+        } else if (typed == "help") {
+            line("A number answers the request that is shown last. list tells what is going on. connect "
+                 "connects coding agents. q quits.");
+        } else if (typed == "list") {
+            for (const std::string& each : changesInWords({}, frontEnd_.view.snapshot()))
+                line(each);
+        } else if (typed == "connect") {
+            services_.connectAgents();
+            frontEnd_.findAgents();
+        } else if (typed.empty()) {
+            return;
+        } else if (!request_ || isSent_) {
+            line("Nothing waits for an answer. Type help for what you can do.");
+        } else if (steadySeconds() - putAt_ < tooSoon) {
+            line("That came too soon after the request. Type it again.");
+        } else {
+            answer(typed);
+        }
+    }
+
+    void answer(const std::string& typed) {
+        std::string problem;
+        const auto response = request_->take(typed, problem);
+        if (!problem.empty()) {
+            line(problem);
+        } else if (!response) {
+            put();
+        } else {
+            isSent_ = true;
+            frontEnd_.perform({Effect::Kind::answer, request_->id(), *response});
+            line("Sent.");
+        }
+    }
+
+    const IslandServices& services_;
+    FrontEnd frontEnd_;
+    Snapshot told_;
+    std::string lost_;
+    std::optional<PlainRequest> request_;
+    bool isSent_ = false, ended_ = false;
+    double putAt_ = 0; ///< steady
+    std::string input_;
+};
+
+} // namespace
+
+int LiveIsland::inLines(const IslandServices& services) {
+    return PlainIsland(services).run();
+}
+
+} // namespace quorvik

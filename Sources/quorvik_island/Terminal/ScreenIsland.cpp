@@ -1,0 +1,164 @@
+#include "quorvik_island/Terminal/CursesScreen.h"
+#include "quorvik_island/Terminal/LiveIsland.h"
+#include "quorvik_island/Terminal/TerminalSignals.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <csignal>
+#include <cstdio>
+
+namespace quorvik {
+
+namespace {
+
+class ScreenIsland {
+  public:
+    explicit ScreenIsland(const IslandServices& services) : services_(services), frontEnd_(services) {}
+
+    int run() {
+        frontEnd_.connect(ControlClient::Start::ifMissing);
+        CursesScreen screen(services_.colours);
+        screen_ = &screen;
+        while (!ended_) {
+            show();
+            wait();
+        }
+        frontEnd_.tellNothingShown();
+        screen.leave();
+        if (fatal_ != 0) TerminalSignals::raiseAgain(fatal_);
+        return 0;
+    }
+
+  private:
+    void show() {
+        Moment now = momentNow();
+        frontEnd_.view.tick(now);
+        const Frame frame = draw(frontEnd_.view, screen_->size(), now.wall);
+        screen_->paint(frame);
+        now = momentNow(); // a slow terminal may have taken its time
+        frontEnd_.view.drawn(frame, now);
+        frontEnd_.tellShown(frame);
+        nextChange_ = frame.nextChange;
+        shownAt_ = now.steady;
+    }
+
+    /// Milliseconds; -1: until something happens.
+    int patience() const {
+        const Moment now = momentNow();
+        std::optional<double> seconds;
+        const auto include = [&](double wanted) {
+            seconds = std::min(seconds.value_or(wanted), std::max(wanted, 0.0));
+        };
+        if (nextChange_) {
+            // Ages alone are worth one picture a second at most.
+            const double atLeast = shownAt_ + 1 - now.steady;
+            include(std::max((*nextChange_ - now.wall).count(), atLeast));
+        }
+        if (const auto next = frontEnd_.view.nextExample(now)) include((*next - now.wall).count());
+        if (const auto retry = frontEnd_.reconnectAt()) include(*retry - now.steady);
+        constexpr double longest = 3600;
+        if (!seconds) return -1;
+        return static_cast<int>(std::ceil(std::min(*seconds, longest) * 1000));
+    }
+
+    void wait() {
+        pollfd waited[] = {{STDIN_FILENO, POLLIN, 0},
+                           {signals_.descriptor(), POLLIN, 0},
+                           {frontEnd_.descriptor(), POLLIN, 0}};
+        if (::poll(waited, std::size(waited), patience()) < 0 && errno != EINTR) ended_ = true;
+        takeSignals();
+        if (ended_) return;
+        const auto came = [&](std::size_t index, short events) {
+            return (waited[index].revents & events) != 0;
+        };
+        // Keys first: they were meant for the picture that still stands there.
+        if (came(0, POLLIN | POLLHUP | POLLERR | POLLNVAL)) takeKeys();
+        if (came(0, POLLHUP | POLLERR | POLLNVAL)) loseTerminal();
+        if (came(2, POLLIN | POLLHUP | POLLERR)) frontEnd_.read();
+        frontEnd_.reconnect();
+    }
+
+    void loseTerminal() {
+        screen_->abandon();
+        ended_ = true;
+    }
+
+    void takeSignals() {
+        const auto pending = signals_.take();
+        if (pending.fatal != 0) {
+            fatal_ = pending.fatal;
+            ended_ = true;
+            if (fatal_ == SIGHUP) screen_->abandon();
+        }
+        if (pending.suspend)
+            suspend();
+        else if (pending.continued)
+            screen_->enter(false);
+    }
+
+    void takeKeys() {
+        for (const Key& key : screen_->keys())
+            for (const Effect& effect : frontEnd_.view.key(key, momentNow()))
+                if (!frontEnd_.perform(effect)) perform(effect);
+    }
+
+    void perform(const Effect& effect) {
+        switch (effect.kind) {
+        case Effect::Kind::quit: ended_ = true; break;
+        case Effect::Kind::suspend: suspend(); break;
+        case Effect::Kind::redraw: screen_->forget(); break;
+        case Effect::Kind::toggleMouse: screen_->setMouse(!screen_->hasMouse()); break;
+        case Effect::Kind::open: outside([&] { return services_.open(effect.id); }); break;
+        case Effect::Kind::connectAgents:
+            outside([&] {
+                services_.connectAgents();
+                return false; // there is something to read
+            });
+            frontEnd_.findAgents();
+            break;
+        default: break;
+        }
+    }
+
+    void suspend() {
+        frontEnd_.tellNothingShown();
+        screen_->leave();
+        signals_.stop();
+        screen_->enter(true);
+    }
+
+    /// Does something on the terminal as it was found. False: it has said something worth reading.
+    void outside(const auto& work) {
+        frontEnd_.tellNothingShown();
+        screen_->leave();
+        if (!work()) {
+            std::fputs("\nEnter goes back to the island. ", stdout);
+            std::fflush(stdout);
+            char byte = 0;
+            while (::read(STDIN_FILENO, &byte, 1) == 1 && byte != '\n') {
+            }
+        }
+        screen_->enter(false);
+    }
+
+    const IslandServices& services_;
+    TerminalSignals signals_;
+    FrontEnd frontEnd_;
+    CursesScreen* screen_ = nullptr;
+    std::optional<Date> nextChange_;
+    double shownAt_ = 0;
+    int fatal_ = 0;
+    bool ended_ = false;
+};
+
+} // namespace
+
+int LiveIsland::onScreen(const IslandServices& services) {
+    return ScreenIsland(services).run();
+}
+
+} // namespace quorvik

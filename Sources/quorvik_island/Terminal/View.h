@@ -1,0 +1,140 @@
+#pragma once
+
+#include "quorvik_island/Terminal/CardState.h"
+#include "quorvik_island/Terminal/Frame.h"
+#include "quorvik_island/Terminal/Keys.h"
+
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace quorvik {
+
+/// What a key wants done that the view cannot do by itself.
+struct Effect {
+    enum class Kind {
+        answer,        ///< `id` is the request
+        acknowledge,   ///< `id` is the item's key
+        pick,          ///< `id` is the item's key
+        unpick,        ///< the item in the notch
+        open,          ///< `id` is the item's key
+        connectAgents, ///< install our hooks with the agents that are here
+        refresh,       ///< read everything again, reconnect
+        redraw,        ///< the screen may hold anything
+        toggleMouse,   ///< take the mouse, or leave it to the terminal
+        suspend,       ///< back to the shell
+        quit
+    };
+    Kind kind;
+    std::string id;
+    ApprovalResponse response{}; ///< of `answer`
+};
+
+/// A coding agent that is on this machine, for somebody who starts the island for the first time.
+struct FoundAgent {
+    std::string name;
+    std::string status; ///< "installed", "notInstalled", "stale", "unreadable: …"
+    bool isConnected = false;
+};
+
+/// Everything that a front end in a terminal remembers: the newest snapshot, and what the user has done to
+/// look at it. No I/O and no clock. draw() makes the picture; drawn() must be told of each that is shown.
+class View {
+  public:
+    struct Look {
+        RequestCard::SecretFinder secrets;
+        std::string home;
+    };
+    explicit View(Look look) : look_(std::move(look)) {}
+
+    // What comes in.
+
+    void show(std::shared_ptr<const Snapshot> snapshot);
+    void disconnected(std::string why); ///< until the next snapshot nothing can be answered
+    void found(std::vector<FoundAgent> agents) { agents_ = std::move(agents); }
+    void say(std::string message) { message_ = std::move(message); } ///< one line, until the next key
+    void refused(std::string_view request, std::string message);     ///< an answer did not reach its hook
+    void drawn(const Frame& frame, Moment now);
+    void tick(Moment now); ///< moves the example on
+
+    /// Does what the key means. The caller does the rest.
+    std::vector<Effect> key(const Key& key, Moment now);
+
+    // What is to be drawn.
+
+    enum class Mode { items, help, filter, reason, ownWords };
+
+    /// A line of the list: an item, or a request whose session has no item.
+    struct Entry {
+        std::string key;
+        const SnapshotItem* item = nullptr;
+        const WaitingRequest* request = nullptr; ///< only without an item
+    };
+
+    const Snapshot& snapshot() const { return *snapshot_; }
+    std::vector<Entry> entries() const; ///< that the filter lets through
+    std::size_t selectedIndex(const std::vector<Entry>& entries) const;
+    bool isUnfolded(const std::string& key) const { return unfolded_.contains(key); }
+    const CardState* card() const; ///< the one that is open; null when nothing waits
+    CardState* card();
+    const std::string& cardEntry() const { return cardEntry_; } ///< key of the entry it stands below
+    Mode mode() const { return mode_; }
+    const std::string& typed() const { return typed_; } ///< while the mode is one of typing
+    const std::string& filter() const { return filter_; }
+    const std::string& message() const { return message_; }
+    const std::string& whyDisconnected() const { return disconnected_; } ///< empty while connected
+    bool isFirstRun() const;
+    bool isExample() const { return exampleSince_.has_value(); }
+    const std::vector<FoundAgent>& agents() const { return agents_; }
+    std::size_t helpScroll() const { return helpScroll_; }
+    std::optional<Date> nextExample(Moment now) const; ///< when tick() changes something
+    KeyPlace place() const;
+
+    /// Whether keys for the card count: it has been in view for a third of a second.
+    bool cardTakesKeys(Moment now) const;
+
+  private:
+    using Effects = std::vector<Effect>;
+
+    void placeCard();
+    void select(std::size_t index);
+    void moveSelection(long by);
+    void turnTo(const WaitingRequest& request);
+    void nextRequest(long by);
+    Effects typeKey(const Key& key, Moment now);
+    Effects helpKey(const Key& key);
+    Effects act(KeyAction action, const Key& key, Moment now);
+    Effects actOnCard(KeyAction action, const Key& key, Moment now);
+    Effects actOnItem(KeyAction action);
+    Effects answer(ApprovalResponse response, Moment now);
+    Effects confirm(Moment now);
+    void click(const Key& key);
+    void startTyping(Mode mode, std::string typed = {});
+
+    Look look_;
+    std::shared_ptr<const Snapshot> snapshot_ = std::make_shared<const Snapshot>();
+    std::shared_ptr<const Snapshot> real_; ///< while the example is shown
+    std::map<std::string, CardState, std::less<>> cards_;
+    std::string cardRequest_, cardEntry_;
+    std::string chosenRequest_; ///< by n and N
+    std::string selected_;      ///< an entry's key; empty: the first entry
+    std::size_t lastIndex_ = 0;
+    std::set<std::string, std::less<>> unfolded_;
+    std::string filter_, typed_, message_, disconnected_;
+    Mode mode_ = Mode::items;
+    std::vector<FoundAgent> agents_;
+    std::size_t helpScroll_ = 0;
+    std::string drawnPage_; ///< of the card in the last frame; empty when there was none
+    double drawnSince_ = 0; ///< steady
+    std::size_t pageRows_ = 1;
+    std::vector<std::string> itemOfRow_;
+    std::optional<double> exampleSince_; ///< steady
+    std::size_t exampleStage_ = 0;
+};
+
+/// The picture. Any size, from 1 by 1, gives one of that size.
+Frame draw(const View& view, ScreenSize size, Date now);
+
+} // namespace quorvik

@@ -1,0 +1,102 @@
+#include "Tests/Support/Program.h"
+#include "Tests/Support/TemporaryHome.h"
+
+#include "QuorvikCore/Install/Autostart.h"
+
+#include <cstdlib>
+
+namespace quorvik {
+
+using namespace testing;
+using Platform::ServiceManager;
+
+class AutostartTests : public TemporaryHome {
+  protected:
+    AutostartTests() { ::unsetenv("XDG_CONFIG_HOME"); }
+    ~AutostartTests() override {
+        ::unsetenv("XDG_CONFIG_HOME");
+        ::setenv("PATH", path.c_str(), 1);
+    }
+
+    Program::Result autostart(const std::string& action) const {
+        return Program::run(
+            {programPath("quorvik-island"), "autostart", action, "--program", program.string()});
+    }
+
+    const std::string path = ::getenv("PATH");
+    const std::filesystem::path program = writeProgram("it's 100% $HOME \\ \"q\" & <x>/quorvik-island");
+};
+
+TEST_F(AutostartTests, TextsAreTakenLiterally) {
+    const Autostart::Start start{program.string(), home / "sup port%", "/bin:/a&b"};
+    const std::string unit = Autostart::text(ServiceManager::systemd, start);
+    EXPECT_NE(unit.find("ExecStart=\"" + home.string() +
+                        "/it's 100%% $HOME \\\\ \\\"q\\\" & <x>/quorvik-island\" serve\n"),
+              unit.npos)
+        << unit;
+    EXPECT_NE(unit.find("Environment=\"QUORVIK_HOME=" + home.string() + "/sup port%%\"\n"), unit.npos);
+    const std::string agent = Autostart::text(ServiceManager::launchd, start);
+    EXPECT_NE(agent.find("/it's 100% $HOME \\ \"q\" &amp; &lt;x&gt;/quorvik-island</string>"), agent.npos);
+    EXPECT_NE(agent.find("<key>PATH</key>\n\t\t<string>/bin:/a&amp;b</string>"), agent.npos);
+    EXPECT_THROW(Autostart::text(ServiceManager::systemd, {"/a\nExecStart=/b", {}, ""}), EditError);
+
+    const auto file = write("units/quorvik.service", unit).string();
+    const auto verified = Program::run({"sh", "-c",
+                                        "command -v systemd-analyze >/dev/null || exit 0\n"
+                                        "exec systemd-analyze --user --man=no verify \"$1\"",
+                                        "sh", file});
+    EXPECT_EQ(verified, (Program::Result{0, "", ""}));
+}
+
+TEST_F(AutostartTests, AnAgentGoesInAndOut) {
+    using enum Autostart::State;
+    const auto manager = ServiceManager::launchd;
+    const Autostart::Start start{program.string(), {}, "/bin"};
+    EXPECT_TRUE(Autostart::install(manager, start).changed);
+    EXPECT_EQ(Autostart::state(manager, start), installed);
+    EXPECT_EQ(Autostart::state(manager, {program.string(), {}, "/usr/bin"}), stale);
+    EXPECT_EQ(namesIn(home / "Library/LaunchAgents"), std::vector<std::string>{"com.quorvik.app.plist"});
+    EXPECT_TRUE(Autostart::uninstall(manager).changed);
+    EXPECT_EQ(Autostart::state(manager, start), notInstalled);
+}
+
+TEST_F(AutostartTests, TheCommandWritesAUnit) {
+    if (Platform::serviceManager() != ServiceManager::systemd) GTEST_SKIP();
+    ::setenv(
+        "PATH",
+        (writeProgram("bin/systemctl", "#!/bin/sh\necho \"$@\" >>\"$HOME/told\"\n").parent_path().string() +
+         ":" + path)
+            .c_str(),
+        1);
+    ::setenv("XDG_CONFIG_HOME", (home / "config").c_str(), 1);
+    const auto file = home / "config/systemd/user/quorvik.service";
+    const auto wants = file.parent_path() / "default.target.wants/quorvik.service";
+    EXPECT_EQ(autostart("status").output, "notInstalled\n");
+    EXPECT_EQ(autostart("install"), (Program::Result{0, "installed\n" + file.string() + "\n", ""}));
+    EXPECT_EQ(contentOf(home / "told"), "--user daemon-reload\n");
+    EXPECT_EQ(std::filesystem::read_symlink(wants), file);
+    EXPECT_EQ(modeOf(file), 0600u);
+
+    write("config/systemd/user/quorvik.service", contentOf(file) + "# mine\n");
+    EXPECT_EQ(autostart("status").output, "stale\n" + file.string() + "\n");
+    EXPECT_TRUE(autostart("install").output.starts_with("installed\n" + file.string() + "\nbackup in "));
+    EXPECT_TRUE(contentOf(support / "backups" / namesIn(support / "backups").at(0)).ends_with("# mine\n"));
+
+    write("bin/systemctl", "#!/bin/sh\nexit 1\n");
+    const auto removed = autostart("uninstall");
+    EXPECT_EQ(removed.status, 0);
+    EXPECT_EQ(removed.errors,
+              "quorvik-island: autostart: `systemctl` was of no use; it takes effect with your "
+              "next session\n");
+    EXPECT_FALSE(std::filesystem::is_symlink(wants));
+    EXPECT_FALSE(std::filesystem::exists(file));
+
+    write("config/systemd/user/quorvik.service", "[Unit]\n");
+    EXPECT_EQ(autostart("install"), (Program::Result{1, "",
+                                                     "quorvik-island: autostart: " + file.string() +
+                                                         " is not Quorvik's; it is left alone\n"}));
+    EXPECT_EQ(autostart("uninstall").output, "foreign\n" + file.string() + "\n");
+    EXPECT_EQ(contentOf(file), "[Unit]\n");
+}
+
+} // namespace quorvik

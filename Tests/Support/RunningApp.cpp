@@ -1,0 +1,72 @@
+#include "Tests/Support/RunningApp.h"
+
+#include <csignal>
+#include <cstdlib>
+
+namespace quorvik::testing {
+
+AppTest::AppTest() {
+    // The tests may themselves be run by an agent; what they start must not look like it.
+    for (const char* mark : {"CLAUDECODE", "CLAUDE_CODE_ENTRYPOINT", "CODEX_SANDBOX", "CODEX_THREAD_ID",
+                             "CODEX_SANDBOX_NETWORK_DISABLED", "QWEN_CODE", "DEVIN_PROJECT_DIR"})
+        ::unsetenv(mark);
+    ::setenv("QUORVIK_NO_START", "1", 1);
+}
+
+AppTest::~AppTest() {
+    ::unsetenv("QUORVIK_NO_START");
+}
+
+void AppTest::startApp() {
+    control_.reset();
+    app_ = std::make_unique<Program>(std::vector<std::string>{programPath("quorvik-island"), "serve"});
+    ASSERT_TRUE(eventually([] {
+        try {
+            ControlClient::connect("command", ControlClient::Start::never);
+            return true;
+        } catch (const NoApp&) {
+            return false;
+        }
+    }));
+}
+
+void AppTest::expectAppEnds(int status, const std::string& errors) {
+    EXPECT_EQ(app_->finish(), (Program::Result{status, "", errors}));
+    app_.reset();
+    control_.reset();
+}
+
+ControlClient& AppTest::control() {
+    if (!control_) control_ = ControlClient::connect("command", ControlClient::Start::never);
+    return *control_;
+}
+
+Snapshot AppTest::synced() {
+    control().call("sync");
+    return control().snapshot();
+}
+
+Program& AppTest::hook(const std::string& source, const std::string& payload) {
+    Program& started = hooks.emplace_back(std::vector<std::string>{
+        programPath("quorvik-hook"), "--source", source, "--ppid", std::to_string(agent.pid())});
+    started.giveInput(payload);
+    return started;
+}
+
+std::string AppTest::waitingRequest() {
+    std::string id;
+    EXPECT_TRUE(eventually([&] {
+        const Snapshot snapshot = synced();
+        if (snapshot.requests.size() != 1) return false;
+        id = snapshot.requests.front()->request.id;
+        return true;
+    }));
+    return id;
+}
+
+Program::Result AppTest::island(std::vector<std::string> words) {
+    words.insert(words.begin(), programPath("quorvik-island"));
+    return Program::run(words);
+}
+
+} // namespace quorvik::testing

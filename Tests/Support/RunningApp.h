@@ -1,0 +1,52 @@
+#pragma once
+
+#include "Tests/Support/Program.h"
+#include "Tests/Support/TemporaryHome.h"
+
+#include "QuorvikApp/Control/ControlClient.h"
+
+#include <list>
+#include <memory>
+#include <optional>
+
+namespace quorvik::testing {
+
+/// A test with the real app of its own support folder, and the real programs around it.
+class AppTest : public TemporaryHome {
+  protected:
+    AppTest();
+    ~AppTest() override; ///< ends what it started
+
+    /// Starts `quorvik-island serve` and waits until it can be connected to.
+    void startApp();
+
+    /// The same program, as it runs.
+    Program& app() { return *app_; }
+
+    /// Waits for its end and checks that it said nothing but `errors`, with that status.
+    void expectAppEnds(int status = 0, const std::string& errors = "");
+
+    /// What the app shows once everything that was caused before has been published.
+    Snapshot synced();
+
+    /// A connection of the test's own.
+    ControlClient& control();
+
+    /// Starts the real hook with one event of an agent whose process lives as long as the test.
+    Program& hook(const std::string& source, const std::string& payload);
+
+    /// The id of the only request that waits, as soon as there is one.
+    std::string waitingRequest();
+
+    /// One run of quorvik-island.
+    static Program::Result island(std::vector<std::string> words);
+
+    Program agent{{"sleep", "1000"}}; ///< stands for the agents' process
+    std::list<Program> hooks;
+
+  private:
+    std::unique_ptr<Program> app_;
+    std::optional<ControlClient> control_;
+};
+
+} // namespace quorvik::testing
