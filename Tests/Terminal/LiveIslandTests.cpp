@@ -1,0 +1,183 @@
+#include "Tests/Support/RunningApp.h"
+#include "Tests/Support/Terminal.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstring>
+
+namespace quorvik {
+
+using testing::eventually;
+using testing::Program;
+using testing::programPath;
+using testing::Terminal;
+
+/// The live island on a real terminal.
+class LiveIslandTests : public testing::AppTest {
+  protected:
+    static constexpr const char* leavesScreen = "\x1b[?1049l";
+
+    static std::string live() { return programPath("quorvik-island"); }
+    static void chooseTerminal() {
+        ::setenv("TERM", "xterm-256color", 1);
+        ::unsetenv("NO_COLOR");
+        ::unsetenv("ACCESSIBLE");
+    }
+    static bool isEqual(const termios& left, const termios& right) {
+        return left.c_iflag == right.c_iflag && left.c_oflag == right.c_oflag &&
+               left.c_cflag == right.c_cflag && left.c_lflag == right.c_lflag &&
+               std::memcmp(left.c_cc, right.c_cc, sizeof left.c_cc) == 0;
+    }
+    std::string askForPermission(const std::string& command) {
+        hook("claude", printJSON({{"session_id", "s"},
+                                  {"cwd", home.string()},
+                                  {"hook_event_name", "PermissionRequest"},
+                                  {"tool_name", "Bash"},
+                                  {"tool_input", {{"command", command}}}}));
+        return waitingRequest();
+    }
+    /// Presses the key until the request is answered: at first it may come too soon.
+    void answerWith(const std::function<void()>& press) {
+        EXPECT_TRUE(eventually([&] {
+            press();
+            return synced().requests.empty();
+        }));
+    }
+};
+
+TEST_F(LiveIslandTests, TheTerminalIsLeftAsItWasFound) {
+    struct Row {
+        const char* how;
+        std::function<void(Terminal&)> end;
+        int status;
+        bool writes; // the bytes that give the picture back
+    };
+    const auto by = [](int signal) {
+        return [signal](Terminal& terminal) { ::kill(terminal.pid(), signal); };
+    };
+    const Row rows[] = {
+        {"q", [](Terminal& terminal) { terminal.type("q"); }, 0, true},
+        {"Ctrl-C", [](Terminal& terminal) { terminal.type("\x03"); }, 128 + SIGINT, true},
+        {"TERM", by(SIGTERM), 128 + SIGTERM, true},
+        {"SEGV", by(SIGSEGV), 128 + SIGSEGV, true},
+        {"ABRT", by(SIGABRT), 128 + SIGABRT, true},
+        {"HUP", by(SIGHUP), 128 + SIGHUP, false},
+    };
+    for (const Row& row : rows) {
+        Terminal terminal({live()}, chooseTerminal);
+        const termios found = terminal.settings();
+        terminal.waitFor("q quit");
+        EXPECT_FALSE(isEqual(found, terminal.settings())) << row.how;
+        row.end(terminal);
+        if (row.writes) terminal.waitFor(leavesScreen);
+        EXPECT_EQ(terminal.finish(), row.status) << row.how;
+        if (row.writes) EXPECT_TRUE(isEqual(found, terminal.settings())) << row.how;
+    }
+    Terminal gone({live()}, chooseTerminal);
+    gone.waitFor("q quit");
+    gone.hangUp();
+    EXPECT_EQ(gone.finish(), 128 + SIGHUP);
+}
+
+TEST_F(LiveIslandTests, CtrlZAndBack) {
+    Terminal shell({"bash", "--norc", "-i"}, [] {
+        chooseTerminal();
+        ::setenv("PS1", "ready> ", 1);
+    });
+    shell.waitFor("ready> ");
+    shell.type(live() + "\n");
+    shell.waitFor("q quit");
+    for (int round = 0; round < 2; ++round) {
+        shell.type("\x1a");
+        shell.waitFor(leavesScreen);
+        shell.waitFor("Stopped");
+        EXPECT_NE(shell.settings().c_lflag & static_cast<tcflag_t>(ECHO | ICANON | ISIG), 0u);
+        shell.waitFor("ready> ");
+        shell.type("fg\n");
+        shell.waitFor("q quit"); // all of it is drawn again
+    }
+    shell.type("q");
+    shell.waitFor(leavesScreen);
+    shell.waitFor("ready> ");
+    shell.type("exit 7\n");
+    EXPECT_EQ(shell.finish(), 7);
+}
+
+TEST_F(LiveIslandTests, OneKeyAnswersTheRealHook) {
+    startApp();
+    Terminal terminal({live()}, chooseTerminal);
+    terminal.waitFor("q quit");
+    askForPermission("git push");
+    terminal.waitFor("a allow");
+    answerWith([&] { terminal.type("a"); });
+    const auto allowed = hooks.back().finish();
+    EXPECT_NE(allowed.output.find(R"("behavior":"allow")"), std::string::npos) << allowed.output;
+
+    askForPermission("rm -rf build");
+    terminal.waitFor("rm -rf build");
+    answerWith([&] {
+        terminal.type("d\x1b"
+                      "dno\r");
+    });
+    EXPECT_NE(hooks.back().finish().output.find(R"("message":"no")"), std::string::npos);
+
+    ::kill(app().pid(), SIGTERM);
+    app().finish();
+    terminal.waitFor("(r tries again)");
+    startApp();
+    askForPermission("make again");
+    terminal.waitFor("make again");
+    terminal.type("q");
+    EXPECT_EQ(terminal.finish(), 0);
+}
+
+TEST_F(LiveIslandTests, InLinesWithNumbers) {
+    startApp();
+    Terminal terminal({live(), "--plain"}, chooseTerminal);
+    terminal.waitFor("Type help");
+    askForPermission("git push");
+    terminal.waitFor("command: git push");
+    terminal.waitFor("1 allow");
+    answerWith([&] { terminal.type("1\n"); });
+    EXPECT_NE(hooks.back().finish().output.find(R"("behavior":"allow")"), std::string::npos);
+    terminal.type("quit\n");
+    EXPECT_EQ(terminal.finish(), 0);
+}
+
+TEST_F(LiveIslandTests, InTmux) {
+    if (Program::run({"tmux", "-V"}).status != 0) GTEST_SKIP() << "no tmux";
+    startApp();
+    const auto tmux = [&](std::vector<std::string> words) {
+        words.insert(words.begin(), {"tmux", "-S", (home / "tmux").string(), "-f", "/dev/null"});
+        return Program::run(words);
+    };
+    const auto shows = [&](const std::string& text) {
+        std::string screen;
+        const bool found = eventually([&] {
+            screen = tmux({"capture-pane", "-p"}).output;
+            return screen.find(text) != screen.npos;
+        });
+        EXPECT_TRUE(found) << screen;
+    };
+    ASSERT_EQ(tmux({"new-session", "-d", "-x", "80", "-y", "24", live()}).status, 0);
+    shows("? help   q quit");
+    const std::string id = askForPermission("echo 漢字 $(date)");
+    shows("│ echo 漢字 $(date)                                                         │\n");
+    tmux({"resize-window", "-x", "40", "-y", "8"});
+    shows("│ echo 漢字 $(date)                    │\n");
+    answerWith([&] { tmux({"send-keys", "a"}); });
+    tmux({"send-keys", "?"});
+    shows("A permission");
+    tmux({"kill-server"});
+}
+
+TEST_F(LiveIslandTests, WithoutATerminalItSaysWhatToDo) {
+    const auto result = island({});
+    EXPECT_EQ(result, (Program::Result{1, "",
+                                       "quorvik-island: this is no terminal to draw on; quorvik-island watch "
+                                       "prints a line per change\n"}));
+    EXPECT_EQ(island({"--nonsense"}).status, 3);
+}
+
+} // namespace quorvik
