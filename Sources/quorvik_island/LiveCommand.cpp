@@ -9,7 +9,6 @@
 #include "QuorvikCore/Agents/AgentDetection.h"
 #include "QuorvikCore/Install/HookInstaller.h"
 #include "QuorvikCore/Platform/Environment.h"
-#include "QuorvikCore/Text/Redactor.h"
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -85,13 +84,6 @@ bool open(const std::string& key) {
     while (child > 0 && ::waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
     return child > 0 && status == 0;
-}
-
-std::vector<VisibleText::Range> secretsIn(std::string_view text) {
-    std::vector<VisibleText::Range> ranges;
-    for (const auto& [begin, end] : Redactor::secrets(text))
-        ranges.push_back({begin, end});
-    return ranges;
 }
 
 } // namespace

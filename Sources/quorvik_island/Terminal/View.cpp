@@ -95,9 +95,10 @@ CardState* View::card() {
     return found == cards_.end() ? nullptr : &found->second;
 }
 
-/// Decides whose card is open: the one that the user turned to, else the selected item's, else the oldest of
-/// the first item that has one.
-void View::placeCard() {
+/// Decides whose card is open: the one that the user turned to, or whose item has just been selected; else it
+/// stays as long as it can, so that no key meets another card than the one it was meant for; else the
+/// selected item's, else that of the first item that has one.
+void View::placeCard(bool moved) {
     const auto before = std::exchange(cardRequest_, "");
     std::erase_if(cards_, [&](const auto& entry) {
         const WaitingRequest* waiting = snapshot_->request(entry.first);
@@ -109,7 +110,10 @@ void View::placeCard() {
     const auto requestOf = [&](const Entry& entry) {
         return entry.item ? snapshot_->requestOf(*entry.item) : entry.request;
     };
-    if (!shown && !entries.empty()) shown = requestOf(entries[selectedIndex(entries)]);
+    const WaitingRequest* selected = entries.empty() ? nullptr : requestOf(entries[selectedIndex(entries)]);
+    if (!shown && moved) shown = selected;
+    if (!shown) shown = snapshot_->request(before);
+    if (!shown) shown = selected;
     for (std::size_t index = 0; !shown && index < entries.size(); ++index)
         shown = requestOf(entries[index]);
     if (shown && disconnected_.empty()) {
@@ -177,7 +181,7 @@ void View::select(std::size_t index) {
     lastIndex_ = std::min(index, entries.size() - 1);
     selected_ = entries[lastIndex_].key;
     chosenRequest_.clear();
-    placeCard();
+    placeCard(true);
 }
 
 void View::moveSelection(long by) {

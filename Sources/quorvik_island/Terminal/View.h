@@ -98,7 +98,7 @@ class View {
   private:
     using Effects = std::vector<Effect>;
 
-    void placeCard();
+    void placeCard(bool moved = false);
     void select(std::size_t index);
     void moveSelection(long by);
     void turnTo(const WaitingRequest& request);
