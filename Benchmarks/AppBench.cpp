@@ -135,8 +135,9 @@ void measureAnswers() {
     std::vector<double> delays;
     for (int index = 0; index < answers; ++index) {
         Pipe input = Pipe::create();
-        const pid_t hook = spawn({besideThis("quorvik-hook"), "--source", "claude", "--ppid", std::to_string(agent)},
-                                 input.readEnd.get());
+        const pid_t hook =
+            spawn({besideThis("quorvik-hook"), "--source", "claude", "--ppid", std::to_string(agent)},
+                  input.readEnd.get());
         writeAll(input.writeEnd.get(), event.data(), event.size());
         input.writeEnd.close();
         Snapshot snapshot = client.snapshot();
@@ -162,9 +163,11 @@ void measureCrowd() {
     std::vector<FileDescriptor> hooks;
     for (int index = 0; index < 200; ++index) {
         int error = 0;
-        hooks.push_back(connectedSocket(QuorvikPaths::approvalSocket().string(), std::chrono::seconds(5), error));
+        hooks.push_back(
+            connectedSocket(QuorvikPaths::approvalSocket().string(), std::chrono::seconds(5), error));
         const std::string line = R"({"id":"r)" + std::to_string(index) +
-                                 R"(","source":"claude","sessionID":"s","cwd":"/w","tool":"Bash"})" "\n";
+                                 R"(","source":"claude","sessionID":"s","cwd":"/w","tool":"Bash"})"
+                                 "\n";
         if (!hooks.back() || !writeAll(hooks.back().get(), line.data(), line.size())) std::abort();
     }
     ControlClient client = connect("island");

@@ -60,6 +60,8 @@ int main() {
         {"deep brackets", half + std::string(half.size(), ']')},
         {"brackets that never close", filled("[")},
         {"a JSON document", filled(R"({"name":"value","list":[1,2.5,null,true]},)", "[", "0]")},
+        {"a JSON list of short numbers", filled("1,", "[", "0]")},
+        {"a JSON list of empty lists", filled("[],", "[", "0]")},
         {"one enormous line", filled("x", "Error ")},
         {"one enormous trace", filled("    at Object.run (/home/bob/app/index.js:3:7)\n", "TypeError: x\n")},
         {"an enormous Python trace", filled("  File \"/home/bob/app/x.py\", line 3, in f\n",

@@ -52,7 +52,11 @@ Run timed(const std::string& line) {
     rusage usage{};
     int status = 0;
     const double seconds = quorvik::bench::seconds([&] {
+#ifdef __APPLE__ // where vfork() is deprecated
+        const pid_t child = ::fork();
+#else
         const pid_t child = ::vfork();
+#endif
         if (child == 0) {
             for (const auto& [descriptor, file] : command.redirections) {
                 const int opened =

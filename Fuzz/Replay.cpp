@@ -16,7 +16,8 @@ int main(int argc, char** argv) {
             if (!entry.is_regular_file()) continue;
             std::ifstream file(entry.path(), std::ios::binary);
             const std::string input(std::istreambuf_iterator<char>(file), {});
-            std::printf("%s\n", entry.path().c_str());
+            std::fprintf(stderr, "replaying %s\n",
+                         entry.path().c_str()); // at once, should the target end the process
             LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());
             ++count;
         }

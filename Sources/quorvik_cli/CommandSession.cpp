@@ -30,9 +30,8 @@ bool wasStopped(int status) {
     return status == 128 + SIGINT || status == 128 + SIGTERM;
 }
 
-bool publish(const std::string& sessionID, const std::string& cwd, Date now,
+void publish(const std::string& sessionID, const std::string& cwd, Date now,
              const std::function<void(SessionRecord&)>& step) {
-    bool written = true;
     try {
         SessionStore::update(
             Source::build, sessionID, QuorvikPaths::sessionsDirectory(),
@@ -42,10 +41,9 @@ bool publish(const std::string& sessionID, const std::string& cwd, Date now,
             },
             storePatience);
     } catch (const std::exception&) {
-        written = false; // then the island does not show it
+        // Then the island does not show it.
     }
     SessionStore::postChangeNotification();
-    return written;
 }
 
 } // namespace quorvik::CommandSession

@@ -22,9 +22,8 @@ std::string currentFolder();
 bool wasStopped(int status);
 
 /// Applies one step to the session's record, a fresh one (of the time `now`) if there is none, and tells the
-/// app. False when the record could not be written; never throws: nobody's command suffers from a store that
-/// fails.
-bool publish(const std::string& sessionID, const std::string& cwd, Date now,
+/// app. Never throws: nobody's command suffers from a store that fails.
+void publish(const std::string& sessionID, const std::string& cwd, Date now,
              const std::function<void(SessionRecord&)>& step);
 
 } // namespace quorvik::CommandSession

@@ -1,6 +1,7 @@
 #include "quorvik_cli/Diagnostics.h"
 
 #include "QuorvikCore/Platform/FileDescriptor.h"
+#include "QuorvikCore/Text/Unicode.h"
 
 #include <unistd.h>
 
@@ -17,7 +18,7 @@ void print(std::string_view text) {
 } // namespace
 
 void say(std::string_view message) {
-    print("quorvik: " + std::string(message) + "\n");
+    print("quorvik: " + Unicode::repaired(message) + "\n"); // file names are of any bytes
 }
 
 int usage() {

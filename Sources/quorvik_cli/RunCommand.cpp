@@ -51,8 +51,8 @@ struct Run {
     std::optional<double> pidStartTime;
 };
 
-bool publish(const Run& run, const std::function<void(SessionRecord&)>& step) {
-    return CommandSession::publish(run.sessionID, run.cwd, run.startedAt, step);
+void publish(const Run& run, const std::function<void(SessionRecord&)>& step) {
+    CommandSession::publish(run.sessionID, run.cwd, run.startedAt, step);
 }
 
 void publishStart(const Run& run) {
@@ -70,8 +70,8 @@ void publishStart(const Run& run) {
 }
 
 /// What every kind of end has in common.
-bool publishEnd(const Run& run, int exitCode, const std::function<void(SessionRecord&)>& step) {
-    return publish(run, [&](SessionRecord& record) {
+void publishEnd(const Run& run, int exitCode, const std::function<void(SessionRecord&)>& step) {
+    publish(run, [&](SessionRecord& record) {
         record.exitCode = exitCode;
         record.stateSince = record.updatedAt = CommandSession::now();
         record.lastEvent = "exit";
@@ -81,8 +81,8 @@ bool publishEnd(const Run& run, int exitCode, const std::function<void(SessionRe
     });
 }
 
-bool publishExit(const Run& run, int status, const std::optional<std::string>& errorLine) {
-    return publishEnd(run, status, [&](SessionRecord& record) {
+void publishExit(const Run& run, int status, const std::optional<std::string>& errorLine) {
+    publishEnd(run, status, [&](SessionRecord& record) {
         if (status == 0) {
             record.state = SessionState::done;
             record.summary = run.commandLine;
@@ -120,17 +120,11 @@ struct Output {
     FileDescriptor log;
     ErrorScanner scanner;
     std::atomic<int> openStreams{2};
-    std::atomic<bool> isLost{false}; ///< some of the output could not be written, and the user was told
+    std::atomic<int> lostBecause{0}; ///< the first error number that kept output from its target
 };
 
-void tellThatOutputIsLost(int errorNumber, Output& output) {
-    const bool isUnwanted = errorNumber == EPIPE; // the reader has seen enough
-    if (isUnwanted || output.isLost.exchange(true)) return;
-    say("some of the output is lost: " + std::generic_category().message(errorNumber));
-}
-
-/// Copies one stream until it ends. A target that takes no more (its reader is gone, its disk is full) loses
-/// the output but never holds up the command.
+/// Copies one stream until it ends. A target that takes no more loses the output but never holds up the
+/// command.
 void pump(FileDescriptor from, int to, bool isStderr, Output& output) {
     char buffer[16384];
     for (;;) {
@@ -138,7 +132,8 @@ void pump(FileDescriptor from, int to, bool isStderr, Output& output) {
         if (count < 0 && errno == EINTR) continue;
         if (count < 1) return;
         const auto size = static_cast<std::size_t>(count);
-        if (!writeAll(to, buffer, size)) tellThatOutputIsLost(errno, output);
+        const bool isWanted = writeAll(to, buffer, size) || errno == EPIPE; // a reader that has seen enough
+        if (!isWanted && output.lostBecause == 0) output.lostBecause = errno;
         const std::lock_guard lock(output.mutex);
         if (output.log) writeAll(output.log.get(), buffer, size);
         output.scanner.feed(std::string_view(buffer, size), isStderr);
@@ -158,11 +153,17 @@ int run(const std::vector<std::string>& command) {
 
     Pipe standardOutput = Pipe::create(), standardError = Pipe::create();
     if (!standardOutput.readEnd || !standardError.readEnd) return failedToStart(run, errno);
+    standardOutput.enlarge();
+    standardError.enlarge();
     const auto copy = [&](FileDescriptor from, int to, bool isStderr) {
         std::thread([&child, &output, to, isStderr, from = std::move(from)]() mutable {
             pump(std::move(from), to, isStderr, output);
             --output.openStreams;
             child.wake();
+            // Never ends: on macOS a signal that nobody waits for, such as the one of Ctrl-Z, only reaches us
+            // through a thread that does not wait for others.
+            for (;;)
+                ::pause();
         }).detach();
     };
     try {
@@ -185,9 +186,9 @@ int run(const std::vector<std::string>& command) {
         output.scanner.finish();
         errorLine = output.scanner.best();
     }
-    // A disk that our own log filled: how the command ended is worth more than what it printed.
-    if (!publishExit(run, status, errorLine) && output.log && ::ftruncate(output.log.get(), 0) == 0)
-        publishExit(run, status, errorLine);
+    publishExit(run, status, errorLine);
+    if (const int lostBecause = output.lostBecause; lostBecause != 0)
+        say("output was lost: " + std::generic_category().message(lostBecause));
     return status;
 }
 

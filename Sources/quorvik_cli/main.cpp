@@ -23,7 +23,7 @@ int alert(std::span<const std::string> words) {
         const AlertRequest request = AlertValidator::make(words, QuorvikPaths::home().string());
         const AlertOutcome outcome =
             AlertClient::send(request, QuorvikPaths::alertSocket().string(), patience);
-        if (const std::string message = outcome.message(); !message.empty()) say(message);
+        if (outcome.kind != AlertOutcome::Kind::shown) say(outcome.message());
         return outcome.exitCode();
     } catch (const AlertRejection& rejection) {
         say("refused: " + std::string(rejection.what()));

@@ -2,6 +2,7 @@
 
 #include "QuorvikCore/JSON/RecordCoding.h"
 #include "QuorvikCore/Platform/FileDescriptor.h"
+#include "QuorvikCore/Text/Unicode.h"
 
 #include <unistd.h>
 
@@ -34,7 +35,11 @@ void Console::text(std::string_view lines) {
 }
 
 void Console::value(const nlohmann::json& value) {
-    if (json_) print(printJSON(value) + "\n");
+    if (json_) valueText(printJSON(value));
+}
+
+void Console::valueText(std::string_view text) {
+    if (json_) print(std::string(text) + "\n");
 }
 
 void Console::fail(std::string_view message) {
@@ -43,7 +48,7 @@ void Console::fail(std::string_view message) {
 }
 
 void Console::note(std::string_view message) {
-    const std::string text = "quorvik-island: " + std::string(message) + "\n";
+    const std::string text = "quorvik-island: " + Unicode::repaired(message) + "\n";
     writeAll(STDERR_FILENO, text.data(), text.size());
 }
 

@@ -29,6 +29,9 @@ class Console {
     /// The one value of a run that speaks JSON; ignored otherwise.
     void value(const nlohmann::json& value);
 
+    /// The same for a value that is JSON text already.
+    void valueText(std::string_view text);
+
     /// Worth knowing, but no failure: "quorvik-island: <message>" on standard error.
     void note(std::string_view message);
 

@@ -1,18 +1,22 @@
 #include "quorvik_island/ShowCommand.h"
 
+#include "quorvik_island/Age.h"
 #include "quorvik_island/Arguments.h"
 #include "quorvik_island/Console.h"
 #include "quorvik_island/Screen.h"
 #include "quorvik_island/Sessions.h"
 
+#include "QuorvikApp/Control/ControlClient.h"
+#include "QuorvikApp/Model/Memory.h"
+
 #include "QuorvikCore/Agents/ToolWord.h"
 #include "QuorvikCore/Island/Scheduler.h"
+#include "QuorvikCore/Platform/Files.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <filesystem>
 #include <utility>
 
@@ -31,12 +35,13 @@ Prints what the island shows: a line each, the most urgent first.
 not fit there. Then who it is, its state, for how long, the task or tool, and what is happening. A terminal
 that is wide enough also shows where the output of a failed command is. Prints nothing when there is nothing
 to show. Sessions whose process is gone count as ended. What failed is shown until somebody has seen it:
-`quorvik-island clear` forgets it. Files that hold no readable record are named on standard error.
+`quorvik-island acknowledge` says so, `quorvik-island clear` forgets it. Files that hold no readable record
+are named on standard error. Without the app it prints the same, but no alerts.
 
   --json   one object: "primary" (null when there is nothing to show), "bubbles" and "overflow", each item
            with "id", "display", "quiet", "needsAttention", "mark", "label", and "record", the session record;
            and, instead of standard error, the paths of unreadable files, "corrupt" and "unsupported" (of
-           another version)
+           another version). With "requests", "alerts", "revision" and more, as the app publishes them
 
 Examples:
   quorvik-island show
@@ -46,42 +51,8 @@ Examples:
 /// Tools of agents that put a question to the user.
 constexpr std::string_view questionTools[] = {"AskUserQuestion", "ask_user_question"};
 
-/// What the item is about, on one line: its task, else its tool or command, else who it is.
-std::string label(const SessionRecord& record) {
-    for (const auto* text : {&record.title, &record.tool}) {
-        std::string shown = Unicode::terminalLine(text->value_or(""));
-        if (!Unicode::trimmed(shown, Unicode::isWhitespace).empty()) return shown;
-    }
-    return std::string(displayName(record.source));
-}
-
-nlohmann::json itemJSON(const IslandItemView& item) {
-    return {{"id", item.record->key()},
-            {"display", rawValue(item.display)},
-            {"quiet", item.quiet},
-            {"needsAttention", needsAttention(item.display)},
-            {"mark", mark(item.record->source)},
-            {"label", label(*item.record)},
-            {"record", item.record->toJSON()}};
-}
-
-nlohmann::json itemsJSON(const std::vector<IslandItemView>& items) {
-    nlohmann::json list = nlohmann::json::array();
-    for (const IslandItemView& item : items)
-        list.push_back(itemJSON(item));
-    return list;
-}
-
-nlohmann::json layoutJSON(const IslandLayoutView& layout, const Sessions& sessions) {
-    return {{"primary", layout.primary ? itemJSON(*layout.primary) : nlohmann::json()},
-            {"bubbles", itemsJSON(layout.bubbles)},
-            {"overflow", itemsJSON(layout.overflow)},
-            {"corrupt", sessions.corrupt},
-            {"unsupported", sessions.unsupported}};
-}
-
 /// SGR parameters.
-std::string_view style(const IslandItemView& item) {
+std::string_view style(const SnapshotItem& item) {
     switch (item.display) {
     case DisplayState::awaiting: return item.quiet ? "33" : "1;33"; // yellow, bold while it should be seen
     case DisplayState::failed: return "1;31";                       // red
@@ -93,43 +64,26 @@ std::string_view style(const IslandItemView& item) {
     return {};
 }
 
-/// "12 s", "3 min", "5 h", "2 d".
-std::string age(Date since, Date now) {
-    const double seconds = std::max(0.0, (now - since).count()); // the clock may have been set back
-    struct Unit {
-        double length; // seconds
-        std::string_view name;
-    };
-    constexpr Unit units[] = {{86400, " d"}, {3600, " h"}, {60, " min"}, {1, " s"}};
-    for (const auto& [length, name] : units) {
-        if (seconds >= length || length == 1) {
-            const double count = std::min(std::floor(seconds / length), 99999.0);
-            return std::to_string(static_cast<int>(count)) + std::string(name);
-        }
-    }
-    return {};
-}
-
 /// What an agent is doing: its tool in one word, and with what. The tool is left out where the label names
 /// it, and where the summary is a sentence of its own.
 std::string doing(const SessionRecord& record) {
     const std::string summary = record.summary.value_or("");
     if (!isAgent(record.source) || !record.tool || record.lastEvent == "Notification") return summary;
-    if (label(record) == Unicode::terminalLine(*record.tool)) return summary;
+    if (itemLabel(record) == Unicode::terminalLine(*record.tool)) return summary;
     const bool asks = std::ranges::find(questionTools, *record.tool) != std::end(questionTools);
     const std::string word = asks ? "Question" : ToolWord::shortName(*record.tool).value_or("");
     return summary.empty() || word.empty() ? word + summary : word + " " + summary;
 }
 
-using Items = std::vector<std::pair<std::string_view, const IslandItemView*>>; // with the sign of its place
+using Items = std::vector<std::pair<std::string_view, const SnapshotItem*>>; // with the sign of its place
 
 /// Most urgent first.
-Items itemsOf(const IslandLayoutView& layout) {
+Items itemsOf(const Snapshot& layout) {
     Items items;
     if (layout.primary) items.emplace_back("◆", &*layout.primary);
-    for (const IslandItemView& item : layout.bubbles)
+    for (const SnapshotItem& item : layout.bubbles)
         items.emplace_back("•", &item);
-    for (const IslandItemView& item : layout.overflow)
+    for (const SnapshotItem& item : layout.overflow)
         items.emplace_back("", &item);
     return items;
 }
@@ -149,7 +103,7 @@ struct Columns {
         for (const auto& [sign, item] : items) {
             include(widestDisplay, rawValue(item->display));
             include(widestSince, age(item->record->stateSince, now));
-            include(label, quorvik::ShowCommand::label(*item->record));
+            include(label, itemLabel(*item->record));
             include(doings, doing(*item->record));
         }
         if (screen.columns < narrow) gap = 1, display = widestDisplay, since = widestSince;
@@ -161,7 +115,7 @@ struct Columns {
 };
 
 /// Where the whole output of a failed command is, when the terminal has room for it; else empty.
-std::string logLine(const IslandItemView& item, const Screen& screen) {
+std::string logLine(const SnapshotItem& item, const Screen& screen) {
     const auto& log = item.record->logPath;
     std::error_code ignored;
     if (item.display != DisplayState::failed || !log || screen.columns == Screen::unlimited ||
@@ -171,7 +125,7 @@ std::string logLine(const IslandItemView& item, const Screen& screen) {
     return Unicode::columnCount(line) > screen.columns ? "" : line + "\n";
 }
 
-void print(const IslandLayoutView& layout, Date now, Console& console) {
+void print(const Snapshot& layout, Date now, Console& console) {
     const Screen screen = Screen::ofStandardOutput();
     const Items items = itemsOf(layout);
     const Columns columns(items, now, screen);
@@ -186,7 +140,7 @@ void print(const IslandLayoutView& layout, Date now, Console& console) {
         line.skip(columns.gap + columns.since - std::min(since.size(), columns.since));
         line.add(since);
         line.skip(columns.gap);
-        line.add(label(*item->record), columns.label);
+        line.add(itemLabel(*item->record), columns.label);
         line.skip(columns.gap);
         line.add(doing(*item->record));
         lines += line.text() + "\n" + logLine(*item, screen);
@@ -207,6 +161,40 @@ void nameUnreadable(const std::vector<std::string>& paths, std::string_view one,
     console.note(text);
 }
 
+/// What the app shows; absent when none runs, or it does not say.
+std::optional<Snapshot> shownByApp() {
+    constexpr ControlClient::Seconds patience(3);
+    try {
+        ControlClient client = ControlClient::connect("command", ControlClient::Start::never);
+        client.call("sync", nlohmann::json::object(), patience); // what is on disk now
+        return client.snapshot();
+    } catch (const std::exception&) {
+        return std::nullopt;
+    }
+}
+
+/// What it would show of these sessions, which must outlive the result.
+Snapshot shownWithoutApp(const Sessions& sessions, Date now) {
+    constexpr std::size_t most = 1 << 24; // bytes
+    std::vector<std::string> problems;    // `settings` tells them
+    Snapshot snapshot;
+    snapshot.settings =
+        Settings::parse(Files::read(QuorvikPaths::settingsFile(), most).value_or(""), problems);
+    const Memory memory = Memory::parse(Files::read(QuorvikPaths::memoryFile(), most).value_or(""));
+    const IslandLayoutView layout = Scheduler::layout(sessions.current(), now, snapshot.settings.scheduler,
+                                                      memory.acknowledged, memory.pick);
+    const auto item = [](const IslandItemView& view) {
+        const std::shared_ptr<const SessionRecord> unowned(std::shared_ptr<void>(), view.record);
+        return SnapshotItem{unowned, view.display, view.quiet};
+    };
+    if (layout.primary) snapshot.primary = item(*layout.primary);
+    std::ranges::transform(layout.bubbles, std::back_inserter(snapshot.bubbles), item);
+    std::ranges::transform(layout.overflow, std::back_inserter(snapshot.overflow), item);
+    snapshot.corrupt = sessions.corrupt;
+    snapshot.unsupported = sessions.unsupported;
+    return snapshot;
+}
+
 } // namespace
 
 int run(std::span<const std::string> commandLine) {
@@ -216,19 +204,23 @@ int run(std::span<const std::string> commandLine) {
     if (!arguments.words.empty()) throw UsageError("show: unexpected argument " + arguments.words.front());
 
     Console console(arguments.has("--json"));
-    const Sessions sessions = Sessions::load(QuorvikPaths::sessionsDirectory());
-    for (const std::string& failure : sessions.failures)
-        console.fail(failure);
     const Date now = std::chrono::system_clock::now();
-    const IslandLayoutView layout = Scheduler::layout(sessions.current(), now);
+    Sessions sessions;
+    auto snapshot = shownByApp();
+    if (!snapshot) {
+        sessions = Sessions::load(QuorvikPaths::sessionsDirectory());
+        for (const std::string& failure : sessions.failures)
+            console.fail(failure);
+        snapshot = shownWithoutApp(sessions, now);
+    }
     if (console.json()) {
-        console.value(layoutJSON(layout, sessions));
+        console.valueText(SnapshotWriter().text(*snapshot));
         return console.exitStatus();
     }
-    print(layout, now, console);
-    nameUnreadable(sessions.corrupt, " file holds no readable session record",
+    print(*snapshot, now, console);
+    nameUnreadable(snapshot->corrupt, " file holds no readable session record",
                    " files hold no readable session record", console);
-    nameUnreadable(sessions.unsupported, " record is of another version of Quorvik",
+    nameUnreadable(snapshot->unsupported, " record is of another version of Quorvik",
                    " records are of another version of Quorvik", console);
     return console.exitStatus();
 }

@@ -52,7 +52,7 @@ screen readers).
   clear        forget what is over
 
   serve        the app itself: what everything reports to
-  status       how the app is; also: stop, restart, sync
+  status       how it is; also: stop, restart, sync
   settings     your choices
   hooks        connect coding agents with Quorvik, or disconnect them
   shell        let zsh report long commands
@@ -84,8 +84,8 @@ constexpr Command commands[] = {
     {"pick", PickCommand::run},
     {"requests", RequestsCommand::run},
     {"restart", RestartCommand::run},
-    {"settings", SettingsCommand::run},
     {"serve", ServeCommand::run},
+    {"settings", SettingsCommand::run},
     {"shell", ShellIntegrationCommand::run},
     {"show", ShowCommand::run},
     {"status", StatusCommand::run},

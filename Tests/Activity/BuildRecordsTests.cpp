@@ -1,4 +1,5 @@
 #include "Tests/Support/TemporaryHome.h"
+#include "Tests/Support/Text.h"
 
 #include "QuorvikCore/Activity/BuildLogs.h"
 #include "QuorvikCore/Activity/XcodeLogs.h"
@@ -7,6 +8,8 @@
 #include <plist/plist.h>
 
 namespace quorvik {
+
+using testing::repeated;
 
 class BuildLogsTests : public testing::TemporaryHome {};
 
@@ -25,9 +28,11 @@ TEST_F(BuildLogsTests, PrunesOldAndSurplusLogs) {
               (std::vector<std::string>{"middle.log", "new.log", "other.txt"}));
     log("week.log", std::chrono::hours(24 * 7 + 1));
     log("almost.log", std::chrono::hours(24 * 7 - 1));
-    BuildLogs::prune(7, 50);
-    EXPECT_EQ(testing::namesIn(support / "logs"),
-              (std::vector<std::string>{"almost.log", "middle.log", "new.log", "other.txt"}));
+    for (const int days : {7, std::numeric_limits<int>::max()}) {
+        BuildLogs::prune(days, 50);
+        EXPECT_EQ(testing::namesIn(support / "logs"),
+                  (std::vector<std::string>{"almost.log", "middle.log", "new.log", "other.txt"}));
+    }
     EXPECT_EQ(BuildLogs::logURL("run-1"), support / "logs/run-1.log");
 }
 
@@ -72,10 +77,11 @@ namespace {
 
 /// A property list as Xcode writes it, with `value` as its only value.
 std::string xmlList(const std::string& value) {
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST "
-           "1.0//EN\" "
-           "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n<plist version=\"1.0\">\n" +
-           value + "\n</plist>\n";
+    return R"(<?xml version="1.0" encoding="UTF-8"?>
+<!DOCTYPE plist PUBLIC "-//Apple//DTD PLIST 1.0//EN" "http://www.apple.com/DTDs/PropertyList-1.0.dtd">
+<plist version="1.0">
+)" + value +
+           "\n</plist>\n";
 }
 
 std::string binaryForm(const std::string& xml) {
@@ -117,45 +123,22 @@ std::string arrayOf(std::initializer_list<std::size_t> references) {
 }
 
 std::string longArrayOf(std::size_t reference, std::size_t count) {
-    std::string object = "\xAF\x12" + bigEndian(count, 4);
-    while (count-- > 0)
-        object += bigEndian(reference, 3);
-    return object;
-}
-
-std::string repeated(const std::string& piece, std::size_t count) {
-    std::string text;
-    while (count-- > 0)
-        text += piece;
-    return text;
+    return "\xAF\x12" + bigEndian(count, 4) + repeated(bigEndian(reference, 3), count);
 }
 
 } // namespace
 
-class XcodeManifestTests : public testing::TemporaryHome {};
-
-TEST_F(XcodeManifestTests, ReadsWhatXcodeWrites) {
-    const std::string log =
-        "<key>domainType</key><string>IDETestLog</string><key>uniqueIdentifier</key><string>ü&amp;1</string>"
-        "<key>timeStartedRecording</key><real>782000000.25</real><key>timeStoppedRecording</"
-        "key><integer>782000010</integer>"
-        "<key>schemeIdentifier-schemeName</key><string>App</string><key>primaryObservable</key><dict>"
-        "<key>totalNumberOfErrors</key><integer>2</integer><key>totalNumberOfWarnings</key><integer>-1</"
-        "integer></dict>"
-        "<key>when</key><date>2026-01-02T03:04:05Z</date><key>raw</key><data>AAECAw==</data><key>on</"
-        "key><true/>"
-        "<key>list</key><array><string></string></array>";
-    const std::string xml = xmlList("<!-- by hand --><dict><key>logs</key><dict><key>a</key><dict>" + log +
-                                    "</dict></dict></dict>");
-    const XcodeActivity expected{"ü&1",
-                                 XcodeActivity::Kind::test,
-                                 "App",
-                                 dateFromSeconds(978307200 + 782000000.25),
-                                 dateFromSeconds(978307200 + 782000010),
-                                 "S",
-                                 2,
-                                 -1,
-                                 0};
+TEST_F(BuildLogsTests, ReadsWhatXcodeWrites) {
+    const std::string xml = xmlList(R"(<!-- by hand --><dict><key>logs</key><dict><key>a</key><dict>
+        <key>domainType</key><string>IDETestLog</string><key>uniqueIdentifier</key><string>ü&amp;1</string>
+        <key>timeStartedRecording</key><real>782000000.25</real><key>timeStoppedRecording</key><integer>782000010</integer>
+        <key>schemeIdentifier-schemeName</key><string>App</string><key>primaryObservable</key><dict>
+        <key>totalNumberOfErrors</key><integer>2</integer><key>totalNumberOfWarnings</key><integer>-1</integer></dict>
+        <key>when</key><date>2026-01-02T03:04:05Z</date><key>raw</key><data>AAECAw==</data><key>on</key><true/>
+        <key>list</key><array><string></string></array></dict></dict></dict>)");
+    const Date start = dateFromSeconds(978307200 + 782000000.25),
+               end = dateFromSeconds(978307200 + 782000010);
+    const XcodeActivity expected{"ü&1", XcodeActivity::Kind::test, "App", start, end, "S", 2, -1, 0};
     const std::filesystem::path project = home / "App-abcdefghijklmnopqrstuvwxyzab";
     EXPECT_TRUE(XcodeManifest::activities(project).empty());
     for (const std::string& bytes : {xml, binaryForm(xml)}) {
@@ -168,7 +151,7 @@ TEST_F(XcodeManifestTests, ReadsWhatXcodeWrites) {
     EXPECT_EQ(XcodeManifest::activities(project).size(), 1);
 }
 
-TEST_F(XcodeManifestTests, HostileListsAreRefused) {
+TEST_F(BuildLogsTests, HostileListsAreRefused) {
     const auto nested = [](std::size_t depth) {
         return repeated("<array>", depth) + repeated("</array>", depth);
     };
@@ -186,11 +169,7 @@ TEST_F(XcodeManifestTests, HostileListsAreRefused) {
     const std::string megabyte =
         std::string("\x5F\x12") + bigEndian(1'000'000, 4) + std::string(1'000'000, 'x');
 
-    struct Case {
-        const char* what;
-        std::string bytes;
-    };
-    for (const auto& [what, bytes] : std::initializer_list<Case>{
+    for (const auto& [what, bytes] : std::initializer_list<std::pair<const char*, std::string>>{
              {"deep", xmlList(nested(100'000))},
              {"deeper than it looks: a comment",
               xmlList(nested(150) + "<!-- " + repeated("</array>", 150) + " -->" + nested(201))},

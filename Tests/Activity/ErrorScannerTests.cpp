@@ -47,6 +47,9 @@ TEST(ErrorScanner, KeepsTheMostTellingLine) {
              {{{"a\r"}, {"\n\nb"}}, "b"},
              {{{"er\x1B[1mr\x1B[0mor\nlast\n"}}, "error"}, // coloured within the word
              {{{"er\bror\nlast\n"}}, "error"},
+             {{{"suite\nFAIL\r\n 3 tests\nbye\n"}}, "FAIL 3 tests"},
+             {{{"\x1B[2mone\x1B[0m\ntwo\n3 fail x\n\t fail\x1B[0m \x1B[1mx\nbye\n"}}, "fail x"},
+             {{{"\x1B[2m\xE2\x9C\x1B[m\x96\nlast\n"}}, "last"},          // bytes that make no ✖ together
              {{{"error\rfine\nlast\n"}}, "last"},                        // overwritten on the screen
              {{{letters(200) + " error\nlast\n"}}, "last"},              // beyond what is kept of a line
              {{{"caf\xC3"}, {"\xA9 error\n"}}, "caf\uFFFD\uFFFD error"}, // each chunk is decoded by itself
@@ -58,7 +61,7 @@ TEST(ErrorScanner, FindsAnErrorAmongManyLines) {
     // At every place relative to the 64-byte blocks in which lines are passed over.
     for (const std::string word : {"ERROR", "Failed", "fAtal", "Assertion", "✖", "✗", "fail x"}) {
         for (std::size_t offset = 0; offset < 130; ++offset) {
-            std::string lines;
+            std::string lines = offset % 2 == 0 ? "" : "\x1B[2mfrom here on coloured\n";
             for (int i = 0; i < 20; ++i)
                 lines += "class farm narrow fa ss rr ✓\n";
             lines += letters(offset) + "\n" + word + "\n";

@@ -68,9 +68,7 @@ GitSnapshot readSnapshot(std::istream& lines) {
 class GitEventTests : public testing::TemporaryHome {};
 
 TEST_F(GitEventTests, NamesWhatRealGitDid) {
-    struct Case {
-        std::string preparations, steps, event, inProgress;
-    };
+    using Case = std::array<std::string, 4>;
     const std::string topic = "git checkout -qb topic; commit three; git checkout -q main; ";
     const std::string diverged = topic + "commit four; ", conflict = topic + "commit three 3; ";
     const std::string linked = "git worktree add -q ../linked -b linked; cd ../linked; ";

@@ -1,3 +1,5 @@
+#include "Tests/Support/Text.h"
+
 #include "QuorvikCore/Activity/ServiceSpec.h"
 
 #include <gtest/gtest.h>
@@ -12,34 +14,15 @@ TEST(ServiceSpec, IsReadAndWritten) {
              {" \u2028+65535\n", ":65535", "65535", "port-65535"},
              {"My API :1", "My API ", "My API :1", "port-1"},
              {"Docker:my-db", "my-db", "docker:my-db", "docker-my-db"},
-             {"compose:\u00A0 a_1.B ", "a_1.B", "compose:a_1.B", "compose-a_1.B"},
+             {"compose:  a_1.B ", "a_1.B", "compose:a_1.B", "compose-a_1.B"},
              {"docker:u\u0308\u0663", "u\u0308\u0663", "docker:u\u0308\u0663", "docker-u\u0308\u0663"}}) {
         const auto spec = ServiceSpec::parse(typed).value();
         EXPECT_EQ(std::tie(spec.label, text, id), std::make_tuple(label, spec.text(), spec.id())) << typed;
         EXPECT_EQ(ServiceSpec::parse(text), spec) << text;
     }
-    constexpr std::string_view notServices[] = {"",
-                                                " \n",
-                                                "0",
-                                                "70000",
-                                                "-1",
-                                                "3000x",
-                                                "web",
-                                                ":3000",
-                                                "web:",
-                                                ":",
-                                                "web:0",
-                                                "web: 3000",
-                                                "a:b:3000",
-                                                "web::3000",
-                                                "docker:",
-                                                "docker: ",
-                                                "compose:my app",
-                                                "docker:a:b",
-                                                "docker:½",
-                                                "docker:\xFF",
-                                                "docker :x"};
-    for (const std::string_view refused : notServices)
+    for (const std::string& refused : testing::split(
+             "| \n|0|70000|-1|3000x|web|:3000|web:|:|web:0|web: 3000|a:b:3000|web::3000|docker:|docker: |"
+             "compose:my app|compose:\tapp|compose:\u00A0app|docker:a:b|docker:½|docker:\xFF|docker :x"))
         EXPECT_FALSE(ServiceSpec::parse(refused)) << refused;
 }
 
@@ -54,12 +37,14 @@ TEST(ServiceSpec, ReadsContainerListings) {
         "odd\trunning\tUp\t\tweb\tmore\n"
         "odd\tdead\tis exited (0)\todd\tdb\n";
     const std::optional<std::string> shop = "shop", none;
-    std::vector<ServiceSpec::DockerState> states = {{"shop-web-1", shop, true},
-                                                    {"shop-api-1", shop, true, true}};
-    states.push_back({"shop-init-1", shop, false, false, 0});
-    states.push_back({"shop-job-1", shop, false, false, 137});
-    states.insert(states.end(),
-                  {{"short"}, {"bare", none, true}, {"odd", none, true}, {"odd", "odd", false, false, 0}});
+    const std::vector<ServiceSpec::DockerState> states = {{"shop-web-1", shop, true},
+                                                          {"shop-api-1", shop, true, true},
+                                                          {"shop-init-1", shop, false, false, 0},
+                                                          {"shop-job-1", shop, false, false, 137},
+                                                          {"short"},
+                                                          {"bare", none, true},
+                                                          {"odd", none, true},
+                                                          {"odd", "odd", false, false, 0}};
     EXPECT_EQ(ServiceSpec::dockerStates(listing), states);
     const auto health = ServiceSpec::dockerHealth(listing);
     EXPECT_TRUE(health.at("shop-web-1") && health.at("bare") && !health.at("shop-api-1") &&

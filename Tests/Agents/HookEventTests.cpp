@@ -40,17 +40,14 @@ TEST(HookEventTests, KeysOfEitherKind) {
     EXPECT_EQ(
         snake,
         (HookEvent{"Notification", "s", "/w", "T", {{"a", "1.50"}}, "n", "m", "e", "l", "p", "o", "[1]"}));
+    EXPECT_EQ(eventWith("\"prompt\":\"odd \\udc00 é\\u0000\\u001b\xff\"").prompt,
+              std::string("odd \uFFFD é\0\x1b\uFFFD", 15));
     // Wrong types count as missing, and the other key then has its turn.
     const auto wrong = HookEvent::fromJSON(R"({"hook_event_name":[],"hookEventName":"Stop","session_id":null,
         "sessionId":"s","cwd":1,"tool_name":{},"tool_input":[],"notification_type":true,"message":[],
         "error":{"message":"m"},"last_assistant_message":null,"submitted_prompt":0,"prompt":{},"source":1,
         "permission_suggestions":{}})");
     EXPECT_EQ(wrong, (HookEvent{.name = "Stop", .sessionID = "s"}));
-}
-
-TEST(HookEventTests, TextsAreRepaired) {
-    const auto event = eventWith("\"prompt\":\"odd \\udc00 é\\u0000\\u001b\xff\"");
-    EXPECT_EQ(event.prompt, std::string("odd \uFFFD é\0\x1b\uFFFD", 15));
 }
 
 TEST(HookEventTests, ToolArgumentsAndTheirSummary) {
@@ -68,13 +65,10 @@ TEST(HookEventTests, ToolArgumentsAndTheirSummary) {
         EXPECT_EQ(eventWith(members).toolSummary().value_or("-"), summary) << members;
 }
 
-TEST(HookEventTests, PermissionSuggestionsTravelAsText) {
+TEST(HookEventTests, WhatTheUserIsAsked) {
     EXPECT_EQ(eventWith(R"("permission_suggestions":[ ])").permissionSuggestions, std::nullopt);
     EXPECT_EQ(eventWith(R"("permissionSuggestions":[ 1.50,"\udc00" ])").permissionSuggestions,
               R"([ 1.50,"\ufffd" ])");
-}
-
-TEST(HookEventTests, WhatTheUserIsAsked) {
     enum Asked { nothing, permission, questions };
     const std::string lists[] = {R"([{"question":"Q?","options":[{"label":"A"}],"n":1.50} ])",
                                  R"([{"question":"Q?","options":[]}])"}; // good and bad

@@ -1,12 +1,14 @@
 #include "Tests/Support/FakeApp.h"
 #include "Tests/Support/Program.h"
 #include "Tests/Support/TemporaryHome.h"
+#include "Tests/Support/Text.h"
 
 #include "QuorvikCore/Alerts/AlertClient.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -15,6 +17,7 @@ namespace quorvik {
 
 using namespace testing;
 using namespace std::chrono_literals;
+using namespace std::string_literals;
 using Kind = AlertOutcome::Kind;
 
 class AlertClientTests : public TemporaryHome {
@@ -28,34 +31,26 @@ class AlertClientTests : public TemporaryHome {
 };
 
 TEST_F(AlertClientTests, TurnsEveryAnswerIntoItsOutcome) {
-    struct Case {
-        AlertOutcome outcome;
-        int exitCode;
-        std::string message;
-        std::vector<std::string> answers;
-    };
-    const std::string unexpected = "unexpected answer",
-                      off = "External alerts are switched off in Quorvik's settings";
-    for (const auto& [expected, exitCode, message, answers] : std::initializer_list<Case>{
-             {{Kind::shown, ""}, 0, "", {"{\"status\":\"ok\"}\nignored"}},
-             {{Kind::disabled, ""}, 2, off, {"{\"status\":\"disabled\",\"message\":null}\n"}},
-             {{Kind::rejected, "too loud"},
-              3,
-              "refused: too loud",
-              {"{\"status\":\"rejected\",\"message\":\"too loud\"}\n"}},
-             {{Kind::rejected, ""}, 3, "refused: ", {"{\"status\":\"rejected\"}\n"}},
-             {{Kind::failed, "unexpected reply"}, 4, "unexpected reply", {"{\"status\":\"OK\"}\n"}},
-             {{Kind::failed, "later"}, 4, "later", {"{\"status\":\"busy\",\"message\":\"later\"}\n"}},
-             {{Kind::failed, unexpected},
+    const std::string off = "External alerts are switched off in Quorvik's settings";
+    for (const auto& [expected, exitCode, message, answers] :
+         std::initializer_list<std::tuple<AlertOutcome, int, std::string, std::string>>{
+             {{Kind::shown, ""}, 0, "", R"({"status":"ok"}+ignored)"},
+             {{Kind::disabled, ""}, 2, off, R"({"status":"disabled","message":null}+)"},
+             {{Kind::rejected, "loud"}, 3, "refused: loud", R"({"status":"rejected","message":"loud"}+)"},
+             {{Kind::rejected, ""}, 3, "refused: ", R"({"status":"rejected"}+)"},
+             {{Kind::failed, "unexpected reply"}, 4, "unexpected reply", R"({"status":"OK"}+)"},
+             {{Kind::failed, "later"}, 4, "later", R"({"status":"busy","message":"later"}+)"},
+             {{Kind::failed, "unexpected answer"},
               4,
-              unexpected,
-              {"{\"status\":1}\n", "{\"status\":\"ok\",\"message\":1}\n", "hello\n", "\n",
-               std::string(5000, 'x')}},
-             {{Kind::notRunning, ""}, 1, "Quorvik is not running", {"", "{\"status\":\"ok\"}"}}, // breaks off
+              "unexpected answer",
+              R"({"status":1}+|{"status":"ok","message":1}+|hello+|+|)" + std::string(5000, 'x') +
+                  R"(|{"status":"ok"})" + '\0' + "x+"},
+             {{Kind::notRunning, ""}, 1, "Quorvik is not running", R"(|{"status":"ok"})"}, // breaks off
          }) {
         EXPECT_EQ(expected.exitCode(), exitCode);
         EXPECT_EQ(expected.message(), message);
-        for (const std::string& answer : answers) {
+        for (std::string answer : split(answers)) {
+            std::ranges::replace(answer, '+', '\n');
             const FakeApp app(socket, FakeApp::says(answer));
             EXPECT_EQ(send(), expected) << answer;
         }
@@ -113,10 +108,10 @@ TEST_F(AlertClientTests, AnotherUsersListenerIsNotTheApp) {
         if (!line.empty()) spokenTo = true;
         FakeApp::says("{\"status\":\"ok\"}\n")(line, connection);
     });
-    for (const auto& folder : {home, support, std::filesystem::path(socket)})
-        ::chmod(folder.c_str(), 0777);
+    for (const auto& file : {support, std::filesystem::path(socket)})
+        ::chmod(file.c_str(), 0777);
     const auto asNobody = [] { ASSERT_EQ(::setuid(65534), 0); };
-    EXPECT_EQ(Program::run({programPath("quorvik"), "alert", "--title", "x"}, "", asNobody),
+    EXPECT_EQ(Program::run({programForAnyone("quorvik"), "alert", "--title", "x"}, "", asNobody),
               (Program::Result{1, "", "quorvik: Quorvik is not running\n"}));
     EXPECT_FALSE(spokenTo);
 }

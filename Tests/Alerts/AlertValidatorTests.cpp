@@ -1,3 +1,5 @@
+#include "Tests/Support/Text.h"
+
 #include "QuorvikCore/Alerts/AlertValidator.h"
 
 #include <gtest/gtest.h>
@@ -5,6 +7,8 @@
 namespace quorvik::AlertValidator {
 
 namespace {
+
+using testing::repeated, testing::split;
 
 constexpr std::string_view home = "/Users/u";
 
@@ -16,13 +20,6 @@ std::string outcome(Make make) {
     } catch (const AlertRejection& rejection) {
         return rejection.what();
     }
-}
-
-std::string repeated(std::string_view piece, std::size_t count) {
-    std::string text;
-    while (count-- > 0)
-        text += piece;
-    return text;
 }
 
 const std::string titleRequired = "title is required (1 to 16 characters)";
@@ -86,10 +83,9 @@ TEST(AlertValidator, ChecksInAFixedOrder) {
 }
 
 TEST(AlertValidator, RefusesOddNumbersAndNames) {
-    for (const std::string ttl :
-         {"", " ", "86401", "-1", "+-1", "++1", "1.0", "1e2", "0x10", "99999999999999999999", "1\n", "٣"})
+    for (const std::string& ttl : split("| |86401|-1|+-1|++1|1.0|1e2|0x10|99999999999999999999|1\n|٣"))
         EXPECT_EQ(outcome([&] { return make(RawFields{.title = "x", .ttl = ttl}, home); }), ttlRange) << ttl;
-    for (const std::string& id : {std::string(), std::string(" a"), std::string("é"), repeated("a", 65)})
+    for (const std::string& id : split("| a|é|" + repeated("a", 65)))
         EXPECT_EQ(outcome([&] { return make(RawFields{.title = "x", .id = id}, home); }), idAlphabet) << id;
     EXPECT_EQ(make(RawFields{.title = "x", .id = repeated("a", 64)}, home).id, repeated("a", 64));
 }
@@ -109,15 +105,14 @@ TEST(AlertValidator, OpensLocalPathsOnly) {
          })
         EXPECT_EQ(openPath(raw, home), opened);
     // No scheme begins with a digit ("1x:"), and "%C3" is not UTF-8.
-    for (const auto& [why, paths] : std::initializer_list<std::pair<std::string, std::vector<std::string>>>{
-             {"is not a local file URL", {"file://server/tmp/x", "file:///tmp/%zz", "file:///tmp/%C3"}},
-             {"must be a local path, not a URL", {"file:/tmp/x", "https://example.com", "C:/x", "x+y.z-1:"}},
-             {"must be an absolute path",
-              {"file:///tmp/%00", "file://", "1x:/tmp", "", "tmp/x", "~/x", longest + "x"}},
-             {"must not contain ..", {"file:///tmp/%2e%2e/x", "/tmp/../etc", "/.."}},
-             {"must be under your home folder or /tmp", {"/tmpx", "/", "/Users/user"}},
+    for (const auto& [why, paths] : std::initializer_list<std::pair<std::string, std::string>>{
+             {"is not a local file URL", "file://server/tmp/x|file:///tmp/%zz|file:///tmp/%C3"},
+             {"must be a local path, not a URL", "file:/tmp/x|https://example.com|C:/x|x+y.z-1:"},
+             {"must be an absolute path", "file:///tmp/%00|file://|1x:/tmp||tmp/x|~/x|" + longest + "x"},
+             {"must not contain ..", "file:///tmp/%2e%2e/x|/tmp/../etc|/.."},
+             {"must be under your home folder or /tmp", "/tmpx|/|/Users/user"},
          })
-        for (const std::string& raw : paths)
+        for (const std::string& raw : split(paths))
             EXPECT_EQ(outcome([&] { return make(RawFields{.title = "x", .open = raw}, home); }),
                       "open " + why)
                 << raw;
@@ -138,10 +133,11 @@ TEST(AlertValidator, Links) {
              {"quorvik://alert?title=x&open", "open must be an absolute path"},
          })
         EXPECT_EQ(outcome([&] { return make(std::string_view(link), home); }), expected) << link;
-    for (const std::string_view link :
-         {"quorvik://alert", "quorvik:alert?title=x", "quorvik://other?title=x", "https://alert?title=x",
-          "//alert?title=x", "quorvik://alert?title=%4", "quorvik://alert?title=%FF", ""})
-        EXPECT_EQ(outcome([&] { return make(link, home); }), "not a quorvik://alert link") << link;
+    for (const std::string& link : split("quorvik://alert|quorvik:alert?title=x|quorvik://"
+                                         "other?title=x|https://alert?title=x|//alert?title=x|"
+                                         "quorvik://alert?title=%4|quorvik://alert?title=%FF|"))
+        EXPECT_EQ(outcome([&] { return make(std::string_view(link), home); }), "not a quorvik://alert link")
+            << link;
 }
 
 } // namespace quorvik::AlertValidator

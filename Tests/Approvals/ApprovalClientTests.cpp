@@ -41,7 +41,9 @@ TEST_F(ApprovalClientTests, ReadsTheFirstLineOfTheAnswer) {
         EXPECT_EQ(ask(), response) << answer.substr(0, 80);
     }
     for (const std::string& answer :
-         {std::string("{\"decision\":\"Allow\"}\n"), std::string("{\"decision\":\"deny\",\"message\":1}\n"),
+         {std::string("{\"decision\":\"Allow\"}\n"),
+          "{\"decision\":\"allow\"}" + std::string(1, '\0') + "x\n",
+          std::string("{\"decision\":\"deny\",\"message\":1}\n"),
           std::string("{\"decision\":\"allow\",\"answers\":[1]}\n"), std::string("hello\n"), std::string(),
           std::string("{\"decision\":\"allow\"}"), std::string(70'000, ' ') + allow}) {
         const FakeApp app(socket, FakeApp::says(answer));

@@ -118,7 +118,7 @@ TEST(ApprovalWireTests, AnInputThatIsTooLongIsCutAndMarked) {
 }
 
 TEST(ApprovalWireTests, GrokHearsTheAnswerAsARefusal) {
-    const ApprovalRequest request = questionOf(Source::grok, std::nullopt);
+    ApprovalRequest request = questionOf(Source::grok, std::nullopt);
     const Answers answers = {"Blue", "Yes"};
     EXPECT_EQ(
         output(request, {Decision::allow, std::nullopt, answers}),
@@ -130,6 +130,9 @@ TEST(ApprovalWireTests, GrokHearsTheAnswerAsARefusal) {
         EXPECT_EQ(output(request, {decision, std::nullopt, answers}), nothing);
     EXPECT_EQ(output(request, {Decision::allow}), nothing);
     EXPECT_EQ(output(request, {Decision::allow, std::nullopt, Answers{"one"}}), nothing);
+    request.questions.emplace();
+    EXPECT_TRUE(
+        output(request, {Decision::allow, std::nullopt, Answers()}).ends_with(R"(their answer.\n"}})"));
 }
 
 } // namespace quorvik

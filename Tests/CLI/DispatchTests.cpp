@@ -31,10 +31,12 @@ TEST_F(DispatchTests, SaysHowItIsUsed) {
 TEST_F(DispatchTests, PassesItsWordsOn) {
     EXPECT_EQ(quorvik({"run", "echo", "--", "-x"}).output, "-- -x\n");
     EXPECT_EQ(quorvik({"run", "--", "--", "ls"}).errors, "quorvik: --: No such file or directory\n");
+    EXPECT_EQ(quorvik({"run", "\xFF"}).errors, "quorvik: \uFFFD: No such file or directory\n");
 }
 
 TEST_F(DispatchTests, AlertsEndWithTheirOutcome) {
     EXPECT_EQ(quorvik({"alert"}).errors, "quorvik: refused: title is required (1 to 16 characters)\n");
+    EXPECT_EQ(quorvik({"alert", "\xFF"}).errors, "quorvik: refused: unexpected argument \uFFFD\n");
     write("support/alert.sock", "left by an app that is gone");
     const auto absent = quorvik({"alert", "--title", "x"});
     std::filesystem::remove(support / "alert.sock");
@@ -44,6 +46,10 @@ TEST_F(DispatchTests, AlertsEndWithTheirOutcome) {
                           FakeApp::says("{\"status\":\"rejected\",\"message\":\"no\"}\n"));
         const auto rejected = quorvik({"alert", "--title", "x"});
         EXPECT_EQ(rejected, (Program::Result{3, "", "quorvik: refused: no\n"}));
+    }
+    {
+        const FakeApp app(support / "alert.sock", FakeApp::says("{\"status\":\"busy\",\"message\":\"\"}\n"));
+        EXPECT_EQ(quorvik({"alert", "--title", "x"}), (Program::Result{4, "", "quorvik: \n"}));
     }
     const FakeApp app(support / "alert.sock", FakeApp::isSilent());
     const auto start = std::chrono::steady_clock::now();

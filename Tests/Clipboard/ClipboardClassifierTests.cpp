@@ -1,3 +1,5 @@
+#include "Tests/Support/Text.h"
+
 #include "QuorvikCore/Clipboard/ClipboardClassifier.h"
 #include "QuorvikCore/Clipboard/ColorLiteral.h"
 #include "QuorvikCore/Clipboard/SecretScanner.h"
@@ -5,20 +7,12 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 namespace quorvik {
 
 using ClipboardClassifier::classify;
+using testing::repeated, testing::split;
 
 namespace {
-
-std::string repeated(std::string_view piece, std::size_t bytes) {
-    std::string text;
-    while (text.size() + piece.size() <= bytes)
-        text += piece;
-    return text;
-}
 
 /// "secret", "trace TypeError", "json 3", "color" or nothing.
 std::string kind(std::string_view text) {
@@ -45,7 +39,7 @@ const std::string nodeFrame = "    at Object.run (/home/bob/app/index.js:3:7)\n"
 TEST(ClipboardClassifier, SecretsComeFirst) {
     const std::string token = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJ0123";
     const std::string python =
-        "Traceback (most recent call last):\n" + repeated(pythonFrame, 200) + "ValueError: x\n";
+        "Traceback (most recent call last):\n" + repeated(pythonFrame, 3) + "ValueError: x\n";
     for (const auto& [text, expected] : std::initializer_list<std::pair<std::string, std::string>>{
              {"", ""},
              {" \n\t\u00A0", ""},
@@ -60,29 +54,28 @@ TEST(ClipboardClassifier, SecretsComeFirst) {
              {"#abc", "color"},
              {std::string(ClipboardClassifier::maxBytes - 7, ' ') + "#abcdef", "color"},
              {std::string(ClipboardClassifier::maxBytes - 6, ' ') + "#abcdef", ""},
-             {"ghp_" + token + std::string(ClipboardClassifier::maxBytes / 2, '\xFF'),
-              ""}}) // longer, repaired
+             {token + std::string(ClipboardClassifier::maxBytes / 2, '\xFF'), ""}}) // longer when repaired
         EXPECT_EQ(kind(text), expected) << text.substr(0, 200);
 }
 
 TEST(ClipboardClassifier, KnowsCardsAndTokensOfNoKnownMake) {
     // Cards: with blanks and hyphens, another script's digits, 13, 19 digits, 23 characters. Tokens: no hash,
     // no UUID, no dotted name, 24 and 512 characters.
-    std::istringstream secrets(
+    const auto secrets = split(
         R"(4111 1111 1111 1111|4111-1111-1111-1111|4111111111111111|٤١١١١١١١١١١١١١١١|4222222222222|
 6304000000000000000|4111  1111  1111  1111 |4111   1111   1111 1111|0123456789abcdef0123456789abcdef0123456g|
 123e4567-e89b-12d3-a456-42661417400z|com.example2.app.widget.more.2name|example2name0.only0twoparts0|abcdefghijklmnopqrstuvw1)");
     // A wrong sum, dots, 12 and 20 digits, 24 characters; hashes, a UUID, a dotted name, no digit, no letter,
     // 23 characters, paths, addresses, white space, other letters.
-    std::istringstream others(R"(4111 1111 1111 1112|4111.1111.1111.1111|422222222222|00000000000000000000|
+    const auto others = split(R"(4111 1111 1111 1112|4111.1111.1111.1111|422222222222|00000000000000000000|
 4111   1111   1111  1111|0123456789abcdef0123456789abcdef01234567|com.example2.app.widget.more.name|
 0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef|123e4567-e89b-12d3-a456-426614174000|
 abcdefghijklmnopqrstuvwx|0123456789012345678901234+|abcdefghijklmnopqrstuv1|/usr/lib/x86/some0thing0long|
 ./lib/x86/some0thing0longer|https0://example.org/a/path/of/some/length|HTTP0example0org0a0path0of0some0length|
 a1 cdefghijklmnopqrstuvwxyz|a1écdefghijklmnopqrstuvwxyz)");
-    for (std::string text; std::getline(secrets, text, '|');)
+    for (const std::string& text : secrets)
         EXPECT_EQ(kind(text), "secret") << text;
-    for (std::string text; std::getline(others, text, '|');)
+    for (const std::string& text : others)
         EXPECT_EQ(kind(text), "") << text;
     EXPECT_EQ(kind("a1" + std::string(510, 'b')), "secret");
     EXPECT_EQ(kind("a1" + std::string(511, 'b')), "");
@@ -90,10 +83,9 @@ a1 cdefghijklmnopqrstuvwxyz|a1écdefghijklmnopqrstuvwxyz)");
 
 TEST(ClipboardClassifier, TidiesPythonTraces) {
     const std::string header = "Traceback (most recent call last):\n";
-    const auto frames = [](std::size_t count) { return repeated(pythonFrame, count * pythonFrame.size()); };
+    const auto frames = [](std::size_t count) { return repeated(pythonFrame, count); };
     const auto kept = [](std::size_t count) {
-        const std::string frame = "  File \"~/src/app.py\", line 1, in run\n    work()\n";
-        return repeated(frame, count * frame.size());
+        return repeated("  File \"~/src/app.py\", line 1, in run\n    work()\n", count);
     };
     for (const auto& [text, expected] : std::initializer_list<std::pair<std::string, std::string>>{
              {"some log\n" + header + frames(8) + "\nmod.BadError: no\nmore",
@@ -114,13 +106,11 @@ TEST(ClipboardClassifier, TidiesPythonTraces) {
 }
 
 TEST(ClipboardClassifier, TidiesTracesOfTheOtherKind) {
-    const auto frames = [](std::size_t count) { return repeated(nodeFrame, count * nodeFrame.size()); };
     const std::string kept = "    at Object.run (~/app/index.js:3:7)\n",
                       message = "Uncaught app.TypeError: x is no function";
     for (const auto& [text, expected] : std::initializer_list<std::pair<std::string, std::string>>{
-             {"\n" + message + "\r\n\r\n" + frames(7) + "end", "app.TypeError, 2: " + message + "\n" +
-                                                                   repeated(kept, 5 * kept.size()) +
-                                                                   "    ... (2 more frames left out)"},
+             {"\n" + message + "\r\n\r\n" + repeated(nodeFrame, 7) + "end",
+              "app.TypeError, 2: " + message + "\n" + repeated(kept, 5) + "    ... (2 more frames left out)"},
              {"Error: boom\r\n\tat a (C:\\Users\\bob\\x.js:1)\r\n\tat b\r\nbye",
               "Error, 0: Error: boom\n\tat a (~\\x.js:1)\n\tat b"},
              {"File \"a\", line 1\nFile \"b\", line 2\nIOError",
@@ -160,33 +150,24 @@ TEST(StackTrace, WritesHomeFoldersAsTildes) {
 }
 
 TEST(ClipboardClassifier, FormatsJSON) {
-    const auto array =
-        ClipboardClassifier::formatJSON("[1,2.50,\"three\",{\"b\":[],\"a\":null},[true,false]]");
-    ASSERT_TRUE(array);
-    const JSONAction expected = {true, 5,
-                                 "[\n  1,\n  2.50,\n  \"three\",\n  {\n    \"b\": [],\n    \"a\": null\n  "
-                                 "},\n  [\n    true,\n    false\n  ]\n]",
-                                 0};
-    EXPECT_EQ(*array, expected);
-    EXPECT_TRUE(ClipboardClassifier::formatJSON("[" + repeated("1,", 38) + "1]")); // 41 characters
+    const JSONAction expected = {
+        true, 4, "[\n  1,\n  2.50,\n  {\n    \"b\": [],\n    \"a\": null\n  },\n  \"four\"\n]", 0};
+    EXPECT_EQ(ClipboardClassifier::formatJSON("[1,2.50,{\"b\":[],\"a\":null},   \"four\"     ]   "),
+              expected);
+    EXPECT_TRUE(ClipboardClassifier::formatJSON("[" + repeated("1,", 19) + "1]")); // 41 characters
     for (const std::string& none :
-         {std::string("{}"), "[" + repeated("1,", 36) + "11]", "\"" + std::string(50, 'x') + "\"",
+         {std::string("{}"), "[" + repeated("1,", 18) + "11]", "\"" + std::string(50, 'x') + "\"",
           "[" + std::string(50, ' ') + ",]", std::string(50, '[')})
         EXPECT_FALSE(ClipboardClassifier::formatJSON(none)) << none;
 
-    struct Case {
-        std::string value; // of the one member of an array
-        std::size_t formatted;
-        std::int64_t dropped;
-    };
-    // Around the value stand `[\n  "` and `"\n]`: 8 bytes.
+    // Around the one member's value stand `[\n  "` and `"\n]`: 8 bytes. The last two end in half a character.
     for (const auto& [value, formatted, dropped] :
-         std::initializer_list<Case>{{std::string(8192 - 8, 'x'), 8192, 0},
-                                     {std::string(8193 - 8, 'x'), 8192, 1},
-                                     {std::string(9000 - 8, 'x'), 8192, 808},
-                                     {std::string(8192 - 6, 'x') + "é" + std::string(100, 'y'), 8191 + 3,
-                                      102}, // half a character at the end
-                                     {std::string(8192 - 6, 'x') + "é", 8191 + 3, 2}}) {
+         std::initializer_list<std::tuple<std::string, std::size_t, std::int64_t>>{
+             {std::string(8192 - 8, 'x'), 8192, 0},
+             {std::string(8193 - 8, 'x'), 8192, 1},
+             {std::string(9000 - 8, 'x'), 8192, 808},
+             {std::string(8192 - 6, 'x') + "é" + std::string(100, 'y'), 8191 + 3, 102},
+             {std::string(8192 - 6, 'x') + "é", 8191 + 3, 2}}) {
         const auto json = ClipboardClassifier::formatJSON("[\"" + value + "\"]");
         ASSERT_TRUE(json);
         EXPECT_EQ(json->formatted.size(), formatted) << value.size();
@@ -201,11 +182,7 @@ TEST(ClipboardClassifier, FormatsJSON) {
 }
 
 TEST(ClipboardClassifier, ReadsColours) {
-    struct Case {
-        std::string text;
-        std::array<double, 4> rgba;
-    };
-    for (const auto& [text, rgba] : std::initializer_list<Case>{
+    for (const auto& [text, rgba] : std::initializer_list<std::pair<std::string, std::array<double, 4>>>{
              {"#abc", {170 / 255.0, 187 / 255.0, 204 / 255.0, 1}},
              {"#ABC8", {170 / 255.0, 187 / 255.0, 204 / 255.0, 136 / 255.0}},
              {"#ff0080", {1, 0, 128 / 255.0, 1}},
@@ -223,16 +200,14 @@ TEST(ClipboardClassifier, ReadsColours) {
         const auto color = ColorLiteral::parseColor(text);
         ASSERT_TRUE(color) << text;
         EXPECT_EQ(color->original, text);
-        EXPECT_NEAR(color->red, rgba[0], 1e-12) << text;
-        EXPECT_NEAR(color->green, rgba[1], 1e-12) << text;
-        EXPECT_NEAR(color->blue, rgba[2], 1e-12) << text;
-        EXPECT_NEAR(color->alpha, rgba[3], 1e-12) << text;
+        const std::array<double, 4> found = {color->red, color->green, color->blue, color->alpha};
+        for (std::size_t part = 0; part < 4; ++part)
+            EXPECT_NEAR(found[part], rgba[part], 1e-12) << text << part;
     }
-    for (const std::string_view none :
-         {"#12345",      "#12",          "#ggg",          "#",           "#-1-1-1",     "#-0-0-0",
-          "rgb(1,2)",    "rgb(1 2 3 4)", "rgb(1,,2,3)",   "rgb(1,2,3",   "rgb(1,2,3)x", "rgb (1,2,3)",
-          "rgbb(1,2,3)", "hsl(1.,2,3)",  "rgb(1e2,2,3)",  "rgb(+1,2,3)", "rgb(1/2/3)",  "rgb(1,2,3/)",
-          "hwb(1,2,3)",  "rgb(--1,2,3)", "rgb(1 deg,2,3)"})
+    for (const std::string& none : split("#12345|#12|#ggg|#|#-1-1-1|#-0-0-0|rgb(1,2)|rgb(1 2 3 "
+                                         "4)|rgb(1,,2,3)|rgb(1,2,3|rgb(1,2,3)x|rgb (1,2,3)|"
+                                         "rgbb(1,2,3)|hsl(1.,2,3)|rgb(1e2,2,3)|rgb(+1,2,3)|rgb(1/2/"
+                                         "3)|rgb(1,2,3/)|hwb(1,2,3)|rgb(--1,2,3)|rgb(1 deg,2,3)"))
         EXPECT_FALSE(ColorLiteral::parseColor(none)) << none;
 }
 

@@ -1,4 +1,5 @@
 #include "Tests/Support/SecretReference.h"
+#include "Tests/Support/Text.h"
 
 #include <gtest/gtest.h>
 
@@ -7,20 +8,7 @@
 namespace quorvik {
 
 using SecretScanner::containsSecret;
-using testing::engineFindsSecret;
-
-namespace {
-
-std::vector<std::string> split(std::string_view text) {
-    std::vector<std::string> pieces;
-    for (std::size_t bar = 0; bar != text.npos; text.remove_prefix(bar == text.npos ? 0 : bar + 1)) {
-        bar = text.find('|');
-        pieces.emplace_back(text.substr(0, bar));
-    }
-    return pieces;
-}
-
-} // namespace
+using testing::engineFindsSecret, testing::split;
 
 TEST(SecretScanner, EachPatternBeginsWhereTheEngineSaysSo) {
     const auto starts =

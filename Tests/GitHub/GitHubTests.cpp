@@ -25,12 +25,10 @@ TEST(GitHub, DecodesWhatItsDocumentationShows) {
     const auto note = GitHubNotification::fromJSON(example("notification"));
     EXPECT_EQ(note.updated(), dateFromSeconds(1415397705));
     EXPECT_EQ(note.htmlURL(), "https://github.com/octokit/octokit.rb/issues/123");
-    EXPECT_EQ(note, (GitHubNotification{
-                        "1",
-                        "subscribed",
-                        "2014-11-07T22:01:45Z",
-                        {"Greetings", "Issue", "https://api.github.com/repos/octokit/octokit.rb/issues/123"},
-                        {"octocat/Hello-World"}}));
+    const std::string issue = "https://api.github.com/repos/octokit/octokit.rb/issues/123";
+    const GitHubNotification expected{
+        "1", "subscribed", "2014-11-07T22:01:45Z", {"Greetings", "Issue", issue}, {"octocat/Hello-World"}};
+    EXPECT_EQ(note, expected);
     EXPECT_EQ(PullRequestInfo::fromJSON(example("pull-request")), (PullRequestInfo{"OPEN", "APPROVED"}));
     const auto deployment = GitHubDeployment::fromJSON(example("deployment"));
     EXPECT_EQ(deployment.created(), dateFromSeconds(1342747153));
@@ -95,11 +93,8 @@ TEST(PullRequestClassifier, PicksWhatIsWorthShowing) {
 
 TEST(DeploymentClassifier, TellsWhatADeploymentHasComeTo) {
     using enum DeploymentState;
-    struct Case {
-        std::string state;
-        std::optional<std::string> environment, log, site, target;
-        std::optional<DeploymentEvent> event;
-    };
+    using Text = std::optional<std::string>;
+    using Case = std::tuple<std::string, Text, Text, Text, Text, std::optional<DeploymentEvent>>;
     const std::nullopt_t none = std::nullopt;
     for (const auto& [state, environment, log, site, target, event] : std::initializer_list<Case>{
              {"in_progress", none, "log", "site", "target", {{deploying, "staging", none, "log"}}},

@@ -23,8 +23,9 @@ using testing::Program;
 class ShowCommandTests : public testing::TemporaryHome {
   protected:
     static Program::Result show(std::vector<std::string> words = {},
-                                const std::function<void()>& prepare = {}) {
-        words.insert(words.begin(), {testing::programPath("quorvik-island"), "show"});
+                                const std::function<void()>& prepare = {},
+                                const std::string& program = "quorvik-island") {
+        words.insert(words.begin(), {testing::programPath(program), "show"});
         return Program::run(words, "", prepare);
     }
     static nlohmann::json layout() {
@@ -168,6 +169,7 @@ TEST_F(ShowCommandTests, FilesThatCannotBeReadAreNamed) {
     }
 }
 
+#ifdef __linux__ // other systems have no /dev/full
 TEST_F(ShowCommandTests, SaysWhenItCannotBeWritten) {
     put(working("a"));
     const std::string island = testing::programPath("quorvik-island");
@@ -178,6 +180,16 @@ TEST_F(ShowCommandTests, SaysWhenItCannotBeWritten) {
             << what;
     }
 }
+#endif
+
+#ifdef __linux__
+TEST_F(ShowCommandTests, LooksTwiceBeforeItCallsAFileUnreadable) {
+    put(working("a"));
+    const auto result = show({}, {}, "quorvik-island-files-seen-empty");
+    EXPECT_NE(result.output.find("working"), std::string::npos) << result;
+    EXPECT_EQ(result.errors, "");
+}
+#endif
 
 TEST_F(ShowCommandTests, NamesWhatItIsAbout) {
     struct Case {

@@ -55,6 +55,7 @@ TEST_F(ProcessInspectorTests, WalksUpFromShellsToWhoStartedThem) {
     EXPECT_FALSE(agentProcess(0x7FFFFFFF));
 }
 
+#ifdef __linux__ // macOS names a process after what the link points to
 TEST_F(ProcessInspectorTests, NamesAndArgumentsMayHoldAnything) {
     std::filesystem::create_symlink("/bin/sh", home / "a) R 1 (b");
     const std::vector<std::string> words{(home / "a) R 1 (b").string(), "-c", "read x", "", "ü\n"};
@@ -64,6 +65,7 @@ TEST_F(ProcessInspectorTests, NamesAndArgumentsMayHoldAnything) {
     EXPECT_EQ(info(program.pid())->parentPID, ::getpid());
     EXPECT_TRUE(arguments(0x7FFFFFFF).empty());
 }
+#endif
 
 TEST_F(ProcessInspectorTests, TellsALiveProcessFromAReusedNumber) {
     Program program({"sleep", "30"});

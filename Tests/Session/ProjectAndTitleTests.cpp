@@ -6,19 +6,17 @@
 
 namespace quorvik {
 
-class ProjectRootTests : public testing::TemporaryHome {};
+class ProjectAndTitleTests : public testing::TemporaryHome {};
 
-TEST_F(ProjectRootTests, FindsTheNearestProjectBelowHome) {
+TEST_F(ProjectAndTitleTests, FindsTheNearestProjectBelowHome) {
     write("app/package.json", "");
     write("app/lib/go.mod", "");
     write("package.json", ""); // at home itself: does not count
     write("deep/.git", "gitdir: elsewhere");
-    struct Case {
-        std::string cwd;
-        std::optional<std::string> project, repository;
-    };
+    using Found = std::optional<std::string>;
     const std::string user = home.string();
-    for (const auto& [cwd, project, repository] : std::initializer_list<Case>{
+    for (const auto& [cwd, project, repository] :
+         std::initializer_list<std::tuple<std::string, Found, Found>>{
              {"app", user + "/app", std::nullopt},
              {"app/src/./x/../y/", user + "/app", std::nullopt},
              {"app/lib/internal", user + "/app/lib", std::nullopt},
@@ -33,12 +31,11 @@ TEST_F(ProjectRootTests, FindsTheNearestProjectBelowHome) {
         EXPECT_EQ(ProjectRoot::gitRoot(user + "/" + cwd, user), repository) << cwd;
     }
     EXPECT_EQ(ProjectRoot::find(user + "/app", user + "/ap"), std::nullopt);
-    EXPECT_EQ(ProjectRoot::gitRoot(user + "/deep", "/elsewhere"),
-              user + "/deep"); // repositories may lie anywhere
+    EXPECT_EQ(ProjectRoot::gitRoot(user + "/deep", "/elsewhere"), user + "/deep"); // they may lie anywhere
     EXPECT_EQ(ProjectRoot::gitRoot("/", "/elsewhere"), std::nullopt);
 }
 
-TEST_F(ProjectRootTests, DetectsAgentsByTheirFolders) {
+TEST_F(ProjectAndTitleTests, DetectsAgentsByTheirFolders) {
     for (const char* folder : {".kimi", ".claude", ".config/devin"})
         std::filesystem::create_directories(home / folder);
     write(".codex", "a file, not a folder");
@@ -46,9 +43,7 @@ TEST_F(ProjectRootTests, DetectsAgentsByTheirFolders) {
     EXPECT_FALSE(AgentDetection::configDirectory(Source::git, home));
 }
 
-class TaskTitleTests : public testing::TemporaryHome {};
-
-TEST_F(TaskTitleTests, TakesTheFirstTellingLine) {
+TEST_F(ProjectAndTitleTests, TakesATitleFromTheFirstTellingLine) {
     for (const auto& [prompt, title] : std::initializer_list<std::pair<std::string_view, std::string_view>>{
              {"# Fix the login bug", "Fix the login bug"},
              {"\r\n \u3000\n  Fix \t  it now\nsecond line", "Fix it now"},
@@ -65,6 +60,15 @@ TEST_F(TaskTitleTests, TakesTheFirstTellingLine) {
     for (const std::string_view prompt : {"/clear", "/clear\tnow", "ok", " Thanks! ", "«Try Again…»",
                                           "继续吧。", "重", "hi", "+++ ½", "###", " \n "})
         EXPECT_EQ(TaskTitle::make(prompt, std::nullopt, std::nullopt), std::nullopt) << prompt;
+    // Long prompts, of which no more is read than it takes.
+    const std::string marks(70'000, '!'), words(70'000, 'x'), lines(70'000, '\n');
+    EXPECT_EQ(TaskTitle::make("ok" + marks, std::nullopt, std::nullopt), std::nullopt);
+    EXPECT_EQ(TaskTitle::make("ok" + marks + "a", std::nullopt, std::nullopt),
+              "ok" + marks.substr(0, 77) + "…");
+    EXPECT_EQ(TaskTitle::make(lines + "/" + words, std::nullopt, std::nullopt), std::nullopt);
+    EXPECT_EQ(TaskTitle::make("/x" + words + " y", std::nullopt, std::nullopt),
+              "/x" + words.substr(0, 77) + "…");
+    EXPECT_EQ(TaskTitle::make(lines + "Fix A=" + words + "\n", std::nullopt, std::nullopt), "Fix A=***");
     const std::optional<std::string> none;
     EXPECT_EQ(TaskTitle::make(std::nullopt, std::nullopt, std::nullopt), none);
     EXPECT_EQ(TaskTitle::make("Fix it", "slash_command_expansion", std::nullopt), none);

@@ -81,12 +81,9 @@ TEST_F(SessionStoreTests, TellsBadFilesApart) {
     increment();
     const std::string good = contentOf(file);
     const auto padded = [&](std::size_t size) { return good + std::string(size - good.size(), ' '); };
-    struct Case {
-        const char* name;
-        std::string content;
-        std::size_t kind; // of the result's variant
-    };
-    for (const auto& [name, content, kind] : std::initializer_list<Case>{
+    // The kind is that of the result's variant.
+    for (const auto& [name, content, kind] :
+         std::initializer_list<std::tuple<const char*, std::string, std::size_t>>{
              {"largest.json", padded(maxFileSize), 0},
              {"larger.json", padded(maxFileSize + 1), 2},
              {"newer.json", R"({"schemaVersion":2})", 1},

@@ -1,27 +1,19 @@
+#include "Tests/Support/Text.h"
+
 #include "QuorvikCore/Shell/ShellCommandFilter.h"
 
 #include <gtest/gtest.h>
 
-#include <sstream>
-#include <string>
-
 namespace quorvik::ShellCommandFilter {
 
-namespace {
+using testing::split;
 
-/// Commands between bars.
-std::vector<std::string> commands(const std::string& list) {
-    std::vector<std::string> result;
-    std::istringstream stream(list);
-    for (std::string command; std::getline(stream, command, '|');)
-        result.push_back(command);
-    return result;
-}
+namespace {
 
 /// Each of the forms (between bars), with each of the names in place of "%".
 void expectEach(std::string_view names, const std::string& forms, bool failed, bool tracked) {
     for (const std::string_view name : words(names)) {
-        for (std::string command : commands(forms)) {
+        for (std::string command : split(forms)) {
             for (auto at = command.find('%'); at != command.npos; at = command.find('%'))
                 command.replace(at, 1, name);
             EXPECT_EQ(isTracked(command, failed), tracked) << command;
@@ -33,10 +25,7 @@ void expectEach(std::string_view names, const std::string& forms, bool failed, b
 
 /// One or two names of every set: that the others are in it can be read in the source.
 TEST(ShellCommandFilterTests, EverySet) {
-    struct Case {
-        std::string names, untracked, tracked;
-    };
-    for (const auto& [names, untracked, tracked] : std::initializer_list<Case>{
+    for (const auto& [names, untracked, tracked] : std::initializer_list<std::array<std::string, 3>>{
              {"sudo builtin", "%|% -x|% vim|/usr/bin/% -n % --x A=1 vim f",
               "% make|% -E make test|% -u a vim"},
              {"vim ssh k9s claude say", "%|% file|/opt/x/% -x file|A=1 %", "x%|%.sh|cat %|./%x/make"},
@@ -62,11 +51,7 @@ TEST(ShellCommandFilterTests, EverySet) {
 }
 
 TEST(ShellCommandFilterTests, IsTracked) {
-    struct Case {
-        bool tracked, trackedAsFailure;
-        std::string list;
-    };
-    for (const auto& [tracked, failure, list] : std::initializer_list<Case>{
+    for (const auto& [tracked, failure, list] : std::initializer_list<std::tuple<bool, bool, std::string>>{
              {false, false, "| \t\n\u3000|A=1 B=2|sudo -E|make\u00A0dev|make\ndev|vim/|vim git push"},
              {false, false, "docker logs -f x|docker compose logs|docker compose up"},
              {false, false, "docker compose -f x up web|docker compose up -d logs"},
@@ -81,7 +66,7 @@ TEST(ShellCommandFilterTests, IsTracked) {
              {true, false, "git|git --version|git status|git git"},
              {false, true, "git push"},
          }) {
-        for (const std::string& command : commands(list)) {
+        for (const std::string& command : split(list)) {
             EXPECT_EQ(isTracked(command), tracked) << command;
             EXPECT_EQ(isTracked(command, false), tracked) << command;
             EXPECT_EQ(isTracked(command, true), failure) << command;
@@ -90,9 +75,9 @@ TEST(ShellCommandFilterTests, IsTracked) {
 }
 
 TEST(ShellCommandFilterTests, IsAssignment) {
-    for (const std::string& word : commands("A=|a=b|FOO_1=bar|1=x|_=_|é=1|e\u0301=1|a=b=c|數٣=1"))
+    for (const std::string& word : split("A=|a=b|FOO_1=bar|1=x|_=_|é=1|e\u0301=1|a=b=c|數٣=1"))
         EXPECT_TRUE(isAssignment(word)) << word;
-    for (const std::string& word : commands("|=|=a|a|a-b=c|a.b=c|a[1]=c|./a=b|$a=b|a =b|½=1|\xFF=1"))
+    for (const std::string& word : split("|=|=a|a|a-b=c|a.b=c|a[1]=c|./a=b|$a=b|a =b|½=1|\xFF=1"))
         EXPECT_FALSE(isAssignment(word)) << word;
 }
 
@@ -115,7 +100,7 @@ TEST(ShellCommandFilterTests, DeployProvider) {
              {"",
               "fly status|railway logs|npm run deployment|npm run run deploy|npm test deploy|make deploy"},
          })
-        for (const std::string& command : commands(list))
+        for (const std::string& command : split(list))
             EXPECT_EQ(deployProvider(command).value_or(""), provider) << command;
 }
 

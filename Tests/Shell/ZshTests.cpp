@@ -1,6 +1,7 @@
 #include "Tests/Support/Program.h"
 #include "Tests/Support/TemporaryHome.h"
 #include "Tests/Support/Terminal.h"
+#include "Tests/Support/Text.h"
 
 #include "QuorvikCore/Install/ShellIntegration.h"
 #include "QuorvikCore/Text/Redactor.h"
@@ -12,7 +13,6 @@
 #include <algorithm>
 #include <chrono>
 #include <memory>
-#include <sstream>
 
 namespace quorvik {
 
@@ -83,10 +83,8 @@ printf 'ended\0' >>"$CALLS"
 
     /// "start make": the event and the command line of each call, in order, and "ended" for each that has.
     std::vector<std::string> noted() const {
-        std::vector<std::string> result;
-        std::istringstream text(std::filesystem::exists(log) ? contentOf(log) : "");
-        for (std::string call; std::getline(text, call, '\0');)
-            result.push_back(call);
+        auto result = split(std::filesystem::exists(log) ? contentOf(log) : "", '\0');
+        result.pop_back(); // what follows the last NUL
         return result;
     }
     std::vector<std::string> calls() const {

@@ -1,6 +1,7 @@
 #include "Tests/Support/FakeApp.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -24,7 +25,7 @@ FakeApp::FakeApp(const std::filesystem::path& socketPath, Answer answer)
 }
 
 FakeApp::~FakeApp() {
-    ::shutdown(listener_, SHUT_RDWR);
+    over_ = true;
     thread_.join();
     ::close(listener_);
     ::unlink(path_.c_str());
@@ -44,9 +45,11 @@ FakeApp::Answer FakeApp::isSilent() {
 }
 
 void FakeApp::serve() {
-    for (;;) {
+    while (!over_) {
+        // Looking now and then: on macOS nothing but a connection wakes who waits in accept().
+        pollfd readable{listener_, POLLIN, 0};
+        if (::poll(&readable, 1, 10) <= 0) continue;
         const int connection = ::accept(listener_, nullptr, nullptr);
-        if (connection < 0) return;
         std::string line;
         for (char c; ::read(connection, &c, 1) == 1 && c != '\n';)
             line += c;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -30,6 +31,7 @@ class FakeApp {
     std::filesystem::path path_;
     Answer answer_;
     int listener_ = -1;
+    std::atomic<bool> over_ = false;
     std::thread thread_;
 };
 

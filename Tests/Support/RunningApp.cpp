@@ -1,5 +1,9 @@
 #include "Tests/Support/RunningApp.h"
 
+#include "QuorvikCore/Approvals/ApprovalClient.h"
+#include "QuorvikCore/Session/QuorvikPaths.h"
+
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 
@@ -67,6 +71,28 @@ std::string AppTest::waitingRequest() {
 Program::Result AppTest::island(std::vector<std::string> words) {
     words.insert(words.begin(), programPath("quorvik-island"));
     return Program::run(words);
+}
+
+nlohmann::json AppTest::json(const std::vector<std::string>& words) {
+    const auto result = island(words);
+    return parseJSON(result.output).value_or("not JSON: " + result.output + result.errors);
+}
+
+Program::Result AppTest::failed(int status, const std::string& why) {
+    return {status, "", "quorvik-island: " + why + "\n"};
+}
+
+AppTest::Answer AppTest::ask(const ApprovalRequest& request) {
+    auto answer = std::async(std::launch::async, [request] {
+        constexpr std::chrono::seconds patience(60);
+        return ApprovalClient::ask(request, patience, QuorvikPaths::approvalSocket().string());
+    });
+    eventually([&] {
+        return std::ranges::any_of(json({"requests", "--json"}), [&](const nlohmann::json& waiting) {
+            return waiting["id"] == request.id;
+        });
+    });
+    return answer;
 }
 
 } // namespace quorvik::testing

@@ -5,6 +5,7 @@
 
 #include "QuorvikApp/Control/ControlClient.h"
 
+#include <future>
 #include <list>
 #include <memory>
 #include <optional>
@@ -38,8 +39,14 @@ class AppTest : public TemporaryHome {
     /// The id of the only request that waits, as soon as there is one.
     std::string waitingRequest();
 
-    /// One run of quorvik-island.
+    /// One run of quorvik-island; what it prints, as JSON; and the result of one that fails.
     static Program::Result island(std::vector<std::string> words);
+    static nlohmann::json json(const std::vector<std::string>& words);
+    static Program::Result failed(int status, const std::string& why);
+
+    /// Asks as a hook does, and returns once the request waits.
+    using Answer = std::future<std::optional<ApprovalResponse>>;
+    static Answer ask(const ApprovalRequest& request);
 
     Program agent{{"sleep", "1000"}}; ///< stands for the agents' process
     std::list<Program> hooks;

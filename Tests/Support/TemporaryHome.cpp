@@ -1,5 +1,7 @@
 #include "Tests/Support/TemporaryHome.h"
 
+#include "Tests/Support/Program.h"
+
 #include "QuorvikCore/Session/SessionStore.h"
 
 #include <sys/stat.h>
@@ -52,6 +54,12 @@ std::filesystem::path TemporaryHome::writeProgram(const std::filesystem::path& r
     const auto file = write(relative, content);
     ::chmod(file.c_str(), 0755);
     return file;
+}
+
+std::string TemporaryHome::programForAnyone(const std::string& name) const {
+    ::chmod(home.c_str(), 0777);
+    std::filesystem::copy_file(programPath(name), home / name);
+    return home / name;
 }
 
 std::optional<SessionRecord> recordIn(const std::filesystem::path& file) {

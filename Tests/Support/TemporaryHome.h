@@ -29,6 +29,10 @@ class TemporaryHome : public ::testing::Test {
     std::filesystem::path writeProgram(const std::filesystem::path& relative,
                                        std::string_view content = "#!/bin/sh\n") const;
 
+    /// A copy of one of our programs that any user can run, wherever the build is; opens the home folder for
+    /// others.
+    std::string programForAnyone(const std::string& name) const;
+
     const std::filesystem::path home;
     const std::filesystem::path support; ///< QUORVIK_HOME
     const std::filesystem::path sessions;

@@ -53,8 +53,7 @@ inline Snapshot exampleSnapshot() {
         record.title = ":5173";
         record.summary = "vite, ~/work/app";
     })};
-    const auto first =
-        requestOf("r1", "s1", "Bash", R"({"command":"git push --force origin main"})");
+    const auto first = requestOf("r1", "s1", "Bash", R"({"command":"git push --force origin main"})");
     first->grants = {"allow Bash commands that match git push:* in this project"};
     const auto second = requestOf("r2", "s1", "Edit",
                                   R"({"file_path":"a.cpp","old_string":"one\ntwo","new_string":"one\n2"})");

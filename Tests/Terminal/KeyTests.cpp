@@ -15,7 +15,8 @@ class KeyTests : public testing::AppTest {
         std::string input;
         for (const JSON& line : lines)
             input += printJSON(line) + "\n";
-        const auto result = testing::Program::run({testing::programPath("quorvik-island"), "--json-ui"}, input);
+        const auto result =
+            testing::Program::run({testing::programPath("quorvik-island"), "--json-ui"}, input);
         EXPECT_EQ(result.status, 0) << result.errors;
         std::vector<JSON> states;
         std::istringstream output(result.output);
@@ -83,21 +84,22 @@ TEST_F(KeyTests, NothingIsAnsweredByAKeyMeantForSomethingElse) {
     snapshot.requests.erase(snapshot.requests.begin());
     const JSON second = stateOf(snapshot);
     const auto states = drive({
-        {{"time", 1000}, {"snapshot", both}, {"keys", {"a"}}},        // before it was drawn
-        {{"time", 1000.3}, {"keys", {"a", "A", "t", "d"}}},           // too soon
-        {{"time", 1000.4}, {"snapshot", second}, {"keys", {"a"}}},    // another card stands there now
-        {{"time", 1000.7}, {"keys", {"a"}}},                          // for less than a third of a second
-        {{"time", 1000.8}, {"keys", {"A"}}},                          // nothing to keep
-        {{"time", 1001}, {"keys", {"d", "n", "o"}}},                  // still typing
-        {{"time", 1002}, {"snapshot", both}, {"keys", {"Enter"}}},    // that one is still meant
-        {{"time", 1003}, {"resize", {3, 20}}, {"keys", {"j"}}},       // no room for the card
+        {{"time", 1000}, {"snapshot", both}, {"keys", {"a"}}},     // before it was drawn
+        {{"time", 1000.3}, {"keys", {"a", "A", "t", "d"}}},        // too soon
+        {{"time", 1000.4}, {"snapshot", second}, {"keys", {"a"}}}, // another card stands there now
+        {{"time", 1000.7}, {"keys", {"a"}}},                       // for less than a third of a second
+        {{"time", 1000.8}, {"keys", {"A"}}},                       // nothing to keep
+        {{"time", 1001}, {"keys", {"d", "n", "o"}}},               // still typing
+        {{"time", 1002}, {"snapshot", both}, {"keys", {"Enter"}}}, // that one is still meant
+        {{"time", 1003}, {"resize", {3, 20}}, {"keys", {"j"}}},    // no room for the card
         {{"time", 1005}, {"keys", {"a"}}},
     });
     for (std::size_t index = 0; index < states.size(); ++index)
         EXPECT_EQ(states[index]["effects"].size(), index == 6 ? 1 : 0) << index << states[index];
     EXPECT_EQ(states[5]["mode"], "reason");
-    EXPECT_EQ(states[6]["effects"][0],
-              (JSON{{"kind", "answer"}, {"id", "r2"}, {"response", {{"decision", "deny"}, {"message", "no"}}}}));
+    EXPECT_EQ(
+        states[6]["effects"][0],
+        (JSON{{"kind", "answer"}, {"id", "r2"}, {"response", {{"decision", "deny"}, {"message", "no"}}}}));
 }
 
 TEST_F(KeyTests, QuestionsAreAnsweredOneAfterTheOther) {

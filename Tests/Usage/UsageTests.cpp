@@ -27,12 +27,9 @@ std::string told(const std::vector<UsageEvent>& events) {
 } // namespace
 
 TEST(Usage, TellsEachStageOnceOnTheWayUpAndTheEndOfAnExhaustion) {
-    struct Reading {
-        double percent;
-        std::string told;
-    };
-    for (const std::vector<Reading>& readings :
-         {std::vector<Reading>{{96, ""}, {97, ""}, {99.95, "100"}, {100, ""}, {50, "reset"}, {0, ""}},
+    using Readings = std::vector<std::pair<double, std::string>>;
+    for (const Readings& readings :
+         {Readings{{96, ""}, {97, ""}, {99.95, "100"}, {100, ""}, {50, "reset"}, {0, ""}},
           {{100, "100"}, {96, "reset"}, {79.9, ""}, {80, "80"}},
           {{10, ""}, {79.99, ""}, {80, "80"}, {94.99, ""}, {95, "95"}, {99.89, ""}, {99.9, "100"}},
           {{95, ""}, {50, ""}, {81, "80"}},
@@ -64,14 +61,10 @@ TEST(Usage, KeepsWindowsApart) {
 
 TEST(Usage, WindowsAreNamedByTheirLength) {
     using Name = UsageWindow::Kind::Name;
-    for (const auto& [minutes, name] : std::initializer_list<std::pair<int, Name>>{{300, Name::fiveHours},
-                                                                                   {1440, Name::day},
-                                                                                   {10080, Name::week},
-                                                                                   {40319, Name::other},
-                                                                                   {40320, Name::month},
-                                                                                   {44640, Name::month},
-                                                                                   {44641, Name::other},
-                                                                                   {120, Name::other}}) {
+    const std::map<int, Name> names = {{120, Name::other},   {300, Name::fiveHours}, {1440, Name::day},
+                                       {10080, Name::week},  {40319, Name::other},   {40320, Name::month},
+                                       {44640, Name::month}, {44641, Name::other}};
+    for (const auto& [minutes, name] : names) {
         UsageWindow usage = window(0);
         usage.minutes = minutes;
         const UsageWindow::Kind expected{name, name == Name::other ? minutes : 0};
@@ -82,16 +75,12 @@ TEST(Usage, WindowsAreNamedByTheirLength) {
 TEST(Usage, WindowsComeBackFromJSON) {
     const auto json =
         parseJSON(R"({"id":"w","agent":"codex","minutes":10080,"usedPercent":12.5,"resetsAt":5})");
-    ASSERT_TRUE(json);
     const UsageWindow expected = {"w", Source::codex, 10080, 12.5, dateFromSeconds(5)};
     EXPECT_EQ(UsageWindow::fromJSON(*json), expected);
     EXPECT_EQ(expected.toJSON(), *json);
-    for (const auto& [key, value] :
-         std::initializer_list<std::pair<const char*, nlohmann::json>>{{"agent", "nobody"},
-                                                                       {"minutes", 1.5},
-                                                                       {"usedPercent", "12"},
-                                                                       {"resetsAt", nullptr},
-                                                                       {"id", 7}}) {
+    const auto wrong =
+        *parseJSON(R"({"id":7,"agent":"nobody","minutes":1.5,"usedPercent":"12","resetsAt":null})");
+    for (const auto& [key, value] : wrong.items()) {
         auto broken = *json;
         broken[key] = value;
         EXPECT_THROW(UsageWindow::fromJSON(broken), RecordError) << key;

@@ -40,7 +40,7 @@ set(CMAKE_INSTALL_NAME_TOOL "/bin/false" CACHE FILEPATH "Unused")
 # passed on as flags that contradict them.
 set(CMAKE_OSX_SYSROOT "" CACHE STRING "Zig has its own")
 set(CMAKE_OSX_ARCHITECTURES "" CACHE STRING "Part of the target")
-set(CMAKE_OSX_DEPLOYMENT_TARGET "" CACHE STRING "Part of the target")
+set(CMAKE_OSX_DEPLOYMENT_TARGET "" CACHE STRING "Part of the target" FORCE)
 
 # The host's headers and libraries have the same names as the target's: never look at them, only run the host's programs.
 set(CMAKE_FIND_ROOT_PATH "${QUORVIK_DARWIN_CACHE}/prefix")

@@ -2,8 +2,9 @@
 
 #include "QuorvikApp/Control/ControlClient.h"
 
+#include "QuorvikCore/Install/Autostart.h"
 #include "QuorvikCore/Platform/Environment.h"
-#include "QuorvikCore/Platform/Files.h"
+#include "QuorvikCore/Platform/RunProgram.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 #include "QuorvikCore/Text/Unicode.h"
 
@@ -116,6 +117,11 @@ bool isForbidden() {
 }
 
 void start(std::chrono::duration<double> limit) {
+    const auto manager = Platform::serviceManager();
+    constexpr std::size_t mostOutput = 1 << 16; // bytes
+    if (Autostart::isInstalledHere(manager) &&
+        Platform::programOutput(Autostart::startCommand(manager), mostOutput))
+        return; // it is about to listen
     const std::filesystem::path program = Platform::runningProgram();
     if (program.empty()) fail("the system does not tell where this program is");
     Pipe readiness = Pipe::create();

@@ -10,7 +10,8 @@ namespace quorvik::AppStarter {
 /// Whether QUORVIK_NO_START=1 forbids it: for tests and sandboxes.
 bool isForbidden();
 
-/// Runs this program as `serve` in a session of its own, in "/", with few environment variables and no
+/// Lets the service manager start the app, where it is installed for that; else, or when that does not work,
+/// runs this program as `serve` in a session of its own, in "/", with few environment variables and no
 /// descriptors but its log, and waits until it can be connected to, or another one can. Throws NoApp with the
 /// reason when it cannot run, and when it says nothing within `limit`.
 void start(std::chrono::duration<double> limit);

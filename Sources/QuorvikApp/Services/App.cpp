@@ -9,6 +9,7 @@
 #include "QuorvikApp/Services/SessionsService.h"
 #include "QuorvikApp/Services/SettingsService.h"
 
+#include "QuorvikCore/Platform/Desktop.h"
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/FileLock.h"
 #include "QuorvikCore/Platform/ListeningSocket.h"
@@ -247,6 +248,7 @@ Outcome run(const std::function<void()>& ready) {
         RunningApp app(std::move(*lock));
         app.publishSockets();
         ready();
+        Platform::reportReady();
         app.run();
         app.withdraw();
     } catch (const FileError& error) {

@@ -3,6 +3,8 @@
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 namespace quorvik {
 
@@ -22,79 +24,152 @@ std::size_t findLineFeed(std::string_view text, std::size_t from, char before = 
     return npos;
 }
 
-/// The last lone line feed before `end`; the first character of the text does not count as one.
+/// The last lone line feed before `end`, in a text that begins where a line does.
 std::size_t findLastLineFeed(std::string_view text, std::size_t end) {
-    while (end > 1) {
+    while (end > 0) {
         --end;
-        if (text[end] == '\n' && text[end - 1] != '\r') return end;
+        if (text[end] == '\n' && (end == 0 || text[end - 1] != '\r')) return end;
     }
     return npos;
+}
+
+/// Where the line that holds the byte `at` begins, in a text that begins where a line does.
+std::size_t startOfLine(std::string_view text, std::size_t at) {
+    const std::size_t before = findLastLineFeed(text, at);
+    return before == npos ? 0 : before + 1;
+}
+
+/// The first line, taken off the front together with the line feed behind it.
+std::string_view takeLine(std::string_view& lines) {
+    const std::size_t end = std::min(findLineFeed(lines, 0), lines.size());
+    const std::string_view line = lines.substr(0, end);
+    lines.remove_prefix(std::min(end + 1, lines.size()));
+    return line;
 }
 
 unsigned char lower(char c) {
     return static_cast<unsigned char>(c | 0x20);
 }
 
-// A line that looks like an error holds, before it is cleaned, one of the words as it stands, or else a
-// control character (cleaning may bring the pieces of a word together). Each word has a pair of bytes that is
-// rare elsewhere.
-
+/// What cleaning drops, or takes for the start of something to drop.
 bool isControl(char c) {
-    return static_cast<unsigned char>(c) < 0x20 && c != '\n' && c != '\t';
+    return static_cast<unsigned char>(c) < 0x20 && c != '\t';
 }
 
-/// Whether one of the words stands around a pair of bytes that may belong to one.
-bool isWordAt(std::string_view text, std::size_t pair) {
+// A line that looks like an error holds one of the words as it stands, or else a control character: cleaning
+// may bring the pieces of a word together. Each word has three bytes that are rare elsewhere.
+
+/// Whether nothing but blanks and tabs stands between the start of a line and `at`. A line feed is a lone one
+/// where no control character has been met.
+bool beginsLine(std::string_view text, std::size_t at) {
+    while (at > 0 && (text[at - 1] == ' ' || text[at - 1] == '\t'))
+        --at;
+    return at == 0 || text[at - 1] == '\n';
+}
+
+/// Whether one of the words stands around the three bytes at `rare`.
+bool isWordAt(std::string_view text, std::size_t rare) {
     const auto standsAt = [&](std::size_t offset, std::string_view word) {
-        if (pair < offset) return false;
-        const std::string_view there = text.substr(pair - offset, word.size());
-        return std::ranges::equal(there, word, {}, lower);
+        return rare >= offset && std::ranges::equal(text.substr(rare - offset, word.size()), word, {}, lower);
     };
-    switch (lower(text[pair])) {
+    switch (lower(text[rare])) {
     case 'r': return standsAt(1, "error");
-    case 'f': return standsAt(0, "fail") || standsAt(0, "fatal");
+    case 'f':
+        return standsAt(0, "failed") || standsAt(0, "fatal") ||
+               (standsAt(0, "fail ") && beginsLine(text, rare));
     case 's': return standsAt(1, "assertion");
-    default: return text.substr(pair, 3) == "✖" || text.substr(pair, 3) == "✗";
+    default: return true; // the three bytes are all of "✖" or "✗"
     }
-}
-
-bool isTellingPair(char a, char b) {
-    const unsigned char x = lower(a), y = lower(b);
-    return (x == 'r' && y == 'r') || (x == 'f' && y == 'a') || (x == 's' && y == 's') ||
-           (a == '\xE2' && b == '\x9C');
 }
 
 constexpr std::size_t blockSize = 64;
+constexpr std::size_t rareBytes = 3;
+/// What findTelling() looks at to judge the positions of one block.
+constexpr std::size_t blockReach = blockSize + rareBytes - 1;
 
-/// The same for every pair that begins in a block, without branches: compilers turn this into a few vector
-/// instructions.
-bool blockHasTellingByte(const char* block) {
-    unsigned hits = 0;
+/// Sets `hits` to 1 where a control character (but the line feed and the tab) stands or the three rare bytes
+/// of a word begin; false when there is none. Without branches: compilers make a few vector instructions of
+/// this.
+bool markBlock(const char* block, std::array<unsigned char, blockSize>& hits) {
+    unsigned char any = 0;
     for (std::size_t index = 0; index < blockSize; ++index) {
-        const unsigned char a = static_cast<unsigned char>(block[index]);
-        const unsigned char b = static_cast<unsigned char>(block[index + 1]);
-        const unsigned char x = a | 0x20, y = b | 0x20;
-        hits |= static_cast<unsigned char>(((x == 'r') & (y == 'r')) | ((x == 'f') & (y == 'a')) |
-                                           ((x == 's') & (y == 's')) | ((a == 0xE2) & (b == 0x9C)) |
-                                           ((a < 0x20) & (a != '\n') & (a != '\t')));
+        const auto a = static_cast<unsigned char>(block[index]);
+        const auto b = static_cast<unsigned char>(block[index + 1]);
+        const auto c = static_cast<unsigned char>(block[index + 2]);
+        const unsigned char x = a | 0x20, y = b | 0x20, z = c | 0x20;
+        hits[index] = static_cast<unsigned char>(
+            ((x == 'r') & (y == 'r') & (z == 'o')) | ((x == 'f') & (y == 'a') & ((z == 'i') | (z == 't'))) |
+            ((x == 's') & (y == 's') & (z == 'e')) | ((a == 0xE2) & (b == 0x9C) & ((c & 0xFE) == 0x96)) |
+            ((a < 0x20) & (a != '\n') & (a != '\t')));
+        any = static_cast<unsigned char>(any | hits[index]);
     }
-    return hits != 0;
+    return any != 0;
 }
 
-/// Where the next control character, or word, is that an error line may have.
-std::size_t findTellingByte(std::string_view text, std::size_t from) {
-    while (from + 1 < text.size()) {
-        if (from + blockSize < text.size() && !blockHasTellingByte(text.data() + from)) {
-            from += blockSize;
-            continue;
-        }
-        const std::size_t end = std::min(from + blockSize, text.size() - 1);
-        for (; from < end; ++from) {
-            if (isControl(text[from])) return from;
-            if (isTellingPair(text[from], text[from + 1]) && isWordAt(text, from)) return from;
+/// Where the next control character (but the line feed and the tab), or word, is that an error line may have.
+std::size_t findTelling(std::string_view text, std::size_t from) {
+    std::array<unsigned char, blockSize> hits;
+    for (; from < text.size(); from += blockSize) {
+        const std::size_t left = text.size() - from;
+        char end[blockReach] = {};
+        const char* block = text.data() + from;
+        if (left < blockReach) block = static_cast<const char*>(std::memcpy(end, block, left));
+        if (!markBlock(block, hits)) continue;
+        for (std::size_t index = 0; index < std::min(left, blockSize); ++index) {
+            if (hits[index] == 0) continue;
+            if (isControl(text[from + index]) || isWordAt(text, from + index)) return from + index;
         }
     }
     return npos;
+}
+
+/// Takes off what ESC begins: the character after it, or a control sequence.
+void dropSequence(std::string_view& afterEscape) {
+    // One byte is one character where it and the next are ASCII.
+    const auto startsWithASCII = [&] {
+        return ((afterEscape[0] | (afterEscape.size() > 1 ? afterEscape[1] : 0)) & 0x80) == 0;
+    };
+    if (afterEscape.empty()) return;
+    if (afterEscape[0] == '[' && startsWithASCII())
+        afterEscape.remove_prefix(1);
+    else if (Unicode::takeCharacter(afterEscape).front() != '[')
+        return;
+    while (!afterEscape.empty()) {
+        char32_t scalar = static_cast<unsigned char>(afterEscape[0]);
+        if (startsWithASCII())
+            afterEscape.remove_prefix(1);
+        else
+            scalar = Unicode::firstScalar(Unicode::takeCharacter(afterEscape)).value;
+        if (scalar >= '@' && scalar <= '~') return;
+    }
+}
+
+/// Appends what a terminal would leave of the line. A control character is never part of a longer character,
+/// so all others need no look.
+void appendVisible(std::string_view line, std::string& text) {
+    const std::size_t start = text.size();
+    text.resize(start + line.size());
+    char* const first = text.data() + start;
+    char* out = first;
+    constexpr std::uint64_t each = 0x0101010101010101; // byte of eight
+    while (!line.empty()) {
+        for (std::uint64_t eight; line.size() >= sizeof eight; line.remove_prefix(sizeof eight)) {
+            std::memcpy(&eight, line.data(), sizeof eight);
+            if (((eight - each * 0x20) & ~eight & (each * 0x80)) != 0) break; // one is below 0x20
+            std::memcpy(out, &eight, sizeof eight);
+            out += sizeof eight;
+        }
+        if (line.empty()) break;
+        const char c = line.front();
+        line.remove_prefix(1);
+        if (!isControl(c))
+            *out++ = c;
+        else if (c == escape)
+            dropSequence(line);
+        else if (c == '\r' && !line.starts_with('\n'))
+            out = first;
+    }
+    text.resize(start + static_cast<std::size_t>(out - first));
 }
 
 bool containsErrorWord(std::string_view lowered) {
@@ -104,29 +179,37 @@ bool containsErrorWord(std::string_view lowered) {
     return lowered.starts_with("fail ");
 }
 
-/// False only when the line cannot look like an error, whatever cleaning does to it. Cleans roughly, byte by
-/// byte: what is left holds all that a thorough cleaning leaves, in one piece, and perhaps more.
-bool mayLookLikeError(std::string_view line, std::string& scratch) {
-    const auto isASCII = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
-    scratch.clear();
-    for (std::size_t at = 0; at < line.size(); ++at) {
-        const char c = line[at];
-        if (c == escape) {
-            // The characters of a control sequence, unless they are made of more than a byte: then better
-            // look closely.
-            bool inSequence = at + 1 < line.size() && line[at + 1] == '[';
-            ++at;
-            while (inSequence && ++at < line.size()) {
-                if (!isASCII(line[at])) return true;
-                inSequence = line[at] < '@' || line[at] > '~';
-            }
-            if ((at < line.size() && !isASCII(line[at])) || (at + 1 < line.size() && !isASCII(line[at + 1])))
-                return true;
-        } else if (!isControl(c)) {
-            scratch += c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+/// The first line that looks like an error, cleaned; absent when there is none. Lines without a control
+/// character are searched as they are; from the first one with another on, what a terminal would leave of
+/// them is.
+std::optional<std::string> firstErrorLine(std::string_view lines) {
+    std::string visible;
+    std::string_view searched = lines;
+    std::size_t passed = 0; // where the line in `searched` begins with which `lines` begins
+    for (std::size_t at = 0; (at = findTelling(searched, at)) != npos;) {
+        const std::size_t start = startOfLine(searched, at);
+        if (isControl(searched[at])) { // once only: what is visible has none
+            lines = searched.substr(start);
+            visible.reserve(lines.size());
+            for (std::string_view rest = lines; !rest.empty(); visible += '\n')
+                appendVisible(takeLine(rest), visible);
+            searched = visible;
+            at = passed = 0;
+            continue;
         }
+        // The line as it came decides, not what is visible of it: dropping a sequence may bring bytes that
+        // are no UTF-8 together to a character.
+        std::string_view line = searched.substr(start);
+        if (!visible.empty()) {
+            for (; passed < start; passed = searched.find('\n', passed) + 1)
+                takeLine(lines);
+            line = lines;
+        }
+        std::string cleaned = ErrorScanner::clean(takeLine(line));
+        if (ErrorScanner::looksLikeError(cleaned)) return cleaned;
+        at = std::min(findLineFeed(searched, at), searched.size());
     }
-    return containsErrorWord(scratch) || scratch.find("fail ") != npos;
+    return std::nullopt;
 }
 
 /// The length of the text without a UTF-8 sequence that its end cuts off.
@@ -147,23 +230,32 @@ std::size_t lengthOfWholeSequences(std::string_view text) {
 void ErrorScanner::feed(std::string_view chunk, bool isStderr) {
     std::string& unfinished = pending_[isStderr];
     const std::size_t first = findLineFeed(chunk, 0, unfinished.empty() ? '\0' : unfinished.back());
-    if (first != npos) {
-        consume(pending(isStderr) + Unicode::repaired(chunk.substr(0, first)), isStderr);
-        unfinished.clear();
-        chunk.remove_prefix(first); // begins with a line feed
-        if (const std::size_t last = findLastLineFeed(chunk, chunk.size()); last != npos) {
-            scanCompleteLines(chunk.substr(0, last + 1), isStderr);
-            chunk.remove_prefix(last);
-        }
-        chunk.remove_prefix(1);
+    if (first == npos) {
+        appendPending(chunk, isStderr);
+        return;
     }
+    std::string finished; // by this chunk, begun by earlier ones
+    if (!unfinished.empty()) {
+        finished = Unicode::lastCharacters(unfinished, maxPendingCharacters);
+        finished += chunk.substr(0, first);
+        unfinished.clear();
+        chunk.remove_prefix(first + 1);
+        lookForErrors(finished, isStderr);
+    }
+    const std::size_t last = findLastLineFeed(chunk, chunk.size());
+    const std::string_view lines = last == npos ? std::string_view() : chunk.substr(0, last);
+    lookForErrors(lines, isStderr);
+    if (!lookForLastLine(lines)) lookForLastLine(finished);
+    if (last != npos) chunk.remove_prefix(last + 1);
     appendPending(chunk, isStderr);
 }
 
 void ErrorScanner::finish() {
     for (const bool isStderr : {false, true}) {
-        if (!pending_[isStderr].empty()) consume(pending(isStderr), isStderr);
+        const std::string line = pending(isStderr);
         pending_[isStderr].clear();
+        lookForErrors(line, isStderr);
+        lookForLastLine(line);
     }
 }
 
@@ -188,64 +280,34 @@ void ErrorScanner::appendPending(std::string_view text, bool isStderr) {
     unfinished = std::string(kept);
 }
 
-/// One line: what each of the three fields wants of it.
-void ErrorScanner::consume(std::string_view line, bool isStderr) {
-    std::string cleaned = clean(line);
-    if (cleaned.empty()) return;
-    if (isStderr && !firstStderr) firstStderr = cleaned;
-    if (!firstError && looksLikeError(cleaned)) firstError = cleaned;
-    lastLine = std::move(cleaned);
+void ErrorScanner::lookForErrors(std::string_view lines, bool isStderr) {
+    if (!firstError) firstError = firstErrorLine(lines);
+    while (isStderr && !firstStderr && !lines.empty()) {
+        if (std::string line = clean(takeLine(lines)); !line.empty()) firstStderr = std::move(line);
+    }
 }
 
-/// The same for many lines: a line feed, then lines that each end with one.
-void ErrorScanner::scanCompleteLines(std::string_view lines, bool isStderr) {
-    if (isStderr) {
-        for (std::size_t start = 1; !firstStderr && start < lines.size();) {
-            const std::size_t end = findLineFeed(lines, start);
-            if (std::string line = clean(lines.substr(start, end - start)); !line.empty()) firstStderr = line;
-            start = end + 1;
-        }
-    }
-    std::string scratch;
-    for (std::size_t at = 0; !firstError && (at = findTellingByte(lines, at)) != npos;) {
-        const std::size_t before = findLastLineFeed(lines, at + 1);
-        const std::size_t start = before == npos ? 1 : before + 1;
-        const std::size_t end = findLineFeed(lines, at);
-        const std::string_view line = lines.substr(start, end - start);
-        if (mayLookLikeError(line, scratch)) {
-            if (std::string cleaned = clean(line); looksLikeError(cleaned)) firstError = std::move(cleaned);
-        }
-        at = end;
-    }
-    for (std::size_t end = lines.size() - 1; end != npos && end > 0;) {
-        const std::size_t before = findLastLineFeed(lines, end);
-        const std::size_t start = before == npos ? 1 : before + 1;
-        if (std::string line = clean(lines.substr(start, end - start)); !line.empty()) {
+bool ErrorScanner::lookForLastLine(std::string_view lines) {
+    for (;;) {
+        const std::size_t end = lines.find_last_not_of(" \t\n") + 1;
+        if (end == 0) return false;
+        const bool cutsCRLF = lines[end - 1] == '\r' && end < lines.size() && lines[end] == '\n';
+        lines = lines.substr(0, end + (cutsCRLF ? 1 : 0));
+        const std::size_t start = startOfLine(lines, lines.size());
+        if (std::string line = clean(lines.substr(start)); !line.empty()) {
             lastLine = std::move(line);
-            break;
+            return true;
         }
-        end = before;
+        lines = lines.substr(0, start);
     }
 }
 
 std::string ErrorScanner::clean(std::string_view line) {
-    const std::string text = Unicode::repaired(line);
     std::string kept;
-    for (std::string_view rest = text; !rest.empty();) {
-        const std::string_view character = Unicode::takeCharacter(rest);
-        const char first = character.front();
-        if (first == escape) {
-            if (rest.empty() || Unicode::takeCharacter(rest).front() != '[') continue;
-            while (!rest.empty()) {
-                const char32_t scalar = Unicode::firstScalar(Unicode::takeCharacter(rest)).value;
-                if (scalar >= '@' && scalar <= '~') break;
-            }
-        } else if (character == "\r") {
-            kept.clear();
-        } else if (character != "\r\n" && (static_cast<unsigned char>(first) >= 0x20 || first == '\t')) {
-            kept += character;
-        }
-    }
+    if (Unicode::isValid(line))
+        appendVisible(line, kept);
+    else
+        appendVisible(Unicode::repaired(line), kept);
     std::string_view trimmed =
         Unicode::trimmed(kept, [](char32_t scalar) { return scalar == ' ' || scalar == '\t'; });
     if (Unicode::characterCount(trimmed, maxLineCharacters + 1) <= maxLineCharacters)

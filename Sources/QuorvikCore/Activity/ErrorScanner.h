@@ -24,9 +24,9 @@ class ErrorScanner {
     /// UTF-8 become U+FFFD, a sequence cut by the chunk's end included. Of an incomplete line the last 4096
     /// characters are kept (64 KiB at most: a character may be made of any number of bytes).
     ///
-    /// Almost all lines of almost all output are never looked at one by one: the complete lines of a chunk
-    /// are passed over 64 bytes at a time for anything that an error line has, and only the last line of the
-    /// chunk is cleaned.
+    /// Almost no line of almost any output is looked at for itself: the complete lines of a chunk are passed
+    /// over 64 bytes at a time for anything that an error line has, and only the chunk's last line is
+    /// cleaned.
     void feed(std::string_view chunk, bool isStderr);
 
     /// The end of the run: each stream's incomplete line counts as a line.
@@ -48,8 +48,9 @@ class ErrorScanner {
     static bool looksLikeError(std::string_view line);
 
   private:
-    void consume(std::string_view line, bool isStderr);
-    void scanCompleteLines(std::string_view lines, bool isStderr);
+    // Lines are separated by lone line feeds; the last one has none.
+    void lookForErrors(std::string_view lines, bool isStderr); ///< firstError and firstStderr
+    bool lookForLastLine(std::string_view lines);              ///< false when there is none
     void appendPending(std::string_view text, bool isStderr);
 
     std::array<std::string, 2> pending_; ///< by isStderr; raw, and somewhat more than is kept in the end

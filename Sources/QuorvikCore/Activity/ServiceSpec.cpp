@@ -97,7 +97,7 @@ std::optional<ServiceSpec> ServiceSpec::parse(std::string_view text) {
         if (!number) return std::nullopt;
         return ServiceSpec{std::string(first), Port{*number}};
     }
-    const std::string name(Unicode::trimmed(second, Unicode::isWhitespace));
+    const std::string name(Unicode::trimmed(second, [](char32_t scalar) { return scalar == ' '; }));
     if (!isName(name)) return std::nullopt;
     return ServiceSpec{name, word == "docker" ? Kind(Docker{name}) : Kind(Compose{name})};
 }

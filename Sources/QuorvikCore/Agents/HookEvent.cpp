@@ -56,6 +56,30 @@ std::optional<std::string> argumentText(std::string_view value) {
     return joined;
 }
 
+/// What the start of a long JSON string means; its last character may be wrong.
+std::optional<std::string> textStart(std::string_view value) {
+    constexpr std::size_t enough = 16'384;
+    if (value.size() <= enough || !value.starts_with('"')) return std::nullopt;
+    value = value.substr(0, enough);
+    for (auto escape = value.find('\\'); escape != value.npos;) {
+        const std::size_t end = escape + (value.substr(escape).starts_with("\\u") ? 6 : 2);
+        if (end > value.size()) value = value.substr(0, escape); // never in the middle of one
+        escape = value.find('\\', end);
+    }
+    return RawJSON::string(std::string(value) + '"');
+}
+
+/// What an argument comes to in a few words.
+std::optional<std::string> argumentSummary(std::string_view value, std::string_view folder) {
+    const auto start = textStart(value);
+    const bool isTelling = start && !Unicode::trimmed(*start, Unicode::isWhitespace).empty();
+    // A command may be megabytes long, and this is asked for more than once.
+    if (auto summary = isTelling ? Redactor::redactStart(*start, folder) : std::nullopt) return summary;
+    const auto text = argumentText(value);
+    if (!text) return std::nullopt;
+    return Redactor::redact(*text, folder);
+}
+
 /// An agent's JSON text, fit to travel: strict readers take it.
 std::string repairedJSON(std::string_view value) {
     return Unicode::repaired(RawJSON::withoutHalfSurrogates(value));
@@ -153,8 +177,8 @@ std::optional<std::string> HookEvent::firstQuestion() const {
 std::optional<std::string> HookEvent::toolSummary() const {
     for (const std::string_view key : summaryArguments) {
         const auto argument = toolInput.find(key);
-        const auto text = argument == toolInput.end() ? std::nullopt : argumentText(argument->second);
-        if (text) return Redactor::redact(*text, cwd);
+        if (argument == toolInput.end()) continue;
+        if (auto summary = argumentSummary(argument->second, cwd)) return summary;
     }
     return std::nullopt;
 }

@@ -68,8 +68,9 @@ std::optional<std::string>* RawFields::named(std::string_view name) {
 AlertRequest make(std::span<const std::string> arguments, std::string_view home) {
     RawFields fields;
     for (std::size_t index = 0; index < arguments.size(); ++index) {
-        std::string_view word = arguments[index];
-        if (!word.starts_with("--")) reject("unexpected argument " + arguments[index]);
+        const std::string argument = Unicode::repaired(arguments[index]);
+        std::string_view word = argument;
+        if (!word.starts_with("--")) reject("unexpected argument " + argument);
         word.remove_prefix(2);
         const auto equals = word.find('=');
         const std::string name(word.substr(0, equals));
@@ -77,7 +78,7 @@ AlertRequest make(std::span<const std::string> arguments, std::string_view home)
         if (equals != std::string_view::npos)
             value = word.substr(equals + 1);
         else if (++index < arguments.size())
-            value = arguments[index];
+            value = Unicode::repaired(arguments[index]);
         else
             reject("--" + name +
                    " needs a value"); // even for an unknown name: the value is what is looked at first

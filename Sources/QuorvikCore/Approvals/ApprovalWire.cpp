@@ -82,10 +82,12 @@ Reply devinReply(const ApprovalResponse& response, const std::string& reason) {
 Reply grokReply(const ApprovalRequest& request, const ApprovalResponse& response) {
     if (response.decision != Decision::allow || !answersFit(request, response)) return std::nullopt;
     std::string reason = "The user has already answered in the Quorvik notch, so do not ask again. Continue "
-                         "with their answer.";
-    for (std::size_t index = 0; index < response.answers->size(); ++index)
-        reason += "\nQuestion: " + (*request.questions)[index].question +
+                         "with their answer.\n";
+    for (std::size_t index = 0; index < response.answers->size(); ++index) {
+        if (index > 0) reason += '\n';
+        reason += "Question: " + (*request.questions)[index].question +
                   "\nThe user's answer: " + (*response.answers)[index];
+    }
     return hookSpecificOutput({{"hookEventName", encoded("PreToolUse")},
                                {"permissionDecision", encoded("deny")},
                                {"permissionDecisionReason", encoded(reason)}});

@@ -151,7 +151,11 @@ std::string text(ServiceManager manager, const Start& start) {
         if (std::ranges::any_of(word, [](char c) { return static_cast<unsigned char>(c) < ' '; }))
             throw EditError("a path with a control character cannot be written into " +
                             file(manager).string());
-    return manager == ServiceManager::launchd ? agent(start) : unit(start);
+    if (manager == ServiceManager::launchd) return agent(start);
+    if (start.program.find_first_of("'\"\\") != start.program.npos) // however it is written
+        throw EditError("systemd starts no program whose path holds a quote or a backslash: " +
+                        start.program);
+    return unit(start);
 }
 
 State state(ServiceManager manager, const Start& start) {
@@ -203,6 +207,22 @@ std::vector<std::string> noticeOfUninstall(ServiceManager manager) {
     // launchd would end the app at once.
     if (manager == ServiceManager::launchd) return {};
     return noticeOfInstall(manager);
+}
+
+bool isInstalledHere(ServiceManager manager) {
+    constexpr std::size_t largestUnit = 1 << 20; // bytes
+    const auto content = Files::read(file(manager), largestUnit);
+    if (!content || !isOurs(*content)) return false;
+    const auto folder = Start::now("").supportFolder;
+    const bool namesFolder = content->find("QUORVIK_HOME") != content->npos;
+    return folder ? namesFolder && content->find(*folder) != content->npos : !namesFolder;
+}
+
+std::vector<std::string> startCommand(ServiceManager manager) {
+    if (manager == ServiceManager::systemd)
+        return {"systemctl", "--user", "--no-block", "start", file(manager).filename().string()};
+    const std::string label = file(manager).stem().string();
+    return {"launchctl", "kickstart", "gui/" + std::to_string(::getuid()) + "/" + label};
 }
 
 } // namespace quorvik::Autostart

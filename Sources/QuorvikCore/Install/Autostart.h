@@ -36,7 +36,8 @@ Path file(ServiceManager manager);
 /// which starts everything in the folder.
 Path link(ServiceManager manager);
 
-/// The file's content. Throws EditError when a control character stands in one of the texts.
+/// The file's content. Throws EditError when a control character stands in one of the texts, or in the
+/// program's path what systemd does not take there.
 std::string text(ServiceManager manager, const Start& start);
 
 enum class State {
@@ -46,10 +47,11 @@ enum class State {
     foreign       ///< there is one, and it is not ours
 };
 
+/// Throws as text() does, and FileError when the file cannot be read.
 State state(ServiceManager manager, const Start& start);
 
-/// Writes the file and the link. A file of ours that was edited is backed up. Throws FileError, and EditError
-/// "<path> is not Quorvik's; it is left alone".
+/// Writes the file and the link. A file of ours that was edited is backed up. Throws as text() does,
+/// FileError, and EditError "<path> is not Quorvik's; it is left alone".
 FileChange install(ServiceManager manager, const Start& start);
 
 /// Takes file and link away again; what is not ours stays. Throws FileError.
@@ -59,6 +61,13 @@ FileChange uninstall(ServiceManager manager);
 /// not know before the next session.
 std::vector<std::string> noticeOfInstall(ServiceManager manager);
 std::vector<std::string> noticeOfUninstall(ServiceManager manager);
+
+/// Whether the service manager would start the app of this process's own support folder, whatever program
+/// that is: then it should be the one to do so.
+bool isInstalledHere(ServiceManager manager);
+
+/// The command that lets it start the app now; it does not wait until the app is ready.
+std::vector<std::string> startCommand(ServiceManager manager);
 
 } // namespace quorvik::Autostart
 

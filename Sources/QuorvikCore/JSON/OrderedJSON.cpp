@@ -1,5 +1,7 @@
 #include "QuorvikCore/JSON/OrderedJSON.h"
 
+#include "QuorvikCore/Platform/LargeMemory.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <iterator>
@@ -69,7 +71,13 @@ void appendUTF8(std::string& text, std::uint32_t scalar) {
 /// closes and moves them into a list of exactly the right length.
 class Parser {
   public:
-    explicit Parser(std::string_view text) : start(text.data()), cursor(start), end(start + text.size()) {}
+    explicit Parser(std::string_view text) : start(text.data()), cursor(start), end(start + text.size()) {
+        // Room for as many values as there may be, so that they need not move while the list grows.
+        constexpr std::ptrdiff_t most = 1 << 20;
+        const auto count = [&](char byte) { return std::count(start, end, byte); };
+        values.reserve(static_cast<std::size_t>(std::min(count(',') + count('[') + count('{') + 1, most)));
+        Platform::preferLargePages(values.data(), values.capacity() * sizeof(JSONValue));
+    }
 
     JSONValue parseDocument() {
         skipWhitespace();
@@ -157,6 +165,9 @@ class Parser {
             keys.erase(firstKey, keys.end());
             values.erase(firstValue, values.end());
             values.push_back(JSONValue::object(std::move(members)));
+        } else if (container.firstValue == 0) {
+            JSONValue::Array elements = std::exchange(values, {});
+            values.push_back(JSONValue::array(std::move(elements)));
         } else {
             JSONValue::Array elements(std::make_move_iterator(firstValue),
                                       std::make_move_iterator(values.end()));
@@ -194,10 +205,10 @@ class Parser {
         std::string text;
         for (;;) {
             const char* run = cursor;
-            while (cursor != end && *cursor != '"' && *cursor != '\\')
+            while (cursor != end && *cursor != '"' && *cursor != '\\' && *cursor != '\0')
                 ++cursor;
             text.append(run, cursor);
-            if (cursor == end) fail(opening);
+            if (cursor == end || *cursor == '\0') fail(opening);
             if (*cursor == '"') break;
             parseEscape(text);
         }

@@ -12,7 +12,13 @@ namespace quorvik::RawJSON {
 
 namespace {
 
-constexpr std::string_view hexDigits = "0123456789abcdefABCDEF";
+constexpr auto tableOf = [](std::string_view members) {
+    std::array<bool, 256> table{};
+    for (const char member : members)
+        table[static_cast<unsigned char>(member)] = true;
+    return table;
+};
+constexpr auto hexDigits = tableOf("0123456789abcdefABCDEF"), shortEscapes = tableOf("\"\\/bfnrt");
 constexpr std::size_t unicodeEscapeLength = 6; // \uXXXX
 
 bool isWhitespace(char c) {
@@ -37,6 +43,8 @@ constexpr auto runEnds = [] {
 /// time.
 const char* endOfRun(const char* cursor, const char* end) {
     constexpr std::ptrdiff_t block = 32;
+    if (cursor != end && runEnds[static_cast<unsigned char>(*cursor)])
+        return cursor; // one escape after another
     while (end - cursor >= block) {
         unsigned char found = 0;
         for (std::ptrdiff_t i = 0; i < block; ++i)
@@ -104,8 +112,8 @@ class Scanner {
             const char letter = *cursor++;
             if (letter == 'u') {
                 for (int digit = 0; digit < 4; ++digit, ++cursor)
-                    if (cursor == end || hexDigits.find(*cursor) == hexDigits.npos) return false;
-            } else if (std::string_view("\"\\/bfnrt").find(letter) == std::string_view::npos) {
+                    if (cursor == end || !hexDigits[static_cast<unsigned char>(*cursor)]) return false;
+            } else if (!shortEscapes[static_cast<unsigned char>(letter)]) {
                 return false;
             }
         }

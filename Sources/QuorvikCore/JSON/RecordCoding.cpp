@@ -9,6 +9,7 @@
 namespace quorvik {
 
 std::optional<nlohmann::json> parseJSON(std::string_view text) {
+    if (text.find('\0') != text.npos) return std::nullopt; // which the library takes for the end
     constexpr bool throwing = false;
     nlohmann::json value = nlohmann::json::parse(text, nullptr, throwing);
     if (value.is_discarded()) return std::nullopt;

@@ -31,7 +31,8 @@ class RecordError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// The value of a JSON text; absent when the text is not JSON. Never throws on bad input. Of members with the
+/// The value of a JSON text; absent when the text is not JSON, which one with a NUL never
+/// is. Never throws on bad input. Of members with the
 /// same key the last one counts.
 std::optional<nlohmann::json> parseJSON(std::string_view text);
 

@@ -17,4 +17,8 @@ enum class ServiceManager { systemd, launchd };
 
 ServiceManager serviceManager();
 
+/// Tells the service manager that started this process, if one did, that it is ready to serve: systemd waits
+/// for that (sd_notify(3): a datagram to $NOTIFY_SOCKET), launchd does not.
+void reportReady();
+
 } // namespace quorvik::Platform

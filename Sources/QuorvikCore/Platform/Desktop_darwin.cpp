@@ -14,4 +14,6 @@ ServiceManager serviceManager() {
     return ServiceManager::launchd;
 }
 
+void reportReady() {}
+
 } // namespace quorvik::Platform

@@ -13,13 +13,20 @@ bool FileDescriptor::close() {
 }
 
 Pipe Pipe::create() {
-    // pipe2() would set the flag at birth, but macOS lacks it; pipes are made before any thread or child
-    // exists.
+    // pipe2() would set the flag at birth, but macOS lacks it. Pipes are made by the one thread that starts
+    // programs, so no child is born in between.
     int ends[2];
     if (::pipe(ends) != 0) return {};
     for (const int end : ends)
         ::fcntl(end, F_SETFD, FD_CLOEXEC);
     return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+}
+
+void Pipe::enlarge() const {
+#ifdef F_SETPIPE_SZ
+    constexpr int size = 1 << 20; // the most that Linux gives an ordinary user
+    ::fcntl(writeEnd.get(), F_SETPIPE_SZ, size);
+#endif
 }
 
 void occupyStandardDescriptors() {
@@ -41,6 +48,8 @@ bool writeAll(int descriptor, const char* data, std::size_t size) {
         } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
             pollfd writable{descriptor, POLLOUT, 0};
             ::poll(&writable, 1, -1);
+            // macOS cannot wait for some devices, /dev/tty among them, and says so at once.
+            if ((writable.revents & POLLNVAL) != 0) ::usleep(10'000);
         } else if (errno != EINTR) {
             return false;
         }

@@ -39,6 +39,10 @@ struct Pipe {
 
     /// Both ends are empty when the system has no pipe to give.
     static Pipe create();
+
+    /// Makes room for more bytes on their way, 1 MiB where the system has a choice: a writer and a reader
+    /// that are both busy then wait for each other less often.
+    void enlarge() const;
 };
 
 /// Puts /dev/null, close-on-exec, in the place of each standard descriptor that is closed, so that no file

@@ -1,6 +1,7 @@
 #include "QuorvikCore/Platform/Files.h"
 
 #include "QuorvikCore/Platform/FileError.h"
+#include "QuorvikCore/Platform/LargeMemory.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -21,7 +22,9 @@ std::int64_t modificationTime(const struct stat& status) {
 #else
     const timespec& time = status.st_mtim;
 #endif
-    return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+    // Anybody may give a file any time, and not every one fits into nanoseconds.
+    constexpr std::int64_t furthest = 9'000'000'000; // seconds: the years 1684 and 2255
+    return std::clamp(std::int64_t{time.tv_sec}, -furthest, furthest) * 1'000'000'000 + time.tv_nsec;
 }
 
 std::optional<std::string> failed(int errorNumber, std::error_code* error) {
@@ -75,11 +78,13 @@ std::optional<StreamContent> readStream(int descriptor, std::size_t limit) {
     std::size_t capacity = 0;
     for (;;) {
         if (content.size_ == capacity) {
-            capacity = std::max(capacity * 2, pipeCapacity);
+            // Room costs nothing before it is used; large pages need much of it.
+            capacity = std::max(capacity * (capacity < 16 * pipeCapacity ? 2 : 16), pipeCapacity);
             void* larger = std::realloc(content.bytes_.get(), capacity);
             if (!larger) return std::nullopt;
             static_cast<void>(content.bytes_.release());
             content.bytes_.reset(static_cast<char*>(larger));
+            Platform::preferLargePages(larger, capacity);
         }
         const ssize_t count =
             ::read(descriptor, content.bytes_.get() + content.size_, capacity - content.size_);

@@ -63,7 +63,7 @@ bool isExecutable(const std::filesystem::path& path);
 
 /// What a directory listing shows of a file.
 struct Status {
-    std::int64_t modified; ///< nanoseconds since 1970
+    std::int64_t modified; ///< nanoseconds since 1970; a time before 1684 or after 2255 is moved there
     std::uint64_t size;    ///< bytes
     bool regular;          ///< a file, not a folder, pipe or device
 };

@@ -1,5 +1,6 @@
 #include "QuorvikCore/Platform/LineSocket.h"
 
+#include "QuorvikCore/Platform/AwakeClock.h"
 #include "QuorvikCore/Platform/PeerProcess.h"
 
 #include <fcntl.h>
@@ -101,7 +102,7 @@ bool LineSocket::sendLine(std::string_view line) {
 
 std::variant<std::string, LineSocket::ReadFailure>
 LineSocket::receiveLine(Seconds timeout, const ReadLimits& limits, const std::function<bool()>& stillWanted) {
-    using Clock = std::chrono::steady_clock;
+    using Clock = Platform::AwakeClock;
     const auto start = Clock::now();
     auto lastHeard = start;
     std::string text;

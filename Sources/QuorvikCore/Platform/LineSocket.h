@@ -56,8 +56,9 @@ class LineSocket {
     bool sendLine(std::string_view line);
 
     /// The first line the other side sends, without its line feed; whatever follows is dropped. Waits until
-    /// `timeout` from now at most. `stillWanted`, when given, is asked before every wait, at least four times
-    /// a second and after every signal: the first false ends the matter.
+    /// `timeout` from now at most; time asleep (see AwakeClock) does not count. `stillWanted`, when given, is
+    /// asked before every wait, at least four times a second and after every signal: the first false ends the
+    /// matter.
     std::variant<std::string, ReadFailure> receiveLine(Seconds timeout, const ReadLimits& limits,
                                                        const std::function<bool()>& stillWanted = {});
 

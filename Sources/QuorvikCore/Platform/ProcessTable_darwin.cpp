@@ -5,10 +5,27 @@
 #include <sys/sysctl.h>
 #include <sys/types.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 namespace quorvik::Platform {
+
+namespace {
+
+/// Almost every terminal is a pseudo-terminal, whose name follows from its number. devname() would look at
+/// one entry of /dev after the other, at every event of every agent.
+std::optional<std::string> terminalName(dev_t device) {
+    char path[32];
+    std::snprintf(path, sizeof path, "/dev/ttys%03d", minor(static_cast<std::uint32_t>(device)));
+    struct stat status;
+    if (::stat(path, &status) == 0 && S_ISCHR(status.st_mode) && status.st_rdev == device) return path;
+    const char* name = ::devname(device, S_IFCHR);
+    if (!name) return std::nullopt;
+    return std::string("/dev/") + name;
+}
+
+} // namespace
 
 std::optional<ProcessInfo> processInfo(std::int32_t pid) {
     int name[] = {CTL_KERN, KERN_PROC, KERN_PROC_PID, pid};
@@ -24,10 +41,7 @@ std::optional<ProcessInfo> processInfo(std::int32_t pid) {
                      static_cast<double>(row.kp_proc.p_starttime.tv_usec) / 1e6;
     info.isZombie = row.kp_proc.p_stat == SZOMB;
     constexpr dev_t noDevice = -1;
-    if (row.kp_eproc.e_tdev != noDevice) {
-        if (const char* device = ::devname(row.kp_eproc.e_tdev, S_IFCHR))
-            info.tty = std::string("/dev/") + device;
-    }
+    if (row.kp_eproc.e_tdev != noDevice) info.tty = terminalName(row.kp_eproc.e_tdev);
     return info;
 }
 

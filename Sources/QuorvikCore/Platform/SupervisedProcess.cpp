@@ -1,5 +1,6 @@
 #include "QuorvikCore/Platform/SupervisedProcess.h"
 
+#include "QuorvikCore/Platform/AwakeClock.h"
 #include "QuorvikCore/Platform/FileDescriptor.h"
 
 #include <sys/wait.h>
@@ -48,9 +49,13 @@ SupervisedProcess::SupervisedProcess() : thread_(::pthread_self()) {
         if (isIgnored(signal)) sigaddset(&originallyIgnored_, signal);
     ::pthread_sigmask(SIG_BLOCK, &served_, &originalMask_);
     setAction(SIGXFSZ, SIG_IGN); // a log that may not grow is an error of one write, not our end
-    // A handler that is never called: macOS drops a blocked SIGCHLD at its default, and were it ignored (a
-    // parent may leave it so) the kernel would discard the command's status.
-    setAction(SIGCHLD, doNothing, SA_NOCLDSTOP);
+    // Handlers that are never called. macOS drops a blocked SIGCHLD at its default, and were it ignored (a
+    // parent may leave it so) the kernel would discard the command's status. When a second signal comes while
+    // macOS still wakes sigwait() for a first one, the first is lost unless the second one's handler restarts
+    // system calls.
+    setAction(SIGCHLD, doNothing, SA_NOCLDSTOP | SA_RESTART);
+    for (const int signal : forwarded)
+        if (!isIgnored(signal)) setAction(signal, doNothing, SA_RESTART);
 }
 
 int SupervisedProcess::start(const std::vector<std::string>& arguments, int standardOutput,
@@ -96,12 +101,14 @@ int SupervisedProcess::start(const std::vector<std::string>& arguments, int stan
 }
 
 // Not posix_spawn(): that can set a signal to its default but not back to "ignored" (SIGCHLD), and on Linux
-// it does not run a script without "#!". Nothing but this thread exists yet, so fork() costs and risks
-// little.
+// it does not run a script without "#!". Other threads may exist; the child makes only system calls that are
+// allowed in between, and holds no lock.
 void SupervisedProcess::becomeCommand(std::vector<char*>& words, int standardOutput, int standardError,
                                       int errorReport) const {
     for (const int signal : {SIGINT, SIGTERM, SIGPIPE})
         setAction(signal, SIG_DFL);
+    for (const int signal : forwarded) // a held one must find no handler of ours
+        if (!isIgnored(signal)) setAction(signal, SIG_DFL);
     for (const int signal : {SIGCHLD, SIGXFSZ})
         setAction(signal, sigismember(&originallyIgnored_, signal) == 1 ? SIG_IGN : SIG_DFL);
     if (hasOwnGroup_) ::setpgid(0, 0);
@@ -144,8 +151,8 @@ int SupervisedProcess::wait(const std::function<bool()>& outputDone) {
         if (!ended || !toldToStop) continue;
 
         // What the command wrote may still be on its way through the pipes.
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
-        while (!outputDone() && std::chrono::steady_clock::now() < deadline)
+        const auto deadline = Platform::AwakeClock::now() + std::chrono::seconds(1);
+        while (!outputDone() && Platform::AwakeClock::now() < deadline)
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         break;
     }

@@ -56,6 +56,14 @@ LoadResult interpreted(const std::optional<std::string>& text, const std::string
     return {LoadResult::Ok{std::make_shared<const SessionRecord>(std::move(*record))}};
 }
 
+/// A file that seems to hold no record is read once more: a writer may have replaced it just then, and a file
+/// system (APFS) may show the replaced file empty for a moment.
+template <typename Read>
+LoadResult readTwiceAtMost(Read read, const std::string& file) {
+    LoadResult result = interpreted(read(), file);
+    return std::holds_alternative<LoadResult::Corrupt>(result.value) ? interpreted(read(), file) : result;
+}
+
 bool isRecordName(std::string_view name) {
     return name.ends_with(".json") && !name.starts_with('.');
 }
@@ -98,7 +106,7 @@ void write(const SessionRecord& record, const Path& file) {
 }
 
 LoadResult load(const Path& file) {
-    return interpreted(Files::read(file, maxFileSize), file.native());
+    return readTwiceAtMost([&] { return Files::read(file, maxFileSize); }, file.native());
 }
 
 namespace {
@@ -138,8 +146,8 @@ std::vector<LoadResult> loadAll(const Path& folder, LoadCache& cache) {
                 results.push_back(found->second.result);
                 return;
             }
-            const auto text = listing.read(name, status, maxFileSize);
-            found->second = {status.modified, status.size, interpreted(text, path), generation};
+            const auto read = [&] { return listing.read(name, status, maxFileSize); };
+            found->second = {status.modified, status.size, readTwiceAtMost(read, path), generation};
             results.push_back(found->second.result);
         });
     cache.generation = generation;
@@ -154,7 +162,8 @@ std::vector<LoadResult> loadAll(const Path& folder, std::error_code* error) {
     std::vector<LoadResult> results;
     const std::error_code failure =
         forEachRecordFile(folder, [&](const std::string& path, const char*, const Files::Folder& listing) {
-            results.push_back(interpreted(listing.readEntry(maxFileSize), path));
+            const auto read = [&] { return listing.readEntry(maxFileSize); };
+            results.push_back(readTwiceAtMost(read, path));
         });
     if (error) *error = failure;
     return failure ? std::vector<LoadResult>() : results;

@@ -30,7 +30,7 @@ struct LoadResult {
         Path path;
         bool operator==(const Unsupported&) const = default;
     };
-    struct Corrupt { ///< unreadable, not a record, or too large
+    struct Corrupt { ///< unreadable, not a record (looked at twice), or too large
         Path path;
         bool operator==(const Corrupt&) const = default;
     };

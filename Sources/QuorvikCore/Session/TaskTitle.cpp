@@ -24,12 +24,15 @@ bool isFiller(const std::string& text) {
     return fillers.contains(text);
 }
 
+constexpr std::size_t longerThanFillers = 64; // bytes
+
 std::string_view trimmed(std::string_view text) {
     return Unicode::trimmed(text, Unicode::isWhitespace);
 }
 
-/// The first line that is more than white space; empty when there is none.
-std::string_view firstLine(std::string_view prompt) {
+/// The first line that is more than white space, taken off the front with all before it; empty when there is
+/// none.
+std::string_view takeFirstLine(std::string_view& prompt) {
     while (!prompt.empty()) {
         const std::string_view line = trimmed(Unicode::takeLine(prompt));
         if (!line.empty()) return line;
@@ -65,20 +68,68 @@ std::string_view withoutMarkdownMarks(std::string_view line) {
     }
 }
 
-/// Enough letters and digits to tell a task by.
-bool saysEnough(std::string_view judged) {
-    bool ideographic = false;
-    for (std::string_view rest = judged; !rest.empty();) {
-        const Unicode::Scalar scalar = Unicode::firstScalar(rest);
-        ideographic = ideographic || scalar.value >= firstIdeographicScalar;
-        rest.remove_prefix(scalar.length);
-    }
+/// The number of letters and digits, counted up to `limit`.
+std::size_t letterCount(std::string_view text, std::size_t limit) {
     std::size_t count = 0;
-    while (!judged.empty()) {
-        const char32_t scalar = Unicode::firstScalar(Unicode::takeCharacter(judged)).value;
+    while (count < limit && !text.empty()) {
+        const char32_t scalar = Unicode::firstScalar(Unicode::takeCharacter(text)).value;
         if (Unicode::isLetter(scalar) || Unicode::isDigit(scalar)) ++count;
     }
-    return count >= (ideographic ? 2u : 3u);
+    return count;
+}
+
+bool isIdeographic(std::string_view text) {
+    while (!text.empty()) {
+        const Unicode::Scalar scalar = Unicode::firstScalar(text);
+        if (scalar.value >= firstIdeographicScalar) return true;
+        text.remove_prefix(scalar.length);
+    }
+    return false;
+}
+
+std::string_view judgedPart(std::string_view title) {
+    return Unicode::trimmed(title, [](char32_t scalar) {
+        return Unicode::isWhitespace(scalar) || Unicode::isPunctuation(scalar);
+    });
+}
+
+/// Whether a task can be told by it: it has enough letters and digits, and is no filler.
+bool saysEnough(std::string_view title) {
+    const std::string_view judged = judgedPart(title);
+    const bool hasLetters = letterCount(judged, 3) == 3;
+    if (hasLetters && judged.size() > longerThanFillers) return true;
+    const std::string lowercased = Unicode::lowercased(judged);
+    if (isFiller(lowercased)) return false;
+    return hasLetters || (letterCount(lowercased, 2) == 2 && isIdeographic(lowercased));
+}
+
+/// A title, if there is one; absent when what follows the known start of the prompt has a say.
+using Settled = std::optional<std::optional<std::string>>;
+
+Settled titleOf(std::string_view known, bool isWhole, std::optional<std::string_view> projectDir) {
+    const std::optional<std::string> none;
+    if (!isWhole) Unicode::takeLastScalar(known); // it may be a part of one
+    const std::string text = Unicode::repaired(known);
+    std::string_view rest = text;
+    const std::string_view line = takeFirstLine(rest);
+    const bool isWholeLine = isWhole || !rest.empty();
+    const auto settled = [&](bool isSettled) { return isWholeLine || isSettled; };
+    if (!settled(!line.empty())) return std::nullopt;
+    if (line.empty()) return none;
+    const bool hasSpace = line.find(' ') != line.npos;
+    if (!settled(hasSpace || line.front() != '/')) return std::nullopt;
+    if (line.front() == '/' && !hasSpace) return none;
+
+    const std::string collapsed = blanksCollapsed(line);
+    const std::string_view title = withoutMarkdownMarks(collapsed);
+    const bool isTelling = saysEnough(title);
+    // What follows cannot make a long title a filler.
+    if (!settled(isTelling && judgedPart(title).size() > longerThanFillers)) return std::nullopt;
+    if (!isTelling) return none;
+    std::optional<std::string> redacted =
+        isWholeLine ? Redactor::redact(title, projectDir) : Redactor::redactStart(title, projectDir);
+    if (!redacted) return std::nullopt;
+    return redacted->empty() ? none : redacted;
 }
 
 } // namespace
@@ -87,21 +138,10 @@ std::optional<std::string> make(std::optional<std::string_view> prompt,
                                 std::optional<std::string_view> source,
                                 std::optional<std::string_view> projectDir) {
     if (!prompt || source == expandedSlashCommand) return std::nullopt;
-    const std::string text = Unicode::repaired(*prompt);
-    const std::string_view line = firstLine(text);
-    if (line.empty()) return std::nullopt;
-    if (line.front() == '/' && line.find(' ') == std::string_view::npos) return std::nullopt;
-
-    const std::string collapsed = blanksCollapsed(line);
-    const std::string_view title = withoutMarkdownMarks(collapsed);
-    const std::string judged = Unicode::lowercased(Unicode::trimmed(title, [](char32_t scalar) {
-        return Unicode::isWhitespace(scalar) || Unicode::isPunctuation(scalar);
-    }));
-    if (isFiller(judged) || !saysEnough(judged)) return std::nullopt;
-
-    std::string redacted = Redactor::redact(title, projectDir);
-    if (redacted.empty()) return std::nullopt;
-    return redacted;
+    // Most long prompts have their title in the beginning.
+    for (std::size_t size = 4096; size < prompt->size(); size *= 16)
+        if (auto title = titleOf(prompt->substr(0, size), false, projectDir)) return *title;
+    return titleOf(*prompt, true, projectDir).value_or(std::nullopt);
 }
 
 } // namespace quorvik::TaskTitle

@@ -1,7 +1,8 @@
 #include "QuorvikCore/Text/Redactor.h"
 
 #include "QuorvikCore/Platform/Environment.h"
-#include "QuorvikCore/Text/Regex.h"
+#include "QuorvikCore/Text/SecretSearch.h"
+#include "QuorvikCore/Text/ShellReader.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
@@ -12,142 +13,272 @@ namespace quorvik::Redactor {
 
 namespace {
 
-constexpr std::string_view mask = "***";
+constexpr std::string_view stars = "***";
 constexpr std::size_t maxCharacters = 80;
-constexpr std::size_t maxBytes = 4096; // a character may be made of any number of them
-constexpr std::size_t minTokenLength = 21;
+constexpr std::size_t maxBytes = 4096;   // a character may be made of any number of them
 constexpr double minSecretEntropy = 3.5; // bits per character
 
-struct Rule {
-    /// Without one of these in the text, in any ASCII case, the pattern cannot match and need not be
-    /// compiled: most command lines pass through a short-lived process without any.
-    std::array<std::string_view, 11> oneOf;
-    LazyRegex regex;
-    std::string_view replacement;
+constexpr SecretRule rules[] = {SecretRule::authorization, SecretRule::bearer,     SecretRule::option,
+                                SecretRule::assignment,    SecretRule::knownToken, SecretRule::randomToken};
+
+bool isBlank(char32_t scalar) {
+    return scalar == ' ' || scalar == '\t' || Unicode::isNewline(scalar);
+}
+
+/// The folders below which paths are shortened; with a slash at the end, or empty.
+struct Folders {
+    std::string project, home;
+
+    explicit Folders(std::optional<std::string_view> projectDir)
+        : project(completed(std::string(projectDir.value_or("")))), home(completed(Platform::homeFolder())) {}
+
+    bool haveBlanks() const { return (project + home).find(' ') != std::string::npos; }
+
+  private:
+    static std::string completed(std::string folder) {
+        if (folder.empty() || folder == "/") return "";
+        if (folder.back() != '/') folder += '/';
+        return Unicode::repaired(folder);
+    }
 };
 
-const Rule rules[] = {
-    {{"authorization"},
-     LazyRegex(R"re((?i)(authorization\s*[:=]\s*)(bearer\s+|basic\s+|token\s+)?[^\s'"]+)re"),
-     "$1$2***"},
-
-    {{"bearer"}, LazyRegex(R"re((?i)\bbearer\s+[^\s'"]+)re"), "Bearer ***"},
-
-    // The second branch never matches; it makes the search linear. A match that starts at some "-" can also
-    // start at any
-    // "-" before it in the same run of option characters, so when the first one of a run fails, the others
-    // need no try.
-    // (?i) knows two more letters: the long s and the Kelvin sign.
-    {{"token", "passw", "secret", "key", "\u017F", "\u212A"},
-     LazyRegex(
-         R"re((?i)(--?(?:[a-z0-9_-]*)(?:token|password|passwd|secret|api[-_]?key|access[-_]?key)(?:[=\s]+))("[^"]*"|'[^']*'|[^\s]+))re"
-         R"re(|-[a-z0-9_-]*+(*SKIP)(*FAIL))re"),
-     "$1***"},
-
-    {{"="}, LazyRegex(R"re(\b([A-Za-z_][A-Za-z0-9_]*)=("[^"]*"|'[^']*'|[^\s]+))re"), "$1=***"},
-
-    {{"sk-", "sk_", "ghp_", "gho_", "ghu_", "ghs_", "ghr_", "github_pat_", "xox", "akia", "aiza"},
-     LazyRegex(
-         R"re(\b(sk-[A-Za-z0-9_-]{6,}|sk_(?:live|test)_[A-Za-z0-9]{6,}|gh[pousr]_[A-Za-z0-9]{10,}|github_pat_[A-Za-z0-9_]{10,}|xox[abprs]-[A-Za-z0-9-]{6,}|AKIA[0-9A-Z]{12,}|AIza[0-9A-Za-z_-]{20,}))re"),
-     "***"},
+/// A part of a line that does not stand in the text that the line was made from.
+struct Edit {
+    std::size_t at, length; ///< in the line
+    Stretch original;       ///< what it stands for
+    bool hides;
 };
 
-bool isUpper(char c) {
-    return c >= 'A' && c <= 'Z';
-}
-bool isLower(char c) {
-    return c >= 'a' && c <= 'z';
-}
-bool isNumber(char c) {
-    return c >= '0' && c <= '9';
-}
-bool isTokenCharacter(char c) {
-    return isUpper(c) || isLower(c) || isNumber(c) || std::string_view("+/_=.-").find(c) != std::string::npos;
+/// A text on its way through the steps of the redaction, each of which reads all of it and writes it anew
+/// where it changes something. It may be the known start of a longer one: a step then leaves out the end on
+/// which what follows might have a say.
+class Line {
+  public:
+    Line(std::string_view text, bool isWhole, bool remembersEdits = false)
+        : text_(text), isWhole_(isWhole), remembersEdits_(remembersEdits) {}
+
+    std::string_view text() const { return text_; }
+    bool isWhole() const { return isWhole_; }
+    const std::vector<Edit>& edits() const { return edits_; }
+
+    /// Trimmed, and valid.
+    void tidy();
+
+    /// A blank for each tab and line break.
+    void makeOneLine();
+
+    /// Paths below `folder` begin with `name` and a slash instead, or with neither when there is no name.
+    void shortenPaths(std::string_view folder, std::string_view name);
+
+    void hide(SecretRule rule);
+
+  private:
+    /// Writes the line anew, from left to right.
+    class Rewrite {
+      public:
+        explicit Rewrite(Line& line) : line_(line) {}
+
+        void keepTo(std::size_t end) {
+            const std::size_t start = text_.size();
+            text_.append(line_.text_, done_, end - done_);
+            for (; hasEdit() && edit().at + edit().length <= end; pass()) {
+                edits_.push_back(edit());
+                edits_.back().at += start - done_;
+            }
+            done_ = end;
+        }
+
+        void replaceTo(std::size_t end, std::string_view with, bool hides) {
+            const std::size_t first = done_ + shift_;
+            while (hasEdit() && edit().at < end)
+                pass();
+            if (line_.remembersEdits_)
+                edits_.push_back({text_.size(), with.size(), {first, end + shift_}, hides});
+            text_ += with;
+            done_ = end;
+        }
+
+        /// The line from here on: what was written, if anything, and the rest up to `end`.
+        void finish(std::size_t end) {
+            line_.isWhole_ = line_.isWhole_ && end == line_.text_.size();
+            if (done_ == 0) {
+                line_.text_ = line_.text_.substr(0, end);
+                return;
+            }
+            keepTo(end);
+            line_.keep(std::move(text_));
+            line_.edits_ = std::move(edits_);
+        }
+
+      private:
+        bool hasEdit() const { return next_ < line_.edits_.size(); }
+        const Edit& edit() const { return line_.edits_[next_]; }
+        void pass() {
+            shift_ = edit().original.end - edit().at - edit().length;
+            ++next_;
+        }
+
+        Line& line_;
+        std::string text_;
+        std::vector<Edit> edits_;
+        std::size_t done_ = 0;  ///< of the line's text
+        std::size_t next_ = 0;  ///< of the line's edits
+        std::size_t shift_ = 0; ///< from there to the original text, modulo the size of all numbers
+    };
+
+    void keep(std::string text) {
+        storage_ = std::move(text);
+        text_ = storage_;
+    }
+
+    std::string_view text_;
+    bool isWhole_;
+    bool remembersEdits_;
+    std::string storage_; ///< of the text, once it is not the caller's any more
+    std::vector<Edit> edits_;
+};
+
+void Line::tidy() {
+    if (!isWhole_ && !text_.empty()) Unicode::takeLastScalar(text_); // it may be a part of one
+    text_ = Unicode::trimmed(text_, isBlank);                        // what follows may be blank as well
+    if (!Unicode::isValid(text_)) keep(Unicode::repaired(text_));
 }
 
-bool mayMatch(const Rule& rule, std::string_view text) {
-    const auto equalIgnoringCase = [](char a, char b) { return (isUpper(a) ? char(a + 32) : a) == b; };
-    return std::any_of(rule.oneOf.begin(), rule.oneOf.end(), [&](std::string_view needed) {
-        return !needed.empty() && std::search(text.begin(), text.end(), needed.begin(), needed.end(),
-                                              equalIgnoringCase) != text.end();
-    });
-}
-
-void replaceAll(std::string& text, std::string_view what, std::string_view with) {
-    for (auto at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size()))
-        text.replace(at, what.size(), with);
-}
-
-std::string oneLine(std::string_view text) {
+void Line::makeOneLine() {
+    if (std::ranges::none_of(text_, [](char c) { return (c >= 0x09 && c <= 0x0D) || c < 0; })) return;
     std::string line;
-    line.reserve(text.size());
-    while (!text.empty()) {
-        const Unicode::Scalar scalar = Unicode::firstScalar(text);
-        if (scalar.value == '\t' || Unicode::isNewline(scalar.value))
+    line.reserve(text_.size());
+    for (std::string_view rest = text_; !rest.empty();) {
+        const Unicode::Scalar scalar = Unicode::firstScalar(rest);
+        if (isBlank(scalar.value))
             line += ' ';
         else
-            Unicode::append(line, scalar.value);
-        text.remove_prefix(scalar.length);
+            line += rest.substr(0, scalar.length);
+        rest.remove_prefix(scalar.length);
     }
-    const auto isBlank = [](char32_t scalar) { return scalar == ' '; };
-    return std::string(Unicode::trimmed(line, isBlank));
+    keep(std::move(line));
+}
+
+void Line::shortenPaths(std::string_view folder, std::string_view name) {
+    if (folder.empty()) return;
+    Rewrite rewrite(*this);
+    std::size_t known = 0; // what no hit can begin in any more
+    for (;;) {
+        const std::size_t hit = text_.find(folder, known);
+        if (hit == text_.npos) break;
+        known = hit + folder.size();
+        while (name.empty() && text_.substr(known).starts_with(folder))
+            known += folder.size(); // a row of hits at the price of one
+        rewrite.keepTo(hit);
+        rewrite.replaceTo(known - (name.empty() ? 0 : 1), name, false);
+    }
+    if (isWhole_) return rewrite.finish(text_.size());
+    std::string_view before = text_;
+    before.remove_suffix(std::min(folder.size() - 1, text_.size())); // where one more may begin
+    if (!before.empty()) Unicode::takeLastScalar(before);            // which may be cut
+    rewrite.finish(std::max(known, before.size()));
+}
+
+void Line::hide(SecretRule rule) {
+    constexpr std::string_view bearer = "Bearer";
+    SecretSearch search(text_, isWhole_, rule);
+    Rewrite rewrite(*this);
+    while (const auto match = search.next()) {
+        if (rule == SecretRule::bearer) {
+            rewrite.keepTo(match->begin);
+            rewrite.replaceTo(match->begin + bearer.size(), bearer, false);
+            rewrite.replaceTo(match->value, " ", false);
+        }
+        rewrite.keepTo(match->value);
+        rewrite.replaceTo(match->end, stars, true);
+    }
+    rewrite.finish(search.settledEnd());
+}
+
+/// The steps between a tidy text and its short form.
+void mask(Line& line, const Folders& folders) {
+    line.shortenPaths(folders.project, "");
+    line.shortenPaths(folders.home, "~");
+    for (const SecretRule rule : rules)
+        line.hide(rule);
+}
+
+/// Absent when what follows the known start of the text has a say.
+std::optional<std::string> shortened(const Line& line) {
+    std::string text(Unicode::firstCharacters(line.text(), maxCharacters - 1));
+    // The last character that is known may still grow.
+    const std::size_t more = line.isWhole() ? 1 : 2;
+    if (Unicode::characterCount(line.text(), maxCharacters + more) == maxCharacters + more)
+        text += "…";
+    else if (line.isWhole())
+        text = line.text();
+    else if (text.size() <= maxBytes)
+        return std::nullopt;
+    if (text.size() > maxBytes) text = Unicode::repaired(std::string_view(text).substr(0, maxBytes));
+    return text;
+}
+
+std::optional<std::string> shortForm(std::string_view text, bool isWhole,
+                                     std::optional<std::string_view> projectDir) {
+    const Folders folders(projectDir);
+    Line line(text, isWhole);
+    line.tidy();
+    // A line break counts as a blank everywhere, so that it may stay one until little is left of the text;
+    // but not in folders.
+    if (folders.haveBlanks()) line.makeOneLine();
+    mask(line, folders);
+    line.makeOneLine();
+    return shortened(line);
 }
 
 } // namespace
 
-bool looksSecret(std::string_view token) {
-    std::array<unsigned, 256> counts{};
-    bool digit = false, letter = false;
-    for (const char c : token) {
-        ++counts[static_cast<unsigned char>(c)];
-        digit = digit || isNumber(c);
-        letter = letter || isUpper(c) || isLower(c);
+std::string redact(std::string_view text, std::optional<std::string_view> projectDir) {
+    // Most long texts are cut long before their end, so their starts are tried first.
+    for (std::size_t size = 4096; size < text.size(); size *= 16)
+        if (auto redacted = redactStart(text.substr(0, size), projectDir)) return *redacted;
+    return shortForm(text, true, projectDir).value_or(std::string(stars));
+}
+
+std::optional<std::string> redactStart(std::string_view start, std::optional<std::string_view> projectDir) {
+    return shortForm(start, false, projectDir);
+}
+
+std::vector<Stretch> secrets(std::string_view text, std::optional<std::string_view> projectDir) {
+    Line line(text, true, true);
+    mask(line, Folders(projectDir));
+    std::vector<Stretch> found;
+    ShellReader reader(text);
+    for (const Edit& edit : line.edits()) {
+        if (!edit.hides) continue;
+        const std::size_t end = reader.endOfData(edit.original.begin, edit.original.end);
+        if (end > edit.original.begin) found.push_back({edit.original.begin, end});
     }
-    if (!digit || !letter) return false;
+    return found;
+}
+
+bool looksSecret(std::string_view token) {
+    // Counted in turn, since a processor waits when it counts the same byte again at once.
+    std::array<std::array<std::uint32_t, 256>, 4> counts{};
+    for (std::size_t index = 0; index < token.size(); ++index)
+        ++counts[index % 4][static_cast<unsigned char>(token[index])];
+    bool digit = false, letter = false;
     double entropy = 0;
-    for (const unsigned count : counts) {
+    for (unsigned byte = 0; byte < 256; ++byte) {
+        const std::uint32_t count = counts[0][byte] + counts[1][byte] + counts[2][byte] + counts[3][byte];
         if (count == 0) continue;
+        digit = digit || (byte >= '0' && byte <= '9');
+        letter = letter || (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
         const double share = double(count) / double(token.size());
         entropy -= share * std::log2(share);
     }
-    return entropy >= minSecretEntropy;
+    return digit && letter && entropy >= minSecretEntropy;
 }
 
 std::string replaceHighEntropy(std::string_view text) {
-    std::string result;
-    auto rest = text.begin();
-    while (rest != text.end()) {
-        const auto start = std::find_if(rest, text.end(), isTokenCharacter);
-        const auto end = std::find_if_not(start, text.end(), isTokenCharacter);
-        const std::string_view token(start, end);
-        result.append(rest, start);
-        result += token.size() >= minTokenLength && looksSecret(token) ? mask : token;
-        rest = end;
-    }
-    return result;
-}
-
-std::string redact(std::string_view text, std::optional<std::string_view> projectDir) {
-    std::string line = oneLine(text);
-    if (projectDir && !projectDir->empty() && *projectDir != "/") {
-        std::string folder(*projectDir);
-        if (folder.back() != '/') folder += '/';
-        replaceAll(line, folder, "");
-    }
-    if (const std::string home = Platform::homeFolder(); home != "/") replaceAll(line, home + "/", "~/");
-
-    for (const Rule& rule : rules) {
-        const Regex* regex = mayMatch(rule, line) ? rule.regex.get() : nullptr;
-        if (!regex) continue;
-        auto replaced = regex->replaceAll(line, rule.replacement);
-        if (!replaced) return std::string(mask);
-        line = std::move(*replaced);
-    }
-    line = replaceHighEntropy(line);
-    if (Unicode::characterCount(line, maxCharacters + 1) > maxCharacters)
-        line = std::string(Unicode::firstCharacters(line, maxCharacters - 1)) + "…";
-    if (line.size() > maxBytes) line = Unicode::repaired(std::string_view(line).substr(0, maxBytes));
-    return line;
+    Line line(text, true);
+    line.hide(SecretRule::randomToken);
+    return std::string(line.text());
 }
 
 } // namespace quorvik::Redactor

@@ -76,6 +76,10 @@ std::string replaced(std::string_view text, char first, Match match) {
     return result.append(text.substr(copied));
 }
 
+bool isBlank(char32_t scalar) {
+    return scalar == ' ' || scalar == '\t';
+}
+
 std::string withLineFeeds(std::string_view text) {
     return replaced(text, '<', [&](std::size_t at) -> std::optional<Replacement> {
         for (const std::string_view tag : lineEnds) {
@@ -152,7 +156,7 @@ std::string plainText(std::string_view html, int maxLines) {
     std::string result;
     std::string_view rest = text;
     for (int count = 0; !rest.empty();) {
-        std::string_view line = Unicode::trimmed(Unicode::takeLine(rest), Unicode::isWhitespace);
+        std::string_view line = Unicode::trimmed(Unicode::takeLine(rest), isBlank);
         if (line.empty()) continue;
         if (!result.empty()) result += '\n';
         if (count++ >= maxLines) return result.append(ellipsis);

@@ -111,7 +111,8 @@ Scalar takeLastScalar(std::string_view& text) {
            (static_cast<unsigned char>(text[start]) & 0xC0) == 0x80)
         --start;
     Scalar scalar = firstScalar(text.substr(start));
-    scalar.length = text.size() - start; // more than that only where the bytes are not UTF-8
+    // Continuation bytes that continue nothing stand for themselves.
+    if (scalar.length < text.size() - start) scalar = {replacementCharacter, 1, false};
     text.remove_suffix(scalar.length);
     return scalar;
 }
@@ -302,9 +303,13 @@ std::string_view trimmed(std::string_view text, bool (*drop)(char32_t)) {
         const Scalar first = firstScalar(text);
         if (!drop(first.value)) break;
         text.remove_prefix(first.length);
+        if (first.value < 0x80) // and the same one again
+            text.remove_prefix(std::min(text.find_first_not_of(static_cast<char>(first.value)), text.size()));
     }
     for (std::string_view rest = text; !rest.empty(); text = rest) {
+        const char last = rest.back();
         if (!drop(takeLastScalar(rest).value)) break;
+        if (isASCII(last)) rest = rest.substr(0, rest.find_last_not_of(last) + 1);
     }
     return text;
 }

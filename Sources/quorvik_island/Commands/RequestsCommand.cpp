@@ -5,7 +5,9 @@
 #include "quorvik_island/Console.h"
 
 #include "QuorvikApp/Control/ControlClient.h"
+#include "QuorvikApp/Model/RequestCard.h"
 
+#include "QuorvikCore/Platform/Environment.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <array>
@@ -16,6 +18,7 @@ namespace {
 
 constexpr std::string_view help =
     R"help(usage: quorvik-island requests [--json]
+       quorvik-island requests <id>
 
 Prints what agents wait for, the oldest first: a line each, with tabs between
 
@@ -25,7 +28,9 @@ Prints what agents wait for, the oldest first: a line each, with tabs between
   the tool and its most telling argument, secrets masked; of questions the number too
   what "always" would grant, where that is offered
 
-An answer is decided upon more than this line: --json has the whole input, and the live island shows it.
+An answer is decided upon more than this line. With an id it prints all of that request: the whole input (a
+command, an edit as lines with "-" and "+", else JSON), the questions with their options, and what "always"
+would grant. Characters that deceive the eye are escapes there.
 
   --json   one array: the requests as the hooks sent them, with "receivedAt", in seconds since 1970
 
@@ -45,17 +50,64 @@ std::string what(const ApprovalRequest& request) {
     return text.empty() || summary.empty() ? text + summary : text + ": " + summary;
 }
 
+std::string_view sign(CardLine::Kind kind) {
+    switch (kind) {
+    case CardLine::Kind::command: return "$ ";
+    case CardLine::Kind::removed: return "- ";
+    case CardLine::Kind::added: return "+ ";
+    case CardLine::Kind::context: return "  ";
+    case CardLine::Kind::note: return "# ";
+    case CardLine::Kind::text:
+    case CardLine::Kind::member: break;
+    }
+    return "";
+}
+
+/// Everything about one request, for somebody who decides about it.
+std::string card(const WaitingRequest& waiting) {
+    const RequestCard card = RequestCard::of(waiting, {}, Platform::homeFolder());
+    std::string lines = card.headline + (card.body.empty() ? "\n" : "\n\n");
+    const auto add = [&](std::string_view start, const CardLine& line) {
+        lines.append(start).append(line.text) += '\n';
+    };
+    for (const CardLine& line : card.body)
+        add(sign(line.kind), line);
+    for (const CardQuestion& question : card.questions) {
+        lines += '\n';
+        for (const CardLine& line : question.text)
+            add("", line);
+        for (const CardQuestion::Option& option : question.options) {
+            add(question.multiSelect ? "  [] " : "  o ", option.label);
+            if (!option.description.text.empty()) add("       ", option.description);
+        }
+    }
+    for (const std::string& grant : card.grants)
+        lines += "\nalways: " + grant;
+    if (!card.grants.empty()) lines += '\n';
+    if (!card.whyNoAllow.empty()) lines += "\n# " + card.whyNoAllow + "\n";
+    return lines;
+}
+
 } // namespace
 
 int run(std::span<const std::string> commandLine) {
     constexpr std::array<std::string_view, 1> flags = {"--json"};
     const Arguments arguments = Arguments::parse(commandLine, flags, {});
     if (arguments.has("--help")) return printHelp(help);
-    if (!arguments.words.empty())
-        throw UsageError("requests: unexpected argument " + arguments.words.front());
+    if (arguments.words.size() > 1) throw UsageError("requests: unexpected argument " + arguments.words[1]);
+    if (!arguments.words.empty() && arguments.has("--json"))
+        throw UsageError("requests: --json is for all requests");
 
     Console console(arguments.has("--json"));
     const Snapshot snapshot = ControlClient::connect("command", ControlClient::Start::never).snapshot();
+    if (!arguments.words.empty()) {
+        const WaitingRequest* waiting = snapshot.request(arguments.words.front());
+        if (waiting)
+            console.text(card(*waiting));
+        else
+            console.fail("requests: there is no such request");
+        return console.exitStatus();
+    }
     nlohmann::json list = nlohmann::json::array();
     std::string lines;
     for (const auto& waiting : snapshot.requests) {

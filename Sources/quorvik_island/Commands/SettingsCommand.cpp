@@ -36,7 +36,9 @@ Examples:
 )";
 
 std::string shown(const nlohmann::json& value) {
-    return value.is_string() ? value.get<std::string>() : value.dump();
+    if (value.is_string()) return value.get<std::string>();
+    const std::string number = value.dump(); // of a whole number of seconds "10.0"
+    return number.ends_with(".0") ? number.substr(0, number.size() - 2) : number;
 }
 
 /// The value as it is written into the file: a number as it was typed. Throws UsageError.

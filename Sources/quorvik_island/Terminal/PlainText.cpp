@@ -159,8 +159,7 @@ std::optional<ApprovalResponse> PlainRequest::take(std::string_view typed, std::
     std::set<std::size_t> chosen;
     for (std::string_view left = typed; !left.empty();) {
         const std::size_t comma = std::min(left.find(','), left.size());
-        const auto one =
-            numberOf(Unicode::trimmed(left.substr(0, comma), Unicode::isWhitespace));
+        const auto one = numberOf(Unicode::trimmed(left.substr(0, comma), Unicode::isWhitespace));
         if (!one || *one < 1 || *one > options) {
             chosen.clear();
             break;

@@ -1,0 +1,223 @@
+#include "Tests/Support/RunningApp.h"
+
+#include "QuorvikCore/JSON/RecordCoding.h"
+#include "QuorvikCore/Session/SessionStore.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <regex>
+
+namespace quorvik {
+
+using namespace testing;
+
+/// The commands that need the app, and those that work with and without it.
+class ControlCommandsTests : public AppTest {
+  protected:
+    void put(const std::string& id, SessionState state,
+             const std::function<void(SessionRecord&)>& change = {}) const {
+        SessionRecord record(Source::build, id, "/w", std::chrono::system_clock::now());
+        record.state = state;
+        record.tool = id;
+        if (change) change(record);
+        std::filesystem::create_directories(sessions);
+        SessionStore::write(record, SessionStore::fileURL(record.source, record.sessionID, sessions));
+    }
+    static std::string line(const Program::Result& result) {
+        EXPECT_EQ(result.errors, "");
+        return result.output.substr(0, result.output.find('\n'));
+    }
+};
+
+TEST_F(ControlCommandsTests, NoAppIsOneLine) {
+    for (const std::vector<std::string>& words : {std::vector<std::string>{"requests"},
+                                                  {"alerts"},
+                                                  {"acknowledge", "--all"},
+                                                  {"pick", "--none"},
+                                                  {"open", "x"},
+                                                  {"why"},
+                                                  {"sync"},
+                                                  {"status"},
+                                                  {"stop"},
+                                                  {"restart"}})
+        EXPECT_EQ(island(words), failed(1, "Quorvik is not running")) << words[0];
+    for (const auto& [words, why] : std::initializer_list<std::pair<std::vector<std::string>, std::string>>{
+             {{"acknowledge"}, "acknowledge: say one key, or --all"},
+             {{"acknowledge", "x", "--all"}, "acknowledge: say one key, or --all"},
+             {{"pick"}, "pick: say one key, or --none"},
+             {{"open"}, "open: say one key"},
+             {{"why", "a", "b"}, "why: unexpected argument b"},
+             {{"watch", "--json", "--format", "tmux"}, "watch: --json is a format of its own"},
+             {{"watch", "--format", "dzen"}, "watch: unknown format dzen"},
+             {{"settings", "colour"}, "settings: there is no setting colour"},
+             {{"settings", "--default"}, "settings: --default goes with one name"}})
+        EXPECT_EQ(island(words), failed(3, why + " (see quorvik-island --help)"));
+}
+
+TEST_F(ControlCommandsTests, WhatIsSeenGoesAndWhatIsPickedIsKeptInFront) {
+    put("broken", SessionState::failed);
+    put("busy", SessionState::working);
+    startApp();
+    ASSERT_EQ(
+        Program::run({programPath("quorvik"), "alert", "--title", "Deployed", "--body", "all <b>"}).status,
+        0);
+    const auto alert = json({"alerts", "--json"}).at(0);
+    EXPECT_EQ(alert["title"], "Deployed");
+    const std::string key = alert["key"];
+    EXPECT_TRUE(std::regex_match(island({"alerts"}).output,
+                                 std::regex(key + "\tinfo\t[0-9]+ s\tDeployed\tall <b>\n")));
+
+    const auto primary = [] {
+        EXPECT_EQ(island({"sync"}), (Program::Result{0, "", ""}));
+        Program watch({programPath("quorvik-island"), "watch"});
+        return watch.readLine();
+    };
+    EXPECT_EQ(primary(), "RUN failed broken +2");
+    EXPECT_EQ(island({"pick", "build-busy"}), (Program::Result{0, "", ""}));
+    EXPECT_EQ(primary(), "RUN working busy +2");
+    EXPECT_EQ(island({"pick", "--none"}).status, 0);
+    EXPECT_EQ(primary(), "RUN failed broken +2");
+    EXPECT_EQ(line(island({"acknowledge", "build-broken"})), "acknowledged 1");
+    EXPECT_EQ(primary(), "RUN working busy +1");
+    EXPECT_EQ(island({"pick", "build-none"}).status, 1);
+    EXPECT_NE(island({"why", "build-broken"}).output.find("waved away"), std::string::npos);
+    EXPECT_EQ(line(island({"acknowledge", "--all"})), "acknowledged 1");
+    EXPECT_EQ(island({"alerts"}).output, "");
+    EXPECT_EQ(json({"show", "--json"})["primary"]["id"], "build-busy");
+    EXPECT_GT(json({"show", "--json"})["revision"], 0);
+
+    const auto status = json({"status", "--json"});
+    EXPECT_EQ(status["running"], true);
+    EXPECT_EQ(status["pid"], app().pid());
+    EXPECT_TRUE(std::regex_search(island({"status"}).output,
+                                  std::regex("^running for [0-9]+ s: version [0-9.]+, process " +
+                                             std::to_string(app().pid()) +
+                                             ", .*\n"
+                                             "folder " +
+                                             support.string() + "\n0 requests wait\n")));
+    EXPECT_EQ(island({"stop"}), (Program::Result{0, "", ""}));
+    EXPECT_EQ(json({"status", "--json"})["running"], false);            // at once: `stop` has waited
+    EXPECT_EQ(json({"show", "--json"})["primary"]["id"], "build-busy"); // what was seen stays seen
+    EXPECT_EQ(json({"show", "--json"})["revision"], 0);
+    expectAppEnds();
+}
+
+TEST_F(ControlCommandsTests, WatchOutlivesTheAppAndNotItsReader) {
+    startApp();
+    const std::string program = programPath("quorvik-island");
+    Program bar({program, "watch", "--format", "tmux"}), whole({program, "watch", "--json"});
+    EXPECT_EQ(bar.readLine(), ""); // the first at once, even if there is nothing
+    auto first = parseJSON(whole.readLine()).value_or(nullptr);
+    put("#(make)", SessionState::working);
+    EXPECT_EQ(bar.readLine(), "RUN working ##(make)");
+    nlohmann::json second;
+    for (second = first;
+         second["primary"].is_null();) // the bar's arrival is no change, but a trouble would be
+        second = parseJSON(whole.readLine()).value_or(nullptr);
+    EXPECT_EQ(second["primary"]["record"]["tool"], "#(make)");
+    EXPECT_GT(second["revision"], first["revision"]);
+    for (const char* member : {"bubbles", "overflow", "corrupt", "unsupported", "requests", "alerts"})
+        EXPECT_TRUE(second[member].is_array()) << member;
+
+    EXPECT_EQ(island({"stop"}).status, 0);
+    EXPECT_EQ(bar.readLine(), "");
+    const auto gone = parseJSON(whole.readLine()).value_or(nullptr);
+    EXPECT_TRUE(gone["primary"].is_null());
+    EXPECT_EQ(gone["troubles"], nlohmann::json::array({"Quorvik went away"}));
+    startApp();
+    EXPECT_EQ(bar.readLine(), "RUN working ##(make)");
+
+    bar.closeOutput();
+    whole.closeOutput();
+    EXPECT_EQ(bar.finish().status, 0); // nothing has changed meanwhile
+    EXPECT_EQ(whole.finish().status, 0);
+    EXPECT_TRUE(eventually([] { return json({"status", "--json"})["frontEnds"].empty(); }));
+}
+
+TEST_F(ControlCommandsTests, SettingsAreKeptAndTakenOver) {
+    EXPECT_EQ(line(island({"settings", "doneLinger"})), "4");
+    EXPECT_EQ(line(island({"settings", "doneLinger", "1.5"})), "1.5");
+    const auto file = support / "settings.json";
+    EXPECT_EQ(contentOf(file), "{\n  \"doneLinger\": 1.5\n}\n");
+    EXPECT_EQ(modeOf(file), 0600u);
+
+    startApp();
+    write("support/settings.json",
+          R"({"later": {"a": 1.50}, "alerts": "off", "maxBubbles": 1, "alerts": "off"})");
+    EXPECT_EQ(island({"settings", "alerts", "on"}),
+              (Program::Result{0, "on\n", "quorvik-island: settings: there is no setting later\n"}));
+    EXPECT_EQ(contentOf(file),
+              "{\n  \"later\": {\n    \"a\": 1.50\n  },\n  \"alerts\": \"on\",\n  \"maxBubbles\": 1\n}");
+    EXPECT_EQ(Program::run({programPath("quorvik"), "alert", "--title", "a"}).status, 0); // taken over
+    EXPECT_EQ(island({"settings", "alerts", "off"}).status, 0);
+    EXPECT_EQ(Program::run({programPath("quorvik"), "alert", "--title", "a"}).status, 2);
+    EXPECT_EQ(json({"settings", "alerts", "--default", "--json"}), (nlohmann::json{{"alerts", "on"}}));
+    EXPECT_EQ(json({"settings", "--json"})["maxBubbles"], 1);
+
+    for (const std::string nonsense : {"x", "86401", "\"4\"", "true", "1e999", ""})
+        EXPECT_EQ(island({"settings", "doneLinger", nonsense}),
+                  failed(3,
+                         "settings: doneLinger must be a number of seconds, 0 to 86400 (see quorvik-island "
+                         "--help)"))
+            << nonsense;
+    write("support/settings.json", R"({"doneLinger": -1, "staleAfter": 60})");
+    const auto some = island({"settings", "staleAfter"});
+    EXPECT_EQ(some.output, "60\n");
+    EXPECT_EQ(some.errors, "quorvik-island: settings: doneLinger must be a number of seconds, 0 to 86400\n");
+    write("support/settings.json", "{");
+    EXPECT_EQ(island({"settings", "alerts", "off"}), failed(1, file.string() + ": Invalid JSON near byte 1"));
+    EXPECT_EQ(contentOf(file), "{");
+}
+
+TEST_F(ControlCommandsTests, OpensTheFirstPlaceThatIsThere) {
+    const std::string path = ::getenv("PATH");
+    const auto bin = writeProgram("bin/xdg-open", "#!/bin/sh\nprintf '%s|' opened \"$@\"\n").parent_path();
+    writeProgram("bin/open", contentOf(bin / "xdg-open"));
+    ::setenv("PATH", (bin.string() + ":" + path).c_str(), 1);
+    ::setenv("PAGER", "printf '%s|' 'my pager'", 1);
+    const std::string log = write("a log; $(reboot)", "").string();
+    put("log", SessionState::failed, [&](SessionRecord& record) {
+        record.logPath = log;
+        record.openURL = "https://example.com";
+        record.host = {.tmux = true, .tty = "/dev/pts/none"};
+    });
+    put("page", SessionState::failed, [](SessionRecord& record) {
+        record.logPath = "/nowhere/log";
+        record.openURL = "javascript:x";
+        record.webURL = "http://localhost:1/;$(reboot)";
+    });
+    put("none", SessionState::failed);
+    startApp();
+    EXPECT_EQ(island({"open", "build-log"}).output, "my pager|" + log + "|");
+    EXPECT_EQ(island({"open", "build-page"}).output, "opened|http://localhost:1/;$(reboot)|");
+    EXPECT_EQ(island({"open", "build-none"}),
+              failed(1, "build-none has no terminal in tmux, no log and no page"));
+    EXPECT_EQ(island({"open", "build-x"}), failed(1, "no item has the key build-x"));
+    ::setenv("PAGER", "exit 3;", 1);
+    EXPECT_EQ(island({"open", "build-log"}), failed(1, "the pager ended with status 3"));
+
+    ::setenv("PATH", path.c_str(), 1);
+    ::unsetenv("PAGER");
+
+    if (Program::run({"sh", "-c", "command -v tmux"}).status != 0) GTEST_SKIP() << "there is no tmux";
+    ::setenv("TMUX_TMPDIR", home.c_str(), 1);
+    ::unsetenv("TMUX");
+    const auto tmux = [](std::vector<std::string> words) {
+        words.insert(words.begin(), "tmux");
+        return line(Program::run(words));
+    };
+    const std::string tty = tmux({"new-session", "-dPF", "#{pane_tty}", "cat"});
+    tmux({"new-window", "cat"});
+    EXPECT_EQ(tmux({"display-message", "-p", "#{window_index}"}), "1");
+    put("pane", SessionState::failed, [&](SessionRecord& record) {
+        record.logPath = log;
+        record.host = {.tmux = true, .tty = tty};
+    });
+    EXPECT_EQ(island({"sync"}).status, 0);
+    EXPECT_EQ(island({"open", "build-pane"}), (Program::Result{0, "", ""}));
+    EXPECT_EQ(tmux({"display-message", "-p", "#{window_index}"}), "0");
+    tmux({"kill-server"});
+    ::unsetenv("TMUX_TMPDIR");
+}
+
+} // namespace quorvik
