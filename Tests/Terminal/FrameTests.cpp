@@ -36,7 +36,7 @@ void show(View& view, ScreenSize size, double seconds) {
 TEST(FrameTests, TheSameInAllSizes) {
     const View view = viewOf(testing::exampleSnapshot());
     EXPECT_EQ(textOf(view, 10, 80), R"(
->◆ CC  awaiting     8 s  Fix the login bug  Bash: git push --force origin main
+>◆ CC  awaiting     8 s  Fix the login bug  Bash git push --force origin main
    ╭ Claude Code asks to run Bash in ~/work/app ───────────────────────────────╮
    │ git push --force origin main                                              │
    │ A allow Bash commands that match git push:* in this project               │
