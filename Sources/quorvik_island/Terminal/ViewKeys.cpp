@@ -29,7 +29,8 @@ void View::click(const Key& key) {
 }
 
 std::vector<Effect> View::key(const Key& key, Moment now) {
-    if (key.name.empty()) return {};
+    const bool isTyping = mode_ != Mode::items && mode_ != Mode::help;
+    if (key.name.empty() || (key.isPasted && !isTyping)) return {};
     message_.clear();
     if (mode_ == Mode::help) return helpKey(key);
     if (mode_ != Mode::items) return typeKey(key, now);
@@ -63,6 +64,8 @@ View::Effects View::typeKey(const Key& key, Moment now) {
         typed_.clear();
     } else if (key.name == "Ctrl-Z") {
         return {{Effect::Kind::suspend, ""}};
+    } else if (key.name == "Enter" && key.isPasted) {
+        typed_ += ' ';
     } else if (key.name == "Enter") {
         const Mode mode = std::exchange(mode_, Mode::items);
         if (mode == Mode::reason) {
