@@ -83,7 +83,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const Moment now{dateFromSeconds(5000 + seconds), seconds};
         const Frame frame = draw(view, screen, now.wall);
         CHECK(frame.size == screen);
-        CHECK(frame.rows.size() == screen.rows && frame.itemOfRow.size() == screen.rows);
+        CHECK(frame.rows.size() == screen.rows && frame.entryOfRow.size() == screen.rows);
         CHECK(frame.cursorRow < screen.rows && frame.cursorColumn < screen.columns);
         CHECK(!frame.nextChange || *frame.nextChange > now.wall);
         for (const FrameRow& row : frame.rows) {

@@ -1,7 +1,5 @@
 #include "quorvik_island/Activity.h"
 
-#include "QuorvikApp/Model/Snapshot.h"
-
 #include "QuorvikCore/Agents/ToolWord.h"
 #include "QuorvikCore/Text/Unicode.h"
 
@@ -16,10 +14,10 @@ constexpr std::string_view questionTools[] = {"AskUserQuestion", "ask_user_quest
 
 } // namespace
 
-std::string activity(const SessionRecord& record) {
+std::string activity(const SessionRecord& record, std::string_view label) {
     const std::string summary = record.summary.value_or("");
     if (!isAgent(record.source) || !record.tool || record.lastEvent == "Notification") return summary;
-    if (itemLabel(record) == Unicode::terminalLine(*record.tool)) return summary;
+    if (label == Unicode::terminalLine(*record.tool)) return summary;
     const bool asks = std::ranges::find(questionTools, *record.tool) != std::end(questionTools);
     const std::string word = asks ? "Question" : ToolWord::shortName(*record.tool).value_or("");
     return summary.empty() || word.empty() ? word + summary : word + " " + summary;

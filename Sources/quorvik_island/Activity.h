@@ -3,11 +3,13 @@
 #include "QuorvikCore/Session/SessionRecord.h"
 
 #include <string>
+#include <string_view>
 
 namespace quorvik {
 
 /// What a session is doing: an agent's tool in one word, and with what. The tool is left out where the label
-/// names it, and where the summary is a sentence of its own. May hold anything that the record holds.
-std::string activity(const SessionRecord& record);
+/// (itemLabel) names it, and where the summary is a sentence of its own. May hold anything that the record
+/// holds.
+std::string activity(const SessionRecord& record, std::string_view label);
 
 } // namespace quorvik

@@ -90,7 +90,7 @@ struct Columns {
             include(widestDisplay, rawValue(item->display));
             include(widestSince, age(item->record->stateSince, now));
             include(label, itemLabel(*item->record));
-            include(doings, activity(*item->record));
+            include(doings, activity(*item->record, itemLabel(*item->record)));
         }
         if (screen.columns < narrow) gap = 1, display = widestDisplay, since = widestSince;
         const std::size_t others = place + mark + display + since + 4 * gap;
@@ -128,7 +128,7 @@ void print(const Snapshot& layout, Date now, Console& console) {
         line.skip(columns.gap);
         line.add(itemLabel(*item->record), columns.label);
         line.skip(columns.gap);
-        line.add(activity(*item->record));
+        line.add(activity(*item->record, itemLabel(*item->record)));
         lines += line.text() + "\n" + logLine(*item, screen);
     }
     console.text(lines);

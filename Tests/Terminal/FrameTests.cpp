@@ -108,7 +108,7 @@ TEST(FrameTests, TheSelectedRowStaysInView) {
         view.key({key}, at(1));
         const Frame frame = draw(view, {10, 60}, exampleNow);
         EXPECT_TRUE(frame.rows[frame.cursorRow].text.starts_with(">")) << frame.text();
-        return frame.itemOfRow[frame.cursorRow];
+        return view.entries().at(frame.entryOfRow[frame.cursorRow]).key();
     };
     EXPECT_EQ(cursorAfter("G"), "build-b999");
     EXPECT_EQ(cursorAfter("k"), "build-b998");

@@ -117,7 +117,8 @@ TEST_F(LiveIslandTests, OneKeyAnswersTheRealHook) {
 
     askForPermission("rm -rf build");
     terminal.waitFor("rm -rf build");
-    answerWith([&] { terminal.type("d\r"); });
+    // Neither an unknown key's last letter nor what is pasted is an answer.
+    answerWith([&] { terminal.type("\x1b[99;9A\x1bOa\x1b[200~aA\x1b[201~d\r"); });
     EXPECT_NE(hooks.back().finish().output.find(R"("behavior":"deny")"), std::string::npos);
 
     ::kill(app().pid(), SIGTERM);

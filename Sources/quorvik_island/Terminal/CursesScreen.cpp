@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <clocale>
 #include <cstdlib>
 #include <stdexcept>
@@ -52,8 +53,19 @@ constexpr Paint paintOf(Style style) {
     return {-1, 0};
 }
 
-constexpr const char* mouseOn = "\x1b[?1000h\x1b[?1006h";
-constexpr const char* mouseOff = "\x1b[?1006l\x1b[?1000l";
+constexpr std::string_view mouseOff = "\x1b[?1006l\x1b[?1000l";
+
+// The terminal marks what is pasted.
+constexpr std::string_view pasteOn = "\x1b[?2004h", pasteOff = "\x1b[?2004l";
+constexpr int pasteBegins = KEY_MAX + 100, pasteEnds = KEY_MAX + 101; // far from the library's own
+
+void tell(std::string_view bytes) {
+    writeAll(STDOUT_FILENO, bytes.data(), bytes.size());
+}
+
+double steadySeconds() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
 
 bool takesUTF8() {
     return std::string_view(::nl_langinfo(CODESET)) == "UTF-8";
@@ -146,8 +158,8 @@ CursesScreen::CursesScreen(bool colours) : library_(std::make_unique<Library>())
         for (short colour = 0; colour < 8; ++colour)
             ::init_pair(static_cast<short>(colour + 1), colour, -1);
     }
-    library_->restoring =
-        mouseOff + capability("sgr0") + capability("cnorm") + capability("rmkx") + capability("rmcup");
+    library_->restoring = std::string(mouseOff) + std::string(pasteOff) + capability("sgr0") +
+                          capability("cnorm") + capability("rmkx") + capability("rmcup");
     ::cbreak();
     ::noecho();
     ::nonl();
@@ -155,8 +167,11 @@ CursesScreen::CursesScreen(bool colours) : library_(std::make_unique<Library>())
     ::keypad(stdscr, TRUE);
     ::nodelay(stdscr, TRUE);
     ::mouseinterval(0);
+    ::define_key("\x1b[200~", pasteBegins);
+    ::define_key("\x1b[201~", pasteEnds);
     entered_ = true;
     TerminalSignals::restoreAtCrash(STDOUT_FILENO, found_, library_->restoring);
+    tell(pasteOn);
     setMouse(true);
 }
 
@@ -172,6 +187,7 @@ void CursesScreen::enter(bool anew) {
     ::reset_prog_mode();
     forget();
     ::refresh();
+    tell(pasteOn);
     setMouse(mouse_);
 }
 
@@ -182,7 +198,8 @@ void CursesScreen::leave() {
     if (abandoned_) return;
     while (::tcsetattr(STDIN_FILENO, TCSANOW, &found_) != 0 && errno == EINTR) {
     }
-    writeAll(STDOUT_FILENO, mouseOff, std::char_traits<char>::length(mouseOff));
+    tell(mouseOff);
+    tell(pasteOff);
     ::endwin();
     while (::tcsetattr(STDIN_FILENO, TCSANOW, &found_) != 0 && errno == EINTR) {
     }
@@ -202,9 +219,7 @@ ScreenSize CursesScreen::size() const {
 void CursesScreen::setMouse(bool on) {
     mouse_ = on;
     if (!entered_) return;
-    ::mousemask(on ? ALL_MOUSE_EVENTS : 0, nullptr);
-    const std::string_view bytes = on ? mouseOn : mouseOff;
-    writeAll(STDOUT_FILENO, bytes.data(), bytes.size());
+    ::mousemask(on ? ALL_MOUSE_EVENTS : 0, nullptr); // in the form that the library expects to read
 }
 
 void CursesScreen::forget() {
@@ -262,6 +277,38 @@ void CursesScreen::paint(const Frame& frame) {
     ::refresh();
 }
 
+/// What a terminal sends for a key that the library does not know begins with Esc and ends with a letter.
+/// None of it is a key that somebody pressed: the "A" of an unknown arrow must not answer anything.
+void CursesScreen::take(Key key, std::vector<Key>& keys) {
+    constexpr double together = 0.2; // seconds; a slow line may part a sequence
+    constexpr double oneKey = 0.03;  // nobody presses two keys as fast
+    const bool isCharacter = key.name.size() == 1;
+    const char byte = isCharacter ? key.name.front() : '\0';
+    switch (sequence_) {
+    case Sequence::none: break;
+    case Sequence::afterEscape:
+        sequence_ = Sequence::none;
+        if (steadySeconds() - escapeAt_ > together) break;
+        if (byte == '[') sequence_ = Sequence::control;
+        if (byte == 'O') sequence_ = Sequence::single;
+        if (sequence_ != Sequence::none) return;
+        if (steadySeconds() - escapeAt_ < oneKey) return; // with Alt
+        break;
+    case Sequence::control:
+        if (isCharacter && byte >= '@') sequence_ = Sequence::none;
+        if (isCharacter) return;
+        sequence_ = Sequence::none;
+        break;
+    case Sequence::single: sequence_ = Sequence::none; return;
+    }
+    if (key.name == "Esc") {
+        sequence_ = Sequence::afterEscape;
+        escapeAt_ = steadySeconds();
+    }
+    key.isPasted = pasting_;
+    keys.push_back(std::move(key));
+}
+
 std::vector<Key> CursesScreen::keys() {
     std::vector<Key> keys;
     if (!entered_ || abandoned_) return keys;
@@ -270,10 +317,13 @@ std::vector<Key> CursesScreen::keys() {
         wint_t code = 0;
         const int kind = ::get_wch(&code);
         if (kind == ERR) break;
-        Key key = kind != KEY_CODE_YES                  ? characterKey(code)
-                  : static_cast<int>(code) == KEY_MOUSE ? mouseKey()
-                                                        : namedKey(static_cast<int>(code));
-        if (!key.name.empty()) keys.push_back(std::move(key));
+        const int name = static_cast<int>(code);
+        if (kind == KEY_CODE_YES && (name == pasteBegins || name == pasteEnds)) {
+            pasting_ = name == pasteBegins;
+            continue;
+        }
+        Key key = kind != KEY_CODE_YES ? characterKey(code) : name == KEY_MOUSE ? mouseKey() : namedKey(name);
+        if (!key.name.empty()) take(std::move(key), keys);
     }
     return keys;
 }

@@ -43,9 +43,16 @@ class CursesScreen {
     std::vector<Key> keys();
 
   private:
+    void take(Key key, std::vector<Key>& keys);
+
     struct Library;
     std::unique_ptr<Library> library_;
     termios found_{};
+    /// Inside a sequence of bytes that names no key of ours.
+    enum class Sequence { none, afterEscape, control, single };
+    Sequence sequence_ = Sequence::none;
+    double escapeAt_ = 0; ///< steady
+    bool pasting_ = false;
     bool entered_ = false, abandoned_ = false, mouse_ = true, colours_, unicode_ = true;
 };
 

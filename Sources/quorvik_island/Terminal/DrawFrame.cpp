@@ -35,6 +35,8 @@ class Drawing {
 
     Frame take() {
         const std::size_t rows = frame_.size.rows;
+        frame_.rows.reserve(rows);
+        frame_.entryOfRow.reserve(rows);
         const std::string notice = FrameTexts::notice(view_);
         const bool hasNotice = !notice.empty();
         constexpr std::size_t fewRows = 5; // with as few as that the notice takes the footer's place
@@ -56,9 +58,9 @@ class Drawing {
     using Entry = View::Entry;
 
     RowWriter writer() const { return RowWriter(frame_.size.columns); }
-    void push(FrameRow row, std::string item = {}) {
+    void push(FrameRow row, std::size_t entry = Frame::noEntry) {
         frame_.rows.push_back(std::move(row));
-        frame_.itemOfRow.push_back(std::move(item));
+        frame_.entryOfRow.push_back(entry);
     }
     void pushText(std::string_view text, Style style = Style::plain) {
         RowWriter row = writer();
@@ -114,20 +116,20 @@ class Drawing {
     }
 
     /// Pushes the row unless it is above or below the screen.
-    void place(std::size_t area, const std::string& key, const auto& make) {
+    void place(std::size_t area, std::size_t entry, const auto& make) {
         if (skipped_ > 0) {
             --skipped_;
         } else if (frame_.rows.size() < area) {
-            push(make(), key);
+            push(make(), entry);
         }
     }
 
     void drawEntry(const Entry& entry, std::size_t index, std::size_t area) {
         if (index == selected_ && skipped_ == 0) frame_.cursorRow = frame_.rows.size();
-        place(area, entry.key, [&] { return entryRow(entry, index == selected_); });
-        if (cardHeight(entry) > 0) drawCard(entry, area);
+        place(area, index, [&] { return entryRow(entry, index == selected_); });
+        if (cardHeight(entry) > 0) drawCard(index, area);
         for (const std::string& line : details(entry))
-            place(area, entry.key, [&] {
+            place(area, index, [&] {
                 RowWriter row = writer();
                 row.skip(5);
                 row.add(line, Style::faint);
@@ -166,7 +168,7 @@ class Drawing {
         const std::string label = itemLabel(record);
         row.add(label, isSelected ? Style::strong : Style::plain, labelWidth_);
         row.skip(gap);
-        row.add(activity(record), isLost ? Style::faint : Style::plain);
+        row.add(activity(record, label), isLost ? Style::faint : Style::plain);
         return row.take();
     }
 
@@ -179,7 +181,7 @@ class Drawing {
     }
 
     std::vector<std::string> details(const Entry& entry) const {
-        const bool isShown = entry.item && view_.isUnfolded(entry.key);
+        const bool isShown = entry.item && view_.isUnfolded(entry);
         return isShown ? FrameTexts::details(*entry.item->record) : std::vector<std::string>();
     }
 
@@ -199,10 +201,10 @@ class Drawing {
     }
 
     std::size_t cardHeight(const Entry& entry) const {
-        return rows_ && entry.key == view_.cardEntry() ? bodyRows_ + borders : 0;
+        return rows_ && entry.hasKey(view_.cardEntry()) ? bodyRows_ + borders : 0;
     }
 
-    void drawCard(const Entry& entry, std::size_t area) {
+    void drawCard(std::size_t index, std::size_t area) {
         const CardState& card = *view_.card();
         const std::size_t total = rows_->count();
         const std::size_t first = std::min(card.scroll, total - bodyRows_);
@@ -215,7 +217,7 @@ class Drawing {
                            .first = first,
                            .shown = bodyRows_,
                            .total = total};
-        place(area, entry.key, [&] {
+        place(area, index, [&] {
             RowWriter row = bordered("╭ ");
             const std::size_t room = row.left() - std::min<std::size_t>(row.left(), 3);
             row.add(card.card().headline, Style::strong, std::min(room, columnsOf(card.card().headline)));
@@ -224,15 +226,15 @@ class Drawing {
             row.add("╮", Style::border);
             return row.take();
         });
-        for (std::size_t index = 0; index < bodyRows_; ++index)
-            place(area, entry.key, [&] {
+        for (std::size_t line = 0; line < bodyRows_; ++line)
+            place(area, index, [&] {
                 RowWriter row = bordered("│ ");
-                rows_->write(first + index, row);
+                rows_->write(first + line, row);
                 row.fillTo(1, " ", Style::plain);
                 row.add("│", Style::border);
                 return row.take();
             });
-        place(area, entry.key, [&] { return cardFoot(card, isRead, total - first - bodyRows_); });
+        place(area, index, [&] { return cardFoot(card, isRead, total - first - bodyRows_); });
     }
 
     static std::size_t columnsOf(std::string_view text) { return Unicode::columnCount(drawable(text)); }

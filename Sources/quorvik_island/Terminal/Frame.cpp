@@ -57,19 +57,22 @@ void RowWriter::add(std::string_view text, Style style, std::size_t width) {
         return;
     }
     const std::size_t room = std::min(left_ - pending_, width);
-    const auto put = [&](std::string_view shown) {
-        std::size_t columns = Unicode::columnCount(shown);
-        if (columns > room) {
-            const std::string_view cut = Unicode::firstColumns(shown, room - std::min<std::size_t>(room, 1));
-            columns = Unicode::columnCount(cut);
-            append(std::string(cut) + "…", columns + 1, style);
-            return columns + 1;
-        }
-        append(shown, columns, style);
-        return columns;
-    };
     if (room == 0) return;
-    const std::size_t columns = Unicode::isPrintableASCII(text) ? put(text) : put(drawable(text));
+    std::string made;
+    std::size_t columns = text.size();
+    if (!Unicode::isPrintableASCII(text)) {
+        made = drawable(text);
+        text = made;
+        columns = Unicode::columnCount(text);
+    }
+    if (columns > room) {
+        const std::string_view cut =
+            columns == text.size() ? text.substr(0, room - 1) : Unicode::firstColumns(text, room - 1);
+        columns = (columns == text.size() ? cut.size() : Unicode::columnCount(cut)) + 1;
+        append(std::string(cut) + "…", columns, style);
+    } else {
+        append(text, columns, style);
+    }
     if (width != unlimited) pending_ += width - columns;
 }
 

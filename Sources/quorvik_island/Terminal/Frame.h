@@ -2,6 +2,7 @@
 
 #include "QuorvikCore/JSON/RecordCoding.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -51,7 +52,11 @@ class RowWriter {
   public:
     static constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
 
-    explicit RowWriter(std::size_t columns) : left_(columns) {}
+    explicit RowWriter(std::size_t columns) : left_(columns) {
+        constexpr std::size_t usual = 160, stretches = 10;
+        row_.text.reserve(std::min(columns, usual) + 16);
+        row_.spans.reserve(stretches);
+    }
 
     /// Appends the text, made fit for a terminal, and blanks up to `width` columns. What does not fit into
     /// them, or into the row, ends with "…".
@@ -89,7 +94,9 @@ struct Frame {
     /// screen.
     std::size_t cursorRow = 0, cursorColumn = 0;
 
-    std::vector<std::string> itemOfRow; ///< the key of the item that each row belongs to; may be empty
+    /// The entry of the view that each row belongs to; `noEntry` for other rows.
+    std::vector<std::size_t> entryOfRow;
+    static constexpr std::size_t noEntry = std::numeric_limits<std::size_t>::max();
 
     /// The card in the picture, and which rows of its body were in view.
     struct Card {

@@ -124,7 +124,7 @@ class JSONIsland {
         const auto entries = view.entries();
         nlohmann::json unfolded = nlohmann::json::array();
         for (const auto& entry : entries)
-            if (view.isUnfolded(entry.key)) unfolded.push_back(entry.key);
+            if (view.isUnfolded(entry)) unfolded.push_back(entry.key());
         nlohmann::json state = {{"frame", lines},
                                 {"size", {frame.size.rows, frame.size.columns}},
                                 {"cursor", {frame.cursorRow, frame.cursorColumn}},
@@ -136,7 +136,7 @@ class JSONIsland {
                                 {"effects", effects_},
                                 {"selected", nullptr},
                                 {"card", nullptr}};
-        if (!entries.empty()) state["selected"] = entries[view.selectedIndex(entries)].key;
+        if (!entries.empty()) state["selected"] = entries[view.selectedIndex(entries)].key();
         if (const CardState* card = view.card())
             state["card"] = {{"request", card->id()},
                              {"headline", card->card().headline},

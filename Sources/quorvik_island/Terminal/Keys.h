@@ -14,6 +14,7 @@ struct Key {
     /// "Esc" "Tab" "Backspace" "Delete" "Ctrl-L" … "Click" "WheelUp" "WheelDown".
     std::string name;
     std::size_t row = 0, column = 0; ///< of the mouse
+    bool isPasted = false;           ///< part of a text that was pasted: never a command
 };
 
 enum class KeyAction {

@@ -13,9 +13,7 @@ namespace {
 /// Seconds in which nobody can have read a card and decided.
 constexpr double tooSoon = 1.0 / 3;
 
-std::string entryKey(const WaitingRequest& request) {
-    return "request:" + request.request.id;
-}
+constexpr std::string_view requestPrefix = "request:";
 
 bool holds(std::string_view text, const std::string& word) {
     return Unicode::lowercased(text).find(word) != std::string::npos;
@@ -58,30 +56,42 @@ bool View::isFirstRun() const {
            snapshot_->requests.empty() && std::ranges::none_of(agents_, &FoundAgent::isConnected);
 }
 
+std::string View::Entry::key() const {
+    return item ? item->id() : std::string(requestPrefix) + request->request.id;
+}
+
+bool View::Entry::hasKey(std::string_view key) const {
+    if (!item)
+        return key.starts_with(requestPrefix) && key.substr(requestPrefix.size()) == request->request.id;
+    const std::string_view source = rawValue(item->record->source);
+    return key.size() == source.size() + 1 + item->record->sessionID.size() && key.starts_with(source) &&
+           key.ends_with(item->record->sessionID) && key[source.size()] == '-';
+}
+
 std::vector<View::Entry> View::entries() const {
     std::vector<Entry> entries;
     const auto items = snapshot_->items();
-    std::set<const WaitingRequest*> withItem;
+    entries.reserve(items.size() + snapshot_->requests.size());
     if (!snapshot_->requests.empty()) {
         std::set<std::string, std::less<>> keys;
         for (const SnapshotItem* item : items)
             keys.insert(item->id());
         for (const auto& waiting : snapshot_->requests)
-            if (!keys.contains(waiting->request.key()))
-                entries.push_back({entryKey(*waiting), nullptr, waiting.get()});
+            if (!keys.contains(waiting->request.key())) entries.push_back({nullptr, waiting.get()});
     }
     const std::string word = Unicode::lowercased(filter_);
     for (const SnapshotItem* item : items) {
         // What waits for an answer is never filtered away.
         if (!word.empty() && !snapshot_->requestOf(*item) && !matches(*item, word)) continue;
-        entries.push_back({item->id(), item, nullptr});
+        entries.push_back({item, nullptr});
     }
     return entries;
 }
 
 std::size_t View::selectedIndex(const std::vector<Entry>& entries) const {
     if (selected_.empty() || entries.empty()) return 0;
-    const auto found = std::ranges::find(entries, selected_, &Entry::key);
+    const auto found =
+        std::ranges::find_if(entries, [&](const Entry& entry) { return entry.hasKey(selected_); });
     if (found != entries.end()) return static_cast<std::size_t>(found - entries.begin());
     return std::min(lastIndex_, entries.size() - 1); // it is gone: what took its place
 }
@@ -122,10 +132,10 @@ void View::placeCard(bool moved) {
             *std::ranges::find_if(snapshot_->requests, [&](const auto& each) { return each.get() == shown; });
         cards_.try_emplace(cardRequest_, waiting, look_.secrets, look_.home);
         const auto isItsOwn = [&](const Entry& entry) {
-            return entry.item ? entry.key == shown->request.key() : entry.request == shown;
+            return entry.item ? entry.hasKey(shown->request.key()) : entry.request == shown;
         };
         const auto entry = std::ranges::find_if(entries, isItsOwn);
-        cardEntry_ = entry == entries.end() ? "" : entry->key;
+        cardEntry_ = entry == entries.end() ? "" : entry->key();
     }
     const bool types = mode_ == Mode::reason || mode_ == Mode::ownWords;
     if (types && cardRequest_ != before) { // what was typed belonged to the card before
@@ -135,7 +145,8 @@ void View::placeCard(bool moved) {
 }
 
 void View::drawn(const Frame& frame, Moment now) {
-    itemOfRow_ = frame.itemOfRow;
+    entryOfRow_ = frame.entryOfRow;
+    drawnSnapshot_ = snapshot_;
     pageRows_ = std::max<std::size_t>(frame.card ? frame.card->shown : frame.size.rows / 2, 1);
     const std::string page = frame.card ? frame.card->page : "";
     if (page != drawnPage_) {
@@ -179,7 +190,7 @@ void View::select(std::size_t index) {
     const auto entries = this->entries();
     if (entries.empty()) return;
     lastIndex_ = std::min(index, entries.size() - 1);
-    selected_ = entries[lastIndex_].key;
+    selected_ = entries[lastIndex_].key();
     chosenRequest_.clear();
     placeCard(true);
 }

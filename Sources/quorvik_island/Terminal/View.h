@@ -69,15 +69,19 @@ class View {
 
     /// A line of the list: an item, or a request whose session has no item.
     struct Entry {
-        std::string key;
         const SnapshotItem* item = nullptr;
         const WaitingRequest* request = nullptr; ///< only without an item
+
+        std::string key() const; ///< of the item, or "request:" and the request's id
+        bool hasKey(std::string_view key) const;
     };
 
     const Snapshot& snapshot() const { return *snapshot_; }
     std::vector<Entry> entries() const; ///< that the filter lets through
     std::size_t selectedIndex(const std::vector<Entry>& entries) const;
-    bool isUnfolded(const std::string& key) const { return unfolded_.contains(key); }
+    bool isUnfolded(const Entry& entry) const {
+        return !unfolded_.empty() && unfolded_.contains(entry.key());
+    }
     const CardState* card() const; ///< the one that is open; null when nothing waits
     CardState* card();
     const std::string& cardEntry() const { return cardEntry_; } ///< key of the entry it stands below
@@ -118,9 +122,9 @@ class View {
     std::shared_ptr<const Snapshot> snapshot_ = std::make_shared<const Snapshot>();
     std::shared_ptr<const Snapshot> real_; ///< while the example is shown
     std::map<std::string, CardState, std::less<>> cards_;
-    std::string cardRequest_, cardEntry_;
-    std::string chosenRequest_; ///< by n and N
-    std::string selected_;      ///< an entry's key; empty: the first entry
+    std::string cardRequest_, cardEntry_; ///< the second is an entry's key
+    std::string chosenRequest_;           ///< by n and N
+    std::string selected_;                ///< an entry's key; empty: the first entry
     std::size_t lastIndex_ = 0;
     std::set<std::string, std::less<>> unfolded_;
     std::string filter_, typed_, message_, disconnected_;
@@ -130,7 +134,8 @@ class View {
     std::string drawnPage_; ///< of the card in the last frame; empty when there was none
     double drawnSince_ = 0; ///< steady
     std::size_t pageRows_ = 1;
-    std::vector<std::string> itemOfRow_;
+    std::vector<std::size_t> entryOfRow_; ///< in the last frame, which showed drawnSnapshot_
+    std::shared_ptr<const Snapshot> drawnSnapshot_;
     std::optional<double> exampleSince_; ///< steady
     std::size_t exampleStage_ = 0;
 };

@@ -16,20 +16,21 @@ void View::startTyping(Mode mode, std::string typed) {
 }
 
 void View::click(const Key& key) {
-    if (key.row >= itemOfRow_.size() || itemOfRow_[key.row].empty()) return;
-    const std::string item = itemOfRow_[key.row];
+    // What was drawn before is not what was clicked at.
+    if (drawnSnapshot_ != snapshot_ || key.row >= entryOfRow_.size()) return;
     const auto entries = this->entries();
-    const auto found = std::ranges::find(entries, item, &Entry::key);
-    if (found == entries.end()) return;
-    const auto index = static_cast<std::size_t>(found - entries.begin());
+    const std::size_t index = entryOfRow_[key.row];
+    if (index >= entries.size()) return;
     const bool wasSelected = index == selectedIndex(entries);
+    const std::string item = entries[index].key();
     select(index);
     if (!wasSelected) return;
     if (unfolded_.erase(item) == 0) unfolded_.insert(item);
 }
 
 std::vector<Effect> View::key(const Key& key, Moment now) {
-    if (key.name.empty()) return {};
+    const bool isTyping = mode_ != Mode::items && mode_ != Mode::help;
+    if (key.name.empty() || (key.isPasted && !isTyping)) return {};
     message_.clear();
     if (mode_ == Mode::help) return helpKey(key);
     if (mode_ != Mode::items) return typeKey(key, now);
@@ -63,6 +64,8 @@ View::Effects View::typeKey(const Key& key, Moment now) {
         typed_.clear();
     } else if (key.name == "Ctrl-Z") {
         return {{Effect::Kind::suspend, ""}};
+    } else if (key.name == "Enter" && key.isPasted) {
+        typed_ += ' ';
     } else if (key.name == "Enter") {
         const Mode mode = std::exchange(mode_, Mode::items);
         if (mode == Mode::reason) {
@@ -151,17 +154,17 @@ View::Effects View::actOnItem(KeyAction action) {
     if (entries.empty()) return {};
     const Entry& entry = entries[selectedIndex(entries)];
     if (action == KeyAction::unfold) {
-        unfolded_.insert(entry.key);
+        unfolded_.insert(entry.key());
         return {};
     }
     if (!entry.item || isExample()) return {};
     switch (action) {
-    case KeyAction::acknowledge: return {{Effect::Kind::acknowledge, entry.key}};
-    case KeyAction::open: return {{Effect::Kind::open, entry.key}};
+    case KeyAction::acknowledge: return {{Effect::Kind::acknowledge, entry.key()}};
+    case KeyAction::open: return {{Effect::Kind::open, entry.key()}};
     default: break;
     }
-    const bool isPrimary = snapshot_->primary && snapshot_->primary->id() == entry.key;
-    return {{isPrimary ? Effect::Kind::unpick : Effect::Kind::pick, entry.key}};
+    const bool isPrimary = snapshot_->primary && snapshot_->primary->id() == entry.key();
+    return {{isPrimary ? Effect::Kind::unpick : Effect::Kind::pick, entry.key()}};
 }
 
 View::Effects View::act(KeyAction action, const Key& key, Moment now) {
@@ -193,7 +196,7 @@ View::Effects View::act(KeyAction action, const Key& key, Moment now) {
             snapshot_ = real_ ? std::exchange(real_, nullptr) : std::make_shared<const Snapshot>();
         }
         const auto entries = this->entries();
-        if (entries.empty() || unfolded_.erase(entries[selectedIndex(entries)].key) == 0) filter_.clear();
+        if (entries.empty() || unfolded_.erase(entries[selectedIndex(entries)].key()) == 0) filter_.clear();
         placeCard();
         return {};
     }
