@@ -101,7 +101,7 @@ int run(std::span<const std::string> commandLine) {
     const Arguments arguments = Arguments::parse(commandLine, flags, {});
     if (arguments.has("--help")) return printHelp(help);
     if (!arguments.words.empty()) throw UsageError("unknown command " + arguments.words.front());
-    IslandServices services{.look = {.secrets = {}, .home = Platform::homeFolder()},
+    IslandServices services{.look = {.secrets = secretsIn, .home = Platform::homeFolder()},
                             .colours = !isSet("NO_COLOR"),
                             .findAgents = findAgents,
                             .connectAgents = connectAgents,
