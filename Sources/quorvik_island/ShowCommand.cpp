@@ -1,5 +1,6 @@
 #include "quorvik_island/ShowCommand.h"
 
+#include "quorvik_island/Activity.h"
 #include "quorvik_island/Age.h"
 #include "quorvik_island/Arguments.h"
 #include "quorvik_island/Console.h"
@@ -9,7 +10,6 @@
 #include "QuorvikApp/Control/ControlClient.h"
 #include "QuorvikApp/Model/Memory.h"
 
-#include "QuorvikCore/Agents/ToolWord.h"
 #include "QuorvikCore/Island/Scheduler.h"
 #include "QuorvikCore/Platform/Files.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
@@ -48,9 +48,6 @@ Examples:
   quorvik-island show --json | jq -r '.primary.label // empty'
 )";
 
-/// Tools of agents that put a question to the user.
-constexpr std::string_view questionTools[] = {"AskUserQuestion", "ask_user_question"};
-
 /// SGR parameters.
 std::string_view style(const SnapshotItem& item) {
     switch (item.display) {
@@ -62,17 +59,6 @@ std::string_view style(const SnapshotItem& item) {
     case DisplayState::done: return "32";       // green
     }
     return {};
-}
-
-/// What an agent is doing: its tool in one word, and with what. The tool is left out where the label names
-/// it, and where the summary is a sentence of its own.
-std::string doing(const SessionRecord& record) {
-    const std::string summary = record.summary.value_or("");
-    if (!isAgent(record.source) || !record.tool || record.lastEvent == "Notification") return summary;
-    if (itemLabel(record) == Unicode::terminalLine(*record.tool)) return summary;
-    const bool asks = std::ranges::find(questionTools, *record.tool) != std::end(questionTools);
-    const std::string word = asks ? "Question" : ToolWord::shortName(*record.tool).value_or("");
-    return summary.empty() || word.empty() ? word + summary : word + " " + summary;
 }
 
 using Items = std::vector<std::pair<std::string_view, const SnapshotItem*>>; // with the sign of its place
@@ -104,7 +90,7 @@ struct Columns {
             include(widestDisplay, rawValue(item->display));
             include(widestSince, age(item->record->stateSince, now));
             include(label, itemLabel(*item->record));
-            include(doings, doing(*item->record));
+            include(doings, activity(*item->record));
         }
         if (screen.columns < narrow) gap = 1, display = widestDisplay, since = widestSince;
         const std::size_t others = place + mark + display + since + 4 * gap;
@@ -142,7 +128,7 @@ void print(const Snapshot& layout, Date now, Console& console) {
         line.skip(columns.gap);
         line.add(itemLabel(*item->record), columns.label);
         line.skip(columns.gap);
-        line.add(doing(*item->record));
+        line.add(activity(*item->record));
         lines += line.text() + "\n" + logLine(*item, screen);
     }
     console.text(lines);

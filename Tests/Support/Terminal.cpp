@@ -82,7 +82,7 @@ void Terminal::destroy() {
 }
 
 int Terminal::finish() {
-    while (readMore(terminal_, shown_)) {
+    while (terminal_ >= 0 && readMore(terminal_, shown_)) {
     }
     return statusOf(std::exchange(pid_, -1));
 }

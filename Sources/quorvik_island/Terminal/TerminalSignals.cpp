@@ -76,17 +76,19 @@ TerminalSignals::TerminalSignals() : pipe_(Pipe::create()) {
         handle(signal, note, 0);
     for (const int signal : {SIGTSTP, SIGCONT, SIGWINCH})
         handle(signal, note, SA_RESTART);
-    const stack_t stack{.ss_sp = crashStack, .ss_flags = 0, .ss_size = sizeof crashStack};
+    stack_t stack{};
+    stack.ss_sp = crashStack;
+    stack.ss_size = sizeof crashStack;
     ::sigaltstack(&stack, nullptr);
     for (const int signal : crashes)
         handle(signal, crash, static_cast<int>(SA_RESETHAND | SA_ONSTACK | SA_NODEFER));
 }
 
 TerminalSignals::~TerminalSignals() {
-    for (const auto& signals : {std::basic_string_view<int>(fatalSignals, std::size(fatalSignals)),
-                                std::basic_string_view<int>(crashes, std::size(crashes))})
-        for (const int signal : signals)
-            handle(signal, SIG_DFL, 0);
+    for (const int signal : fatalSignals)
+        handle(signal, SIG_DFL, 0);
+    for (const int signal : crashes)
+        handle(signal, SIG_DFL, 0);
     for (const int signal : {SIGTSTP, SIGCONT, SIGWINCH})
         handle(signal, SIG_DFL, 0);
     writeEnd = -1;

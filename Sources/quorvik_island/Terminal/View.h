@@ -8,6 +8,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace quorvik {
@@ -98,7 +99,7 @@ class View {
   private:
     using Effects = std::vector<Effect>;
 
-    void placeCard();
+    void placeCard(bool moved = false);
     void select(std::size_t index);
     void moveSelection(long by);
     void turnTo(const WaitingRequest& request);
