@@ -160,11 +160,20 @@ TEST_F(LoopTests, SaysWhenAFolderChangesAndWhenItIsAnother) {
     const auto folder = support / "watched";
     std::filesystem::create_directories(folder);
     int hints = 0;
-    FolderWatch watch(loop, [&] { ++hints; });
+    std::set<std::string> names;
+    FolderWatch watch(loop, [&](const FolderHints& told) {
+        ++hints;
+        names.insert(told.names.begin(), told.names.end());
+        if (!told.isAll) names.insert("…");
+    });
     EXPECT_FALSE(watch.watch((support / "none").string()));
     ASSERT_TRUE(watch.watch(folder.string()));
     std::ofstream(folder / "a") << "x";
     ASSERT_TRUE(turnUntil(loop, [&] { return hints > 0; }));
+    EXPECT_TRUE(names.contains("a"));
+    for (int index = 0; index < 300; ++index)
+        std::ofstream(folder / std::to_string(index)) << "x";
+    ASSERT_TRUE(turnUntil(loop, [&] { return names.contains("…") || names.size() > 300; }));
     std::filesystem::remove_all(folder);
     std::filesystem::create_directories(folder);
     ASSERT_TRUE(watch.watch(folder.string()));

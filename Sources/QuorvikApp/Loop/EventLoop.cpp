@@ -124,11 +124,20 @@ SignalWatch::~SignalWatch() {
 }
 
 struct FolderWatch::Inner : Handle<FolderWatch::Inner, uv_fs_event_t> {
-    bool isReported = false; ///< a burst of changes is one hint
+    bool isReported = false; ///< what comes until the handler runs is one hint
+    FolderHints hints;
+
+    void note(const char* name) {
+        constexpr std::size_t most = 200; // names; then looking at everything is cheaper
+        if (name && hints.names.size() < most)
+            hints.names.insert(name);
+        else
+            hints.isAll = false;
+        if (!std::exchange(isReported, true)) report();
+    }
 };
 
-FolderWatch::FolderWatch(EventLoop& loop, EventLoop::Handler handler)
-    : loop_(loop), handler_(std::move(handler)) {}
+FolderWatch::FolderWatch(EventLoop& loop, Handler handler) : loop_(loop), handler_(std::move(handler)) {}
 
 FolderWatch::~FolderWatch() {
     if (inner_) inner_->close();
@@ -156,17 +165,15 @@ bool FolderWatch::watch(const std::string& folder) {
     Inner* const inner = inner_.get();
     inner_->handler = [this, inner] {
         inner->isReported = false;
-        const EventLoop::Handler kept = handler_; // it may destroy this
-        kept();
+        const Handler kept = handler_; // it may destroy this
+        kept(std::exchange(inner->hints, {}));
     };
     uv_fs_event_init(loop_.handle(), &inner_->handle); // cannot fail
     inner_->opened();
     const int error = uv_fs_event_start(
         &inner_->handle,
-        [](uv_fs_event_t* watch, const char*, int, int) {
-            auto* reported = static_cast<Inner*>(watch->data);
-            if (std::exchange(reported->isReported, true)) return;
-            reported->report();
+        [](uv_fs_event_t* watch, const char* name, int, int) {
+            static_cast<Inner*>(watch->data)->note(name);
         },
         folder.c_str(), 0);
     if (error != 0) {

@@ -6,7 +6,9 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <set>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 struct uv_loop_s;
@@ -99,12 +101,20 @@ class SignalWatch {
     std::shared_ptr<Inner> inner_;
 };
 
+/// What the system has told of a folder in one turn.
+struct FolderHints {
+    std::set<std::string> names; ///< of entries that were made, changed, renamed or removed
+    bool isAll = true;           ///< false: there may be others
+};
+
 /// Calls its handler after something in a folder changed: a hint, no more. The system may merge changes, keep
 /// some to itself when there are too many, and report what is no change. Whoever watches looks again by
 /// himself, now and then.
 class FolderWatch {
   public:
-    FolderWatch(EventLoop& loop, EventLoop::Handler handler);
+    using Handler = std::function<void(const FolderHints&)>;
+
+    FolderWatch(EventLoop& loop, Handler handler);
     ~FolderWatch();
     FolderWatch(const FolderWatch&) = delete;
     FolderWatch& operator=(const FolderWatch&) = delete;
@@ -119,7 +129,7 @@ class FolderWatch {
   private:
     struct Inner;
     EventLoop& loop_;
-    EventLoop::Handler handler_;
+    Handler handler_;
     std::shared_ptr<Inner> inner_;
     FileDescriptor folder_; ///< the one that is watched
     std::uint64_t device_ = 0, inode_ = 0;

@@ -68,7 +68,7 @@ class RunningApp {
               [this] { noteChange(); }),
           settings_(loop_, model_, [this] { settingsChanged(); }),
           sessions_(loop_, model_, [this] { noteChange(); }),
-          supportWatch_(loop_, [this] { supportFolderChanged(); }),
+          supportWatch_(loop_, [this](const FolderHints&) { supportFolderChanged(); }),
           publishTimer_(loop_, [this] { publish(); }), changeTimer_(loop_, [this] { noteChange(); }),
           ownLook_(loop_, [this] { lookAtOwnSockets(); }), farewell_(loop_, [this] { loop_.stop(); }),
           terminated_(loop_, SIGTERM, [this] { stop(); }), interrupted_(loop_, SIGINT, [this] { stop(); }),

@@ -15,18 +15,30 @@ namespace {
 
 constexpr Timer::Seconds slowInterval(5);
 
-/// Between two looks: a burst of changes is one.
-constexpr Timer::Seconds shortest(0.008);
+/// After the first hint of a burst: long enough for most bursts to be over.
+constexpr Timer::Seconds afterBurst(0.25);
+
+/// What stands beside a record while hooks wait (OpenRequests).
+constexpr std::string_view notes = ".asked";
 
 bool isBusy(const SessionRecord& record) {
     return record.state == SessionState::working || record.state == SessionState::awaiting ||
            record.state == SessionState::compacting;
 }
 
+const std::string* pathOf(const SessionStore::LoadResult& content) {
+    if (const auto* bad = std::get_if<SessionStore::LoadResult::Corrupt>(&content.value))
+        return &bad->path.native();
+    if (const auto* other = std::get_if<SessionStore::LoadResult::Unsupported>(&content.value))
+        return &other->path.native();
+    return nullptr;
+}
+
 } // namespace
 
 SessionsService::SessionsService(EventLoop& loop, IslandModel& model, EventLoop::Handler changed)
-    : loop_(loop), model_(model), changed_(std::move(changed)), watch_(loop, [this] { hinted(); }),
+    : loop_(loop), model_(model), changed_(std::move(changed)),
+      watch_(loop, [this](const FolderHints& hints) { hinted(hints); }),
       slowLook_(loop, [this] { look(Look::everything); }), soonLook_(loop, [this] { look(Look::changes); }) {
     look(Look::everything);
 }
@@ -37,23 +49,37 @@ void SessionsService::reload() {
 
 void SessionsService::supportFolderChanged() {
     // Writers touch a file beside the sessions folder. While the folder is watched that tells nothing new.
-    if (!watch_.watches(QuorvikPaths::sessionsDirectory().string())) hinted();
+    if (!watch_.watches(QuorvikPaths::sessionsDirectory().string())) look(Look::changes);
 }
 
-void SessionsService::hinted() {
-    if (soonLook_.isRunning()) return;
-    const Timer::Seconds since = loop_.now() - lastLook_;
-    // A clock that was set back counts as long ago.
-    if (since < Timer::Seconds::zero() || since >= shortest)
-        look(Look::changes);
-    else
-        soonLook_.start(shortest - since);
+void SessionsService::hinted(const FolderHints& hints) {
+    if (!hints.isAll) return look(Look::changes);
+    bool hasRead = false;
+    for (const std::string& name : hints.names)
+        hasRead = readNamed(name) || hasRead;
+    if (hasRead) tellModel();
+    if (!soonLook_.isRunning()) soonLook_.start(afterBurst);
+}
+
+/// Returns whether the name is one of a record, or of what belongs to one.
+bool SessionsService::readNamed(const std::string& name) {
+    std::string_view record = name;
+    if (record.ends_with(notes)) record.remove_suffix(notes.size());
+    if (record.starts_with('.') || !record.ends_with(".json")) return false;
+    const Path path = QuorvikPaths::sessionsDirectory() / record;
+    std::error_code error;
+    if (!std::filesystem::exists(std::filesystem::symlink_status(path, error))) {
+        files_.erase(path.native());
+        return true;
+    }
+    File file{SessionStore::load(path), false};
+    if (const SessionRecord* read = file.content.record()) file.isLost = isLost(*read);
+    files_.insert_or_assign(path.native(), std::move(file));
+    return true;
 }
 
 void SessionsService::look(Look look) {
-    const Date now = loop_.now();
     const Path folder = QuorvikPaths::sessionsDirectory();
-    lastLook_ = now;
     soonLook_.stop();
     if (look == Look::everything) slowLook_.start(slowInterval);
     // A folder that is not there cannot be watched, and the first session would be seen late.
@@ -64,53 +90,62 @@ void SessionsService::look(Look look) {
     // Before it is read: what changes from here on is told.
     const bool isWatched = watch_.watch(folder.string());
 
-    const auto files = SessionStore::loadAll(folder, cache_);
-    std::error_code error;
+    const auto results = SessionStore::loadAll(folder, cache_);
     std::vector<std::string> troubles;
-    if (files.empty() && !Files::Folder::open(folder) && errno != ENOENT) {
+    if (results.empty() && !Files::Folder::open(folder) && errno != ENOENT) {
         // What is shown stays as it was: a folder that cannot be read says nothing about the sessions.
         troubles.emplace_back(FileError("list", folder, errno).what());
-        model_.setTroubles("sessions", std::move(troubles), now);
-        changed_();
-        return;
+        model_.setTroubles("sessions", std::move(troubles), loop_.now());
+        return changed_();
     }
     if (!isWatched)
         troubles.push_back("the system has no more file watches to give: changes are seen every 5 seconds");
+    model_.setTroubles("sessions", std::move(troubles), loop_.now());
 
-    SessionFolder found;
-    std::map<std::string, Judged, std::less<>> judged;
-    for (const SessionStore::LoadResult& file : files) {
-        if (const auto* ok = std::get_if<SessionStore::LoadResult::Ok>(&file.value)) {
-            const bool lost = isLost(ok->record, look);
-            std::string key = ok->record->key();
-            if (lost) found.lost.insert(key);
-            judged.insert_or_assign(std::move(key), Judged{ok->record, lost});
-            found.records.push_back(ok->record);
-        } else if (const auto* other = std::get_if<SessionStore::LoadResult::Unsupported>(&file.value)) {
-            found.unsupported.push_back(other->path.string());
-        } else if (const auto* bad = std::get_if<SessionStore::LoadResult::Corrupt>(&file.value)) {
-            // A session that ended while we looked leaves nothing behind.
-            if (std::filesystem::exists(std::filesystem::symlink_status(bad->path, error)))
-                found.corrupt.push_back(bad->path.string());
+    std::map<std::string, File, std::less<>> found;
+    for (const SessionStore::LoadResult& content : results) {
+        const SessionRecord* record = content.record();
+        const std::string* unreadable = pathOf(content);
+        std::string path = unreadable
+                               ? *unreadable
+                               : SessionStore::fileURL(record->source, record->sessionID, folder).native();
+        const auto known = files_.find(path);
+        const bool isKnown = known != files_.end() && known->second.content.record() && record &&
+                             *known->second.content.record() == *record;
+        File file{isKnown ? known->second.content : content, false};
+        if (isKnown && look == Look::changes)
+            file.isLost = known->second.isLost;
+        else if (record)
+            file.isLost = isLost(*record);
+        found.insert_or_assign(std::move(path), std::move(file));
+    }
+    files_ = std::move(found);
+    tellModel();
+}
+
+void SessionsService::tellModel() {
+    SessionFolder folder;
+    std::error_code error;
+    folder.records.reserve(files_.size());
+    for (const auto& [path, file] : files_) {
+        if (const auto* ok = std::get_if<SessionStore::LoadResult::Ok>(&file.content.value)) {
+            if (file.isLost) folder.lost.insert(ok->record->key());
+            folder.records.push_back(ok->record);
+        } else if (std::holds_alternative<SessionStore::LoadResult::Unsupported>(file.content.value)) {
+            folder.unsupported.push_back(path);
+        } else if (std::filesystem::exists(std::filesystem::symlink_status(path, error))) {
+            folder.corrupt.push_back(path); // what ended while we looked has left nothing behind
         }
     }
-    judged_ = std::move(judged);
-    std::ranges::sort(found.corrupt);
-    std::ranges::sort(found.unsupported);
-    model_.setTroubles("sessions", std::move(troubles), now);
-    model_.setSessions(std::move(found), now);
+    model_.setSessions(std::move(folder), loop_.now());
     changed_();
 }
 
-bool SessionsService::isLost(const std::shared_ptr<const SessionRecord>& record, Look look) {
-    if (!isBusy(*record)) return false;
-    if (look == Look::changes) {
-        const auto known = judged_.find(record->key());
-        if (known != judged_.end() && known->second.record == record) return known->second.isLost;
-    }
-    if (record->pid && !ProcessInspector::isRunning(*record->pid, record->pidStartTime)) return true;
-    return record->state == SessionState::awaiting &&
-           !OpenRequests::anyWaiting(*record, QuorvikPaths::sessionsDirectory());
+bool SessionsService::isLost(const SessionRecord& record) {
+    if (!isBusy(record)) return false;
+    if (record.pid && !ProcessInspector::isRunning(*record.pid, record.pidStartTime)) return true;
+    return record.state == SessionState::awaiting &&
+           !OpenRequests::anyWaiting(record, QuorvikPaths::sessionsDirectory());
 }
 
 } // namespace quorvik

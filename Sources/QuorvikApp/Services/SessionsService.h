@@ -7,9 +7,10 @@
 
 namespace quorvik {
 
-/// Keeps the model's sessions as the folder has them. Changes of files are hints: the folder is read again
-/// after each burst of them, and every 5 seconds for what no hint tells (a process that vanished, hints that
-/// the system dropped, a machine that slept, a clock that was set).
+/// Keeps the model's sessions as the folder has them. Changes of files are hints: the files that a hint names
+/// are read at once, the whole folder is read again after each burst of hints, and every 5 seconds for what
+/// no hint tells (a process that vanished, hints that the system dropped, a machine that slept, a clock that
+/// was set).
 class SessionsService {
   public:
     /// `changed` is called after the model has been given something new.
@@ -24,16 +25,18 @@ class SessionsService {
   private:
     using Path = std::filesystem::path;
 
-    /// What was found out about a record, for as long as the record stays the same.
-    struct Judged {
-        std::shared_ptr<const SessionRecord> record;
+    /// A file of the folder, and what was found out about its record for as long as that stays the same.
+    struct File {
+        SessionStore::LoadResult content;
         bool isLost = false;
     };
     enum class Look { changes, everything };
 
-    void hinted();
+    void hinted(const FolderHints& hints);
     void look(Look look);
-    bool isLost(const std::shared_ptr<const SessionRecord>& record, Look look);
+    bool readNamed(const std::string& name);
+    void tellModel();
+    static bool isLost(const SessionRecord& record);
 
     EventLoop& loop_;
     IslandModel& model_;
@@ -41,8 +44,7 @@ class SessionsService {
     FolderWatch watch_;
     Timer slowLook_, soonLook_;
     SessionStore::LoadCache cache_;
-    std::map<std::string, Judged, std::less<>> judged_; ///< by key
-    Date lastLook_{};
+    std::map<std::string, File, std::less<>> files_; ///< by path
 };
 
 } // namespace quorvik
