@@ -106,7 +106,8 @@ TEST_F(ControlCommandsTests, WatchOutlivesTheAppAndNotItsReader) {
     startApp();
     const std::string program = programPath("quorvik-island");
     Program bar({program, "watch", "--format", "tmux"}), whole({program, "watch", "--json"});
-    EXPECT_EQ(bar.readLine(), ""); // the first at once, even if there is nothing
+    EXPECT_EQ(bar.readLine(), "");                  // the first at once, even if there is nothing
+    EXPECT_TRUE(std::filesystem::exists(sessions)); // a folder that is made later is noticed later
     auto first = parseJSON(whole.readLine()).value_or(nullptr);
     put("#(make)", SessionState::working);
     EXPECT_EQ(bar.readLine(), "RUN working ##(make)");

@@ -135,8 +135,8 @@ void start(std::chrono::duration<double> limit) {
     std::vector<std::string> environment = reducedEnvironment();
     SpawnWishes wishes;
     sigset_t none, all;
-    ::sigemptyset(&none);
-    ::sigfillset(&all);
+    sigemptyset(&none);
+    sigfillset(&all);
     ::posix_spawnattr_setsigmask(&wishes.attributes, &none);
     ::posix_spawnattr_setsigdefault(&wishes.attributes, &all);
     ::posix_spawnattr_setflags(&wishes.attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);

@@ -4,6 +4,7 @@
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace quorvik {
 

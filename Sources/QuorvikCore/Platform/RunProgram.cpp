@@ -24,10 +24,10 @@ class Spawn {
         ::posix_spawn_file_actions_init(&actions_);
         ::posix_spawnattr_init(&attributes_);
         sigset_t defaults, blocked;
-        ::sigemptyset(&defaults);
+        sigemptyset(&defaults);
         for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGPIPE, SIGXFSZ})
-            ::sigaddset(&defaults, signal);
-        ::sigemptyset(&blocked);
+            sigaddset(&defaults, signal);
+        sigemptyset(&blocked);
         ::posix_spawnattr_setsigdefault(&attributes_, &defaults);
         ::posix_spawnattr_setsigmask(&attributes_, &blocked);
         ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);

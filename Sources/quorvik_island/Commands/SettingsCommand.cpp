@@ -11,6 +11,7 @@
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <array>
+#include <utility>
 
 namespace quorvik::SettingsCommand {
 

@@ -61,7 +61,7 @@ void handle(int signal, void (*handler)(int), int flags) {
     struct sigaction action {};
     action.sa_handler = handler;
     action.sa_flags = flags;
-    ::sigemptyset(&action.sa_mask);
+    sigemptyset(&action.sa_mask);
     ::sigaction(signal, &action, nullptr);
 }
 
@@ -113,8 +113,8 @@ void TerminalSignals::stop() {
 void TerminalSignals::raiseAgain(int signal) {
     handle(signal, SIG_DFL, 0);
     sigset_t set;
-    ::sigemptyset(&set);
-    ::sigaddset(&set, signal);
+    sigemptyset(&set);
+    sigaddset(&set, signal);
     ::sigprocmask(SIG_UNBLOCK, &set, nullptr);
     ::raise(signal);
     ::_exit(128 + signal);
