@@ -40,32 +40,24 @@ constexpr std::string_view help =
 Your side of Quorvik, in a terminal. Without a command it is the island itself, live (--plain: in lines, for
 screen readers).
 
-  show         what the island shows right now
-  watch        the same, a line for every change: for status bars and scripts
-  requests     what agents wait for
-  answer       allow or deny it, or answer the questions
-  alerts       the alerts that are shown
-  open         go to an item's terminal, log or page
-  acknowledge  you have seen it
-  pick         keep an item in front
-  why          why something is shown, or is not
-  clear        forget what is over
-
-  serve        the app itself: what everything reports to
-  status       how it is; also: stop, restart, sync
-  settings     your choices
-  hooks        connect coding agents with Quorvik, or disconnect them
-  shell        let zsh report long commands
-  statusline   let Quorvik draw Claude Code's status line
-  autostart    let the app start with your session
+  show, watch              what the island shows, now or a line for every change (for status bars)
+  requests, answer         what agents wait for; allow it, deny it, or answer the questions
+  alerts                   the alerts that are shown
+  acknowledge, pick        you have seen it; keep it in front
+  open, why                go to an item's terminal, log or page; why it is shown, or is not
+  clear                    forget what is over
+  settings                 your choices
+  hooks                    connect coding agents with Quorvik, or disconnect them
+  shell                    let zsh report long commands
+  statusline               let Quorvik draw Claude Code's status line
+  serve, status, stop, restart, sync, autostart
+                           the app, to which everything reports
 
 `quorvik-island help <command>` says more. Results go to standard output, failures to standard error.
 Exit status: 0 done, 1 something failed, 3 the command line does not make sense.
 
 Examples:
-  quorvik-island show                   what is going on
-  quorvik-island hooks install          connect every agent that is found
-  quorvik-island hooks status --json    how things stand, for scripts
+  quorvik-island hooks install     connect every agent that is found
 )";
 
 struct Command {

@@ -17,6 +17,7 @@ ApprovalRequest permission(std::string id, Source source = Source::claude) {
     request.id = std::move(id);
     request.source = source;
     request.sessionID = "s";
+    request.cwd = "/w";
     request.tool = "Bash";
     return request;
 }
@@ -46,7 +47,8 @@ std::shared_ptr<const SessionRecord> record(std::string id, SessionState state, 
 /// The labels (or ids) of what is shown, the most urgent first.
 std::string shown(IslandModel& model, Date now) {
     std::string text;
-    for (const SnapshotItem* item : model.snapshot(now).items())
+    const Snapshot snapshot = model.snapshot(now);
+    for (const SnapshotItem* item : snapshot.items())
         text += (text.empty() ? "" : " ") + item->record->title.value_or(item->record->sessionID);
     return text;
 }

@@ -126,7 +126,7 @@ TEST_F(AnswerCommandTests, OtherAnswersAreRefusedInOneLine) {
              {{"q1", "allow", "--text", "x", "--next"}, "answer: there is no answer after --next"},
              {{"q1", "allow", "--text", "x", "--choose", "Red"},
               "answer: a question takes options or one text; --next begins the next question"}})
-        EXPECT_EQ(answer(words), failed(3, why + " (see quorvik-island --help)"));
+        EXPECT_EQ(answer(words), failed(3, why + " (see quorvik-island answer --help)"));
 
     EXPECT_NE(island({"status"}).output.find("\n3 requests wait\n"), std::string::npos);
     EXPECT_EQ(island({"stop"}), (Program::Result{0, "", ""}));

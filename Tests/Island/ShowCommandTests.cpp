@@ -5,6 +5,7 @@
 #include "QuorvikCore/JSON/RecordCoding.h"
 #include "QuorvikCore/Session/SessionStore.h"
 
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
 #ifdef __linux__
@@ -150,6 +151,8 @@ TEST_F(ShowCommandTests, FilesThatCannotBeReadAreNamed) {
     // Out of descriptors for a record while the folder is open, or all the time.
     for (const auto& [descriptors, status] : {std::pair(4, 0), {3, 1}}) {
         const auto tight = show({}, [&, most = descriptors] {
+            for (int inherited = 3; inherited < 64; ++inherited) // of whoever runs the tests
+                ::fcntl(inherited, F_SETFD, FD_CLOEXEC);
             const rlimit limit{rlim_t(most), rlim_t(most)};
             ::setrlimit(RLIMIT_NOFILE, &limit);
         });

@@ -4,6 +4,7 @@
 
 #include "QuorvikCore/Install/Autostart.h"
 #include "QuorvikCore/Platform/Environment.h"
+#include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/RunProgram.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 #include "QuorvikCore/Text/Unicode.h"
@@ -122,8 +123,10 @@ void start(std::chrono::duration<double> limit) {
     if (Autostart::isInstalledHere(manager) &&
         Platform::programOutput(Autostart::startCommand(manager), mostOutput))
         return; // it is about to listen
-    const std::filesystem::path program = Platform::runningProgram();
-    if (program.empty()) fail("the system does not tell where this program is");
+    const std::filesystem::path self = Platform::runningProgram();
+    if (self.empty()) fail("the system does not tell where this program is");
+    const std::filesystem::path program =
+        self.parent_path() / "quorvik-island"; // other front ends stand beside it
     Pipe readiness = Pipe::create();
     if (!readiness.readEnd) fail(std::generic_category().message(errno));
 
@@ -160,6 +163,11 @@ Readiness detach(int readinessDescriptor) {
         if (descriptor != readinessDescriptor) ::close(descriptor);
     if (readinessDescriptor > STDERR_FILENO) ::fcntl(readinessDescriptor, F_SETFD, FD_CLOEXEC);
 
+    try {
+        QuorvikPaths::ensureDirectory(QuorvikPaths::supportDirectory());
+    } catch (const FileError&) {
+        // which the app itself will say
+    }
     const std::string log = QuorvikPaths::appLog().string();
     FileDescriptor file(::open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (!file) file = FileDescriptor(::open("/dev/null", O_WRONLY | O_CLOEXEC));

@@ -134,6 +134,13 @@ FolderWatch::~FolderWatch() {
     if (inner_) inner_->close();
 }
 
+bool FolderWatch::watches(const std::string& folder) const {
+    struct stat status;
+    return inner_ && ::stat(folder.c_str(), &status) == 0 &&
+           static_cast<std::uint64_t>(status.st_dev) == device_ &&
+           static_cast<std::uint64_t>(status.st_ino) == inode_;
+}
+
 bool FolderWatch::watch(const std::string& folder) {
     // Kept open while it is watched: the number of a folder that is gone must not go to the next one.
     FileDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));

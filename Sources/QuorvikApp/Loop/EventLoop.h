@@ -113,6 +113,9 @@ class FolderWatch {
     /// watched already. False when there is none, or the system has no more watches to give.
     bool watch(const std::string& folder);
 
+    /// Whether the folder that stands at the path now is the one that is watched.
+    bool watches(const std::string& folder) const;
+
   private:
     struct Inner;
     EventLoop& loop_;

@@ -141,6 +141,7 @@ class RunningApp {
 
     void supportFolderChanged() {
         settings_.reload();
+        sessions_.supportFolderChanged();
         lookAtOwnSockets();
     }
 

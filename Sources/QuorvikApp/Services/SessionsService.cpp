@@ -35,6 +35,11 @@ void SessionsService::reload() {
     look(Look::everything);
 }
 
+void SessionsService::supportFolderChanged() {
+    // Writers touch a file beside the sessions folder. While the folder is watched that tells nothing new.
+    if (!watch_.watches(QuorvikPaths::sessionsDirectory().string())) hinted();
+}
+
 void SessionsService::hinted() {
     if (soonLook_.isRunning()) return;
     const Timer::Seconds since = loop_.now() - lastLook_;
@@ -51,12 +56,16 @@ void SessionsService::look(Look look) {
     lastLook_ = now;
     soonLook_.stop();
     if (look == Look::everything) slowLook_.start(slowInterval);
+    // A folder that is not there cannot be watched, and the first session would be seen late.
+    try {
+        QuorvikPaths::ensureDirectory(folder);
+    } catch (const FileError&) { // whoever reads it finds the same, and says so
+    }
     // Before it is read: what changes from here on is told.
     const bool isWatched = watch_.watch(folder.string());
 
     const auto files = SessionStore::loadAll(folder, cache_);
     std::error_code error;
-    const bool exists = std::filesystem::exists(folder, error);
     std::vector<std::string> troubles;
     if (files.empty() && !Files::Folder::open(folder) && errno != ENOENT) {
         // What is shown stays as it was: a folder that cannot be read says nothing about the sessions.
@@ -65,7 +74,7 @@ void SessionsService::look(Look look) {
         changed_();
         return;
     }
-    if (exists && !isWatched)
+    if (!isWatched)
         troubles.push_back("the system has no more file watches to give: changes are seen every 5 seconds");
 
     SessionFolder found;

@@ -18,6 +18,9 @@ class SessionsService {
     /// Reads the folder now.
     void reload();
 
+    /// Something in the support folder changed: the sessions folder may be there now, or another one.
+    void supportFolderChanged();
+
   private:
     using Path = std::filesystem::path;
 

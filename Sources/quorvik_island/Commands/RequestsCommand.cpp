@@ -8,6 +8,7 @@
 #include "QuorvikApp/Model/RequestCard.h"
 
 #include "QuorvikCore/Platform/Environment.h"
+#include "QuorvikCore/Text/Redactor.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <array>
@@ -30,7 +31,7 @@ Prints what agents wait for, the oldest first: a line each, with tabs between
 
 An answer is decided upon more than this line. With an id it prints all of that request: the whole input (a
 command, an edit as lines with "-" and "+", else JSON), the questions with their options, and what "always"
-would grant. Characters that deceive the eye are escapes there.
+would grant. Characters that deceive the eye are escapes there, and credentials are hidden.
 
   --json   one array: the requests as the hooks sent them, with "receivedAt", in seconds since 1970
 
@@ -65,7 +66,13 @@ std::string_view sign(CardLine::Kind kind) {
 
 /// Everything about one request, for somebody who decides about it.
 std::string card(const WaitingRequest& waiting) {
-    const RequestCard card = RequestCard::of(waiting, {}, Platform::homeFolder());
+    const auto secrets = [](std::string_view text) {
+        std::vector<VisibleText::Range> ranges;
+        for (const auto& [begin, end] : Redactor::secrets(text))
+            ranges.push_back({begin, end});
+        return ranges;
+    };
+    const RequestCard card = RequestCard::of(waiting, secrets, Platform::homeFolder());
     std::string lines = card.headline + (card.body.empty() ? "\n" : "\n\n");
     const auto add = [&](std::string_view start, const CardLine& line) {
         lines.append(start).append(line.text) += '\n';
