@@ -151,7 +151,7 @@ TEST(RequestCardTests, OffersWhatTheAgentHonours) {
     };
     rows[4].request.summary = "ls";
     rows[5].request.inputTruncated = true;
-    for (const std::size_t index : {6, 7, 8})
+    for (const std::size_t index : {6u, 7u, 8u})
         rows[index].request.questions = {{.question = "Which?", .options = {{"Red", ""}}}};
     rows[6].request.questionsJSON = "[{}]";
     for (const Row& row : rows) {

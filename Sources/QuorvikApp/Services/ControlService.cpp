@@ -226,7 +226,7 @@ void ControlService::answer(const FrontEndPointer& frontEnd, const Message& mess
 
 nlohmann::json ControlService::stopApp(const Message& message) {
     const std::size_t waiting = model_.requests().waiting().size();
-    if (const auto version = optionalParameter<std::string>(message, "replacedBy"); version && waiting > 0)
+    if (const auto newer = optionalParameter<std::string>(message, "replacedBy"); newer && waiting > 0)
         throw ControlError(requestsWait,
                            std::to_string(waiting) + (waiting == 1 ? " request waits" : " requests wait"));
     loop_.later(app_.stop);
