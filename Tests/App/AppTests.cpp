@@ -1,5 +1,7 @@
 #include "Tests/Support/RunningApp.h"
 
+#include "QuorvikApp/Model/Memory.h"
+
 #include "QuorvikCore/Platform/FileLock.h"
 #include "QuorvikCore/Platform/LineSocket.h"
 #include "QuorvikCore/Platform/ListeningSocket.h"
@@ -7,9 +9,12 @@
 
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
+#include <cstring>
 #include <fstream>
 
 namespace quorvik {
@@ -442,6 +447,118 @@ TEST_F(AppTests, AFullDiskKeepsNobodyFromAnswering) {
     ASSERT_EQ(troubles.size(), 1U);
     EXPECT_TRUE(troubles.front().starts_with("what you wave away and pick is not kept: "))
         << troubles.front();
+}
+
+TEST_F(AppTests, TellsTheDesktopOfWhatNobodySees) {
+    // Stands for the desktop's own program: notes what it is told, and presses what the test says.
+    const auto told = home / "told", pressed = home / "pressed";
+    writeProgram("bin/notify-send", "#!/bin/sh\ntrap 'echo closed >>" + told.string() +
+                                        "; exit 0' INT\necho \"$@\" >>" + told.string() + "\nuntil [ -s " +
+                                        pressed.string() + " ]; do sleep 0.02; done\necho 7; cat " +
+                                        pressed.string() + "\n");
+    const std::string path = std::getenv("PATH");
+    ::setenv("PATH", ((home / "bin").string() + ":" + path).c_str(), 1);
+    write("support/settings.json", R"({"notifyAfter":0})");
+    write("told", "");
+    startApp();
+    ::setenv("PATH", path.c_str(), 1);
+    const auto says = [&](const std::string& text) {
+        return eventually([&] { return contentOf(told).find(text) != std::string::npos; });
+    };
+    Program& settled = hook("claude", bash());
+    const std::string first = waitingRequest();
+    EXPECT_TRUE(says("Claude Code asks to run Bash"));
+    EXPECT_EQ(contentOf(told).find("allow"), std::string::npos) << "it has no room for the whole input";
+    EXPECT_EQ(answer(first, {{"decision", "allow"}}), "");
+    EXPECT_TRUE(says("closed")); // answered elsewhere
+    EXPECT_EQ(settled.finish().status, 0);
+
+    Program& denied = hook("codex", bash());
+    EXPECT_TRUE(says("Codex asks to run Bash"));
+    write("pressed", "deny\n");
+    EXPECT_NE(denied.finish().output.find(R"("behavior":"deny")"), std::string::npos);
+    write("pressed", "");
+    ControlClient island = ControlClient::connect("island", ControlClient::Start::never);
+    write("told", "");
+    write("support/settings.json", R"({"notifyAfter":3600})");
+    hook("claude", bash("other"));
+    const std::string seen = waitingRequest();
+    island.call("shown", {{"requests", {seen}}});
+    write("support/settings.json", R"({"notifyAfter":0})");
+    synced();
+    EXPECT_EQ(contentOf(told), "") << "it is in front of the user already";
+}
+
+TEST_F(AppTests, SaysThatItIsReadyAndWhatStandsInItsWay) {
+    // As a service manager would start it.
+    const FileDescriptor manager(::socket(AF_UNIX, SOCK_DGRAM, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string path = (home / "notify").string();
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    ASSERT_EQ(::bind(manager.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ::setenv("NOTIFY_SOCKET", path.c_str(), 1);
+    startApp();
+    ::unsetenv("NOTIFY_SOCKET");
+#ifdef __linux__
+    char ready[32] = {};
+    EXPECT_GT(::recv(manager.get(), ready, sizeof ready - 1, 0), 0);
+    EXPECT_STREQ(ready, "READY=1");
+#endif
+    control().call("stop");
+    expectAppEnds();
+
+    // A file of the user's, where the alerts' socket should be: the rest works, and the file stays.
+    write("support/alert.sock", "mine");
+    startApp();
+    EXPECT_EQ(synced().troubles,
+              std::vector<std::string>{"alerts cannot arrive: could not listen at " +
+                                       (support / "alert.sock").string() + ": File exists"});
+    EXPECT_EQ(contentOf(support / "alert.sock"), "mine");
+    ::kill(app().pid(), SIGTERM);
+    EXPECT_EQ(app().finish().status, 0);
+    if (::geteuid() != 0) return; // only root can be two users
+
+    // With a long path the sockets stand in /tmp, where another user may have been first.
+    ::setenv("QUORVIK_HOME", (home / std::string(90, 'l')).c_str(), 1);
+    const std::string taken = "/tmp/quorvik-0-alert.sock";
+    std::filesystem::remove(taken);
+    Program squatter({"python3", "-c",
+                      "import os,socket\nos.setuid(65534)\ns=socket.socket(socket.AF_UNIX)\ns.bind('" +
+                          taken + "')\ns.listen()\nprint(1,flush=True)\ninput()"});
+    ASSERT_EQ(squatter.readLine(), "1");
+    startApp();
+    const auto troubles = synced().troubles;
+    // Root may replace it; what matters is that whoever listens there is the app, or it is said.
+    if (troubles.empty()) {
+        EXPECT_EQ(Program::run({programPath("quorvik"), "alert", "--title", "x"}).status, 0);
+    } else {
+        EXPECT_NE(troubles.front().find("belongs to user 65534"), std::string::npos);
+    }
+    ::kill(app().pid(), SIGTERM);
+    app().finish();
+    std::filesystem::remove(taken);
+    ::setenv("QUORVIK_HOME", support.c_str(), 1);
+}
+
+TEST_F(AppTests, AKilledAppLeavesItsFilesWhole) {
+    for (int index = 0; index < 20; ++index)
+        writeRecord(std::to_string(index), SessionState::failed);
+    std::string before;
+    for (int round = 0; round < 8; ++round) {
+        startApp();
+        for (int index = round * 2; index < round * 2 + 2; ++index)
+            control().send("acknowledge", {{"key", "build-" + std::to_string(index)}});
+        if (round % 2 == 0) control().call("sync");
+        ::kill(app().pid(), SIGKILL);
+        app().finish();
+        const std::string now = contentOf(support / "memory.json");
+        const Memory memory = Memory::parse(now);
+        EXPECT_EQ(memory.text(), now) << "neither old nor new";
+        EXPECT_GE(now.size(), before.size());
+        EXPECT_TRUE(round % 2 != 0 || now.size() > before.size());
+        before = now;
+    }
 }
 
 } // namespace quorvik
