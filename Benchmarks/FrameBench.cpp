@@ -1,7 +1,6 @@
-// Drawing 1,000 sessions, all of them in view, against appending the same texts to a string.
+// Drawing 1,000 sessions, all of them in view, against formatting the same texts into columns.
 
 #include "Benchmarks/Measure.h"
-
 #include "quorvik_island/Age.h"
 #include "quorvik_island/Terminal/View.h"
 
@@ -29,7 +28,7 @@ int main() {
     std::size_t sink = 0;
     bench::compare(
         "a frame of 1,000 sessions", 101, [&] { sink += draw(view, size, now).rows.size(); },
-        "formatting its texts",
+        "formatting its texts into columns",
         [&] {
             // What every frame must do at least: each row's parts, found, formatted and put together.
             for (const SnapshotItem* item : view.snapshot().items()) {
@@ -38,8 +37,9 @@ int main() {
                      {std::string(mark(item->record->source)), std::string(rawValue(item->display)),
                       age(item->record->stateSince, now), itemLabel(*item->record),
                       Unicode::terminalLine(*item->record->tool + " " + *item->record->summary)}) {
+                    constexpr std::size_t width = 20;
                     row += part;
-                    row.append(2 + std::min<std::size_t>(20, 80 - std::min<std::size_t>(80, part.size())), ' ');
+                    row.append(width - std::min(width, Unicode::columnCount(part)) + 2, ' ');
                 }
                 sink += row.size();
             }
