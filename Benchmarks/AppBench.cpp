@@ -228,7 +228,9 @@ int main(int argc, char** argv) {
 
     if (isIdle) {
         // The live island wants a terminal, which script(1) makes.
-        const pid_t terminal = spawn({"/usr/bin/script", "-qc", besideThis("quorvik-island"), "/dev/null"});
+        const Pipe keyboard = Pipe::create(); // nobody types, and it does not end
+        const pid_t terminal = spawn({"/usr/bin/script", "-qc", besideThis("quorvik-island"), "/dev/null"},
+                                     keyboard.readEnd.get());
         pid_t island = 0;
         ControlClient client = connect();
         while (island == 0)
