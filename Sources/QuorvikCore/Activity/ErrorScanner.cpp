@@ -51,7 +51,7 @@ unsigned char lower(char c) {
     return static_cast<unsigned char>(c | 0x20);
 }
 
-/// What cleaning drops, or takes for the start of something to drop.
+/// Whether cleaning drops this character, or takes it for the start of a control sequence.
 bool isControl(char c) {
     return static_cast<unsigned char>(c) < 0x20 && c != '\t';
 }

@@ -8,11 +8,10 @@ namespace quorvik::PropertyListGuard {
 
 namespace {
 
-/// What libplist and the JSON made of it take for a value, in bytes, its text not counted.
+/// Bytes of memory that libplist and the JSON made from it take for one value, without its text.
 constexpr std::uint64_t valueWeight = 160;
 
-/// Steps of libplist's searches and moves that grow with the square of a part of the text: about a tenth of
-/// a second.
+/// Bound on the work of libplist's quadratic searches and moves, in steps: about a tenth of a second.
 constexpr std::uint64_t maximumEffort = 20'000'000;
 constexpr std::uint64_t bytesMovedAtOnce = 64;
 

@@ -179,7 +179,7 @@ void remove(const SessionRecord& record, const Path& folder) {
         ManualCompaction::forget(file);
         ::unlink(lockPath(file).c_str());
     } catch (const FileError&) {
-        // No folder, no record.
+        // The folder is not there, or the lock cannot be had: nothing is removed.
     }
 }
 
