@@ -178,7 +178,7 @@ const EditNames* editIn(const JSONValue& object) {
     return found == editNames.end() ? nullptr : &*found;
 }
 
-/// Of an object with the same name twice, agents and we might mean different values.
+/// Whether the object has the same name twice: agents might then mean another value than we do.
 bool hasRepeatedNames(const JSONValue::Object& members) {
     std::set<Text> names;
     return std::ranges::any_of(members,
@@ -202,7 +202,7 @@ void edit(Writer& writer, const JSONValue& object, const EditNames& names) {
     writer.edit(*textOf(object, names.before), *textOf(object, names.after));
 }
 
-/// True when the object is of a kind that has a form of its own.
+/// Lays out an object that has a form of its own; false when it has none.
 bool layOut(Writer& writer, const JSONValue& object) {
     if (hasRepeatedNames(*object.objectValue())) return false;
     for (const Text name : {"command", "input", "patch"}) {

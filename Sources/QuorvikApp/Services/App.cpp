@@ -53,7 +53,7 @@ void allowManyDescriptors() {
     ::setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-/// The running app: what happens is brought to the model here, and what the model says to the world.
+/// The app while it runs: connects the sockets, the files and the timers with the model.
 class RunningApp {
   public:
     explicit RunningApp(FileLock lock)
@@ -99,7 +99,7 @@ class RunningApp {
 
     static constexpr Timer::Seconds ownInterval{30};
     static constexpr Timer::Seconds farewellLimit{2};
-    /// Between two states that front ends are told of.
+    /// Shortest time between two states that are published.
     static constexpr Timer::Seconds publishInterval{0.005};
 
     void publishSocket(Service& service) {

@@ -204,7 +204,7 @@ std::vector<std::string> noticeOfInstall(ServiceManager manager) {
 }
 
 std::vector<std::string> noticeOfUninstall(ServiceManager manager) {
-    // launchd would end the app at once.
+    // launchd would end a running app at once, so it is told nothing.
     if (manager == ServiceManager::launchd) return {};
     return noticeOfInstall(manager);
 }

@@ -57,7 +57,7 @@ void forget(const Path& originalFile) {
     std::filesystem::remove(originalFile, ignored);
 }
 
-/// Out of the way of the next installation; returns where the file is now.
+/// Moves the saved status line out of the way of the next installation. Returns where the file is now.
 Path setAside(const Path& originalFile) {
     try {
         return Backups::moveHere(originalFile);
