@@ -66,7 +66,8 @@ bool goToPane(const SessionRecord& record) {
 bool showLog(const SessionRecord& record) {
     std::error_code gone;
     if (!record.logPath || !std::filesystem::is_regular_file(*record.logPath, gone)) return false;
-    // What stands in $PAGER is a command line of the user's; the path is an argument of it, never a part.
+    // $PAGER is a command line of the user's; the path is passed to it as an argument, never as a part of its
+    // text.
     std::string pager = Platform::environmentValue("PAGER");
     if (pager.empty()) pager = "less";
     const std::string file = std::filesystem::absolute(*record.logPath).string();

@@ -40,7 +40,7 @@ class ControlClient {
 
     enum class Start {
         never,    ///< for commands such as `answer`: an app just started has nothing to tell them
-        ifMissing ///< the live island, `watch`, the overlay. QUORVIK_NO_START=1 forbids it to them too
+        ifMissing ///< for the live island, `watch`, `restart`, the overlay; not with QUORVIK_NO_START=1
     };
 
     /// Connects and says hello as `role` ("island", "watch", "overlay", "command"). With `ifMissing`, starts

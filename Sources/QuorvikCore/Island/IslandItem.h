@@ -49,11 +49,11 @@ struct IslandItemView {
 /// Times, in seconds, and counts that decide what is shown. "Age" is the time since the record's state
 /// changed, "idle" the time since it was written.
 struct SchedulerConfig {
-    double doneLinger = 4;      ///< a finished session is shown below this age
-    double changesLinger = 90;  ///< git's "Changes" and "Usage": below this age, or doneLinger if longer
-    double portDownLinger = 15; ///< a failed service whose port is known: below this age
-    double staleAfter = 600;    ///< a busy session is stale above this idle time
-    double awaitingQuietAfter = 120;  ///< an awaiting session is quiet above this age
+    double doneLinger = 4;           ///< a finished session is shown below this age
+    double changesLinger = 90;       ///< git's "Changes" and "Usage": below this age, or doneLinger if longer
+    double portDownLinger = 15;      ///< a failed service whose port is known: below this age
+    double staleAfter = 600;         ///< a busy session is stale above this idle time
+    double awaitingQuietAfter = 120; ///< an awaiting session is quiet above this age
     double awaitingStaleAfter = 1800; ///< and stale above this one
     int maxBubbles = 3;               ///< items beside the primary one; below zero counts as zero
 
