@@ -79,7 +79,7 @@ bool isWebAddress(std::string_view text) {
     return text.starts_with("http://") || text.starts_with("https://");
 }
 
-/// Only what is plainly a page or a file: other addresses may make a program do things.
+/// Opens web addresses and absolute paths only: other addresses may make a program do things.
 bool showPage(const SessionRecord& record) {
     for (const auto* place : {&record.openURL, &record.webURL}) {
         if (!*place || (!isWebAddress(**place) && !(*place)->starts_with('/'))) continue;

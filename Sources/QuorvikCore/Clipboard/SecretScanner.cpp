@@ -18,9 +18,9 @@ constexpr CharacterSet alphanumeric("A-Za-z0-9"), wordish("A-Za-z0-9_-"), upper(
 constexpr CharacterSet alphanumericOrHyphen("A-Za-z0-9-"), word("A-Za-z0-9_"), keyLabel("A-Z0-9 ");
 constexpr CharacterSet bearerToken("A-Za-z0-9._~+/=-"), nameOfAssignment("A-Za-z0-9_.-");
 
-/// A token that its first letters give away: a word boundary, the prefix, then `parts` runs of `set`,
-/// separated by dots, each of `length` characters or more. "Or more" need not be looked at but to find the
-/// dot, since there is a match as soon as there are enough.
+/// A token with a telling prefix: a word boundary, the prefix, then `parts` runs of `set`, separated by dots,
+/// each of `length` characters or more. A run is read beyond `length` only to find the dot behind it: the
+/// last run decides as soon as it is long enough.
 struct TokenShape {
     std::string_view prefix;
     const CharacterSet& set;
@@ -29,7 +29,7 @@ struct TokenShape {
     bool endsAtBoundary = false; ///< exactly `length`, then a word boundary
 };
 
-// Sorted by their first letters, each of which begins a word.
+// Sorted by first letter (shapesByLetter relies on it). Each prefix begins with a word character.
 constexpr TokenShape shapes[] = {
     {"AIza", wordish, 35, 1, true},
     {"AKIA", upper, 16, 1, true},

@@ -24,7 +24,7 @@ constexpr std::string_view optionWords[] = {"token",   "password", "passwd",    
                                             "api-key", "api_key",  "access-key", "accesskey", "access_key"};
 constexpr std::size_t shortestOptionWord = 5, longestOptionWord = 10;
 
-/// A token that its first letters give away: the prefix, then `length` or more of `set`.
+/// A token with a telling prefix, which `length` or more characters of `set` follow.
 struct TokenShape {
     std::string_view prefix;
     const CharacterSet& set;

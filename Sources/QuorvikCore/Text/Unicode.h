@@ -68,7 +68,7 @@ bool isLetter(char32_t scalar);              ///< L*
 bool isDigit(char32_t scalar);               ///< Nd
 bool isNumeric(char32_t scalar);             ///< N*
 bool isMark(char32_t scalar);                ///< M*: stands on the character before it
-bool isDrawnAlike(char32_t scalar); ///< all fonts mean the same sign: assigned (not Cn, Cs), not private (Co)
+bool isDrawnAlike(char32_t scalar);          ///< one sign in all fonts: not Cn, Cs or Co
 
 /// The value of a digit of any script, 0 to 9. `digit` must be one (isDigit).
 int digitValue(char32_t digit);
