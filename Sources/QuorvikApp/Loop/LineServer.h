@@ -34,8 +34,8 @@ class LineConnection : public std::enable_shared_from_this<LineConnection> {
 
     virtual ~LineConnection() = default;
 
-    /// Sends a line. `sent`, when given, is told whether the system has taken all of it; it is called once,
-    /// after a turn, also when the connection ends before.
+    /// Sends a line. `sent`, when given, is told whether the system has taken all of it. It is called once,
+    /// never before this returns, also when the connection ends before.
     virtual void send(std::string line, std::function<void(bool)> sent = {}) = 0;
 
     /// Sends a line that makes earlier ones of this function worthless: one that still waits is replaced. The

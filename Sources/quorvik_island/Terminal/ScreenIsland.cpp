@@ -54,7 +54,7 @@ class ScreenIsland {
             seconds = std::min(seconds.value_or(wanted), std::max(wanted, 0.0));
         };
         if (nextChange_) {
-            // No more than one picture a second for the time's sake alone.
+            // Ages that change by themselves cause one picture a second at most.
             const double atLeast = shownAt_ + 1 - now.steady;
             include(std::max((*nextChange_ - now.wall).count(), atLeast));
         }
