@@ -7,7 +7,8 @@
 
 namespace quorvik::CommandSession {
 
-/// A writer needs a millisecond; one that was stopped while it held the lock holds up nobody's command.
+/// How long to wait for the record's lock. A writer needs a millisecond; one that was stopped while it held
+/// the lock must not hold up a command.
 constexpr std::chrono::seconds storePatience(2);
 
 Date now() {
@@ -41,7 +42,7 @@ void publish(const std::string& sessionID, const std::string& cwd, Date now,
             },
             storePatience);
     } catch (const std::exception&) {
-        // Then the island does not show it.
+        // The island then does not show this step.
     }
     SessionStore::postChangeNotification();
 }

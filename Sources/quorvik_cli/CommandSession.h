@@ -17,8 +17,8 @@ std::string commandLine(std::span<const std::string> words);
 /// The current folder; empty when the system does not tell.
 std::string currentFolder();
 
-/// Whether a command with this exit status was stopped by an interrupt or a termination. One that exits with
-/// these numbers by itself says the same.
+/// Whether this exit status means that the command was stopped by an interrupt or a termination. It cannot be
+/// told from a command that exits with such a status by itself.
 bool wasStopped(int status);
 
 /// Applies one step to the session's record, a fresh one (of the time `now`) if there is none, and tells the

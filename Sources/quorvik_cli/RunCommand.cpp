@@ -69,7 +69,7 @@ void publishStart(const Run& run) {
     });
 }
 
-/// What every kind of end has in common.
+/// Writes the fields that are the same for every end of the command; `step` sets the others.
 void publishEnd(const Run& run, int exitCode, const std::function<void(SessionRecord&)>& step) {
     publish(run, [&](SessionRecord& record) {
         record.exitCode = exitCode;
@@ -114,7 +114,7 @@ FileDescriptor openLog(const Run& run) {
     return Files::createPrivate(run.logPath);
 }
 
-/// Where both streams of the command end up besides their own targets.
+/// What both copying threads write to, besides our own standard output and error.
 struct Output {
     std::mutex mutex; ///< guards the log and the scanner
     FileDescriptor log;
@@ -143,8 +143,8 @@ void pump(FileDescriptor from, int to, bool isStderr, Output& output) {
 } // namespace
 
 int run(const std::vector<std::string>& command) {
-    // First of all: from here on signals are kept for the command. Never deleted, as the output: the copying
-    // threads may outlive this function.
+    // Made first, since from here on signals are kept for the command. Neither this nor the output is ever
+    // deleted: the copying threads may outlive this function.
     SupervisedProcess& child = *new SupervisedProcess;
     Output& output = *new Output;
     const Run run(command);
@@ -160,8 +160,8 @@ int run(const std::vector<std::string>& command) {
             pump(std::move(from), to, isStderr, output);
             --output.openStreams;
             child.wake();
-            // Never ends: on macOS a signal that nobody waits for, such as the one of Ctrl-Z, only reaches us
-            // through a thread that does not wait for others.
+            // The thread never ends. macOS delivers a signal that nobody waits for, such as Ctrl-Z's, only if
+            // some thread of the process is not in sigwait().
             for (;;)
                 ::pause();
         }).detach();

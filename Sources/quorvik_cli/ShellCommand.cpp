@@ -31,7 +31,7 @@ struct Options {
     }
 };
 
-/// An option that this version does not know takes its value along, so that newer scripts work too.
+/// Unknown options are accepted, each with a value, so that newer scripts work too.
 Options parse(std::span<const std::string> words) {
     Options options;
     for (std::size_t index = 0; index < words.size(); ++index) {
@@ -46,7 +46,7 @@ Options parse(std::span<const std::string> words) {
     return options;
 }
 
-/// One report, understood.
+/// One valid report of the shell.
 struct Report {
     std::int32_t pid;
     Date startedAt;
@@ -58,7 +58,7 @@ struct Report {
     bool failed() const { return isEnd() && *exitCode != 0 && !CommandSession::wasStopped(*exitCode); }
 };
 
-/// Absent when the report does not make sense, or says too little to show something true.
+/// Absent when the report is not valid, or lacks what a true record needs.
 std::optional<Report> understood(std::string_view event, const Options& options) {
     if (event != "start" && event != "end") return std::nullopt;
     const auto pid = Number::integer<std::int32_t>(options.value("pid").value_or(""));

@@ -47,7 +47,8 @@ std::optional<Report> reportOf(std::string_view bytes, Source agent, const Proce
     return Report{std::move(*event), payload->isManualCompaction(), std::move(request)};
 }
 
-/// A bare "allow" that Claude Code does not heed: it goes on asking by itself.
+/// Whether Claude Code ignores this reply: a bare "allow" of a plan or a question, for which it goes on
+/// asking by itself.
 bool isIgnored(const ApprovalRequest& request, const HookEvent& event, const ApprovalResponse& response) {
     const bool allows =
         response.decision == ApprovalDecision::allow || response.decision == ApprovalDecision::allowAlways;
@@ -56,7 +57,7 @@ bool isIgnored(const ApprovalRequest& request, const HookEvent& event, const App
            (event.isQuestionTool() || event.toolName == "ExitPlanMode");
 }
 
-/// False when the store cannot be written, or not now, or the event does not count.
+/// False when the event means nothing, or the store cannot be written in time.
 bool record(const AgentSession& session, const Report& report) {
     try {
         return session.fold(report.event, report.isManualCompaction, report.request);

@@ -13,7 +13,8 @@ namespace quorvik {
 
 namespace {
 
-// How long a hook waits for the record's lock: 2 seconds together, less what the rest of it takes.
+// How long a hook waits for the record's lock, at the event and at the end of its wait. With the rest of its
+// work the sum stays below 2 seconds.
 constexpr std::chrono::milliseconds foldPatience(1400);
 constexpr std::chrono::milliseconds endPatience(400);
 
@@ -25,7 +26,7 @@ bool isOneOf(std::string_view name, std::initializer_list<std::string_view> name
     return std::ranges::find(names, name) != names.end();
 }
 
-/// Work goes on: whoever asked for it has his answer.
+/// Whether the event shows that the agent works, so that a request it waited for has been answered.
 bool showsWork(const HookEvent& event) {
     return isOneOf(event.name, {"PostToolUse", "PostToolUseFailure", "PostToolBatch", "SubagentStart"});
 }
@@ -64,9 +65,9 @@ bool AgentSession::fold(const HookEvent& event, bool isManualCompaction,
     });
 }
 
-/// What is known of the terminal and the process to watch. A daemon's environment is that of whoever started
-/// it first, so a process that has no terminal itself says nothing about the session's; and a daemon lives on
-/// when the session's own process is gone.
+/// Puts the terminal, and the process to watch, into the record as far as they are certain. A daemon has the
+/// environment of whoever started it first, so a process without a terminal of its own does not tell the
+/// session's. A daemon also lives on when the session is over, so its process is not watched.
 void AgentSession::tellTerminal(SessionRecord& record) const {
     if (!process_) return;
     if (process_->tty) record.host = HostInfo::fromEnvironment(Platform::environment(), process_->tty);
@@ -105,7 +106,7 @@ bool AgentSession::agentIsRunning() const {
     return !process_ || ProcessInspector::isRunning(process_->pid, process_->startTime);
 }
 
-/// Writes, and tells the app, unless `mutate` leaves no record; returns which.
+/// Writes the record and tells the app, unless `mutate` leaves none. Returns whether there was one.
 bool AgentSession::change(std::chrono::milliseconds patience,
                           const std::function<void(std::optional<SessionRecord>&)>& mutate) const {
     bool written = false;

@@ -10,16 +10,17 @@
 
 namespace quorvik {
 
-/// The record of one agent's session, and what it waits for, changed under the store's lock. Throws FileError
-/// when the store cannot be written, or not soon: who holds its lock may have been stopped, and no agent is
-/// to wait for that. All together, the waits of one hook stay below 2 seconds.
+/// The record of one agent's session, and its open requests, changed under the store's lock. Throws FileError
+/// when the store cannot be written, or its lock cannot be had soon: the holder may have been stopped, and no
+/// agent is to wait for that. All waits of one hook together stay below 2 seconds.
 class AgentSession {
   public:
     /// `process` is the agent's; absent when it is not known.
     AgentSession(Source agent, const HookEvent& event, std::optional<ProcessInspector::Info> process);
 
-    /// Folds the event into the record, and notes the request that it makes. False when the event does not
-    /// count, and nothing was written. `isManualCompaction` as HookPayload says.
+    /// Folds the event into the record, and adds the event's request, if it has one, to the open ones. False
+    /// when the event means nothing (EventReducer); then nothing was written. `isManualCompaction` as in
+    /// HookPayload.
     bool fold(const HookEvent& event, bool isManualCompaction,
               const std::optional<ApprovalRequest>& request) const;
 
@@ -30,13 +31,13 @@ class AgentSession {
         leftToAgent ///< the agent asks in its own interface, or somebody else knows what became of it
     };
 
-    /// Strikes the request off. The session no longer awaits its user, unless the agent asks by itself or
-    /// another hook waits.
+    /// Strikes the request off. A session that awaited only this request then works (`answered`) or is idle
+    /// (`withdrawn`); after `leftToAgent` it goes on awaiting its user.
     void endWait(const std::string& requestID, End end) const;
 
-    /// False once the user answered in the agent's own interface: nobody tells the hook, but what the agent
-    /// does next shows it. Work that goes on beside the request (subagents, parallel tool calls) shows
-    /// nothing.
+    /// False once the request was struck off: the user answered in the agent's own interface, and another
+    /// hook saw the agent go on. Work that goes on beside the request (subagents, parallel tool calls) does
+    /// not strike it off.
     bool isStillWaitingFor(const std::string& requestID) const;
 
     /// False once the agent's process is gone.

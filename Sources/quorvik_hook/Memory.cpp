@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <new>
 
-// The parts of a payload are copied, and a payload may be megabytes long.
+// operator new that asks for large pages: parts of a payload are copied, and a payload may be megabytes long.
 
 void* operator new(std::size_t size) {
     void* const block = std::malloc(size == 0 ? 1 : size);

@@ -6,9 +6,9 @@
 /// An agent's status line, drawn by us in the place of the user's own.
 namespace quorvik::StatusLine {
 
-/// Draws it on standard output. The user's own status line, if one was saved when ours was installed, is run
-/// by a shell in our place: it finds our standard input unread, our environment (COLUMNS, LINES) and standard
-/// output. Without one, ownLine() of standard input is printed.
+/// Draws it on standard output. The user's own status line, if one was saved when ours was installed, takes
+/// the place of this process, run by a shell: it gets our standard input unread, our environment (COLUMNS,
+/// LINES) and our standard output. Without a saved one, prints ownLine() of standard input.
 void run();
 
 /// One short line: the model, the folder, how full the context window is and how much of the account's limits

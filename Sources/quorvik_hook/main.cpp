@@ -68,7 +68,7 @@ int main(int argc, char** argv) {
     try {
         quorvik::run(std::vector<std::string_view>(argv + std::min(argc, 1), argv + argc));
     } catch (const std::exception&) {
-        // Out of memory, or a store that fails: somebody else's problem, never the agent's.
+        // Out of memory, or a store that fails: the agent must not suffer from it.
     }
     std::_Exit(0);
 }

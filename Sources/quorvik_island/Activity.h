@@ -7,9 +7,9 @@
 
 namespace quorvik {
 
-/// What a session is doing: an agent's tool in one word, and with what. The tool is left out where the label
-/// (itemLabel) names it, and where the summary is a sentence of its own. May hold anything that the record
-/// holds.
+/// What a session is doing: the agent's tool in one word, and the summary of what it works on. The tool is
+/// left out where the label (itemLabel) names it already, and where the summary is a sentence by itself. The
+/// text is as the record holds it: not yet safe for a terminal.
 std::string activity(const SessionRecord& record, std::string_view label);
 
 } // namespace quorvik

@@ -14,7 +14,7 @@ struct Unit {
     std::string_view name;
 };
 
-/// The largest one that so many seconds fill.
+/// The largest unit that this many seconds fill at least once.
 const Unit& unitOf(double seconds) {
     static constexpr Unit units[] = {{86400, " d"}, {3600, " h"}, {60, " min"}, {1, " s"}};
     return *std::ranges::find_if(

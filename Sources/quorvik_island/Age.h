@@ -10,7 +10,7 @@ namespace quorvik {
 /// is still to come: the clock may have been set back.
 std::string age(Date since, Date now = std::chrono::system_clock::now());
 
-/// The next moment at which age() differs; after `now`.
+/// The next moment after `now` at which age() gives another text.
 Date nextAgeChange(Date since, Date now);
 
 } // namespace quorvik

@@ -23,13 +23,13 @@ class Console {
     /// A result. Prints it unless the run speaks JSON.
     void line(std::string_view text);
 
-    /// The same for any number of lines, each with its line feed, written in one go.
+    /// line() for any number of lines, each with its line feed, written in one go.
     void text(std::string_view lines);
 
     /// The one value of a run that speaks JSON; ignored otherwise.
     void value(const nlohmann::json& value);
 
-    /// The same for a value that is JSON text already.
+    /// value() for a value that is JSON text already.
     void valueText(std::string_view text);
 
     /// Worth knowing, but no failure: "quorvik-island: <message>" on standard error.

@@ -80,7 +80,7 @@ void reportStatus(const HookTarget& target, const std::string& hookPath, Console
     console.line(std::string(rawValue(target.source)) + "\t" + text);
 }
 
-/// What an agent makes of new hooks that its user should know; empty for most.
+/// What the user should know about how the agent takes up new hooks, one line; empty for most agents.
 std::string_view noteAfterInstall(Source source) {
     switch (source) {
     case Source::codex:

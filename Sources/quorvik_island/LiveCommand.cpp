@@ -67,8 +67,8 @@ void connectAgents() {
     }
 }
 
-/// `quorvik-island open`, which knows how; in a process of its own, since a pager takes the terminal.
-/// False when there was nothing to open.
+/// Runs `quorvik-island open` in a process of its own, since a pager takes the terminal. False when there was
+/// nothing to open.
 bool open(const std::string& key) {
     std::string program = Platform::runningProgram().string();
     std::vector<std::string> words = {program, "open", key};

@@ -66,7 +66,8 @@ bool goToPane(const SessionRecord& record) {
 bool showLog(const SessionRecord& record) {
     std::error_code gone;
     if (!record.logPath || !std::filesystem::is_regular_file(*record.logPath, gone)) return false;
-    // What stands in $PAGER is a command line of the user's; the path is an argument of it, never a part.
+    // $PAGER is a command line of the user's; the path is passed to it as an argument, never as a part of its
+    // text.
     std::string pager = Platform::environmentValue("PAGER");
     if (pager.empty()) pager = "less";
     const std::string file = std::filesystem::absolute(*record.logPath).string();
@@ -78,7 +79,7 @@ bool isWebAddress(std::string_view text) {
     return text.starts_with("http://") || text.starts_with("https://");
 }
 
-/// Only what is plainly a page or a file: other addresses may make a program do things.
+/// Opens web addresses and absolute paths only: other addresses may make a program do things.
 bool showPage(const SessionRecord& record) {
     for (const auto* place : {&record.openURL, &record.webURL}) {
         if (!*place || (!isWebAddress(**place) && !(*place)->starts_with('/'))) continue;

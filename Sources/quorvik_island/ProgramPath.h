@@ -9,8 +9,8 @@
 
 namespace quorvik {
 
-/// Which of our programs is written into users' files: what an option says, else the installed one when it
-/// can be run, else the one beside the running program.
+/// Finds the program of ours whose path is written into users' files: the one that an option names, else the
+/// installed one when it can be run, else the one beside the running program.
 struct ProgramPath {
     std::string_view option; ///< "--hook-path"
     std::string_view what;   ///< "hook program", in messages
@@ -20,11 +20,11 @@ struct ProgramPath {
     /// The absolute path.
     std::string of(const Arguments& arguments) const;
 
-    /// The same, for an installation: throws EditError when there is no such program.
+    /// The absolute path of a program that can be run. Throws EditError when there is none.
     std::string runnableOf(const Arguments& arguments) const;
 
-    /// What somebody should know before that program is written into a file of theirs: that it stands in a
-    /// build folder, which may be gone tomorrow, unless they chose it. Empty for an installed one.
+    /// A warning for somebody into whose file the path is about to be written: the program stands in a build
+    /// folder, which may not stay. Empty for any other program, and when an option names it.
     std::string warningAbout(const std::string& program, const Arguments& arguments) const;
 };
 

@@ -11,10 +11,11 @@ namespace quorvik {
 struct Screen {
     static constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
 
-    /// Of a terminal that tells, else $COLUMNS, else 80; unlimited elsewhere.
+    /// The terminal's width, else $COLUMNS, else 80; unlimited when standard output is no terminal.
     std::size_t columns = unlimited;
 
-    /// On a terminal, unless NO_COLOR is set and not empty, or TERM is "dumb" or not set.
+    /// Whether to use colours: on a terminal, unless NO_COLOR is set and not empty, or TERM is "dumb" or not
+    /// set.
     bool colours = false;
 
     static Screen ofStandardOutput();
@@ -30,10 +31,10 @@ class ScreenLine {
     /// ends with "…". `style` holds the parameters of an SGR sequence ("1;31"), or nothing.
     void add(std::string_view text, std::size_t width = Screen::unlimited, std::string_view style = {});
 
-    /// Blanks, if anything follows.
+    /// Adds so many blanks, but only if anything follows.
     void skip(std::size_t columns) { pending_ += columns; }
 
-    /// Without blanks at the end, and without a line feed.
+    /// The line so far, without blanks at its end and without a line feed.
     const std::string& text() const { return text_; }
 
   private:

@@ -18,12 +18,13 @@ struct Sessions {
     /// Throws FileError when the folder is there and cannot be listed.
     static Sessions load(const std::filesystem::path& folder);
 
-    /// The records, in `files`, without those that were left behind: they claim that something is going on in
-    /// a process that no longer runs, because it was killed before it could say so, or that somebody waits
-    /// whose hooks were all killed (OpenRequests::anyWaiting).
+    /// The records in `files`, without those that were left behind: whose process was killed before it could
+    /// say that it is over, or that are awaiting an answer although all their hooks were killed
+    /// (OpenRequests::anyWaiting).
     std::vector<const SessionRecord*> current() const;
 
-    /// The others, and those that say themselves that nothing is going on: idle, failed, done and ended.
+    /// The records of sessions that are over: those that were left behind, and those that are idle, failed,
+    /// done or ended.
     std::vector<const SessionRecord*> over() const;
 };
 

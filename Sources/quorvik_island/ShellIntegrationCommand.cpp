@@ -52,7 +52,7 @@ FileChange apply(const std::string& action, const Arguments& arguments, int minS
         if (!warning.empty()) console.note(warning);
         return ShellIntegration::install(cli, minSeconds, rc, script);
     }
-    // "remove" is what it was called first.
+    // "remove" is the older name of this action.
     if (action == "uninstall" || action == "remove") return ShellIntegration::remove(rc, script);
     if (action != "status") throw UsageError("shell: unknown action " + action);
     return {};
@@ -89,7 +89,7 @@ int run(std::span<const std::string> commandLine) {
         console.fail("shell: " + std::string(error.what()));
         result["error"] = error.what();
     }
-    // Also when nothing could be read any more after the change.
+    // Told also when the state after the change could not be read.
     if (action != "status") result["changed"] = change.changed;
     if (change.backup) {
         result["backup"] = change.backup->string();

@@ -74,12 +74,12 @@ Items itemsOf(const Snapshot& layout) {
     return items;
 }
 
-/// How many columns of the screen each part of a line gets; what is happening gets the rest.
+/// How many columns each part of a line gets; the text of what is happening gets the rest.
 struct Columns {
     std::size_t place = 2, mark = 3, gap = 2, display = 10, since = 6, label = 0;
 
-    /// On a narrow screen the parts are as wide as they must be. Labels are cut before what is happening is,
-    /// down to a third of the room for both.
+    /// On a narrow screen each part is as wide as its longest text. The label is cut before the text of what
+    /// is happening is, but not below a third of the room for both.
     Columns(const Items& items, Date now, const Screen& screen) {
         constexpr std::size_t widestLabel = 32, narrow = 60;
         std::size_t widestDisplay = 0, widestSince = 0, doings = 0;
@@ -159,7 +159,7 @@ std::optional<Snapshot> shownByApp() {
     }
 }
 
-/// What it would show of these sessions, which must outlive the result.
+/// The snapshot that the app would make of these sessions, which must outlive the result.
 Snapshot shownWithoutApp(const Sessions& sessions, Date now) {
     constexpr std::size_t most = 1 << 24; // bytes
     std::vector<std::string> problems;    // `settings` tells them

@@ -124,7 +124,7 @@ int dispatch(std::span<const std::string> words) {
 
 int main(int argc, char** argv) {
     quorvik::occupyStandardDescriptors();
-    // A reader that went away and a file that may not grow are errors of one write, not our end.
+    // A write to a closed pipe, or to a file that may not grow, is to fail, and not to end the program.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     const std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);

@@ -26,8 +26,8 @@ namespace quorvik::AppStarter {
 
 namespace {
 
-/// What the app, and the tools that it runs, need of the starter's environment. Whatever else is there
-/// belongs to one terminal or one agent, and would outlive it.
+/// The environment variables that the app, and the tools that it runs, need of the starter's. All others
+/// belong to one terminal or one agent, which the app outlives.
 constexpr std::array<std::string_view, 20> kept = {"HOME",
                                                    "USER",
                                                    "LOGNAME",
@@ -59,7 +59,7 @@ std::vector<std::string> reducedEnvironment() {
     std::vector<std::string> reduced;
     for (const auto& [name, value] : Platform::environment()) {
         if (std::ranges::find(kept, name) == kept.end()) continue;
-        // The app's folder is "/": what was meant from here is said from there.
+        // A relative path is made absolute, since the app's folder is "/".
         const bool isFolder = name == "QUORVIK_HOME" && !value.empty();
         reduced.push_back(name + "=" + (isFolder ? QuorvikPaths::supportDirectory().string() : value));
     }
@@ -74,7 +74,7 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
     return found;
 }
 
-/// posix_spawn()'s two collections of wishes.
+/// What is to be different in the started process, as posix_spawn() takes it.
 struct SpawnWishes {
     posix_spawn_file_actions_t actions;
     posix_spawnattr_t attributes;
@@ -141,7 +141,7 @@ void start(std::chrono::duration<double> limit) {
     ::posix_spawnattr_setsigdefault(&wishes.attributes, &all);
     ::posix_spawnattr_setflags(&wishes.attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     ::posix_spawn_file_actions_addopen(&wishes.actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    // Copied first: the write end may have the number that the app finds it under.
+    // Copied first: the write end may happen to have this very number already.
     FileDescriptor copy(::fcntl(readiness.writeEnd.get(), F_DUPFD_CLOEXEC, readinessNumber + 1));
     ::posix_spawn_file_actions_adddup2(&wishes.actions, copy.get(), readinessNumber);
     pid_t pid = 0;
@@ -166,7 +166,7 @@ Readiness detach(int readinessDescriptor) {
     try {
         QuorvikPaths::ensureDirectory(QuorvikPaths::supportDirectory());
     } catch (const FileError&) {
-        // which the app itself will say
+        // The app will meet the same error, and report it.
     }
     const std::string log = QuorvikPaths::appLog().string();
     FileDescriptor file(::open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, 0600));

@@ -10,18 +10,20 @@ namespace quorvik::AppStarter {
 /// Whether QUORVIK_NO_START=1 forbids it: for tests and sandboxes.
 bool isForbidden();
 
-/// Lets the service manager start the app, where it is installed for that; else, or when that does not work,
-/// runs the quorvik-island that stands beside this program, as `serve`, in a session of its own, in "/", with
-/// few environment variables and no descriptors but its log, and waits until it can be connected to, or
-/// another one can. Throws NoApp with the reason when it cannot run, and when it says nothing within `limit`.
+/// Starts the app. Where the service manager is set up for it, that is told to start the app, and this
+/// returns at once. Otherwise, or when that fails, runs the quorvik-island beside this program as `serve`, in
+/// a session of its own, in "/", with few environment variables and no descriptors but its log; then waits
+/// until it, or another app that runs already, can be connected to. Throws NoApp with the reason when the
+/// program cannot run, ends, or reports nothing within `limit`.
 void start(std::chrono::duration<double> limit);
 
-/// What a background app does first: takes the place that start() made for it. Returns the function that
-/// reports "ready", "running" or an error to the starter.
+/// The way in which an app that start() has started reports how that went.
 struct Readiness {
-    int descriptor = -1; ///< -1: nobody waits
+    int descriptor = -1; ///< the starter's pipe; -1: nobody waits
+    /// Reports "ready", "running" (another app has the place) or an error, one line. Once at most.
     void report(const std::string& word) const;
 };
+/// What an app in the background does first: leaves the starter's session, folder, descriptors and streams.
 Readiness detach(int readinessDescriptor);
 
 } // namespace quorvik::AppStarter

@@ -99,7 +99,7 @@ ControlClient ControlClient::connect(std::string_view role, Start start) {
     const std::string itsVersion = client.hello_.value("version", "");
     if (start == Start::never || !Version::isOlder(itsVersion, Version::text())) return client;
 
-    // An upgrade: the new program brings the new app, unless somebody waits for an answer there.
+    // An upgrade: a newer front end replaces the older app, which refuses while a request waits there.
     try {
         client.call("stop", {{"replacedBy", Version::text()}});
     } catch (const ControlError& refusal) {

@@ -25,27 +25,27 @@ class ControlError : public std::runtime_error {
     int code_;
 };
 
-/// There is no talking to the app; what() says why, in one line: it does not run ("Quorvik is not running"),
-/// it could not be started, it is busy, it went away, somebody else's program listens.
+/// The app cannot be reached; what() says why, in one line: it does not run ("Quorvik is not running"), could
+/// not be started, is busy or went away, or another user's program listens.
 class NoApp : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-/// A front end's end of the control socket. Blocking calls with limits, and a non-blocking way to read
-/// snapshots for programs that wait for several things at once. Never raises SIGPIPE. For one thread.
+/// A front end's connection to the app's control socket. Blocking calls have time limits; programs that wait
+/// for several things at once read snapshots without blocking. Never raises SIGPIPE. For one thread.
 class ControlClient {
   public:
     using Seconds = std::chrono::duration<double>;
 
     enum class Start {
-        never,    ///< hooks, alerts, answers: who asks nobody must not start somebody
-        ifMissing ///< the live island, `watch`, the overlay. QUORVIK_NO_START=1 forbids it to them too
+        never,    ///< for commands such as `answer`: an app just started has nothing to tell them
+        ifMissing ///< for the live island, `watch`, `restart`, the overlay; not with QUORVIK_NO_START=1
     };
 
-    /// Connects and says hello as `role` ("island", "watch", "overlay", "command"). Starts the app when it is
-    /// missing and that is wanted, and waits until it is ready. An older app is replaced when nothing waits
-    /// there. Throws NoApp.
+    /// Connects and says hello as `role` ("island", "watch", "overlay", "command"). With `ifMissing`, starts
+    /// the app when it does not run and waits until it is ready, and replaces an older app unless a request
+    /// waits there. Throws NoApp.
     static ControlClient connect(std::string_view role, Start start);
 
     /// Sends a request and waits for its reply; snapshots that come meanwhile are kept. Throws ControlError,
@@ -57,28 +57,29 @@ class ControlClient {
     /// NoApp.
     std::int64_t send(std::string_view method, const nlohmann::json& params = nlohmann::json::object());
 
-    /// The state, once. Throws as call() does.
+    /// Asks for the current snapshot. Throws as call() does.
     Snapshot snapshot();
 
-    /// From now on read() gives snapshots, the whole state first. Throws as call() does.
+    /// Asks for snapshots: from now on read() gives one, of the whole state, at once and after every change.
+    /// Throws as call() does.
     void subscribe();
 
-    /// To be polled for readability by those who call read().
+    /// Becomes readable when read() may have something to give.
     int descriptor() const { return socket_.get(); }
 
-    /// A reply to send().
+    /// The reply to a send().
     struct Reply {
         std::int64_t id = 0;
         nlohmann::json result;             ///< null after an error
         std::optional<ControlError> error; ///< absent after success
     };
 
-    /// What has come, oldest first; of snapshots that have all come already only the newest is read. Does not
-    /// block. Absent when there is nothing more for now. Throws NoApp once the connection has ended, and
-    /// RecordError when the app talks nonsense.
+    /// The next reply or snapshot that has come, oldest first; does not block. A snapshot that was followed
+    /// by a newer one is left out. Absent when there is nothing more for now. Throws NoApp once the
+    /// connection has ended, and RecordError when the app sends what is not of the protocol.
     std::optional<std::variant<std::shared_ptr<const Snapshot>, Reply>> read();
 
-    /// What the app said of itself.
+    /// The app's reply to "hello": its version, program and so on.
     const nlohmann::json& hello() const { return hello_; }
 
   private:

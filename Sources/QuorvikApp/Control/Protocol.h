@@ -14,7 +14,7 @@ inline constexpr int version = 1;
 /// Bytes; a line from a front end, without its line feed, must be shorter.
 inline constexpr std::size_t maxLine = 1 << 20;
 
-/// Codes of errors.
+/// The codes of error replies (docs/control.md).
 enum Code : int {
     notJSON = -32700,
     noRequest = -32600,
@@ -31,7 +31,7 @@ enum Code : int {
     requestsWait = 15
 };
 
-/// A request or notification, taken apart.
+/// A request or a notification of JSON-RPC, taken apart.
 struct Message {
     std::string method;
     nlohmann::json params = nlohmann::json::object();
@@ -48,13 +48,13 @@ struct Fault {
 /// The message of one line. Absent, with the fault told, when it is none.
 std::optional<Message> parse(std::string_view line, Fault& fault);
 
-// The lines, without their line feeds.
+// Each of the following makes one line, without its line feed.
 
 std::string request(const nlohmann::json& id, std::string_view method, const nlohmann::json& params);
 std::string result(const nlohmann::json& id, const nlohmann::json& value);
 std::string error(const nlohmann::json& id, Code code, std::string_view message);
 
-/// The same for a value that is JSON text already.
+/// Take a value or parameters that are JSON text already.
 std::string resultText(const nlohmann::json& id, std::string_view value);
 std::string notificationText(std::string_view method, std::string_view params);
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-/// Which Quorvik this is.
+/// The version of this program, and the order of versions.
 namespace quorvik::Version {
 
 /// "0.1.0".

@@ -12,7 +12,7 @@ namespace {
 
 constexpr Timer::Seconds untilKilled(2);
 
-/// A program that has ended may have left its output to somebody who keeps it open.
+/// How long output is still read after the program's end: it may have left a process that keeps it open.
 constexpr Timer::Seconds outputAfterEnd(0.2);
 
 std::vector<std::string> environment() {
@@ -144,7 +144,7 @@ struct ChildProcess::Inner : std::enable_shared_from_this<ChildProcess::Inner> {
         deadline.start(untilKilled);
     }
 
-    /// The process and all that it started, unless that has left its session.
+    /// Signals the process and everything that it started, except what has left its session.
     void kill(int signal) {
         if (process) ::kill(-process->handle.pid, signal);
     }

@@ -8,9 +8,9 @@
 
 namespace quorvik {
 
-/// One run of another program: no shell, nothing on its standard input, a session of its own, the C locale,
-/// no descriptors of ours, "/" as its folder. It never outlives its limits: after `limit` it gets SIGTERM,
-/// with everything that it started, and two seconds later SIGKILL.
+/// One run of another program, in a session of its own, in "/", with the C locale and without a shell,
+/// standard input or any descriptors of ours. When its time limit is reached, it and everything that it
+/// started get SIGTERM, and SIGKILL two seconds later.
 class ChildProcess {
   public:
     struct Limits {
@@ -18,7 +18,7 @@ class ChildProcess {
         std::size_t outputBytes; ///< of standard output; a program that writes more is ended
     };
 
-    /// What became of it.
+    /// How the run ended.
     struct Result {
         std::optional<int> exitStatus; ///< absent: it could not be started, or was ended by a signal
         std::string output;            ///< what it wrote to standard output, as far as the limits went
@@ -29,14 +29,14 @@ class ChildProcess {
 
     using Done = std::function<void(Result)>;
 
-    /// Starts it. `arguments[0]` is looked for in the PATH. `done` is called once, never before this returns;
-    /// not at all once the object is gone, which ends the program.
+    /// Starts the program. `arguments[0]` is searched in the PATH. `done` is called once, never before the
+    /// constructor returns. Destroying the object ends the program, and `done` is then not called.
     ChildProcess(EventLoop& loop, const std::vector<std::string>& arguments, const Limits& limits, Done done);
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    /// Sends it, and what it started, the signal.
+    /// Sends the signal to the program and to everything that it started.
     void signal(int number);
 
   private:

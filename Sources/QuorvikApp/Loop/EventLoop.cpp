@@ -21,8 +21,8 @@ EventLoop::~EventLoop() {
     handlers_.clear(); // they may own handles
     idleHandlers_.clear();
     atEndOfTurn_ = {};
-    // Whoever had a handle has closed it by now; libuv wants a turn to let go of it, and to hear of the end
-    // of programs that were killed.
+    // All handles are closed by now. libuv needs further turns to let go of them, and to hear of the end of
+    // programs that were killed.
     for (int turn = 0; uv_run(loop_.get(), UV_RUN_NOWAIT) != 0 && turn < 500; ++turn)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     if (uv_loop_close(loop_.get()) != 0) {
@@ -151,7 +151,7 @@ bool FolderWatch::watches(const std::string& folder) const {
 }
 
 bool FolderWatch::watch(const std::string& folder) {
-    // Kept open while it is watched: the number of a folder that is gone must not go to the next one.
+    // Kept open while it is watched, so that a new folder cannot get the inode number of one that is gone.
     FileDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     struct stat status;
     if (!opened || ::fstat(opened.get(), &status) != 0) return false;

@@ -35,24 +35,24 @@ class EventLoop {
     EventLoop(const EventLoop&) = delete;
     EventLoop& operator=(const EventLoop&) = delete;
 
-    /// Turns until stop().
+    /// Runs turn after turn until stop() is called.
     void run();
     void stop() { isStopped_ = true; }
 
-    /// Runs the handler after this turn.
+    /// Runs the handler once, after this turn.
     void later(Handler handler);
 
-    /// Runs at the end of every turn in which a handler ran, after the last one.
+    /// Sets the handler that runs after the last handler of every turn in which one ran.
     void atEndOfTurn(Handler handler) { atEndOfTurn_ = std::move(handler); }
 
-    /// Runs the handler once a turn found nothing to do: everything that had happened before has been
-    /// handled. Under steady load it runs after some hundred turns.
+    /// Runs the handler after a turn that had nothing to do, when everything that happened before this call
+    /// has been handled. Under steady load it runs after 500 turns.
     void whenIdle(Handler handler);
 
-    /// The time of this turn.
+    /// The time at which the handlers of this turn began to run.
     Date now() const { return now_; }
 
-    /// For the other files of this room.
+    /// The libuv loop, for the other classes of Loop/ only.
     uv_loop_s* handle() const { return loop_.get(); }
 
   private:
@@ -101,15 +101,15 @@ class SignalWatch {
     std::shared_ptr<Inner> inner_;
 };
 
-/// What the system has told of a folder in one turn.
+/// What the system reported about a folder during one turn.
 struct FolderHints {
     std::set<std::string> names; ///< of entries that were made, changed, renamed or removed
-    bool isAll = true;           ///< false: there may be others
+    bool isAll = true;           ///< false: other entries may have changed too
 };
 
-/// Calls its handler after something in a folder changed: a hint, no more. The system may merge changes, keep
-/// some to itself when there are too many, and report what is no change. Whoever watches looks again by
-/// himself, now and then.
+/// Calls its handler after something in a folder changed. It is a hint: the system may merge changes, drop
+/// some when there are too many, and report what is no change. So the owner must also look by itself now and
+/// then.
 class FolderWatch {
   public:
     using Handler = std::function<void(const FolderHints&)>;
@@ -119,11 +119,11 @@ class FolderWatch {
     FolderWatch(const FolderWatch&) = delete;
     FolderWatch& operator=(const FolderWatch&) = delete;
 
-    /// Watches the folder that stands at the path now, instead of an earlier one. Does nothing when it is
-    /// watched already. False when there is none, or the system has no more watches to give.
+    /// Watches the folder that is at the path now, in place of the earlier one. Does nothing when that very
+    /// folder is watched already. False when there is no folder, or the system has no more watches to give.
     bool watch(const std::string& folder);
 
-    /// Whether the folder that stands at the path now is the one that is watched.
+    /// Whether the watched folder is the one that is at the path now.
     bool watches(const std::string& folder) const;
 
   private:

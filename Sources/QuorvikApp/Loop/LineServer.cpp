@@ -77,7 +77,7 @@ class PipeConnection : public LineConnection {
     const Platform::PeerProcess& peer() const override { return peer_; }
 
   private:
-    /// How the other side ended: it speaks no more, or nothing more can be said to it either.
+    /// How the other side ended: `silent` sends no more but may read; `broken` does neither.
     enum class End { silent, broken };
 
     struct Pipe : Handle<Pipe, uv_pipe_t> {
@@ -130,7 +130,7 @@ class PipeConnection : public LineConnection {
         }
     }
 
-    /// The other side is gone, or must go. What it said before is handled first.
+    /// Ends the connection after the lines that came before have been handled.
     void noteEnd(End end) {
         uv_read_stop(stream());
         pipe_->loop->later([kept = weak_from_this(), end] {
@@ -144,7 +144,7 @@ class PipeConnection : public LineConnection {
         const EventLoop::Handler closed = std::exchange(onClosed, {});
         onLine = {};
         if (closed) closed();
-        // A peer that only stopped speaking may still read what it asked for, if its owner wants that.
+        // A peer that only stopped sending still gets the waiting lines if its owner called closeWhenSent().
         if (end == End::broken || !isClosing_) shut();
     }
 
@@ -279,14 +279,15 @@ struct LineServer::Inner : std::enable_shared_from_this<LineServer::Inner> {
         const auto connection = std::make_shared<PipeConnection>(
             loop, limits, *peer, [this](PipeConnection* gone) { forget(gone); });
         connections.insert(connection);
-        // The owner sets its handlers before anything that arrives is reported: both come after this turn.
+        // Called before anything that arrives is reported, so that the owner can set its handlers.
         loop.later([kept = shared_from_this(), connection] {
             if (kept->accepted) kept->accepted(connection);
         });
         if (!connection->start(std::move(socket))) connection->close();
     }
 
-    /// Out of descriptors or memory. The queue keeps whoever comes meanwhile.
+    /// Out of descriptors or memory: accepts nothing for a second. The system's queue keeps who connects
+    /// meanwhile.
     void rest() {
         uv_poll_stop(&poll->handle);
         pause.start(Timer::Seconds(1));

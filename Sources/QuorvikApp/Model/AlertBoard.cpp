@@ -17,7 +17,7 @@ double lifetime(const AlertRequest& alert) {
 
 void AlertBoard::add(AlertRequest alert, Date now) {
     expire(now);
-    // Names that callers choose and our own numbers cannot meet: "#" is in no caller's id.
+    // A number cannot be the same as an id: no id of a caller's may hold "#".
     const std::string name = alert.id ? *alert.id : "#" + std::to_string(++count_);
     const std::string key = std::string(rawValue(Source::git)) + "-alert-" + name;
     const Date until = now + Seconds(lifetime(alert));

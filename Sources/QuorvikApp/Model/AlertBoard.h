@@ -8,20 +8,21 @@ namespace quorvik {
 /// the tool "Alert" and the level as its last event.
 class AlertBoard {
   public:
-    /// At once. A flood pushes out the oldest of the lowest level first.
+    /// Most alerts at once. A further one replaces the oldest of the lowest level.
     static constexpr std::size_t most = 100;
 
-    /// How long an alert without a `ttl` stays. A failure stays until somebody has seen it, a day at most.
+    /// Seconds that an alert without a `ttl` stays. A failure stays until somebody has seen it, a day at
+    /// most.
     static constexpr double usualSeconds = 60, failureSeconds = 86'400;
 
-    /// One with the id of an alert that is shown takes its place, and its time starts anew.
+    /// Adds an alert. It replaces one with the same id, and its time starts anew.
     void add(AlertRequest alert, Date now);
 
-    /// Takes away the alerts whose time is up. The clock may have been set back since the last call: what is
-    /// left of an alert's time does not grow by that.
+    /// Removes the alerts whose time is up. When the clock was set back since the last call, what is left of
+    /// each alert's time stays as it was.
     void expire(Date now);
 
-    /// The user has seen it. False when there is no such alert.
+    /// Removes the alert of that key, which the user has seen. False when there is none.
     bool remove(std::string_view key);
 
     /// The records of the alerts, the oldest first. An alert that is no failure is "done" until its time is

@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::size_t textColumns = 60, tooltipColumns = 120, tooltipLines = 20;
 
-/// One harmless line of at most so many columns.
+/// The text as one line without control characters, cut to so many columns.
 std::string fitted(std::string_view text, std::size_t columns) {
     const std::string line = Unicode::terminalLine(text);
     if (Unicode::columnCount(line) <= columns) return line;
@@ -23,7 +23,7 @@ std::string replaced(std::string_view text, std::string_view found, std::string_
     return result.append(text);
 }
 
-/// As text, and as the value of an attribute.
+/// Escapes the text for the content and the attributes of XML.
 std::string escapedMarkup(std::string_view text) {
     std::string result;
     for (const char c : text) {
@@ -49,8 +49,8 @@ std::string requestLine(const ApprovalRequest& request) {
            (request.tool ? *request.tool + " " : std::string()) + request.summary.value_or("");
 }
 
-/// What the bar is about: a request that waits and whose session does not say so itself goes before all
-/// items, so that nothing hides it.
+/// What the line says. A request whose session is not shown as awaiting goes before all items, so that
+/// nothing hides it.
 struct Summary {
     std::string text;  ///< empty: nothing is shown
     std::string state; ///< "awaiting", "failed"…, or "idle"

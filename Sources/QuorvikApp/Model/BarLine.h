@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-/// The island in one line, as status bars take it. Texts come from agents and commands, and every bar takes
-/// something else for an order: markup, click actions, format codes.
+/// The island in one line for status bars. Its texts come from agents and commands, and each bar takes
+/// something else for markup, click actions or format codes, so they must be escaped for that bar.
 namespace quorvik::BarLine {
 
 enum class Format {
@@ -24,7 +24,7 @@ enum class Format {
 /// (Unicode::terminalLine).
 std::string escaped(Format format, std::string_view line);
 
-/// What the bar is given, without a line feed. When there is nothing to show, its text is empty.
+/// The line for that bar, without a line feed. Its text is empty when there is nothing to show.
 std::string of(Format format, const Snapshot& snapshot);
 
 } // namespace quorvik::BarLine

@@ -12,7 +12,7 @@ namespace {
 
 using Names = std::initializer_list<std::string_view>;
 
-/// A rule that has no words.
+/// Thrown for a rule that has no words.
 struct Unsayable {};
 
 /// The members of an object, of which none may be left over: one that we do not know may change what the rule
@@ -121,7 +121,8 @@ bool ignoresBareAllow(const ApprovalRequest& request) {
 }
 
 std::vector<std::string> grantsOf(const ApprovalRequest& request) {
-    // The only agent that has been seen to keep the rules of a reply: others fail on them, or never get them.
+    // Claude Code is the only agent that has been seen to keep the rules of a reply. Others fail on them, or
+    // do not get them.
     if (request.source != Source::claude || !request.canAlwaysAllow() || ignoresBareAllow(request)) return {};
     const auto suggestions = parseJSON(*request.suggestions);
     if (!suggestions || !suggestions->is_array()) return {};

@@ -16,8 +16,8 @@ namespace quorvik {
 /// here.
 std::vector<std::string> grantsOf(const ApprovalRequest& request);
 
-/// Whether the agent takes no notice of an "allow" of this request: it wants its plan or its question
-/// answered in its own interface, or an answer to each question with it.
+/// Whether the agent ignores an "allow" of this request, because it wants its plan or question answered in
+/// its own interface, or answers along with the "allow".
 bool ignoresBareAllow(const ApprovalRequest& request);
 
 } // namespace quorvik

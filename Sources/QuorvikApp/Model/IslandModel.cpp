@@ -19,7 +19,7 @@ std::vector<const SessionRecord*> pointers(const std::vector<std::shared_ptr<con
     return found;
 }
 
-/// What is over and has been looked at: a failure, or git's changes and usage.
+/// Whether an item of this record is over and can be acknowledged: a failure, or git's changes and usage.
 bool canBeAcknowledged(const SessionRecord& record) {
     if (record.state == SessionState::failed) return true;
     return record.state == SessionState::done && record.source == Source::git &&

@@ -16,15 +16,15 @@ namespace quorvik {
 struct SessionFolder {
     std::vector<std::shared_ptr<const SessionRecord>> records;
 
-    /// Keys of records whose process, or whose waiting hooks, are gone: they claim that something is going on
-    /// which is not.
+    /// Keys of records that say that something is going on although their process is gone, or that somebody
+    /// waits although the hooks are gone.
     std::set<std::string, std::less<>> lost;
 
     std::vector<std::string> corrupt, unsupported; ///< paths, sorted
 };
 
-/// Everything there is to show and to answer, and the rules by which that happens. No I/O and no clock: what
-/// happens is told with its time, and a snapshot comes out, with the moment at which it changes by itself.
+/// Everything there is to show and to answer, and the rules for it. No I/O and no clock: each event is passed
+/// in with its time. snapshot() gives what is to be shown, nextChange() when that changes by itself.
 class IslandModel {
   public:
     // What happens.
@@ -32,46 +32,48 @@ class IslandModel {
     void setSessions(SessionFolder folder, Date now);
     void setSettings(const Settings& settings, Date now);
 
-    /// What does not work, a text each, in place of what this `area` ("settings", "sessions"…) said before.
+    /// Replaces what is known not to work in one `area` ("settings", "sessions"…): one line each.
     void setTroubles(std::string_view area, std::vector<std::string> troubles, Date now);
 
-    /// From the last run of the app.
+    /// Sets what the last run of the app has kept.
     void setMemory(Memory memory) { memory_ = std::move(memory); }
 
-    /// False: the request cannot be taken, and its hook is to be sent away.
+    /// Adds a request; `members` is its JSON text. False when it cannot be taken: its hook must then be told
+    /// to go.
     bool addRequest(const ApprovalRequest& request, std::string_view members, Date now);
     void withdrawRequest(std::string_view id, Date now);
 
-    /// Absent when the request takes this answer; it is then the caller's to hand over, and to report.
+    /// Absent when the request takes this answer. The caller then hands it over and calls requestAnswered().
     std::optional<RequestBoard::Refusal> checkAnswer(std::string_view id,
                                                      const ApprovalResponse& response) const {
         return requests_.check(id, response);
     }
     void requestAnswered(std::string_view id, ApprovalDecision decision, const std::string& by, Date now);
 
-    /// An agent tried to answer; `who` says which process.
+    /// Notes that an agent's process tried to answer; `who` describes the process.
     void answerRefused(std::string_view id, const std::string& who, Date now);
 
-    /// The reply that the sender gets.
+    /// Adds the alert, and returns the reply for its sender.
     AlertReply addAlert(const AlertRequest& alert, Date now);
 
-    /// The user has seen the item. False when no item that can be waved away has that key.
+    /// The user has seen the item, which then is no longer shown. False when no item that can be acknowledged
+    /// has that key.
     bool acknowledge(std::string_view key, Date now);
 
-    /// The user has seen everything that can be waved away; returns how many items that were.
+    /// Acknowledges every item that can be; returns how many those were.
     std::size_t acknowledgeAll(Date now);
 
-    /// False when no item that is shown has that key.
+    /// The user wants the item in front. False when no item that is shown has that key.
     bool pick(std::string_view key, Date now);
     void unpick(Date now);
 
     // What there is.
 
-    /// What is shown at `now`. Its revision is the caller's to set.
+    /// What is shown at `now`. The caller sets its revision.
     Snapshot snapshot(Date now);
 
-    /// The next moment after `now` at which snapshot() differs although nothing happens. It may be early,
-    /// never late. Absent when there is none.
+    /// The next moment after `now` at which snapshot() differs although nothing happens. It may be too early,
+    /// but never too late. Absent when there is none.
     std::optional<Date> nextChange(Date now) const;
 
     const SessionFolder& sessions() const { return sessions_; }
@@ -79,8 +81,8 @@ class IslandModel {
     const Memory& memory() const { return memory_; }
     const RequestBoard& requests() const { return requests_; }
 
-    /// Tells in words, a line each, what is shown in which place and by which rule, what is not and why, and
-    /// what happened. `key` is an item's key or a request's id; empty: everything.
+    /// Explains in words, a line each: what is shown where and by which rule, what is not shown and why, and
+    /// what happened. `key` is an item's key or a request's id; empty for everything.
     std::vector<std::string> why(std::string_view key, Date now);
 
   private:

@@ -9,7 +9,7 @@
 
 namespace quorvik {
 
-/// What happened lately, in words: the last thousand things.
+/// The last thousand things that happened, in words.
 class Journal {
   public:
     struct Entry {
@@ -22,7 +22,7 @@ class Journal {
 
     void note(Date when, std::string about, std::string text);
 
-    /// The entries about one thing, oldest first; of an empty `about` all of them.
+    /// The entries about one thing, oldest first; all entries when `about` is empty.
     std::vector<const Entry*> entries(std::string_view about) const;
 
   private:

@@ -13,7 +13,8 @@ struct Memory {
     AcknowledgedKeys acknowledged;
     std::optional<ManualPick> pick;
 
-    /// Empty when the text is none that text() wrote: what is lost shows again, no more.
+    /// Reads what text() wrote. Empty for any other text: what was waved away then shows again, and no harm
+    /// is done.
     static Memory parse(std::string_view text);
 
     /// One JSON object on one line.

@@ -10,8 +10,8 @@
 
 namespace quorvik {
 
-/// Tells of a request that waits while no front end shows it. It has room for the masked summary only, so it
-/// never offers to allow anything.
+/// A desktop notification of a request that waits while no front end shows it. It has room for the masked
+/// summary only, so it never offers to allow anything.
 struct Notification {
     std::string title; ///< one line
     std::string body;  ///< a line or two
@@ -41,13 +41,13 @@ struct NotifySendOutput {
     std::optional<std::uint32_t> id; ///< of the notification
     std::optional<Action> action;    ///< what the user chose
 
-    /// Of its whole lines; what is not finished is passed over, and so is what it never prints.
+    /// Reads whole lines; an unfinished line is passed over, and so is what notify-send never prints.
     static NotifySendOutput parse(std::string_view output);
 
     bool operator==(const NotifySendOutput&) const = default;
 };
 
-/// Which requests want a notification.
+/// The requests that are to have a notification.
 struct NotificationsDue {
     std::vector<std::string> ids; ///< now, in the order of the requests; also those that have theirs already
     std::optional<Date> next;     ///< when to ask again, if nothing happens; absent: not at all

@@ -8,8 +8,8 @@ namespace quorvik {
 
 /// The permissions and questions that agents have put to the user, and what became of them.
 ///
-/// A request lives from its line until somebody answers (the first answer wins), its hook goes, or the app
-/// ends. Nothing else ends it: no time, no default.
+/// A request waits until somebody answers (the first answer wins), its hook goes, or the app ends. It has no
+/// time limit and no default answer.
 class RequestBoard {
   public:
     static constexpr std::size_t mostWaiting =
@@ -23,7 +23,7 @@ class RequestBoard {
         std::string message; ///< one line, for people
     };
 
-    /// False when it cannot be taken: its id waits already, or too many do. `members` is the request's line.
+    /// Adds a request; `members` is its JSON text. False when its id waits already, or too many requests do.
     bool add(const ApprovalRequest& request, std::string_view members, Date now);
 
     /// The hook has gone. False when the request did not wait.
@@ -32,7 +32,7 @@ class RequestBoard {
     /// Absent when the request waits and takes this answer.
     std::optional<Refusal> check(std::string_view id, const ApprovalResponse& response) const;
 
-    /// The request was given this answer, by whom ("the live island, process 4711").
+    /// The request was answered; `by` says by whom ("the live island, process 4711").
     void answered(std::string_view id, std::string by);
 
     /// Oldest first.
@@ -53,9 +53,9 @@ class RequestBoard {
     std::deque<Over> over_;
 };
 
-/// Why this request does not take such an answer, in one line; empty when it does. Only what the agent
-/// honours is taken: "always" where it can be said what that grants, as many answers as there are questions,
-/// none for a permission.
+/// Why the request does not take this answer, in one line; empty when it does. Only what the agent will
+/// honour is taken: "always" only where words can say what it grants, as many answers as there are questions,
+/// and no answers for a permission.
 std::string whyUnfit(const WaitingRequest& waiting, const ApprovalResponse& response);
 
 } // namespace quorvik

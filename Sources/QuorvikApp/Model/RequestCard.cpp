@@ -86,7 +86,7 @@ RequestCard RequestCard::of(const WaitingRequest& waiting, const SecretFinder& s
         card.hidesSecrets = input.hides;
         isWhole = isWhole && input.isWhole;
     } else if (request.summary && !request.summary->empty()) {
-        // One line, masked and cut: nobody can tell from it what would happen.
+        // Only the masked and cut summary is there, from which nobody can tell what would happen.
         isWhole = false;
         card.body = ToolInput::text(*request.summary, Kind::member, {}).lines;
     }

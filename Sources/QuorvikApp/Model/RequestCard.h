@@ -11,7 +11,7 @@
 
 namespace quorvik {
 
-/// One line of a card, of any length: fit to be shown, with no line break in it.
+/// One line of a card, of any length, with nothing in it that deceives the eye and no line break.
 struct CardLine {
     enum class Kind {
         text,    ///< for people: a plan, a question
@@ -24,8 +24,8 @@ struct CardLine {
     };
     Kind kind = Kind::text;
     std::string text;
-    std::vector<VisibleText::Range> escapes; ///< in `text`: stand for one character each, or some
-    std::vector<VisibleText::Range> hidden;  ///< in `text`: stand for a credential, "⟦hidden, 40 bytes⟧"
+    std::vector<VisibleText::Range> escapes; ///< in `text`: escapes, each for one character or a few
+    std::vector<VisibleText::Range> hidden;  ///< in `text`: "⟦hidden, 40 bytes⟧" for a credential
 
     bool operator==(const CardLine&) const = default;
 };
@@ -40,27 +40,28 @@ struct CardQuestion {
     bool multiSelect = false;
 };
 
-/// What somebody needs to see who decides about a request, and what may be offered then.
+/// Everything that somebody who decides about a request must see, and the answers that may be offered.
 struct RequestCard {
-    /// Where in a text credentials stand, in order and apart from each other; never a stretch in which a
-    /// shell would run something.
+    /// Finds the credentials in a text: stretches in order and without overlap, none of which holds anything
+    /// that a shell would run.
     using SecretFinder = std::function<std::vector<VisibleText::Range>(std::string_view text)>;
 
     std::string headline;                ///< "Claude Code asks to run Bash in ~/work/app"
     std::vector<CardLine> body;          ///< the whole input: a command, an edit as a diff, a plan, else JSON
-    std::vector<CardQuestion> questions; ///< then `allow` stands for answering all of them
+    std::vector<CardQuestion> questions; ///< if any, `allow` means that all of them can be answered
     std::vector<std::string> grants;     ///< what `always` grants, a sentence each
     bool hidesSecrets = false;           ///< there is a hidden stretch in `body`
 
-    // Only what the agent honours. `allow` and `always` may be offered once all of `body` has been in view.
+    // The answers that the agent honours. `allow` and `always` may be offered once all of `body` has been in
+    // view.
     bool allow = false, always = false, deny = false, ask = true;
     std::string whyNoAllow; ///< one line; empty when `allow`
 
-    /// `secrets` is empty to hide nothing. `home` is the user's home folder.
+    /// Makes the card. `secrets` is empty to hide nothing. `home` is the user's home folder.
     static RequestCard of(const WaitingRequest& waiting, const SecretFinder& secrets, std::string_view home);
 };
 
-/// Of two answers to a multiple-choice question: "Small, Large".
+/// The labels chosen in a multiple-choice question, as one answer: "Small, Large".
 std::string joinedAnswers(const std::vector<std::string>& labels);
 
 } // namespace quorvik

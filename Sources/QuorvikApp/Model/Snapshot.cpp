@@ -86,7 +86,8 @@ std::string SnapshotWriter::text(const Snapshot& snapshot) {
     const auto add = [&](const SnapshotItem& item) {
         Known& known = records_[item.record.get()];
         if (known.record != item.record) {
-            // Members in the order of their names, as everywhere; "record" and "quiet" after what is cached.
+            // These members depend on the record alone and are kept. The others, "display", "needsAttention"
+            // and "quiet", are written before them each time.
             known.record = item.record;
             known.text = "\"id\":" + RawJSON::encoded(item.id()) +
                          ",\"label\":" + RawJSON::encoded(itemLabel(*item.record)) + ",\"mark\":\"" +

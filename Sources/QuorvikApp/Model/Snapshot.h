@@ -42,8 +42,8 @@ struct ShownAlert {
     Date receivedAt{};
 };
 
-/// Everything that front ends show, at one moment. They decide nothing: what is not in here is not shown.
-/// docs/control.md describes its JSON form.
+/// Everything that front ends show, at one moment. Front ends decide nothing: what is not in here is not
+/// shown. docs/control.md describes the JSON form.
 struct Snapshot {
     std::int64_t revision = 0;
     std::optional<SnapshotItem> primary;
@@ -74,8 +74,8 @@ struct Snapshot {
     std::map<std::string, std::shared_ptr<const WaitingRequest>, std::less<>> requestTexts_;
 };
 
-/// Writes snapshots as JSON, one after the other: the text of a record that has not changed since the last
-/// one is not made again. For one owner.
+/// Writes snapshots as JSON, one after the other. The text of a record that is the same object as last time
+/// is not made again. For one owner.
 class SnapshotWriter {
   public:
     /// On one line, without a line feed.

@@ -15,7 +15,7 @@ using VisibleText::Range;
 using Text = std::string_view;
 
 void appendShown(CardLine& line, Text text) {
-    // The signs around what is hidden are nobody else's.
+    // These signs mark what is hidden; where they stand in the text itself they are escaped.
     constexpr Text opening = "⟦", closing = "⟧";
     const auto append = [&](const VisibleText::Shown& shown) {
         const std::size_t offset = line.text.size();
@@ -128,7 +128,8 @@ class Writer {
             const std::size_t begin = static_cast<std::size_t>(lines[from].data() - whole.data());
             const std::size_t end =
                 static_cast<std::size_t>(lines[to - 1].data() - whole.data()) + lines[to - 1].size();
-            // An empty last line needs its line feed to count.
+            // linesOf() drops the empty line after a last line feed. A part may end with an empty line, so it
+            // keeps the line feed behind it.
             text(whole.substr(begin, end - begin + (end < whole.size() ? 1 : 0)), kind);
         };
         part(before, old, 0, prefix, Kind::context);
@@ -178,7 +179,7 @@ const EditNames* editIn(const JSONValue& object) {
     return found == editNames.end() ? nullptr : &*found;
 }
 
-/// Of an object with the same name twice, agents and we might mean different values.
+/// Whether the object has the same name twice: agents might then mean another value than we do.
 bool hasRepeatedNames(const JSONValue::Object& members) {
     std::set<Text> names;
     return std::ranges::any_of(members,
@@ -202,7 +203,7 @@ void edit(Writer& writer, const JSONValue& object, const EditNames& names) {
     writer.edit(*textOf(object, names.before), *textOf(object, names.after));
 }
 
-/// True when the object is of a kind that has a form of its own.
+/// Lays out an object that has a form of its own; false when it has none.
 bool layOut(Writer& writer, const JSONValue& object) {
     if (hasRepeatedNames(*object.objectValue())) return false;
     for (const Text name : {"command", "input", "patch"}) {

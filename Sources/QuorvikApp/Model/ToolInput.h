@@ -14,7 +14,7 @@ struct Lines {
     bool hides = false;  ///< a credential
 };
 
-/// Any text, its line breaks kept. What `secrets` (which may be empty) finds is hidden.
+/// Any text as lines of that kind. What `secrets` (which may be empty) finds is hidden.
 Lines text(std::string_view text, CardLine::Kind kind, const RequestCard::SecretFinder& secrets);
 
 /// `json` is the input as the agent wrote it, or the beginning of it: a command as such, an edit as a diff, a

@@ -1,4 +1,4 @@
-// Words for what IslandModel decides.
+// IslandModel::why(): words for what the model decides.
 
 #include "QuorvikApp/Model/IslandModel.h"
 

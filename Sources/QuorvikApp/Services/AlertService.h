@@ -5,8 +5,8 @@
 
 namespace quorvik {
 
-/// The listening side of alerts: one line in, one reply out. What a validating client would have refused is
-/// refused here with the same words: not every client validates.
+/// The app's end of the alert socket: one line in, one reply out. Not every client validates its alerts, so
+/// each is validated here, with the same messages.
 class AlertService {
   public:
     /// `changed` is called after the model has changed.

@@ -7,7 +7,7 @@
 #include <span>
 #include <string>
 
-/// Looks at who answers a request.
+/// Decides whether a process may answer a request.
 namespace quorvik::AnswerGuard {
 
 struct Verdict {

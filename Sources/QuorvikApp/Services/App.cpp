@@ -44,7 +44,7 @@ void preparePrivateFolder(const Path& folder) {
         throw AppError("others may write into " + folder.string() + ": chmod go-w it");
 }
 
-/// A descriptor for each waiting hook and each front end, and some for files.
+/// Raises the limit of descriptors: each waiting hook and each front end takes one.
 void allowManyDescriptors() {
     constexpr rlim_t wanted = 4096;
     rlimit limit{};
@@ -53,7 +53,7 @@ void allowManyDescriptors() {
     ::setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-/// The running app: what happens is brought to the model here, and what the model says to the world.
+/// The app while it runs: connects the sockets, the files and the timers with the model.
 class RunningApp {
   public:
     explicit RunningApp(FileLock lock)
@@ -99,7 +99,7 @@ class RunningApp {
 
     static constexpr Timer::Seconds ownInterval{30};
     static constexpr Timer::Seconds farewellLimit{2};
-    /// Between two states that front ends are told of.
+    /// Shortest time between two states that are published.
     static constexpr Timer::Seconds publishInterval{0.005};
 
     void publishSocket(Service& service) {
@@ -168,14 +168,15 @@ class RunningApp {
         settings_.saveMemory();
         control_.publish();
         notifier_.update();
-        // One timer, for the next moment at which the picture changes by itself.
+        // The timer runs until the next moment at which the snapshot changes by itself.
         if (const auto next = model_.nextChange(loop_.now()))
             changeTimer_.start(std::max(*next - loop_.now(), Timer::Seconds::zero()));
         else
             changeTimer_.stop();
     }
 
-    /// What was written to files before is read, what was sent before has been handled.
+    /// Calls `done` once files that were written before are read, and messages that were sent before are
+    /// handled.
     void sync(EventLoop::Handler done) {
         settings_.reload();
         sessions_.reload();
@@ -187,7 +188,8 @@ class RunningApp {
 
     void stop() {
         if (std::exchange(isStopping_, true)) return loop_.stop(); // asked twice
-        // Still listening: whoever finds nobody may start the next app before this one has gone.
+        // The sockets stay open: a front end that finds none would start another app before this one has
+        // gone.
         approvals_.stop();
         publish();
         control_.stop();
@@ -204,7 +206,7 @@ class RunningApp {
     }
 
   public:
-    /// Takes our names away. Whoever is still in a queue is refused.
+    /// Removes the sockets' names. Connections that still wait to be accepted are refused.
     void withdraw() {
         for (Service& service : services_)
             if (service.socket) service.socket->withdraw();

@@ -5,10 +5,11 @@
 
 namespace quorvik {
 
-/// The listening side of approvals: a hook's connection is a request for as long as it is open.
+/// The app's end of the approval socket: each connection of a hook is one request, which lasts as long as it
+/// is open.
 class ApprovalService {
   public:
-    /// What became of an answer: absent when the hook has it.
+    /// Called with why an answer was refused; absent when the hook has the answer.
     using Answered = std::function<void(std::optional<RequestBoard::Refusal>)>;
 
     /// `changed` is called after the model has changed.
@@ -17,15 +18,16 @@ class ApprovalService {
     /// Listens at that socket from now on. It must outlive the service or the next call. Throws LoopError.
     void listen(int listening) { server_.listen(listening); }
 
-    /// Hands an answer to the hook of that request. `by` says who answered. `done` is called once, this turn
-    /// or later.
+    /// Hands an answer to the hook of the request. `by` says who answered. `done` is called once, perhaps
+    /// before this returns.
     void answer(const std::string& id, const ApprovalResponse& response, const std::string& by,
                 Answered done);
 
-    /// Approvals may have been switched off: then what waits is sent away, and the agents ask by themselves.
+    /// To be called after settings changed: when approvals are off, closes all connections, and the agents
+    /// ask in their own interfaces.
     void settingsChanged();
 
-    /// Sends everybody away, who comes from now on as well.
+    /// Closes all connections, and those that come from now on.
     void stop();
 
   private:

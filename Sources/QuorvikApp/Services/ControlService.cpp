@@ -24,7 +24,7 @@ constexpr LineLimits limits{.lineBytes = maxLine,
                             .firstLine = Timer::Seconds(5),
                             .stalled = Timer::Seconds(30)};
 
-/// Lines that are no JSON, after which a front end is sent away.
+/// Most lines of a front end that are no JSON before it is disconnected.
 constexpr int mostFaults = 3;
 
 constexpr std::string_view revisionMember = ",\"revision\":";
@@ -32,7 +32,7 @@ constexpr std::string_view revisionMember = ",\"revision\":";
 /// Whether two states differ in nothing but their revision.
 bool isSameState(std::string_view first, std::string_view second) {
     const auto split = [](std::string_view text) {
-        // The last one is the state's own: what follows it is known, and holds no member of that name.
+        // The last such text is the member of the state itself: what follows it holds no member of that name.
         const std::size_t start = std::min(text.rfind(revisionMember), text.size());
         const std::size_t digits = std::min(start + revisionMember.size(), text.size());
         const std::size_t end = std::min(text.find_first_not_of("0123456789", digits), text.size());

@@ -7,12 +7,12 @@
 
 namespace quorvik {
 
-/// The app's end of the control socket: tells front ends the newest state, and does what they ask for.
+/// The app's end of the control socket: sends the newest state to front ends, and does what they ask for.
 class ControlService {
   public:
-    /// What front ends may ask of the app as a whole.
+    /// What front ends may ask of the app as a whole, and what this service tells it.
     struct App {
-        /// Calls back once everything that was caused before has been handled.
+        /// Calls back once everything that happened before has been handled.
         std::function<void(EventLoop::Handler)> sync;
         EventLoop::Handler stop;
         /// The model has changed.
@@ -24,18 +24,19 @@ class ControlService {
     /// Listens at that socket from now on. It must outlive the service or the next call. Throws LoopError.
     void listen(int listening) { server_.listen(listening); }
 
-    /// Tells the front ends, if the state is another than the one they know. Called often, for one state too.
+    /// Sends the state to the front ends if it differs from the one they know. To be called whenever it may
+    /// differ.
     void publish();
 
     /// Whether this request's card is in front of the user somewhere.
     bool isShown(std::string_view request) const;
 
-    /// Says good-bye: what has been asked is answered, nothing new is taken. connectionCount() falls to 0 as
-    /// front ends take what is theirs.
+    /// Answers what has been asked, takes nothing new, and closes each connection once its front end has
+    /// taken everything; connectionCount() then falls to 0.
     void stop();
     std::size_t connectionCount() const { return server_.connectionCount(); }
 
-    /// The state as it was published last.
+    /// The number of the state that was published last; 0 before the first.
     std::int64_t revision() const { return revision_; }
 
   private:

@@ -6,9 +6,9 @@
 
 namespace quorvik {
 
-/// Tells the desktop of a request that waits while no front end shows it: one notification at a time, for the
-/// request that has waited longest. It goes when the request is settled or comes into view elsewhere. Nothing
-/// happens where the desktop has no program for it.
+/// Shows a desktop notification of a request that waits while no front end shows it: one at a time, for the
+/// request that has waited longest. It is closed when the request is settled or comes into view elsewhere.
+/// Does nothing where the desktop has no program for notifications.
 class Notifier {
   public:
     using IsShown = std::function<bool(std::string_view request)>;
@@ -17,7 +17,7 @@ class Notifier {
     Notifier(EventLoop& loop, IslandModel& model, ApprovalService& approvals, IsShown isShown,
              EventLoop::Handler changed);
 
-    /// Looks again: requests, front ends or settings may be others than before.
+    /// Shows or closes the notification as requests, front ends and settings now demand.
     void update();
 
   private:

@@ -48,7 +48,8 @@ void SessionsService::reload() {
 }
 
 void SessionsService::supportFolderChanged() {
-    // Writers touch a file beside the sessions folder. While the folder is watched that tells nothing new.
+    // Writers touch a file beside the sessions folder after each change. While the folder is watched, that
+    // tells nothing new.
     if (!watch_.watches(QuorvikPaths::sessionsDirectory().string())) look(Look::changes);
 }
 
@@ -61,7 +62,7 @@ void SessionsService::hinted(const FolderHints& hints) {
     if (!soonLook_.isRunning()) soonLook_.start(afterBurst);
 }
 
-/// Returns whether the name is one of a record, or of what belongs to one.
+/// Reads the named file. False when the name is neither a record's nor that of a file beside one.
 bool SessionsService::readNamed(const std::string& name) {
     std::string_view record = name;
     if (record.ends_with(notes)) record.remove_suffix(notes.size());

@@ -7,10 +7,10 @@
 
 namespace quorvik {
 
-/// Keeps the model's sessions as the folder has them. Changes of files are hints: the files that a hint names
-/// are read at once, the whole folder is read again after each burst of hints, and every 5 seconds for what
-/// no hint tells (a process that vanished, hints that the system dropped, a machine that slept, a clock that
-/// was set).
+/// Keeps the model's sessions in line with the sessions folder. A file that the system reports as changed is
+/// read at once. The whole folder is read after each burst of changes, and every 5 seconds, since some things
+/// are not reported: a process that vanished, changes that the system dropped, a machine that slept, a clock
+/// that was set.
 class SessionsService {
   public:
     /// `changed` is called after the model has been given something new.
@@ -19,7 +19,7 @@ class SessionsService {
     /// Reads the folder now.
     void reload();
 
-    /// Something in the support folder changed: the sessions folder may be there now, or another one.
+    /// To be called when something in the support folder changed: the sessions folder may be new.
     void supportFolderChanged();
 
   private:

@@ -9,8 +9,9 @@ namespace quorvik::BuildLogs {
 /// "<id>.log" in the logs folder.
 std::filesystem::path logURL(std::string_view id);
 
-/// Deletes every "*.log" that is older than `days` days (by its modification time; one without counts as old)
-/// or is not among the `maxFiles` newest. What cannot be listed or deleted is passed over.
+/// Deletes every "*.log" that was modified more than `days` days ago or is not among the `maxFiles` newest. A
+/// file whose modification time cannot be read counts as the oldest. What cannot be listed or deleted is
+/// passed over.
 void prune(int days, int maxFiles);
 
 } // namespace quorvik::BuildLogs

@@ -23,9 +23,10 @@ struct ListeningSocket {
 /// Finds the development servers among everything that listens on a developer's machine.
 namespace DevServerDiscovery {
 
-/// The sockets in the output of `lsof -nP -iTCP -sTCP:LISTEN -F pcn`: one field a line, named by its first
-/// letter; "p" begins a process, "c" is its name, "n" a socket ("*:3000", "[::1]:3000"). In its order, each
-/// port once. What is not of this form is passed over; a socket whose process has no number, too.
+/// The sockets in the output of `lsof -nP -iTCP -sTCP:LISTEN -F pcn`, in its order. Each line is one field,
+/// named by its first letter: "p" is a process number and begins a process, "c" is the process's name, "n" is
+/// a socket ("*:3000", "[::1]:3000"). A port that is listed again is left out. Lines of another form, and
+/// sockets without a valid process number before them, are passed over.
 std::vector<ListeningSocket> parse(std::string_view output);
 
 /// Whether the socket is a development server's: a port from 1024, a process that is none of the well-known

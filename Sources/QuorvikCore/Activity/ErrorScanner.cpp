@@ -51,7 +51,7 @@ unsigned char lower(char c) {
     return static_cast<unsigned char>(c | 0x20);
 }
 
-/// What cleaning drops, or takes for the start of something to drop.
+/// Whether cleaning drops this character, or takes it for the start of a control sequence.
 bool isControl(char c) {
     return static_cast<unsigned char>(c) < 0x20 && c != '\t';
 }
@@ -123,7 +123,7 @@ std::size_t findTelling(std::string_view text, std::size_t from) {
     return npos;
 }
 
-/// Takes off what ESC begins: the character after it, or a control sequence.
+/// Removes what belongs to an ESC: the character after it, or a control sequence.
 void dropSequence(std::string_view& afterEscape) {
     // One byte is one character where it and the next are ASCII.
     const auto startsWithASCII = [&] {
@@ -144,8 +144,8 @@ void dropSequence(std::string_view& afterEscape) {
     }
 }
 
-/// Appends what a terminal would leave of the line. A control character is never part of a longer character,
-/// so all others need no look.
+/// Appends what a terminal would leave of the line. No character of several bytes holds a control character,
+/// so only control characters need a look.
 void appendVisible(std::string_view line, std::string& text) {
     const std::size_t start = text.size();
     text.resize(start + line.size());
@@ -179,9 +179,9 @@ bool containsErrorWord(std::string_view lowered) {
     return lowered.starts_with("fail ");
 }
 
-/// The first line that looks like an error, cleaned; absent when there is none. Lines without a control
-/// character are searched as they are; from the first one with another on, what a terminal would leave of
-/// them is.
+/// The first line that looks like an error, cleaned; absent when there is none. The lines are searched as
+/// they are up to the first control character (other than line feed and tab). From that line on, the search
+/// is in the text that a terminal would leave of them.
 std::optional<std::string> firstErrorLine(std::string_view lines) {
     std::string visible;
     std::string_view searched = lines;
@@ -197,8 +197,8 @@ std::optional<std::string> firstErrorLine(std::string_view lines) {
             at = passed = 0;
             continue;
         }
-        // The line as it came decides, not what is visible of it: dropping a sequence may bring bytes that
-        // are no UTF-8 together to a character.
+        // The original line decides: dropping a control sequence may join bytes that are no UTF-8 to a
+        // character.
         std::string_view line = searched.substr(start);
         if (!visible.empty()) {
             for (; passed < start; passed = searched.find('\n', passed) + 1)

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::string_view gitFolder = "/.git/";
 
-/// One of them changes with every operation that changes no ref.
+/// Files directly in ".git": every operation that changes no ref still changes one of these.
 constexpr std::array<std::string_view, 6> marks = {"HEAD",       "ORIG_HEAD",      "FETCH_HEAD",
                                                    "MERGE_HEAD", "COMMIT_EDITMSG", "packed-refs"};
 

@@ -43,7 +43,7 @@ std::optional<GitEvent> upstreamEvent(const GitSnapshot& before, const GitSnapsh
     const std::string message = after.upstreamMessage.value_or("");
     if (message.find("update by push") != message.npos)
         return GitEvent{"Pushed", after.upstreamName ? fromTo(branch, *after.upstreamName) : branch};
-    // An upstream that was not there before is no news of the others' work: the branch has just got one.
+    // An upstream that was absent before was only set now: that is no fetch.
     if (before.upstream && message.starts_with("fetch"))
         return GitEvent{"Fetched", after.upstreamName.value_or(branch)};
     return std::nullopt;

@@ -14,9 +14,10 @@ template <>
 inline constexpr std::array<std::string_view, 4> rawValues<GitWorkInProgress> = {"merge", "rebase",
                                                                                  "cherry-pick", "revert"};
 
-/// The operation that the files in a git directory tell of: a repository's ".git", or, for a linked worktree,
-/// the directory of its own that `git rev-parse --git-dir` names. A rebase comes before what it does inside.
-/// Absent when there is none, or no such directory.
+/// The operation that the files in a git directory tell of. The directory is a repository's ".git", or, for a
+/// linked worktree, the one that `git rev-parse --git-dir` names. During a rebase the answer is `rebase`,
+/// even when a merge or cherry-pick of that rebase has stopped. Absent when no operation is in progress, or
+/// there is no such directory.
 std::optional<GitWorkInProgress> detectGitWorkInProgress(const std::filesystem::path& gitDirectory);
 
 } // namespace quorvik

@@ -8,11 +8,10 @@ namespace quorvik::PropertyListGuard {
 
 namespace {
 
-/// What libplist and the JSON made of it take for a value, in bytes, its text not counted.
+/// Bytes of memory that libplist and the JSON made from it take for one value, without its text.
 constexpr std::uint64_t valueWeight = 160;
 
-/// Steps of libplist's searches and moves that grow with the square of a part of the text: about a tenth of
-/// a second.
+/// Bound on the work of libplist's quadratic searches and moves, in steps: about a tenth of a second.
 constexpr std::uint64_t maximumEffort = 20'000'000;
 constexpr std::uint64_t bytesMovedAtOnce = 64;
 
@@ -146,7 +145,8 @@ class BinaryList {
     std::vector<Measure> measures_;
 };
 
-/// Whether a tag, without its brackets, ends where it seems to.
+/// Whether the ">" that was found ends the tag: neither a "<" nor an open quote stands before it. `tag` is
+/// without its brackets.
 bool isPlainTag(std::string_view tag) {
     return tag.find('<') == tag.npos && std::ranges::count(tag, '"') % 2 == 0;
 }
@@ -164,7 +164,7 @@ std::optional<std::size_t> lengthWithoutTags(std::string_view text) {
     const std::string_view closing = isInstruction ? "?>" : ">";
     const std::size_t end = text.find(closing);
     if (end == text.npos) return std::nullopt;
-    // Where what was found is quoted, it is no end, and tags may be quoted as well.
+    // An end within quotes is not the end, and quotes may also hold what looks like tags.
     const std::string_view inside = text.substr(1, end - 1);
     const auto isBalanced = [&](char quote) { return std::ranges::count(inside, quote) % 2 == 0; };
     if (inside.find_first_of("<[") != inside.npos || !isBalanced('"') || !isBalanced('\''))

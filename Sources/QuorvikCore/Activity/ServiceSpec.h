@@ -76,7 +76,7 @@ struct ServiceSpec {
 
         bool operator==(const ComposeStatus&) const = default;
     };
-    /// By project.
+    /// Project name → the state of its containers. Containers outside of any project are left out.
     static std::map<std::string, ComposeStatus> composeHealth(std::string_view output);
 };
 

@@ -15,7 +15,8 @@ void enter(State state, SessionRecord& record, Date now) {
     record.stateSince = now;
 }
 
-// What each event means. All of them return whether it means anything.
+// One function for each kind of event. It changes the record as the event demands, and returns false when the
+// event means nothing to the user.
 
 bool sessionStarted(const HookEvent& event, SessionRecord& record, Date now) {
     if (record.state == State::failed || record.state == State::ended) enter(State::idle, record, now);
@@ -24,7 +25,7 @@ bool sessionStarted(const HookEvent& event, SessionRecord& record, Date now) {
 }
 
 bool promptSubmitted(const HookEvent& event, SessionRecord& record, Date now) {
-    // record.cwd is the event's by now, if it has one
+    // apply() has already put the event's folder, if it names one, into record.cwd
     if (auto title = TaskTitle::make(event.prompt, event.source, record.cwd)) record.title = std::move(title);
     record.turnStartedAt = now;
     record.tool.reset();
@@ -49,7 +50,8 @@ bool permissionRequested(const HookEvent& event, SessionRecord& record, Date now
     return true;
 }
 
-/// Work goes on after a wait. A late event of a finished session does not revive it.
+/// The tool or compaction is over, so a session that was awaiting or compacting works again. A session in any
+/// other state keeps it: a late event does not revive one that has finished.
 bool workResumed(const HookEvent&, SessionRecord& record, Date now) {
     if (record.state == State::awaiting || record.state == State::compacting)
         enter(State::working, record, now);

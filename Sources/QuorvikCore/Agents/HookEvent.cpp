@@ -56,7 +56,7 @@ std::optional<std::string> argumentText(std::string_view value) {
     return joined;
 }
 
-/// What the start of a long JSON string means; its last character may be wrong.
+/// The text of a JSON string of which only the start is given; its last character may be wrong.
 std::optional<std::string> textStart(std::string_view value) {
     constexpr std::size_t enough = 16'384;
     if (value.size() <= enough || !value.starts_with('"')) return std::nullopt;
@@ -69,7 +69,7 @@ std::optional<std::string> textStart(std::string_view value) {
     return RawJSON::string(std::string(value) + '"');
 }
 
-/// What an argument comes to in a few words.
+/// An argument as a short redacted text.
 std::optional<std::string> argumentSummary(std::string_view value, std::string_view folder) {
     const auto start = textStart(value);
     const bool isTelling = start && !Unicode::trimmed(*start, Unicode::isWhitespace).empty();

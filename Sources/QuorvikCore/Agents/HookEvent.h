@@ -27,8 +27,8 @@ struct HookEvent {
     /// permission suggestions are taken as text or as a list, and an empty list counts as missing.
     static std::optional<HookEvent> fromPayload(const HookPayload& payload);
 
-    /// The same from the bytes of a payload that needs no PayloadNormaliser. Absent too when they are not a
-    /// JSON object.
+    /// fromPayload() for the bytes of a payload that needs no PayloadNormaliser. Absent also when the bytes
+    /// are not a JSON object.
     static std::optional<HookEvent> fromJSON(std::string_view bytes);
 
     /// "Stop" for "agentStop": the canonical spelling of a camel-case name; any other name as it is.
@@ -54,10 +54,10 @@ struct HookEvent {
     /// The text of the first question, redacted; absent when there is none.
     std::optional<std::string> firstQuestion() const;
 
-    /// What the user is to be asked by way of the app because of this event; absent when nothing. A question
-    /// list that cannot be shown is no reason to stay silent where the tool call needs a permission anyway:
-    /// it is then asked for without the questions. But the questions of an agent that takes no answers from
-    /// its hook are left to it, for a permission to ask them is not what it wants. `id` names the request.
+    /// What the app is to ask the user because of this event; absent when there is nothing to ask. A question
+    /// list that cannot be shown does not suppress the permission that the tool call needs: the permission is
+    /// then asked for without the questions. The questions of an agent that takes no answers from its hook
+    /// are left to that agent, since a bare permission would not answer them. `id` names the request.
     std::optional<ApprovalRequest> approvalRequest(Source agent, std::string id) const;
 
     bool operator==(const HookEvent&) const = default;

@@ -12,7 +12,7 @@ constexpr std::string_view usedMembers[] = {
     "toolName", "tool_input", "toolInput", "toolArgs", "tool_args", "notification_type", "message", "error",
     "last_assistant_message", "prompt", "submitted_prompt", "source", "permission_suggestions",
     "permissionSuggestions",
-    // what tells events, and whose they are, where no name does
+    // tell events, and agents, apart where no event name does
     "hookName", "toolResult", "initialPrompt", "stopReason", "reason", "parentAgentId", "agent_id",
     // why a context is shortened
     "trigger"};

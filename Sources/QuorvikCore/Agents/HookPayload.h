@@ -8,8 +8,8 @@
 
 namespace quorvik {
 
-/// What an agent hands to its hook, as it came: one JSON object, of which only the members that some agent
-/// uses to tell us something are kept. What a tool answered may be a megabyte; it is passed over.
+/// What an agent hands to its hook, as it came: one JSON object. Only members in which some agent tells us
+/// something are kept; others are skipped, since a tool's output may be a megabyte.
 struct HookPayload {
     RawJSON::Members members; ///< name → JSON text
 
@@ -29,7 +29,8 @@ struct HookPayload {
 
     void setText(const std::string& key, std::string_view text);
 
-    /// Whether it is about the context being shortened at the user's wish, which happens between two turns.
+    /// Whether the payload reports a compaction of the context that the user asked for. Such a compaction
+    /// happens between two turns.
     bool isManualCompaction() const;
 
     /// The event's name as the agent calls it.

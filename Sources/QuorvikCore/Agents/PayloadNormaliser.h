@@ -6,9 +6,9 @@
 #include <functional>
 #include <vector>
 
-/// Agents differ in more than the spelling of their keys. This brings a payload in line with what its members
-/// mean for every other agent, before it becomes a HookEvent: one rule for each agent that needs one, and
-/// nothing is done to payloads that are in line already.
+/// Agents differ in more than the spelling of their keys: the same member may mean different things. This
+/// changes a payload so that its members mean what they mean for every other agent, before it becomes a
+/// HookEvent. There is one rule for each agent that needs one; all other payloads stay as they are.
 namespace quorvik::PayloadNormaliser {
 
 /// What the hook knows about where it runs.
@@ -20,24 +20,23 @@ struct Surroundings {
 };
 
 enum class Verdict {
-    report, ///< an event for its session
-    drop    ///< reports nothing that the user would want to see, or somebody else reports it
+    report, ///< the payload becomes an event of its session
+    drop    ///< the payload is ignored: it tells the user nothing, or another payload tells the same
 };
 
-/// `source` is the agent whose settings started the hook.
-///  - All: a prompt that an agent wrote to its subagent (`agent_id` says so) is dropped: it is neither a
-///  title
-///    nor a turn of the user's.
-///  - Claude: a payload of Grok's, which runs the hooks of Claude's settings besides its own, is dropped. A
-///    prompt that a background task wrote starts a turn but is taken out, for it is no title.
+/// Changes the payload in place, by the rules of `source`, the agent whose settings started the hook:
+///  - All: a prompt that an agent wrote to its subagent (`agent_id` is there) is dropped. It is neither a
+///    title nor a turn of the user's.
+///  - Claude: a payload of Grok's is dropped: Grok runs the hooks in Claude's settings besides its own. A
+///    prompt that a background task wrote starts a turn, but its text is removed, since it is no title.
 ///  - Grok: event names in snake case get their canonical spelling.
-///  - Devin: says no folder, so it gets the project's, else the hook's own.
-///  - Codex: its question tool gets the name that it has elsewhere.
-///  - Qwen: a prompt that nobody wrote (it comes after every batch of tool results) is dropped, and so is the
-///    begin of a compaction that the user asked for: Qwen never says that it is over.
-///  - Copilot: says no event name, so it is told from the members. A subagent, which has a session of its
-///    own, is dropped; so is a permission request of an agent that was told to ask nobody: it hands them to
-///    its hooks all the same.
+///  - Devin: its payloads name no folder, so they get the project's, else the hook's own.
+///  - Codex: its question tool gets the name that other agents use.
+///  - Qwen: a prompt that nobody wrote (one comes after every batch of tool results) is dropped. So is the
+///    begin of a compaction that the user asked for, since Qwen never reports its end.
+///  - Copilot: its payloads name no event, so the event is told from the members. A payload of a subagent,
+///    which has a session of its own, is dropped. So is a permission request of an agent that was told to ask
+///    nobody: Copilot hands those to its hooks all the same.
 Verdict normalise(HookPayload& payload, Source source, const Surroundings& surroundings);
 
 } // namespace quorvik::PayloadNormaliser

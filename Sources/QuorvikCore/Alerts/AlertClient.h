@@ -17,8 +17,8 @@ struct AlertOutcome {
     /// Exit status of the command: 3, 4, 0, 1, 2 in the order of the kinds.
     std::int32_t exitCode() const;
 
-    /// For people: "refused: <reason>", what went wrong, "", "Quorvik is not running",
-    /// "External alerts are switched off in Quorvik's settings".
+    /// One line for people, empty for `shown`: "refused: <reason>", what went wrong, "Quorvik is not running"
+    /// or "External alerts are switched off in Quorvik's settings".
     std::string message() const;
 
     bool operator==(const AlertOutcome&) const = default;
@@ -36,7 +36,8 @@ struct AlertReply {
     AlertOutcome outcome() const;
 };
 
-/// Lines of JSON over a Unix domain stream socket: one request, one reply, one connection (docs/wire.md).
+/// The alert socket: a Unix domain stream socket on which each connection carries one request and one reply,
+/// a line of JSON each (docs/wire.md).
 namespace AlertWire {
 
 /// Bytes; a request's line, without its line feed, must be shorter.

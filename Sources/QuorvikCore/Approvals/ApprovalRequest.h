@@ -24,10 +24,10 @@ struct ApprovalRequest {
     /// "<source>-<session id>": the session it belongs to.
     std::string key() const;
 
-    /// Whether it carries questions, even none.
+    /// Whether it asks questions instead of a permission. The list of questions may be empty.
     bool isQuestion() const { return questions.has_value(); }
 
-    /// Whether `allowAlways` has something to keep.
+    /// Whether `allowAlways` has a meaning: the agent suggests rules, and this is no question.
     bool canAlwaysAllow() const { return suggestions && !suggestions->empty() && !questions; }
 
     /// Strict: throws RecordError.

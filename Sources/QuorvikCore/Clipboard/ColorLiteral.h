@@ -9,10 +9,10 @@
 /// Colours as CSS writes them.
 namespace quorvik::ColorLiteral {
 
-/// "#rgb", "#rgba", "#rrggbb" and "#rrggbbaa"; "rgb(…)", "rgba(…)", "hsl(…)" and "hsla(…)" in any case, with
-/// three numbers, separated by a comma or blanks, and perhaps a fourth after a comma or slash; each may have
-/// the unit "%" or "deg", and consists of ASCII digits. Components outside their range are moved into it.
-/// Absent when the whole text is nothing of the kind.
+/// Reads "#rgb", "#rgba", "#rrggbb" and "#rrggbbaa", and "rgb(…)", "rgba(…)", "hsl(…)" and "hsla(…)" in any
+/// case. A function takes three numbers, separated by a comma or blanks, and perhaps a fourth after a comma
+/// or slash. A number consists of ASCII digits and may have the unit "%" or "deg". Components outside their
+/// range are moved into it. Absent unless the whole text is one colour.
 std::optional<ColorAction> parseColor(std::string_view text);
 
 /// Red, green and blue, each 0 to 1. `hue` in degrees, any finite number; the others 0 to 1.

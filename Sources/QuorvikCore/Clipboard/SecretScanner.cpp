@@ -18,9 +18,9 @@ constexpr CharacterSet alphanumeric("A-Za-z0-9"), wordish("A-Za-z0-9_-"), upper(
 constexpr CharacterSet alphanumericOrHyphen("A-Za-z0-9-"), word("A-Za-z0-9_"), keyLabel("A-Z0-9 ");
 constexpr CharacterSet bearerToken("A-Za-z0-9._~+/=-"), nameOfAssignment("A-Za-z0-9_.-");
 
-/// A token that its first letters give away: a word boundary, the prefix, then `parts` runs of `set`,
-/// separated by dots, each of `length` characters or more. "Or more" need not be looked at but to find the
-/// dot, since there is a match as soon as there are enough.
+/// A token with a telling prefix: a word boundary, the prefix, then `parts` runs of `set`, separated by dots,
+/// each of `length` characters or more. A run is read beyond `length` only to find the dot behind it: the
+/// last run decides as soon as it is long enough.
 struct TokenShape {
     std::string_view prefix;
     const CharacterSet& set;
@@ -29,7 +29,7 @@ struct TokenShape {
     bool endsAtBoundary = false; ///< exactly `length`, then a word boundary
 };
 
-// Sorted by their first letters, each of which begins a word.
+// Sorted by first letter (shapesByLetter relies on it). Each prefix begins with a word character.
 constexpr TokenShape shapes[] = {
     {"AIza", wordish, 35, 1, true},
     {"AKIA", upper, 16, 1, true},
@@ -80,7 +80,7 @@ constexpr auto shapesByLetter = [] {
 
 enum class Trigger : std::uint8_t { none, token, bearer, dash, colon, equals };
 
-/// What may begin, or be in the middle of, at a byte. Most bytes of most texts: nothing.
+/// What may begin at a byte, or have it in its middle. For most bytes of most texts that is nothing.
 constexpr auto triggers = [] {
     std::array<Trigger, 256> table{};
     for (const TokenShape& shape : shapes)
@@ -96,7 +96,7 @@ bool isASCII(char byte) {
     return static_cast<unsigned char>(byte) < 0x80;
 }
 
-/// As Unicode::firstScalar, at a byte's price for most texts.
+/// Unicode::firstScalar() with a short way for ASCII, which most texts are.
 Unicode::Scalar firstScalar(std::string_view text) {
     if (isASCII(text[0])) return {static_cast<unsigned char>(text[0]), 1, true};
     return Unicode::firstScalar(text);
@@ -193,7 +193,8 @@ class Scan {
     bool hasShape(std::uint8_t index, std::size_t at) {
         const TokenShape& shape = shapes[index];
         std::size_t start = at + shape.prefix.size();
-        // A run in which an earlier token began, and came to nothing, is no better from further on.
+        // When an earlier token of this shape began in the same run and did not match, one that begins
+        // further on in the run cannot match either.
         if (start <= exhausted_[index]) return false;
         for (int part = 1;; ++part) {
             const bool isLast = part == shape.parts;

@@ -115,8 +115,8 @@ std::optional<TraceAction> tidyOther(std::span<const std::string_view> lines) {
     return traceOf(kept, exceptionLine, omitted);
 }
 
-/// Replaces the part from `prefix` up to the end of the user's name, and the separator after it. With
-/// `needsDrive` a letter belongs to it that stands before the prefix.
+/// Replaces the prefix, the user's name after it and the separator behind that. With `needsDrive` a drive's
+/// letter must stand before the prefix, and is replaced too.
 std::string withoutHome(std::string_view text, std::string_view prefix, const ScalarSet& inFolder,
                         char separator, std::string_view replacement, bool needsDrive = false) {
     std::string result;

@@ -19,8 +19,8 @@ inline constexpr std::size_t keptFrames = 5;
 /// out, a line says so: "  ... (<n> earlier frames left out)" or "    ... (<n> more frames left out)".
 std::optional<TraceAction> tidyTrace(std::string_view text);
 
-/// The first name in the line that ends with "Error" or "Exception", package and all; without one, what comes
-/// first, up to a colon or blank; "Trace" when there is nothing.
+/// The first name in the line that ends with "Error" or "Exception", with its package. Without one, the start
+/// of the line, up to a colon or blank; "Trace" when that is empty.
 std::string exceptionName(std::string_view line);
 
 /// The text with home folders ("/Users/x/", "/home/x/", "C:\Users\x\") written as "~/" and "~\".

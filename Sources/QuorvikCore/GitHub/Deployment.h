@@ -58,8 +58,8 @@ struct DeploymentEvent {
 
 namespace DeploymentClassifier {
 
-/// Absent for states that are not shown ("inactive"…). A field that is there and empty says that there is no
-/// such thing; no other one takes its place.
+/// Absent for states that are not shown ("inactive"…). A field that is present but empty counts as given: no
+/// other field takes its place.
 std::optional<DeploymentEvent> classify(const GitHubDeployment& deployment,
                                         const GitHubDeploymentStatus& status);
 

@@ -9,7 +9,7 @@ namespace quorvik {
 
 namespace {
 
-/// What an address in the API says of a pull request or issue.
+/// A pull request or issue, as its address in the API names it.
 struct Place {
     std::array<std::string_view, 4> pieces; ///< owner, repository, collection, number
 

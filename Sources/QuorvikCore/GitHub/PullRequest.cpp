@@ -20,7 +20,7 @@ bool isPullRequest(const GitHubNotification& notification) {
     return notification.subject.type == "PullRequest";
 }
 
-/// The kind for reasons that say all there is to say; absent for those that depend on the pull request.
+/// The kind that follows from the reason alone; absent for reasons whose kind depends on the pull request.
 std::optional<Kind> kindOfReason(std::string_view reason) {
     if (reason == "review_requested") return Kind::reviewRequested;
     if (reason == "mention" || reason == "team_mention") return Kind::mentioned;

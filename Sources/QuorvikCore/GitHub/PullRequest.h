@@ -44,8 +44,8 @@ struct PullRequestEvent {
 /// Picks the notifications worth showing. Types, reasons and states are compared exactly.
 namespace PullRequestClassifier {
 
-/// Whether classify() needs the pull request's state: it costs a request of its own, so it is fetched only
-/// then, from the subject's URL.
+/// Whether classify() needs the pull request's state. It is fetched only then, from the subject's URL, since
+/// it costs a request of its own.
 bool needsInfo(const GitHubNotification& notification);
 
 /// The event; absent for what is not shown, and when the state is needed and `info` absent. `webBase` as for

@@ -86,7 +86,7 @@ std::string agent(const Start& start) {
 )";
     text += "\t\t<key>PATH</key>\n\t\t" + string(start.searchPath);
     if (start.supportFolder) text += "\t\t<key>QUORVIK_HOME</key>\n\t\t" + string(*start.supportFolder);
-    // Of conditions that keep it alive any one is enough, so there is one only.
+    // launchd keeps the app alive when any one of several conditions holds, so there is only one.
     return text + R"(	</dict>
 	<key>RunAtLoad</key>
 	<true/>
@@ -204,7 +204,7 @@ std::vector<std::string> noticeOfInstall(ServiceManager manager) {
 }
 
 std::vector<std::string> noticeOfUninstall(ServiceManager manager) {
-    // launchd would end the app at once.
+    // launchd would end a running app at once, so it is told nothing.
     if (manager == ServiceManager::launchd) return {};
     return noticeOfInstall(manager);
 }

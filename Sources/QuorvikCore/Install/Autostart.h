@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-/// The app's start with the user's session: a unit for systemd, or an agent for launchd. Both restart it
-/// after a crash, and leave it alone when it ended by itself or found another one running.
+/// Starts the app with the user's session, by a unit for systemd or an agent for launchd. Both restart it
+/// after a crash. They do not when it ended by itself, or found another app running.
 namespace quorvik::Autostart {
 
 using Path = std::filesystem::path;
@@ -25,7 +25,7 @@ struct Start {
     std::string
         searchPath; ///< $PATH, for launchd, which has a bare one: the app runs git, docker and the like
 
-    /// With what this process has in its environment.
+    /// The program, with $QUORVIK_HOME and $PATH as this process has them.
     static Start now(std::string program);
 };
 
@@ -36,8 +36,8 @@ Path file(ServiceManager manager);
 /// which starts everything in the folder.
 Path link(ServiceManager manager);
 
-/// The file's content. Throws EditError when a control character stands in one of the texts, or in the
-/// program's path what systemd does not take there.
+/// The file's content. Throws EditError when one of the texts of `start` holds a control character, or the
+/// program's path holds a quote or a backslash, which systemd does not take there.
 std::string text(ServiceManager manager, const Start& start);
 
 enum class State {
@@ -54,19 +54,19 @@ State state(ServiceManager manager, const Start& start);
 /// FileError, and EditError "<path> is not Quorvik's; it is left alone".
 FileChange install(ServiceManager manager, const Start& start);
 
-/// Takes file and link away again; what is not ours stays. Throws FileError.
+/// Removes the file and the link; what is not ours stays. Throws FileError.
 FileChange uninstall(ServiceManager manager);
 
-/// The command that lets the service manager know after install(), or after uninstall(); empty when it need
-/// not know before the next session.
+/// The command that tells the service manager of an install(), or of an uninstall(). Empty when there is
+/// nothing to tell before the next session.
 std::vector<std::string> noticeOfInstall(ServiceManager manager);
 std::vector<std::string> noticeOfUninstall(ServiceManager manager);
 
-/// Whether the service manager would start the app of this process's own support folder, whatever program
-/// that is: then it should be the one to do so.
+/// Whether the service manager is set up to start an app for the support folder of this process, with
+/// whatever program. The app should then be started by it alone.
 bool isInstalledHere(ServiceManager manager);
 
-/// The command that lets it start the app now; it does not wait until the app is ready.
+/// The command that makes the service manager start the app now. It does not wait until the app is ready.
 std::vector<std::string> startCommand(ServiceManager manager);
 
 } // namespace quorvik::Autostart

@@ -7,8 +7,8 @@
 
 namespace quorvik {
 
-/// How hooks stand in one kind of file: from the file's text to its new text, without touching files. All
-/// throw EditError (or JSONParseError) when the text is not fit for it.
+/// How hooks are written in one kind of file: turns the file's text into its new text, without touching
+/// files. All functions throw EditError (or JSONParseError) when the text cannot be edited.
 class HookFormat {
   public:
     using Content = UserFileEdit::Content;
@@ -21,7 +21,8 @@ class HookFormat {
     /// Throws EditError "not UTF-8" unless the text is.
     static void requireUTF8(std::string_view text);
 
-    /// What stands in the file, as if the hook program could be run. Never `unreadable`: throws instead.
+    /// The status of our hooks in the text; does not look whether the hook program can be run. Never
+    /// `unreadable`: throws instead.
     virtual HookInstaller::Status::Kind status(const HookTarget& target, const std::string& text,
                                                const std::string& hookPath) const = 0;
 
@@ -29,14 +30,14 @@ class HookFormat {
     virtual std::string installed(const HookTarget& target, const Content& text,
                                   const std::string& hookPath) const = 0;
 
-    /// What is to be done to take our hooks out of a file that exists.
+    /// The decision that takes our hooks out of a file with this text.
     virtual UserFileEdit::Decision uninstalled(const HookTarget& target, const std::string& text) const = 0;
 
     /// Whether the file may hold anything that is not ours, so that its old content is worth keeping.
     virtual bool needsBackup() const { return true; }
 };
 
-/// The formats, one per file.
+/// The formats; each is implemented in a file of its own.
 const HookFormat& jsonHookFormat();
 const HookFormat& copilotHookFormat();
 const HookFormat& kimiHookFormat();

@@ -34,7 +34,8 @@ bool knowsItsProcess(Source source) {
     return source == Source::claude || source == Source::codex;
 }
 
-/// A path that some format could not hold, or that we would not know again, is refused for all of them.
+/// Refuses a path that some format could not hold, or that we would not know again. The rule is the same for
+/// all formats.
 void requireUsable(const HookTarget& target, const std::string& hookPath) {
     const bool isPlain =
         std::ranges::none_of(hookPath, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; });

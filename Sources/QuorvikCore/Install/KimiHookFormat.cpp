@@ -80,8 +80,8 @@ std::string withBlock(std::string text, std::string block) {
     return text + block;
 }
 
-/// Whether a line of the text, whatever it belongs to, is "hooks = …". Below a header it sets something else,
-/// but is most likely meant for the agent.
+/// Whether any line of the text is "hooks = …", whatever table or value it belongs to. Below a header it sets
+/// another key, but is most likely meant for the agent.
 bool hasHooksLine(std::string_view text) {
     for (std::size_t start = 0; start < text.size(); start = nextLine(text, start)) {
         std::string_view line = lineAt(text, start);
@@ -97,9 +97,9 @@ bool hasHooksLine(std::string_view text) {
     return false;
 }
 
-/// Whether "hooks" of the root is something to which no table [[hooks]] can be added: anything but an array
-/// of tables. [hooks.x] and [[hooks.x]] belong to the last table of the array when there is one, and make
-/// "hooks" a table otherwise.
+/// Whether the root's "hooks" is anything but an array of tables, so that no table [[hooks]] can be added.
+/// [hooks.x] and [[hooks.x]] belong to the last table of the array when there is one; otherwise they make
+/// "hooks" a table.
 bool setsHooksOtherwise(std::string_view text) {
     using Kind = TOMLOutline::Statement::Kind;
     bool inRoot = true, isArray = false;

@@ -38,8 +38,8 @@ bool isInstalled(const Path& rc);
 /// their own, both: where the block ends is then for the user to say.
 FileChange remove(const Path& rc, const Path& script);
 
-/// How things stand, against what install() with the same arguments would leave. Throws FileError when one of
-/// the two files is there and cannot be read.
+/// The state of the installation, compared with what install() with the same arguments would leave. Throws
+/// FileError when one of the two files is there and cannot be read.
 struct Status {
     bool installed = false;
     std::vector<std::string> differences; ///< a line each; only when installed

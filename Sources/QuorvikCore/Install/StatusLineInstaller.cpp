@@ -44,7 +44,7 @@ Saved saved(const Path& originalFile) {
     }
 }
 
-/// Another one that was saved before goes to the backups.
+/// Saves the status line. One that was saved before, if it differs, goes to the backups.
 void save(const std::string& text, const Path& originalFile) {
     const auto decide = [&](const UserFileEdit::Content& found) {
         return found == text ? Decision::keep() : Decision::write(text);
@@ -57,7 +57,7 @@ void forget(const Path& originalFile) {
     std::filesystem::remove(originalFile, ignored);
 }
 
-/// Out of the way of the next installation; returns where the file is now.
+/// Moves the saved status line out of the way of the next installation. Returns where the file is now.
 Path setAside(const Path& originalFile) {
     try {
         return Backups::moveHere(originalFile);
@@ -95,7 +95,7 @@ FileChange install(const HookTarget& target, const std::string& hookPath, const 
     if (!isOurs(ours))
         throw EditError("the path of the hook program must contain \"quorvik-hook\": " + hookPath);
 
-    // The user's own status line; absent when ours is there already.
+    // The user's own status line; absent when there is none, or it is ours already.
     std::optional<std::string> original;
     const auto decide = [&](const UserFileEdit::Content& text) {
         SettingsDocument document = SettingsDocument::parse(text);

@@ -30,7 +30,8 @@ Status status(const HookTarget& target);
 
 /// Saves the user's status line, if there is one, and sets ours. What was saved before stays, or goes to the
 /// backups when there is a newer one to save. Throws EditError "the path of the hook program must not contain
-/// a single quote" for such a path: the status line has no way to write it.
+/// a single quote: <path>" (the status line has no way to write it), or "the path of the hook program must
+/// contain "quorvik-hook": <path>" (ours would not be known again).
 FileChange install(const HookTarget& target, const std::string& hookPath,
                    const std::filesystem::path& originalFile);
 

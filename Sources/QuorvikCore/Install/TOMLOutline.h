@@ -14,11 +14,11 @@ struct Statement {
         arrayOfTables ///< [[a.b]]
     };
     Kind kind;
-    std::vector<std::string> path; ///< as written, so a key is relative to the header before it; never empty
+    std::vector<std::string> path; ///< never empty; of a key: relative to the header before it
 };
 
-/// The statements of a text in their order, without those inside of values. What is no TOML is passed over:
-/// this tells what a text names, not whether it is right.
+/// The headers and keys of a text, in their order. Keys of inline tables within values are not listed. What
+/// is no TOML is passed over: this tells what a text names, not whether it is valid.
 std::vector<Statement> statements(std::string_view text);
 
 } // namespace quorvik::TOMLOutline

@@ -69,8 +69,9 @@ std::string timeStamp(std::time_t time) {
     return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H%M%SZ", &utc)};
 }
 
-/// A path for a backup of this second, else of the next one that has none yet; one for which `isFit` holds
-/// will do. A clock that stands still is not waited for: the backup then takes the place of another.
+/// The path of a backup of this second, or of the next one without a backup. A backup that exists is given
+/// too when `isFit` holds for it. After three seconds the path is given even if it exists, since the clock
+/// may stand still.
 template <typename Predicate>
 std::filesystem::path freePath(std::string_view name, Predicate isFit) {
     using namespace std::chrono;

@@ -19,7 +19,7 @@ class EditError : public std::runtime_error {
 struct FileChange {
     bool changed = false;                        ///< the file was written or removed
     std::optional<std::filesystem::path> backup; ///< where the old content went
-    bool isSame = false;                         ///< it was written as it stood there already
+    bool isSame = false;                         ///< what was written is what the file held before
 
     bool operator==(const FileChange&) const = default;
 };
@@ -28,7 +28,7 @@ struct FileChange {
 /// and start over when somebody else wrote to the file in the meantime.
 namespace UserFileEdit {
 
-/// Bytes; a larger file is refused: no settings file is that large.
+/// Bytes; a larger file is refused, since no settings file is that large.
 inline constexpr std::size_t maxFileSize = std::size_t{64} << 20;
 
 /// What is to become of a file.
@@ -60,10 +60,10 @@ struct Options {
     std::function<void()> beforeWrite;
 };
 
-/// Edits one file. `decide` turns its content into a decision; it may be called again when the file changed
-/// before the decision could be carried out, and what it throws ends the edit with the file as it was.
-/// Throws FileError when reading, backing up or writing fails, and EditError "<path> keeps changing; nothing
-/// was written" when others do not stop writing to it.
+/// Edits one file. `decide` turns its content into a decision. It is called again when somebody else changed
+/// the file before the decision was carried out; what it throws ends the edit with the file as it was. Throws
+/// FileError when reading, backing up or writing fails, and EditError "<path> keeps changing; nothing was
+/// written" after 10 attempts.
 FileChange edit(const std::filesystem::path& file, const std::function<Decision(const Content&)>& decide,
                 const Options& options);
 
@@ -76,13 +76,13 @@ namespace Backups {
 inline constexpr std::size_t kept = 5;
 
 /// Writes a private copy (0600) named "<name>.<time>.bak", the time in UTC as in "2026-11-21T023556Z", and
-/// deletes all but the newest backups of that name. Returns its path. A backup of this very second that holds
-/// something else is an edit old and would be replaced: the call waits for the next second. Throws FileError
-/// when the copy cannot be written; what cannot be deleted is passed over.
+/// deletes all but the newest backups of that name. Returns its path. When a backup of this very second
+/// exists and holds something else, the call waits for the next second instead of replacing it. Throws
+/// FileError when the copy cannot be written; what cannot be deleted is passed over.
 std::filesystem::path save(std::string_view name, std::string_view content);
 
-/// Moves a file here, as save() names it, instead of copying and without reading it; deletes no others.
-/// Throws FileError; the file is then where it was.
+/// Moves a file into the backups folder, under a name such as save() gives, without reading it; deletes no
+/// other backup. Returns its new path. Throws FileError; the file is then where it was.
 std::filesystem::path moveHere(const std::filesystem::path& file);
 
 } // namespace Backups

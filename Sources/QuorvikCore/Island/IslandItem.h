@@ -37,7 +37,7 @@ struct IslandItem {
     bool operator==(const IslandItem&) const = default;
 };
 
-/// An item whose record stays where it is, and must outlive it.
+/// An IslandItem without a copy of its record: the record must outlive the view.
 struct IslandItemView {
     const SessionRecord* record = nullptr; ///< never null where an item is
     DisplayState display = DisplayState::working;
@@ -49,11 +49,11 @@ struct IslandItemView {
 /// Times, in seconds, and counts that decide what is shown. "Age" is the time since the record's state
 /// changed, "idle" the time since it was written.
 struct SchedulerConfig {
-    double doneLinger = 4;      ///< a finished session is shown below this age
-    double changesLinger = 90;  ///< the same for git's "Changes" and "Usage", unless doneLinger is longer
-    double portDownLinger = 15; ///< the same for a failed service whose port is known
-    double staleAfter = 600;    ///< a busy session is stale above this idle time
-    double awaitingQuietAfter = 120;  ///< an awaiting session is quiet above this age
+    double doneLinger = 4;           ///< a finished session is shown below this age
+    double changesLinger = 90;       ///< git's "Changes" and "Usage": below this age, or doneLinger if longer
+    double portDownLinger = 15;      ///< a failed service whose port is known: below this age
+    double staleAfter = 600;         ///< a busy session is stale above this idle time
+    double awaitingQuietAfter = 120; ///< an awaiting session is quiet above this age
     double awaitingStaleAfter = 1800; ///< and stale above this one
     int maxBubbles = 3;               ///< items beside the primary one; below zero counts as zero
 

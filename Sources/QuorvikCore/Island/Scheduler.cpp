@@ -99,7 +99,7 @@ Candidate candidate(const IslandItem& item) {
     return {{&item.record, item.display, item.quiet}, rankOf(item.record, item.display)};
 }
 
-/// The picked one, when it may stay in front; null when the most urgent one is.
+/// The item that the user picked, if it may stay in front; null when the most urgent one is to be there.
 const Candidate* picked(std::span<const Candidate> candidates, const std::optional<ManualPick>& pick) {
     if (!pick) return nullptr;
     const auto found = std::ranges::find_if(candidates, [&](const Candidate& candidate) {
@@ -112,8 +112,8 @@ const Candidate* picked(std::span<const Candidate> candidates, const std::option
     return isOvertaken ? nullptr : &*found;
 }
 
-/// The first moment after `now` at which more than `limit` seconds (or, with `atLimit`, no fewer) lie between
-/// `since` and it, by the arithmetic of judged(); absent when that is past.
+/// The first moment after `now` that is more than `limit` seconds after `since` (with `atLimit`: at least
+/// `limit` seconds), in the arithmetic of judged(). Absent when `now` is such a moment already.
 std::optional<Date> firstMoment(Date since, double limit, bool atLimit, Date now) {
     const auto isReached = [&](double moment) {
         const double age = ageInSeconds(since, dateFromSeconds(moment));
@@ -121,7 +121,7 @@ std::optional<Date> firstMoment(Date since, double limit, bool atLimit, Date now
     };
     const double present = secondsSince1970(now);
     if (isReached(present)) return std::nullopt;
-    // The sum is rounded: the moment itself is at most some representable numbers away.
+    // The sum is rounded: the wanted moment is at most a few representable numbers away from it.
     constexpr double infinity = std::numeric_limits<double>::infinity();
     double moment = std::max(secondsSince1970(since) + limit, present);
     for (int step = 0; step < 8 && moment > present && isReached(std::nextafter(moment, -infinity)); ++step)

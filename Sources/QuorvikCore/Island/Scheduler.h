@@ -23,7 +23,7 @@ struct IslandLayout {
 
 inline const IslandLayout IslandLayout::empty{};
 
-/// The same, of records that stay where they are.
+/// An IslandLayout without copies of the records, which must outlive it.
 struct IslandLayoutView {
     std::optional<IslandItemView> primary;
     std::vector<IslandItemView> bubbles;
@@ -54,13 +54,14 @@ double rank(const IslandItem& item);
 /// alert and awaits something (no producer writes one) may therefore go before its equal both ways round.
 bool order(const IslandItem& first, const IslandItem& second);
 
-/// The visible records in `order`, equal ones as given. The first is primary, unless `pick` names another
-/// one, in the state it was picked in, and nothing more urgent has come up since then.
+/// The layout of the visible records: sorted by order(), equal ones as given. The first is primary, unless
+/// `pick` names another that is still in the state it was picked in, and nothing more urgent has come up
+/// since the pick.
 IslandLayout layout(std::span<const SessionRecord> records, Date now, const SchedulerConfig& config = {},
                     const AcknowledgedKeys& acknowledged = {},
                     const std::optional<ManualPick>& pick = std::nullopt);
 
-/// The same without a copy of any record: for those of SessionStore::loadAll(), say. None may be null.
+/// layout() without a copy of any record, as for those of SessionStore::loadAll(). None may be null.
 IslandLayoutView layout(std::span<const SessionRecord* const> records, Date now,
                         const SchedulerConfig& config = {}, const AcknowledgedKeys& acknowledged = {},
                         const std::optional<ManualPick>& pick = std::nullopt);

@@ -30,7 +30,7 @@ constexpr bool endsRun(char c) {
     return (static_cast<unsigned char>(c) < 0x20) | (c == '"') | (c == '\\');
 }
 
-/// The same, one look for what is too short for vectors.
+/// endsRun() as a table, for pieces that are too short for vector instructions.
 constexpr auto runEnds = [] {
     std::array<bool, 256> table{};
     for (std::size_t byte = 0; byte < table.size(); ++byte)

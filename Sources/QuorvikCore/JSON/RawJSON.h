@@ -62,13 +62,13 @@ std::optional<std::string> string(std::string_view value);
 /// The JSON string that means `text`, quotes included. Bytes that are not UTF-8 become U+FFFD.
 std::string encoded(std::string_view text);
 
-// The last two take a JSON text, as value() and members() give it.
+// Both functions below take a JSON text as value() and members() give it: without white space around it.
 
-/// The same text with every escaped half of a surrogate pair replaced by "\ufffd", so that strict readers
+/// The JSON text with every escaped half of a surrogate pair replaced by "\ufffd", so that strict readers
 /// take it.
 std::string withoutHalfSurrogates(std::string_view value);
 
-/// The same text without white space between its tokens.
+/// The JSON text without white space between its tokens.
 std::string compacted(std::string_view value);
 
 } // namespace quorvik::RawJSON

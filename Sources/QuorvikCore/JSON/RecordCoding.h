@@ -31,18 +31,17 @@ class RecordError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// The value of a JSON text; absent when the text is not JSON, which one with a NUL never
-/// is. Never throws on bad input. Of members with the
-/// same key the last one counts.
+/// The value of a JSON text; absent when the text is not JSON. A text with a NUL in it never is. Of members
+/// with the same key the last one counts. Does not throw.
 std::optional<nlohmann::json> parseJSON(std::string_view text);
 
 /// The JSON text of a value, on one line, object members sorted by key; bytes that are not UTF-8 become
 /// U+FFFD.
 std::string printJSON(const nlohmann::json& value);
 
-/// What a JSON value is, for RecordReader; null or absent when it is something else. One set for each kind of
-/// document: nlohmann::json, and RawJSON, which costs a third of it where a text is read once and thrown
-/// away.
+/// The values of JSON for RecordReader: each function returns the value as one type; null or absent when it
+/// is of another type. There is one set of functions for nlohmann::json and one for RawJSON, which costs a
+/// third of the time where a text is read once and thrown away.
 namespace RecordAccess {
 
 const nlohmann::json* member(const nlohmann::json& value, std::string_view key);
@@ -56,7 +55,7 @@ std::optional<std::int64_t> integer(const nlohmann::json& value); ///< written w
 const std::string_view* member(const RawJSON::Object& object, std::string_view key);
 bool isObject(const RawJSON::Object& object);
 
-// The JSON text of a value.
+// For RawJSON a value is its JSON text.
 bool isNull(std::string_view value);
 std::optional<std::string> text(std::string_view value);
 std::optional<bool> boolean(std::string_view value);

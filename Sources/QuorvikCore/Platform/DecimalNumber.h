@@ -4,8 +4,8 @@
 
 namespace quorvik::Platform {
 
-/// The double nearest to a decimal number as JSON writes it ("-1.5e3"), which the whole text must be;
-/// infinite when it is too large. By the fastest way that the system's standard library has.
+/// The double nearest to a decimal number as JSON writes it ("-1.5e3"); infinite when the number is too
+/// large. The whole text must be the number. Works in the fastest way that the system's standard library has.
 double decimalNumber(std::string_view text);
 
 } // namespace quorvik::Platform

@@ -33,7 +33,7 @@ void reportReady() {
     const FileDescriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     constexpr std::string_view ready = "READY=1";
     const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size());
-    // A manager that does not listen learns nothing, and that is its own loss.
+    // An error is ignored: only the service manager has an interest in this message.
     [[maybe_unused]] const ssize_t sent = ::sendto(socket.get(), ready.data(), ready.size(), MSG_NOSIGNAL,
                                                    reinterpret_cast<const sockaddr*>(&address), length);
 }

@@ -12,7 +12,7 @@ std::string homeFolder();
 /// The value of an environment variable; the empty string when it is not set.
 std::string environmentValue(const char* name);
 
-/// The whole environment. Of a variable that stands there twice the first counts, as for getenv().
+/// The whole environment. Of a variable that is there twice the first counts, as for getenv().
 std::map<std::string, std::string> environment();
 
 /// The file that this process runs, links resolved; empty when the system does not tell.

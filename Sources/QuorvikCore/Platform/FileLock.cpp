@@ -19,10 +19,10 @@ using Clock = std::chrono::steady_clock;
 
 constexpr auto never = Clock::time_point::max();
 
-/// False, with errno, when it cannot be had.
+/// False, with errno set, when the lock cannot be had.
 bool lock(int file, Clock::time_point deadline) {
-    // No system call waits for a lock and looks at the clock. Who must look asks again and again, at first
-    // after less time than a writer needs.
+    // No system call waits for a lock with a time limit, so this asks again and again. The first pause is
+    // shorter than a writer needs.
     std::chrono::microseconds pause(200);
     constexpr std::chrono::microseconds longestPause(5000);
     while (::flock(file, deadline == never ? LOCK_EX : LOCK_EX | LOCK_NB) != 0) {

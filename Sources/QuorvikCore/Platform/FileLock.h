@@ -16,16 +16,16 @@ class FileLock {
   public:
     using Limit = std::optional<std::chrono::milliseconds>;
 
-    /// Creates the file (0600) if need be and waits for the lock, as long as it takes or, given a limit,
-    /// about so long: who holds it may have been stopped. The file that is locked is the one that stands at
-    /// `path` when this returns: if somebody removed or replaced it during the wait, the new one is locked
-    /// instead. Throws FileError, also when the limit is reached.
+    /// Creates the file (0600) if need be and waits for the lock: for ever, or about as long as `limit` says,
+    /// since the holder may have been stopped. When this returns, the file that is locked is the one at
+    /// `path`: if somebody removed or replaced it during the wait, the new one is locked instead. Throws
+    /// FileError, also when the limit is reached.
     static FileLock acquire(const std::filesystem::path& path, Limit limit = std::nullopt);
 
-    /// The same without waiting: absent when somebody else holds the lock.
+    /// acquire() without waiting: absent when somebody else holds the lock.
     static std::optional<FileLock> tryAcquire(const std::filesystem::path& path);
 
-    /// Whether the file that is locked still stands at its path: somebody may have removed or replaced it.
+    /// Whether the locked file is still the one at its path: somebody may have removed or replaced it.
     bool stands() const;
 
   private:

@@ -22,7 +22,7 @@ std::int64_t modificationTime(const struct stat& status) {
 #else
     const timespec& time = status.st_mtim;
 #endif
-    // Anybody may give a file any time, and not every one fits into nanoseconds.
+    // A file's time can be any, and not every one fits into nanoseconds.
     constexpr std::int64_t furthest = 9'000'000'000; // seconds: the years 1684 and 2255
     return std::clamp(std::int64_t{time.tv_sec}, -furthest, furthest) * 1'000'000'000 + time.tv_nsec;
 }
@@ -36,7 +36,7 @@ Status statusOf(const struct stat& status) {
     return {modificationTime(status), static_cast<std::uint64_t>(status.st_size), S_ISREG(status.st_mode)};
 }
 
-// Non-blocking only for the open itself: regular files do not care, a named pipe would hang us.
+// O_NONBLOCK is for open() alone: a named pipe would block it. Reading regular files is not affected.
 constexpr int readFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
 
 /// `size` is what the file is expected to have.
@@ -78,7 +78,7 @@ std::optional<StreamContent> readStream(int descriptor, std::size_t limit) {
     std::size_t capacity = 0;
     for (;;) {
         if (content.size_ == capacity) {
-            // Room costs nothing before it is used; large pages need much of it.
+            // Memory that is not touched costs nothing, and large pages need large blocks.
             capacity = std::max(capacity * (capacity < 16 * pipeCapacity ? 2 : 16), pipeCapacity);
             void* larger = std::realloc(content.bytes_.get(), capacity);
             if (!larger) return std::nullopt;

@@ -35,7 +35,7 @@ bool peerIsThisUser(int socket) {
 }
 
 timeval timevalOf(LineSocket::Seconds duration) {
-    // To the system, nothing at all means "for ever".
+    // The system takes a limit of zero for no limit at all.
     const double bounded = std::clamp(duration.count(), 1e-6, 86'400.0);
     const auto micros = static_cast<long long>(bounded * 1e6);
     timeval value;

@@ -21,7 +21,8 @@ double seconds(clockid_t clock) {
 /// When the machine started, by the wall clock, in seconds since 1970 (what /proc/stat calls "btime", but
 /// finer and without the cost of that file).
 double bootTime() {
-    // Two clocks cannot be read at once: taken again should we be interrupted for long between the two.
+    // Two clocks cannot be read at one moment: when too much time passed between the two, they are read
+    // again.
     for (int attempt = 1;; ++attempt) {
         const double before = seconds(CLOCK_BOOTTIME), wall = seconds(CLOCK_REALTIME),
                      after = seconds(CLOCK_BOOTTIME);

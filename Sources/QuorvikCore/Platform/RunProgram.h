@@ -5,8 +5,9 @@
 #include <string>
 #include <vector>
 
-/// Other programs, run to their end. The first word is a path or is searched in the PATH; no shell has a part
-/// in it. They find signals as a terminal's programs do, whatever we ignore.
+/// Runs other programs to their end. The first word is a path, or a name that is searched in the PATH; no
+/// shell is involved. The program starts with no signal blocked, and with the signals that end programs at
+/// their defaults, even if we ignore them.
 namespace quorvik::Platform {
 
 /// How a program ended.
@@ -15,11 +16,12 @@ struct ProgramEnd {
     int status = 0;     ///< its exit code, or 128 + the number of the signal that killed it
 };
 
-/// Runs it on our own standard streams. The terminal's Ctrl-C is the program's meanwhile.
+/// Runs the program on our own standard streams. Meanwhile we ignore the signals of the terminal's keys
+/// (SIGINT, SIGQUIT), which the program gets.
 ProgramEnd runProgram(const std::vector<std::string>& words);
 
-/// What it prints, at most `limit` bytes; it has no input, and its errors are dropped. Absent when it cannot
-/// be started, fails or prints more.
+/// What the program prints on standard output, at most `limit` bytes. Its standard input is empty, and what
+/// it prints on standard error is dropped. Absent when it cannot be started, fails or prints more.
 std::optional<std::string> programOutput(const std::vector<std::string>& words, std::size_t limit);
 
 } // namespace quorvik::Platform

@@ -87,8 +87,8 @@ int SupervisedProcess::start(const std::vector<std::string>& arguments, int stan
     }
     pid_ = child;
 
-    // One that came before the command existed is still held. One that came since reached the command through
-    // its process group too; twice does no harm.
+    // A signal that came before the command existed is still pending. One that came later may have reached
+    // the command through its process group already; a second one does no harm.
     sigset_t pending;
     sigemptyset(&pending);
     ::sigpending(&pending);
@@ -135,7 +135,8 @@ bool SupervisedProcess::reap(int& status) {
 
 void SupervisedProcess::forward(int signal) const {
     ::kill(hasOwnGroup_ ? -pid_ : pid_, signal);
-    // Away from the terminal's own group, whoever reads from the terminal is stopped, and hears nothing.
+    // In a group of its own, a command that reads from the terminal is stopped, and a stopped process handles
+    // no signal before it is continued.
     if (hasOwnGroup_) ::kill(-pid_, SIGCONT);
 }
 

@@ -13,27 +13,25 @@ namespace quorvik {
 /// standard input, descriptors, process group, signal mask and signal dispositions as this process found its
 /// own (SIGINT, SIGTERM and SIGPIPE at their defaults), and the signals meant for it reach it.
 ///
-///  1. The constructor holds back the signals below, so that one that arrives before the command runs is kept
-///  for it.
-///  2. start() starts the command. From then on SIGINT and SIGQUIT are ignored: a terminal sends them to the
-///  command as
-///     well.
-///  3. wait() forwards SIGTERM, SIGHUP, SIGALRM, SIGUSR1 and SIGUSR2 until the command has ended. One thread
-///  reaps and
-///     forwards, so a signal never goes to a process number that has been given to somebody else.
+///  1. The constructor blocks the signals below. One that arrives before the command runs is kept for it.
+///  2. start() starts the command. From then on SIGINT and SIGQUIT are ignored, since a terminal sends them
+///  to the command as well.
+///  3. wait() forwards SIGTERM, SIGHUP, SIGALRM, SIGUSR1 and SIGUSR2 until the command has ended. The same
+///  thread reaps and forwards, so a signal never goes to a process number that has been given to another
+///  process.
 ///
-/// SIGXFSZ is ignored: a file that may not grow must not end us. Signals are held back for the whole process
-/// if the constructor runs before the first thread is started.
+/// SIGXFSZ is ignored: reaching the limit of file size must not end us. The signals are blocked in every
+/// thread if the constructor runs before the first thread is started.
 ///
-/// All but wake() are called on the constructing thread.
+/// All functions but wake() are called on the constructing thread.
 class SupervisedProcess {
   public:
     SupervisedProcess();
     SupervisedProcess(const SupervisedProcess&) = delete;
     SupervisedProcess& operator=(const SupervisedProcess&) = delete;
 
-    /// Before start(): the command is to lead a process group of its own, and what is forwarded to reach all
-    /// of it. For a command that has no use for the terminal's keys.
+    /// Before start(): makes the command lead a process group of its own; forwarded signals go to the whole
+    /// group. For a command that must not get the terminal's keys.
     void useOwnGroup() { hasOwnGroup_ = true; }
 
     /// Starts the command `arguments[0]` (searched in the PATH unless it contains "/"; a file without "#!" is
@@ -41,13 +39,13 @@ class SupervisedProcess {
     /// 0, or the system's error number when it could not be started.
     int start(const std::vector<std::string>& arguments, int standardOutput, int standardError);
 
-    /// Waits until the command has ended and `outputDone()` holds; it is asked again after every wake(). When
-    /// SIGTERM or SIGHUP came and the command is gone, whatever it left in the background may hold its output
-    /// open for another second at most. Returns the command's exit code, or 128 + the number of the signal
-    /// that killed it.
+    /// Waits until the command has ended and `outputDone()` holds, which is asked again after every wake().
+    /// After SIGTERM or SIGHUP, when the command is gone, this waits for `outputDone()` at most one more
+    /// second: processes that the command left in the background may keep its output open. Returns the
+    /// command's exit code, or 128 + the number of the signal that killed it.
     int wait(const std::function<bool()>& outputDone);
 
-    /// Makes wait() look again. From any thread.
+    /// Makes wait() ask `outputDone()` again. From any thread.
     void wake() const;
 
   private:

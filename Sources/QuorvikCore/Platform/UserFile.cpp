@@ -34,7 +34,8 @@ Path resolved(Path path) {
     for (int links = 0;; ++links) {
         std::error_code error;
         const Path target = std::filesystem::read_symlink(path, error);
-        // Not a link, or nothing there. Whatever else went wrong, this may be a link, which must not be lost.
+        // Only these errors mean "not a link" and "nothing there". After any other the path may be a link,
+        // which must not be lost.
         if (error == std::errc::invalid_argument || error == std::errc::no_such_file_or_directory)
             return path;
         if (error) throw FileError("follow", path, error.value());

@@ -41,7 +41,7 @@ void end(const Path& file, SessionRecord& record) {
         reader.required("stateSince", record.stateSince);
         record.state = state;
     } catch (const RecordError&) {
-        // Nobody knows.
+        // Not a text of begin()'s: the former state is unknown.
     }
 }
 

@@ -77,7 +77,7 @@ void write(const Path& record, const Requests& requests) {
     try {
         Files::replace(file, printJSON(listJSON(requests)), file.native() + ".tmp", 0600);
     } catch (const FileError&) {
-        // Nobody is told.
+        // Not reported: the old file stays.
     }
 }
 

@@ -6,39 +6,40 @@
 #include <optional>
 #include <string>
 
-/// What a session waits for its user for: the requests that were put to the app and are not settled. A hook
-/// that waits for the answer is told by nobody that the user gave it in the agent's own interface; but when
-/// the tool has run, another hook hears of it and strikes the request off, and the waiting one notices. A
-/// small file beside the record ("<record>.asked"), there only while somebody waits.
+/// The requests of one session that were put to the app and are not settled. When the user answers in the
+/// agent's own interface, nobody tells the hook that waits for the app. But once the tool has run, another
+/// hook hears of it and strikes the request off here, and the waiting hook sees that. The requests are a
+/// small file beside the record ("<record>.asked"), which exists only while a hook waits.
 ///
-/// Each request knows the process of its hook (number and start time). A hook that was killed could not
-/// strike its request off: such a request counts for nothing, and goes with the next change of the file.
+/// Each request holds the process of its hook (number and start time). A killed hook could not strike its
+/// request off, so a request whose process is gone counts for nothing; the next change of the file removes
+/// it.
 ///
-/// The functions that change something are called under the record's lock (SessionStore::update). For them a
-/// file that cannot be read counts as empty; one that cannot be written stays as it was. Then nobody is told,
-/// and the wait ends by itself. The questions isOpen() and anyWaiting() need no lock.
+/// The functions that change the file are called under the record's lock (SessionStore::update). For them a
+/// file that cannot be read counts as empty; a file that cannot be written stays as it was, without an error,
+/// and the wait then ends by its own time limit. isOpen() and anyWaiting() need no lock.
 namespace quorvik::OpenRequests {
 
 using Path = std::filesystem::path;
 
-/// A request of the calling process. `tool` and `summary` (HookEvent's) are how it is known again when its
-/// tool has run.
+/// Adds a request of the calling process. `tool` and `summary` (HookEvent's) identify it when its tool has
+/// run.
 void add(const Path& record, const std::string& id, const std::optional<std::string>& tool,
          const std::optional<std::string>& summary);
 
-/// The tool has run: strikes off the oldest request of that tool and summary. An event that has no summary
-/// speaks of any request of its tool.
+/// The tool has run: strikes off the oldest request of that tool and summary. An absent summary fits every
+/// request of the tool.
 void toolHasRun(const Path& record, const std::optional<std::string>& tool,
                 const std::optional<std::string>& summary);
 
-/// The turn is over, or a whole batch of tools has run.
+/// The turn is over, or a whole batch of tools has run: strikes off all requests.
 void clear(const Path& record);
 
-/// Strikes one off; returns whether others remain.
+/// Strikes one request off. Returns whether others remain.
 bool strikeOff(const Path& record, const std::string& id);
 
-/// Strikes off the requests of hooks that are gone. To be called before a record is left awaiting, so that a
-/// wait which no hook takes part in (the agent asks by itself) is not taken for one whose hooks were killed.
+/// Strikes off the requests of hooks that are gone. Called before a record is left `awaiting`: when the agent
+/// asks by itself, no hook takes part, and a dead hook's request would make anyWaiting() false.
 void strikeOffDead(const Path& record);
 
 /// Whether the request is not settled. A file that is there but cannot be read settles nothing.

@@ -28,8 +28,8 @@ bool isDaemon(const Info& process);
 /// started within less than a second of it: a pid is reused sooner or later.
 bool isAlive(std::int32_t pid, std::optional<double> startTime);
 
-/// isAlive(), and it has not ended without its parent having noticed: a killed process stays in the table for
-/// as long as that takes.
+/// isAlive(), and the process has not ended: a process that was killed stays in the table until its parent
+/// has asked for its status.
 bool isRunning(std::int32_t pid, std::optional<double> startTime);
 
 } // namespace quorvik::ProcessInspector

@@ -76,7 +76,7 @@ Path fileURL(Source source, std::string_view sessionID, const Path& folder) {
     for (std::string_view rest = identifier; !rest.empty();) {
         const std::string_view character = Unicode::takeCharacter(rest);
         const char32_t scalar = Unicode::firstScalar(character).value;
-        // A few letters take what follows them into their character: no slash may pass that way.
+        // Some scalars join the next one to their character; a slash that gets in that way must not stay.
         const bool isWord =
             Unicode::isLetter(scalar) || Unicode::isDigit(scalar) || character == "-" || character == "_";
         const bool stays = isWord && character.find('/') == std::string_view::npos;
@@ -111,8 +111,8 @@ LoadResult load(const Path& file) {
 
 namespace {
 
-/// Calls `visit(path, name, listing)` for every record file; returns why the folder cannot be listed, or not
-/// to its end.
+/// Calls `visit(path, name, listing)` for every record file. Returns the error if the folder could not be
+/// listed to its end.
 template <typename Visit>
 std::error_code forEachRecordFile(const Path& folder, Visit visit) {
     auto listing = Files::Folder::open(folder);
@@ -179,7 +179,7 @@ void remove(const SessionRecord& record, const Path& folder) {
         ManualCompaction::forget(file);
         ::unlink(lockPath(file).c_str());
     } catch (const FileError&) {
-        // No folder, no record.
+        // The folder is not there, or the lock cannot be had: nothing is removed.
     }
 }
 

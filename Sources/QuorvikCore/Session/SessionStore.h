@@ -43,8 +43,8 @@ struct LoadResult {
     }
 };
 
-/// What loadAll() found in each file, so that an unchanged one (same modification time and size) is not read
-/// again. Owned by one reader and passed back on each call; not for use by two threads.
+/// What loadAll() found in each file. A file whose modification time and size have not changed is not read
+/// again. Owned by one reader, which passes it to each call; not for use by two threads.
 struct LoadCache {
     struct Entry {
         std::int64_t modified = 0; ///< nanoseconds since 1970; the distant past when unknown
@@ -73,11 +73,12 @@ void update(Source source, std::string_view sessionID, const Path& folder,
 /// record that would be larger than maxFileSize.
 void write(const SessionRecord& record, const Path& file);
 
+/// Reads one record file.
 LoadResult load(const Path& file);
 
-/// Every record file of a folder ("*.json", names that begin with "." left out), in the system's listing
-/// order. Empty when the folder cannot be listed; `error`, when given, then says why. Files that are gone
-/// leave the cache.
+/// The result for every record file of a folder ("*.json", names that begin with "." left out), in the
+/// system's listing order. Empty when the folder cannot be listed; `error`, when given, then says why. Files
+/// that are gone are removed from the cache.
 std::vector<LoadResult> loadAll(const Path& folder, LoadCache& cache);
 std::vector<LoadResult> loadAll(const Path& folder, std::error_code* error = nullptr);
 

@@ -93,7 +93,7 @@ std::string_view judgedPart(std::string_view title) {
     });
 }
 
-/// Whether a task can be told by it: it has enough letters and digits, and is no filler.
+/// Whether the title says something about the task: it has enough letters and digits, and is no filler.
 bool saysEnough(std::string_view title) {
     const std::string_view judged = judgedPart(title);
     const bool hasLetters = letterCount(judged, 3) == 3;
@@ -103,7 +103,8 @@ bool saysEnough(std::string_view title) {
     return hasLetters || (letterCount(lowercased, 2) == 2 && isIdeographic(lowercased));
 }
 
-/// A title, if there is one; absent when what follows the known start of the prompt has a say.
+/// The outer value is absent when the result depends on what follows the known start of the prompt. The inner
+/// one is the title, absent when there is none.
 using Settled = std::optional<std::optional<std::string>>;
 
 Settled titleOf(std::string_view known, bool isWhole, std::optional<std::string_view> projectDir) {
@@ -123,7 +124,7 @@ Settled titleOf(std::string_view known, bool isWhole, std::optional<std::string_
     const std::string collapsed = blanksCollapsed(line);
     const std::string_view title = withoutMarkdownMarks(collapsed);
     const bool isTelling = saysEnough(title);
-    // What follows cannot make a long title a filler.
+    // A title this long is no filler, whatever follows.
     if (!settled(isTelling && judgedPart(title).size() > longerThanFillers)) return std::nullopt;
     if (!isTelling) return none;
     std::optional<std::string> redacted =

@@ -12,11 +12,11 @@ namespace {
 
 // clang-format off
 
-/// Run what follows them.
+/// Commands that run the command that follows them.
 constexpr std::string_view wrappers[] = {
     "sudo", "env", "time", "nohup", "command", "exec", "nice", "caffeinate", "noglob", "builtin"};
 
-/// Run for as long as somebody sits in front of them.
+/// Commands that run for as long as somebody sits in front of them.
 constexpr std::string_view interactive[] = {
     "vim", "vi", "nvim", "nano", "emacs", "micro", "helix", "hx",
     "less", "more", "man", "most",
@@ -29,12 +29,13 @@ constexpr std::string_view interactive[] = {
     "claude", "codex", "grok", "cmd", "devin", "qwen", "copilot", "pi", "kimi", "zcode",
     "open", "code", "cursor", "xed", "say"};
 
-/// Interactive as long as they are not given a script.
+/// Commands that are interactive unless they are given a script.
 constexpr std::string_view repls[] = {
     "python", "python3", "node", "irb", "ipython", "bun", "deno", "ruby", "lua", "sqlite3", "psql", "mysql",
     "redis-cli", "mongosh", "swift", "ghci", "R", "julia", "php", "scala", "clj"};
 
-/// Run a project's scripts by name, and the names that servers go by.
+/// Commands that run a project's scripts by name, the names that servers go by, and the words that may stand
+/// before such a name.
 constexpr std::string_view scriptRunners[] = {
     "npm", "pnpm", "yarn", "bun", "deno", "task", "make", "just"};
 constexpr std::string_view serverScripts[] = {
@@ -44,20 +45,20 @@ constexpr std::string_view runWords[] = {"run", "run-script", "task"};
 constexpr std::string_view alwaysServers[] = {
     "vite", "nodemon", "uvicorn", "gunicorn", "air", "webpack-dev-server", "ollama", "jupyter", "caddy", "nginx"};
 
-/// Servers when told so, or told nothing.
+/// Commands that serve when one of these verbs is among their arguments, or when they have none but options.
 constexpr std::string_view verbServers[] = {
     "next", "nuxt", "astro", "remix", "gatsby", "hugo", "jekyll", "mkdocs", "flask", "rails", "ng"};
 constexpr std::string_view serverVerbs[] = {
     "dev", "serve", "server", "s", "run", "start", "watch", "develop", "preview"};
 
-/// Deploy tools with a local server under "dev".
+/// Deploy tools whose subcommand "dev" is a local server.
 constexpr std::string_view devServers[] = {"wrangler", "vercel", "vc", "netlify"};
 
-/// Quick, or slow only because they wait in an editor, a pager or for a passphrase.
+/// Git commands that are quick, or slow only because they wait in an editor, a pager or for a passphrase.
 constexpr std::string_view quickGit[] = {
     "commit", "rebase", "log", "diff", "show", "blame", "add", "push", "pull", "checkout", "switch", "stash", "merge"};
 
-/// Their failures are worth knowing.
+/// Git commands whose failures are worth knowing.
 constexpr std::string_view gitFailures[] = {
     "push", "pull", "fetch", "clone", "merge", "rebase", "commit", "checkout", "switch", "stash", "cherry-pick",
     "revert", "am"};
@@ -65,12 +66,12 @@ constexpr std::string_view gitFailures[] = {
 /// Options of git that are followed by a value.
 constexpr std::string_view gitValueOptions[] = {"-C", "-c", "--git-dir", "--work-tree", "--namespace"};
 
-/// Run a package's program: the first by themselves, the second with one of the third.
+/// Commands that run a package's program: the runners by themselves, the managers with one of the verbs.
 constexpr std::string_view packageRunners[] = {"npx", "bunx", "pnpx"};
 constexpr std::string_view packageManagers[] = {"pnpm", "yarn", "npm", "bun"};
 constexpr std::string_view packageRunVerbs[] = {"dlx", "exec", "x"};
 
-/// Everything that the tool does besides deploying; it deploys when it is given a path, or nothing.
+/// Vercel's subcommands that do not deploy. It deploys when it is given a path, or nothing.
 constexpr std::string_view vercelOther[] = {
     "dev", "build", "login", "logout", "whoami", "env", "logs", "ls", "list", "inspect", "pull", "link", "unlink",
     "domains", "dns", "certs", "alias", "rm", "remove", "teams", "switch", "projects", "secrets", "init", "git",
@@ -90,8 +91,8 @@ bool isWrapper(std::string_view word) {
     return isIn(wrappers, Files::lastComponent(word));
 }
 
-/// What runs in the end: without leading assignments, and without wrappers and their options. Only options:
-/// "sudo -u admin make" counts as the command "admin", which is the price of a simple rule.
+/// The words without leading assignments, and without wrappers and their options. The values of such options
+/// are not known: "sudo -u admin make" counts as the command "admin", which is the price of a simple rule.
 Words withoutPrefix(Words words) {
     while (!words.empty()) {
         if (isAssignment(words.front())) {
@@ -106,7 +107,7 @@ Words withoutPrefix(Words words) {
     return words;
 }
 
-/// Without "npx", "pnpm dlx"…
+/// The words without a leading "npx", "pnpm dlx" and the like.
 Words withoutPackageRunner(Words words) {
     if (words.empty()) return words;
     const std::string first = Files::lastComponent(words[0]);

@@ -17,8 +17,9 @@ using Words = std::span<const std::string_view>;
 /// Whether a command that runs, or has succeeded, is shown once it has taken long enough.
 bool isTracked(std::string_view command);
 
-/// The same; or, with `failed`, whether a command that failed is shown: a git command that talks to a remote
-/// or changes history even when it took no time, and no other git command.
+/// With `failed`, whether a command that failed is shown: of git commands those that talk to a remote or
+/// change history, even when they took no time, and no others; of other commands those that isTracked()
+/// names. Without `failed`, isTracked().
 bool isTracked(std::string_view command, bool failed);
 
 /// The subcommand among the words after "git"; absent when there are only options and their values.

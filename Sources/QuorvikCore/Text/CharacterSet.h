@@ -30,8 +30,8 @@ class CharacterSet {
 
     constexpr bool contains(char byte) const { return members_[static_cast<unsigned char>(byte)]; }
 
-    /// Where the run of members that starts at `start` (at most the text's length) ends, of which no more
-    /// than `limit` are looked at.
+    /// The end of the run of members that begins at `start`, which is at most the text's length. At most
+    /// `limit` characters are looked at.
     std::size_t endOfRun(std::string_view text, std::size_t start,
                          std::size_t limit = std::string_view::npos) const {
         const std::size_t end = limit < text.size() - start ? start + limit : text.size();

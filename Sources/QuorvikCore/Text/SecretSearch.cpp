@@ -24,7 +24,7 @@ constexpr std::string_view optionWords[] = {"token",   "password", "passwd",    
                                             "api-key", "api_key",  "access-key", "accesskey", "access_key"};
 constexpr std::size_t shortestOptionWord = 5, longestOptionWord = 10;
 
-/// A token that its first letters give away: the prefix, then `length` or more of `set`.
+/// A token with a telling prefix, which `length` or more characters of `set` follow.
 struct TokenShape {
     std::string_view prefix;
     const CharacterSet& set;
@@ -132,7 +132,7 @@ std::optional<SecretSearch::Match> SecretSearch::next() {
     return std::nullopt;
 }
 
-/// The next place where it is worth to look closely.
+/// The next position at which a match is likely enough to look closely; npos when there is none.
 std::size_t SecretSearch::candidate() const {
     switch (rule_) {
     case SecretRule::authorization:
@@ -153,7 +153,9 @@ std::size_t SecretSearch::candidate() const {
         });
     case SecretRule::randomToken: break;
     }
-    // A run that is long enough and covers a place begins within so many before it: what does not leaps on.
+    // Looks at windows of `minRandomToken` characters, each from its end backwards. A window of token
+    // characters only is a candidate. No token holds any other character, so the search goes on behind the
+    // last one of the window.
     std::size_t start = at_;
     while (start < text_.size()) {
         const std::size_t last = std::min(start + minRandomToken, text_.size());
@@ -188,7 +190,7 @@ std::optional<SecretSearch::Match> SecretSearch::authorization(std::size_t at) {
         const std::size_t end = endOfWord(value, scheme);
         if (end == npos) continue;
         const std::size_t after = endOfSpaces(end);
-        // What is only a scheme is the value itself.
+        // A scheme that nothing follows is itself the value.
         if (after > end && endOfBare(after, true) > after) value = after;
         break;
     }
@@ -317,7 +319,7 @@ std::size_t SecretSearch::endOfValue(std::size_t at) {
     return endOfBare(at, false);
 }
 
-/// Places never go back, so that no byte is looked at twice.
+/// The positions asked for never go back, so no byte is looked at twice.
 std::size_t SecretSearch::closingQuote(std::size_t from, char quote) {
     std::size_t& next = nextQuote_[quote == '\''];
     if (next != npos && next < from) next = 0;

@@ -6,8 +6,8 @@
 
 namespace quorvik {
 
-/// The kinds of secrets that Redactor hides, in the order in which it looks for them: as Perl-compatible
-/// patterns, where \s, \b and \w know all of Unicode; what is hidden is the last group.
+/// The kinds of secrets that Redactor hides, in the order in which it looks for them. Each is given as a
+/// Perl-compatible pattern, in which \s, \b and \w know all of Unicode; what is hidden is its last group.
 enum class SecretRule {
     /// (?i)authorization\s*[:=]\s*(?:bearer\s+|basic\s+|token\s+)?([^\s'"]+)
     authorization,
@@ -24,24 +24,24 @@ enum class SecretRule {
     randomToken,
 };
 
-/// Finds the matches of one rule in a text, or in the known start of one, from left to right. Takes time
-/// proportional to the text, whatever it holds, and memory for nothing.
+/// Finds the matches of one rule in a text, or in the known start of a longer one, from left to right. Takes
+/// time proportional to the text, whatever it holds, and allocates no memory.
 class SecretSearch {
   public:
     struct Match {
-        std::size_t begin; ///< of what belongs to the match; only exact for SecretRule::bearer
-        std::size_t value; ///< where that begins which is to be hidden
+        std::size_t begin; ///< of the whole match; exact for SecretRule::bearer only
+        std::size_t value; ///< where the part to be hidden begins
         std::size_t end;
     };
 
-    /// `text` must be UTF-8 and outlive the search. `isWhole`: nothing follows it.
+    /// `text` must be UTF-8 and outlive the search. `isWhole` tells that nothing follows `text`.
     SecretSearch(std::string_view text, bool isWhole, SecretRule rule)
         : text_(text), isWhole_(isWhole), rule_(rule) {}
 
-    /// Absent when there are no more, or when it takes what follows the text to know.
+    /// The next match. Absent when there is none, or when it depends on what follows the text.
     std::optional<Match> next();
 
-    /// After the last match: up to where no further one can begin, whatever follows the text.
+    /// After the last match: the position before which no further match begins, whatever follows the text.
     std::size_t settledEnd() const { return isUndecided_ ? at_ : text_.size(); }
 
   private:
@@ -69,7 +69,7 @@ class SecretSearch {
     SecretRule rule_;
     std::size_t at_ = 0;         ///< where the search goes on
     std::size_t lastEnd_ = 0;    ///< of the last match
-    bool isUndecided_ = false;   ///< somebody had to know what comes after the text
+    bool isUndecided_ = false;   ///< the search met a question that only what follows the text can answer
     std::size_t nextQuote_[2]{}; ///< the first double and single quote that is not passed yet
     std::size_t endOfRun_ = 0;   ///< of the option characters around the last "-"
 };

@@ -11,16 +11,17 @@ namespace {
 
 constexpr std::size_t longestName = 32; // what is longer is none of these names
 
-/// A command may follow.
+/// Words that a command may follow.
 constexpr std::string_view reservedWords[] = {"!",    "{",      "}",         "if",    "then",
                                               "elif", "else",   "do",        "while", "until",
                                               "time", "coproc", "nocorrect", "noglob"};
 
-/// What is handed to them is read as a command once more, also when another program starts them.
+/// Programs that read what is handed to them as a command once more, also when another program starts them.
 constexpr std::string_view shells[] = {"sh",  "bash", "dash", "zsh",     "ksh",  "mksh", "ash",   "fish",
                                        "csh", "tcsh", "rsh",  "busybox", "eval", "ssh",  "xargs", "parallel"};
 
-/// The same, but names that are everyday words where another program gets them.
+/// More programs that run what is handed to them. Their names are everyday words, so they count only where a
+/// command's name stands, or among the arguments of a launcher.
 constexpr std::string_view readers[] = {".",     "source", "trap", "alias",   "find",
                                         "watch", "script", "su",   "function"};
 
@@ -63,7 +64,8 @@ bool ShellReader::isAtData() const {
 /// Whether something begins here that is more than data.
 bool ShellReader::isAtBreak() const {
     const char c = text_[at_];
-    // Single quotes keep these two from the shell, but make runs them, and whoever hands the value on.
+    // Single quotes hide these two from the shell, but make runs them, and so may a program that gets the
+    // value.
     if (c == '`' || (c == '$' && following(1) == '(')) return true;
     if (quote_ == Quote::single) return false;
     if (c == '$' || (c == '\\' && following(1) == '\n')) return true;

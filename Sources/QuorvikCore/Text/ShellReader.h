@@ -19,9 +19,9 @@ class ShellReader {
     /// `text` must outlive the reader.
     explicit ShellReader(std::string_view text) : text_(text) {}
 
-    /// Up to where the stretch is data; `begin` when it does not begin as such, or when a part of the word is
-    /// expanded. It must not begin before the end of what was asked for last. Over all calls, takes time
-    /// proportional to the text.
+    /// The end of the part of [begin, end) that is data, from `begin` on. That is `begin` itself when no data
+    /// begins there, or when the shell would expand a part of the same word. `begin` must not lie before the
+    /// `end` of an earlier call. All calls together take time proportional to the text.
     std::size_t endOfData(std::size_t begin, std::size_t end);
 
   private:

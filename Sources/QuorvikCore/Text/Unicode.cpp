@@ -157,7 +157,7 @@ std::string_view firstCharacters(std::string_view text, std::size_t count) {
 std::string_view lastCharacters(std::string_view text, std::size_t count) {
     if (text.size() <= count) return text;
 
-    // Walking back is possible as long as it meets nothing but ASCII, the byte before the cut included.
+    // ASCII characters can be counted backwards, if the byte before the cut is ASCII as well.
     std::size_t start = text.size(), taken = 0;
     while (start > 0 && taken < count && isASCII(text[start - 1])) {
         start -= start > 1 && text[start - 1] == '\n' && text[start - 2] == '\r' ? 2 : 1;
@@ -272,7 +272,7 @@ bool isDrawnAlike(char32_t scalar) {
 }
 
 int digitValue(char32_t digit) {
-    // Every script's ten digits stand in a row from zero on, and rows that adjoin are whole.
+    // Every script's ten digits are in one run of scalars, from zero to nine; runs that touch are complete.
     char32_t before = 0;
     while (isDigit(digit - before - 1))
         ++before;

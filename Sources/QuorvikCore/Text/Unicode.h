@@ -43,7 +43,7 @@ std::string_view takeCharacter(std::string_view& text);
 /// The number of characters, counted up to `limit`.
 std::size_t characterCount(std::string_view text, std::size_t limit = SIZE_MAX);
 
-/// The first, or last, `count` characters; the whole text when it has no more.
+/// The first `count` characters, or the last; the whole text when it has no more.
 std::string_view firstCharacters(std::string_view text, std::size_t count);
 std::string_view lastCharacters(std::string_view text, std::size_t count);
 
@@ -68,9 +68,9 @@ bool isLetter(char32_t scalar);              ///< L*
 bool isDigit(char32_t scalar);               ///< Nd
 bool isNumeric(char32_t scalar);             ///< N*
 bool isMark(char32_t scalar);                ///< M*: stands on the character before it
-bool isDrawnAlike(char32_t scalar);          ///< assigned (not Cn, Cs), and not for private use (Co)
+bool isDrawnAlike(char32_t scalar);          ///< one sign in all fonts: not Cn, Cs or Co
 
-/// What a digit of any script counts, 0 to 9. `digit` must be one (isDigit).
+/// The value of a digit of any script, 0 to 9. `digit` must be one (isDigit).
 int digitValue(char32_t digit);
 
 /// The next line of `text`, taken off its front together with the newline that ends it, if one does (CR LF is

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-/// Text that is shown for somebody to decide upon: what would deceive the eye is shown as an escape.
+/// Shows text that somebody decides upon: what would deceive the eye is replaced by an escape.
 namespace quorvik::VisibleText {
 
 /// Bytes of a text, from `begin` up to `end`.
@@ -14,7 +14,7 @@ struct Range {
     bool operator==(const Range&) const = default;
 };
 
-/// A text made visible, and where in it escapes stand: a text may hold the characters of one as well.
+/// A text made visible, and the places of its escapes: a text may hold the same characters by itself.
 struct Shown {
     std::string text;
     std::vector<Range> escapes; ///< in order, none empty
@@ -29,7 +29,7 @@ struct Shown {
 ///  - combining marks with nothing to stand on, or with three before them already.
 Shown show(std::string_view text);
 
-/// The same, when nobody asks where the escapes are.
+/// show() without the places of the escapes.
 std::string shown(std::string_view text);
 
 } // namespace quorvik::VisibleText

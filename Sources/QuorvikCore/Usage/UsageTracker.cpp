@@ -16,7 +16,7 @@ std::vector<UsageEvent> UsageTracker::update(std::span<const UsageWindow> window
     std::vector<UsageEvent> events;
     for (const UsageWindow& window : windows) {
         const UsageStage stage = usageStage(window.percent(now));
-        // A window never met before was at no stage, which no event can tell from a known one at none.
+        // An unknown window starts at no stage: no event depends on whether it was known.
         UsageStage& last = stages_.try_emplace(window.id, UsageStage::none).first->second;
         const UsageStage previous = std::exchange(last, stage);
         if (stage > previous) {

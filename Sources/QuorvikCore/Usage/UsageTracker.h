@@ -33,9 +33,10 @@ struct UsageEvent {
     bool operator==(const UsageEvent&) const = default;
 };
 
-/// Remembers the last stage of every window and turns readings into the few events that matter: each stage is
-/// told once on the way up, and only the end of an exhaustion on the way down. The first reading after the
-/// start tells exhaustion only: the user has lived with the rest. Lives as long as the program that reads.
+/// Remembers the last stage of every window and turns readings into the few events that matter. On the way up
+/// each stage is told once; on the way down only the end of an exhaustion is told. The first reading tells
+/// exhaustion only, since whatever else it says is not new to the user. Lives as long as the program that
+/// reads.
 class UsageTracker {
   public:
     /// Takes one reading, which may be empty, and returns its events, in the order of the windows. A window

@@ -8,12 +8,12 @@
 
 namespace quorvik {
 
-/// A rate limit of a coding agent's account: so much may be used in so many minutes, and so much of it is.
+/// A rate limit of a coding agent's account: the length of its window, and how much of it is used up.
 struct UsageWindow {
     std::string id;                ///< the same at every reading, such as "claude.five_hour"
     Source agent = Source::claude; ///< whose account
     std::int64_t minutes = 0;      ///< length of the window
-    double usedPercent = 0;        ///< 0 to 100, as the account's maker says: not checked
+    double usedPercent = 0;        ///< 0 to 100, as the agent's maker reports it; the range is not checked
     Date resetsAt{};               ///< when it starts afresh
 
     /// What a window of that length is called. `minutes` counts for `other` only.
@@ -27,7 +27,7 @@ struct UsageWindow {
     /// 300 minutes, 1440, 10080, or 28 to 31 days; `other` for anything else.
     Kind kind() const;
 
-    /// `usedPercent`, or 0 from `resetsAt` on: the figure is then of the last window.
+    /// `usedPercent`; from `resetsAt` on 0, since the figure then belongs to the window before.
     double percent(Date now) const;
 
     /// JSON with the fields' names as keys, the date as seconds since 1970. Strict: throws RecordError.

@@ -52,8 +52,8 @@ JSONValue written(const SettingRule& rule, const std::string& typed) {
     return isNumber ? JSONValue::number(typed) : JSONValue::string(typed);
 }
 
-/// Sets the setting in the file, or removes it. Of a name that stands there twice the last one counts for
-/// those who read, so none but the first stays.
+/// Sets the setting in the file, or removes it. Readers take the last of members with the same name, so all
+/// but the first are removed.
 void change(const SettingRule& rule, const std::optional<JSONValue>& value) {
     using Decision = UserFileEdit::Decision;
     const auto file = QuorvikPaths::settingsFile();
@@ -77,7 +77,8 @@ void change(const SettingRule& rule, const std::optional<JSONValue>& value) {
     }
 }
 
-/// Lets a running app take the change over before we are done. One that does not answer will see it by
+/// Waits until a running app has taken over the change. One that does not answer will see the change by
+/// itself.
 /// itself.
 void tellApp() {
     try {

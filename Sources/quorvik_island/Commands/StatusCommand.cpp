@@ -28,8 +28,8 @@ Example:
   quorvik-island status --json | jq -r '.troubles[]?'
 )";
 
-/// "12 min: version 0.1.0, process 4711, /usr/bin/quorvik-island"; `of` says the same of the app and of a
-/// front end, but for the member that holds the time.
+/// "12 min: version 0.1.0, process 4711, /usr/bin/quorvik-island". `of` describes the app or a front end;
+/// `since` is the name of the member with the time, which differs between the two.
 std::string process(const nlohmann::json& of, const char* since) {
     std::string text = age(dateFromSeconds(of.value(since, 0.0))) + ": ";
     if (of.contains("version")) text += "version " + of.value("version", "") + ", ";

@@ -31,7 +31,7 @@ void stopApp() {
     const auto process = ProcessInspector::info(pid);
     client.call("stop");
     if (!process) return;
-    // The end of the connection is not the end of the app: it holds its lock until it is gone.
+    // The app closes its connections before it ends; it holds its lock until then.
     constexpr std::chrono::seconds patience(15);
     constexpr std::chrono::milliseconds interval(5);
     for (const auto start = Clock::now(); ProcessInspector::isRunning(pid, process->startTime);) {

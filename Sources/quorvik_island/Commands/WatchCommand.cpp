@@ -58,7 +58,7 @@ class Printer {
         return writeAll(STDOUT_FILENO, line.data(), line.size());
     }
 
-    /// That there is no app: nothing is shown, and `why` is the trouble.
+    /// Prints an empty snapshot whose trouble is `why`, when there is no app.
     bool printNothing(const char* why) {
         Snapshot nothing;
         nothing.troubles = {why};
@@ -71,8 +71,9 @@ class Printer {
     std::optional<std::string> last_;
 };
 
-/// Waits until `descriptor` (-1: nothing) can be read, or for so long. False when the reader of our output is
-/// gone: bars leave their children behind, and the next change may be hours away.
+/// Waits until `descriptor` (-1 for none) can be read, at most `longest`. False when the reader of our
+/// standard output is gone. Status bars end without telling their children, and the next write may be hours
+/// away.
 bool wait(int descriptor, std::chrono::milliseconds longest) {
     // macOS tells of the end only those who ask for something; where it cannot tell at all it says POLLNVAL,
     // at once and every time.
@@ -85,7 +86,8 @@ bool wait(int descriptor, std::chrono::milliseconds longest) {
 
 constexpr std::chrono::milliseconds forever(-1);
 
-/// Prints what the app sends. False when the reader is gone; throws NoApp when the app is.
+/// Prints the snapshots that the app sends. Returns false when the reader is gone; throws NoApp when the app
+/// is.
 bool follow(ControlClient& client, Printer& printer) {
     client.subscribe();
     for (;;) {

@@ -8,8 +8,8 @@
 
 namespace quorvik {
 
-/// The rows inside a card's border, wrapped to its width: a line that goes on has "↪" before it, so that
-/// nobody takes the break for one of the text.
+/// The rows inside a card's border, wrapped to its width. A row that continues a line begins with "↪", so
+/// that nobody takes the wrap for a line break of the text.
 class CardRows {
   public:
     CardRows(const CardState& card, std::size_t width);

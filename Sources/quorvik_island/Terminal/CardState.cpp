@@ -14,7 +14,7 @@ std::string CardState::page() const {
     return id() + "#" + std::to_string(question_) + (showsSecrets_ ? "v" : "");
 }
 
-/// Another page, of which nothing has been seen.
+/// The card shows another page now, of which nothing has been in view.
 void CardState::turn() {
     scroll = read_ = total_ = 0;
 }

@@ -9,13 +9,13 @@
 
 namespace quorvik {
 
-/// A moment, by two clocks.
+/// A moment as two clocks tell it.
 struct Moment {
-    Date wall{};       ///< for what is shown; may jump
-    double steady = 0; ///< seconds; for what must not be hurried
+    Date wall{};       ///< the wall clock, for times that are shown; may be set
+    double steady = 0; ///< seconds of a clock that is never set, for measuring waits
 };
 
-/// One request's card while the user thinks: what has been in view, and what is chosen so far.
+/// The state of one request's card: what the user has had in view, and has chosen so far.
 class CardState {
   public:
     CardState(std::shared_ptr<const WaitingRequest> waiting, const RequestCard::SecretFinder& secrets,
@@ -28,7 +28,7 @@ class CardState {
     bool showsSecrets() const { return showsSecrets_; }
     void toggleSecrets();
 
-    /// What stands in the card right now: the request and, of several questions, which.
+    /// Names what the card shows now: the request, which of its questions, and whether secrets are shown.
     std::string page() const;
 
     // Reading.
@@ -41,28 +41,28 @@ class CardState {
     /// Whether all of this page has been in view, in the width it has now.
     bool isRead() const { return total_ > 0 && read_ >= total_; }
 
-    /// Whether it will have been once such a frame is shown.
+    /// Whether isRead() will hold once a frame with these values has been shown.
     bool isReadAfter(std::size_t width, std::size_t first, std::size_t shown, std::size_t total) const;
 
-    /// A page on, or back: by `rows`, but not past what has not been in view yet.
+    /// Scrolls by `rows`, forward or back; forward not past the first row that has not been in view.
     void turnOver(std::size_t rows, bool forward);
 
     // Answering.
 
     struct Answer {
-        std::set<std::size_t> chosen;   ///< of the options
-        std::optional<std::string> own; ///< in the user's words; then nothing is chosen
+        std::set<std::size_t> chosen;   ///< indices of the options
+        std::optional<std::string> own; ///< the user's own words; `chosen` is then empty
     };
     std::size_t question() const { return question_; }
     const Answer& answer() const { return answers_[question_]; }
     bool isAnswered() const;
-    void choose(std::size_t option); ///< chooses it, or no longer; nothing when there is no such option
+    void choose(std::size_t option); ///< toggles it; ignored when there is no such option
     void answerWith(std::string words);
-    bool back();                              ///< false at the first question
-    bool goOn();                              ///< false at the last question
-    std::vector<std::string> answers() const; ///< a text each
+    bool back();                              ///< to the question before; false at the first
+    bool goOn();                              ///< to the next question; false at the last
+    std::vector<std::string> answers() const; ///< one for each question
 
-    bool isSent = false; ///< the user has decided, and the app has not said no
+    bool isSent = false; ///< the answer is on its way, and the app has not refused it
 
   private:
     void turn();

@@ -241,8 +241,8 @@ void CursesScreen::paint(const Frame& frame) {
             std::string_view text = std::string_view(content.text).substr(begin, span.end - begin);
             begin = span.end;
             while (!text.empty()) {
-                // A run of ASCII in one go; everything else at its own place, whatever the library believes
-                // of widths.
+                // A run of ASCII is written in one go. Every other character is written at its own column,
+                // since curses may count its width differently.
                 const auto end = std::ranges::find_if(text, [](char byte) { return byte < ' '; });
                 std::string_view piece = text.substr(0, static_cast<std::size_t>(end - text.begin()));
                 if (piece.empty()) {
@@ -277,8 +277,8 @@ void CursesScreen::paint(const Frame& frame) {
     ::refresh();
 }
 
-/// What a terminal sends for a key that the library does not know begins with Esc and ends with a letter.
-/// None of it is a key that somebody pressed: the "A" of an unknown arrow must not answer anything.
+/// Drops the escape sequences of keys that curses does not know. They begin with Esc and end with a letter,
+/// which nobody pressed: the "A" of an unknown arrow key must not answer anything.
 void CursesScreen::take(Key key, std::vector<Key>& keys) {
     constexpr double together = 0.2; // seconds; a slow line may part a sequence
     constexpr double oneKey = 0.03;  // nobody presses two keys as fast

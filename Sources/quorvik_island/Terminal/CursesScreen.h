@@ -10,8 +10,8 @@
 
 namespace quorvik {
 
-/// The terminal on standard input and output as a screen of cells: paints frames and reads keys. Only this
-/// pair of files knows the library that does it. TerminalSignals must be there already.
+/// The terminal on standard input and output as a screen of cells: paints frames and reads keys. No other
+/// file uses curses. A TerminalSignals must exist before.
 class CursesScreen {
   public:
     /// Enters the screen. Throws std::runtime_error, with one line, when the terminal cannot be used.
@@ -20,17 +20,18 @@ class CursesScreen {
     CursesScreen(const CursesScreen&) = delete;
     CursesScreen& operator=(const CursesScreen&) = delete;
 
-    /// Takes the terminal, or takes it again. `anew`: whoever had it meanwhile may have changed its settings
-    /// on purpose, and they are what is given back at the end.
+    /// Takes the terminal, for the first time or again. `anew`: keeps its present settings as those to give
+    /// back at the end, since another program may have changed them on purpose.
     void enter(bool anew);
 
-    /// Gives the terminal back as it was found: its settings, then its picture. Repeatable.
+    /// Gives the terminal back as it was found: its settings, then its picture. Does nothing when that is
+    /// done already.
     void leave();
 
-    /// The terminal is gone: nothing is written to it any more.
+    /// To be called when the terminal is gone: nothing is written to it any more.
     void abandon();
 
-    /// What the terminal says, else 24 by 80.
+    /// The size that the terminal reports, else 24 by 80.
     ScreenSize size() const;
 
     void paint(const Frame& frame);
@@ -48,7 +49,7 @@ class CursesScreen {
     struct Library;
     std::unique_ptr<Library> library_;
     termios found_{};
-    /// Inside a sequence of bytes that names no key of ours.
+    /// Where take() is within an escape sequence of the terminal's that names no key of ours.
     enum class Sequence { none, afterEscape, control, single };
     Sequence sequence_ = Sequence::none;
     double escapeAt_ = 0; ///< steady

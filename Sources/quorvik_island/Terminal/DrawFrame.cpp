@@ -84,7 +84,7 @@ class Drawing {
         selected_ = view_.selectedIndex(entries);
         layOutCard(area, entries.size());
 
-        // What is selected stays in view, with its card; above it a third of the screen.
+        // The selected entry and its card stay in view, with up to a third of the screen above them.
         std::vector<std::size_t> begins; // the first row of each entry
         std::size_t total = 0;
         for (const Entry& entry : entries) {
@@ -303,7 +303,7 @@ class Drawing {
 
     void drawNothing(std::size_t area) {
         const auto lines = FrameTexts::emptyIsland(view_);
-        // Little room: what can be done is more important than what is there.
+        // Too little room: the last lines stay, since they say what the user can do.
         const std::size_t skip = lines.size() > area ? lines.size() - area : 0;
         for (std::size_t index = skip; index < lines.size(); ++index)
             pushText(lines[index]);

@@ -2,12 +2,12 @@
 
 #include "QuorvikApp/Model/Snapshot.h"
 
-/// A session that is only played: what the island looks like when there is something to see.
+/// An invented session, to show what the island looks like when something is going on.
 namespace quorvik::Example {
 
 inline constexpr const char* requestID = "example-request";
 
-/// The stages it goes through, over and over; the one that waits for an answer stays until there is one.
+/// The stages that the example repeats. The waiting stage lasts until the user answers.
 inline constexpr std::size_t stages = 5, waitingStage = 2;
 inline constexpr double stageSeconds = 3;
 

@@ -18,7 +18,7 @@ struct ScreenSize {
     bool operator==(const ScreenSize&) const = default;
 };
 
-/// What a stretch of text is, from which the screen takes its colour. Colour only repeats what words and
+/// The meaning of a stretch of text, for which the screen has a colour. Colour only repeats what words and
 /// signs say already.
 enum class Style : std::uint8_t {
     plain,
@@ -36,15 +36,15 @@ enum class Style : std::uint8_t {
     note
 };
 
-/// One row of a frame: text that takes at most the screen's columns, without control characters; every
-/// character is one scalar and at most three marks on it, which all terminals draw alike.
+/// One row of a frame: text without control characters that takes at most the screen's columns. Every
+/// character is one scalar with at most three marks on it, which all terminals draw alike.
 struct FrameRow {
     struct Span {
-        std::size_t end; ///< bytes of `text`
+        std::size_t end; ///< where it ends in `text`, in bytes; it begins where the one before ends
         Style style;
     };
     std::string text;
-    std::vector<Span> spans; ///< cover `text`
+    std::vector<Span> spans; ///< in order; together they cover all of `text`
 };
 
 /// Writes one row from left to right; what does not fit is left out.
@@ -62,13 +62,13 @@ class RowWriter {
     /// them, or into the row, ends with "…".
     void add(std::string_view text, Style style = Style::plain, std::size_t width = unlimited);
 
-    /// Blanks, if anything follows.
+    /// Adds so many blanks, but only if anything follows.
     void skip(std::size_t columns) { pending_ += columns; }
 
-    /// Repeats `sign`, which takes one column, up to `columns` from the row's end.
+    /// Fills the row with `sign`, which takes one column, until only `columns` columns are left.
     void fillTo(std::size_t columns, std::string_view sign, Style style);
 
-    /// Columns that are left.
+    /// Columns that are still free.
     std::size_t left() const { return left_ - std::min(pending_, left_); }
 
     FrameRow take() { return std::move(row_); }
@@ -81,8 +81,8 @@ class RowWriter {
     FrameRow row_;
 };
 
-/// The text as every terminal draws it alike: of each character the first scalar and three marks at most;
-/// one line, without control characters and invisible formatting.
+/// The text in a form that all terminals draw alike: one line without control characters and invisible
+/// formatting, of each character the first scalar and at most three marks.
 std::string drawable(std::string_view text);
 
 /// A finished picture.
@@ -107,7 +107,7 @@ struct Frame {
     };
     std::optional<Card> card;
 
-    /// When the picture differs though nothing happens; absent when it never does.
+    /// The next moment at which the picture differs though nothing happens; absent when there is none.
     std::optional<Date> nextChange;
 
     /// The rows without blanks at their ends, each with a line feed.

@@ -27,7 +27,8 @@ void FrontEnd::lose(const std::string& why) {
     view.disconnected(why);
 }
 
-/// Talks to the app, which may be gone by now.
+/// Calls `talk` with the connection, if there is one. Errors are shown in the view; a lost connection is
+/// closed.
 template <typename Talk>
 void FrontEnd::talk(Talk talk) {
     if (!client_) return;

@@ -10,16 +10,16 @@
 
 namespace quorvik {
 
-/// What the live island needs of the rest of its program.
+/// What the live island needs from other parts of its program.
 struct IslandServices {
     View::Look look;
     bool colours = true;
     std::function<std::vector<FoundAgent>()> findAgents;
-    std::function<void()> connectAgents;              ///< prints what it does, on a terminal as it was found
-    std::function<bool(const std::string& key)> open; ///< the same; false: it has said why not
+    std::function<void()> connectAgents; ///< prints on the terminal, which must be given back before
+    std::function<bool(const std::string& key)> open; ///< likewise; false: it has printed why not
 };
 
-/// A view and its connection to the app, which comes and goes.
+/// A view, and its connection to the app. The connection may be lost and made again.
 class FrontEnd {
   public:
     explicit FrontEnd(const IslandServices& services);
@@ -29,23 +29,23 @@ class FrontEnd {
     /// Connects; when that fails the view says why.
     void connect(ControlClient::Start start);
 
-    /// Connects again when it is time to.
+    /// Connects again if reconnectAt() has come.
     void reconnect();
 
     /// When reconnect() wants to be called, by the steady clock; absent while connected.
     std::optional<double> reconnectAt() const { return client_ ? std::nullopt : std::optional(retryAt_); }
 
-    /// To be polled; -1 while there is no connection.
+    /// The connection's descriptor, to be polled for reading; -1 while there is none.
     int descriptor() const { return client_ ? client_->descriptor() : -1; }
 
-    /// Takes over what the app has said.
+    /// Reads what the app has sent, and passes it to the view.
     void read();
 
-    /// Tells the app which card is in front of the user, unless it knows already.
+    /// Tells the app which request's card is in view, unless it knows already.
     void tellShown(const Frame& frame);
     void tellNothingShown() { tellShown({}); }
 
-    /// Does what an effect wants of the app. False for those that are not the app's.
+    /// Carries out an effect that concerns the app. False for all other effects.
     bool perform(const Effect& effect);
 
     void findAgents();
@@ -58,8 +58,8 @@ class FrontEnd {
     const IslandServices& services_;
     std::optional<ControlClient> client_;
     double retryAt_ = 0;
-    std::string shown_;                           ///< the request that the app knows to be in view
-    std::map<std::int64_t, std::string> answers_; ///< by the reply's id: the request
+    std::string shown_;                           ///< the request of which the app was told last
+    std::map<std::int64_t, std::string> answers_; ///< number of the awaited reply → the request answered
 };
 
 /// Seconds of a clock that is never set.

@@ -51,10 +51,10 @@ enum class KeyAction {
     quit
 };
 
-/// Where a key has its meaning; a row of a narrower place goes before one of `everywhere`.
+/// Where a key has its meaning. A rule of a narrower place goes before one of `everywhere`.
 enum class KeyPlace { permission, question, firstRun, everywhere };
 
-/// A row of the table from which keys are understood, and help and manual are made.
+/// One row of the table of keys, by which keys are understood and the help is made.
 struct KeyRule {
     KeyPlace place;
     KeyAction action;
@@ -65,7 +65,7 @@ struct KeyRule {
 
 std::span<const KeyRule> keyRules();
 
-/// Null when the key means nothing there.
+/// The rule for the key in that place; null when the key means nothing there.
 const KeyRule* keyRule(std::string_view key, KeyPlace place);
 
 /// The heading of a place's keys in the help.

@@ -2,14 +2,16 @@
 
 #include "quorvik_island/Terminal/FrontEnd.h"
 
-/// The island in a terminal, three times: on a screen, in lines for screen readers, and as JSON for programs
-/// that drive it. Each runs until the user quits or the terminal goes, and returns the exit status.
+/// The island in a terminal, in three forms: on a screen, in lines for screen readers, and as JSON for
+/// programs that drive it. Each function runs until the user quits or the terminal goes, and returns the exit
+/// status.
 namespace quorvik::LiveIsland {
 
-/// Standard input and output must be a terminal. Ends as by a signal when one ended it.
+/// Standard input and output must be a terminal. When a fatal signal ends the island, the process dies by
+/// that signal.
 int onScreen(const IslandServices& services);
 
-/// What changes is appended, a line each; what waits for an answer is put as numbered choices. Ends with
+/// Prints one line for each change, and puts what waits for an answer as numbered choices. Ends at the end of
 /// standard input.
 int inLines(const IslandServices& services);
 

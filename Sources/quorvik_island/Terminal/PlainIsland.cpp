@@ -49,7 +49,7 @@ class PlainIsland {
         if (!writeAll(STDOUT_FILENO, whole.data(), whole.size())) ended_ = true;
     }
 
-    /// What is new since the last time.
+    /// Prints what has changed since the last call.
     void tell() {
         View& view = frontEnd_.view;
         if (view.whyDisconnected() != lost_) {
@@ -76,7 +76,7 @@ class PlainIsland {
         }
     }
 
-    /// What was typed before the request stood there was meant for something else.
+    /// Puts the request. Input that was typed before is discarded, since it was not meant for this request.
     void put() {
         for (const std::string& each : request_->lines())
             line(each);

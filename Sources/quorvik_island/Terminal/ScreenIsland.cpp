@@ -46,7 +46,7 @@ class ScreenIsland {
         shownAt_ = now.steady;
     }
 
-    /// Milliseconds; -1: until something happens.
+    /// How long poll() may wait, in milliseconds; -1 for until something happens.
     int patience() const {
         const Moment now = momentNow();
         std::optional<double> seconds;
@@ -54,7 +54,7 @@ class ScreenIsland {
             seconds = std::min(seconds.value_or(wanted), std::max(wanted, 0.0));
         };
         if (nextChange_) {
-            // Ages alone are worth one picture a second at most.
+            // Ages that change by themselves cause one picture a second at most.
             const double atLeast = shownAt_ + 1 - now.steady;
             include(std::max((*nextChange_ - now.wall).count(), atLeast));
         }
@@ -75,7 +75,7 @@ class ScreenIsland {
         const auto came = [&](std::size_t index, short events) {
             return (waited[index].revents & events) != 0;
         };
-        // Keys first: they were meant for the picture that still stands there.
+        // Keys are taken before the app's news: they were meant for the picture that is on the screen now.
         if (came(0, POLLIN | POLLHUP | POLLERR | POLLNVAL)) takeKeys();
         if (came(0, POLLHUP | POLLERR | POLLNVAL)) loseTerminal();
         if (came(2, POLLIN | POLLHUP | POLLERR)) frontEnd_.read();
@@ -131,7 +131,8 @@ class ScreenIsland {
         screen_->enter(true);
     }
 
-    /// Does something on the terminal as it was found. False: it has said something worth reading.
+    /// Gives the terminal back while `work` runs. False from `work` means that it printed something, so the
+    /// island returns only after Enter.
     void outside(const auto& work) {
         frontEnd_.tellNothingShown();
         screen_->leave();

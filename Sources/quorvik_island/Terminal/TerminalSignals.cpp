@@ -21,7 +21,7 @@ std::atomic<int> writeEnd = -1;
 std::atomic<bool> resized, suspended, continued;
 std::atomic<int> fatal;
 
-/// What a crash needs, made beforehand: it may happen anywhere, inside the allocator too.
+/// What a crash handler needs, made beforehand: a crash may happen anywhere, even inside the allocator.
 struct Restoration {
     std::atomic<int> terminal = -1;
     termios settings{};
@@ -51,7 +51,7 @@ void restoreNow() {
     [[maybe_unused]] const ssize_t written = ::write(terminal, restoration.bytes, restoration.size);
 }
 
-/// SA_RESETHAND: the signal has its default action when it comes again.
+/// Installed with SA_RESETHAND: when the signal is raised again, its default action is taken.
 void crash(int signal) {
     restoreNow();
     ::raise(signal);
@@ -105,7 +105,8 @@ void TerminalSignals::stop() {
     continued = false;
     handle(SIGTSTP, SIG_DFL, 0);
     ::kill(0, SIGTSTP); // the whole job, as the terminal would
-    // Here again once continued. A group without a shell cannot be stopped: then this returned at once.
+    // The process was continued. In an orphaned process group the stop is ignored, and kill() returned at
+    // once.
     handle(SIGTSTP, note, SA_RESTART);
     continued = false;
 }

@@ -8,8 +8,9 @@
 
 namespace quorvik {
 
-/// Signals, as a program needs that has changed its terminal. To be made before curses starts: that leaves
-/// alone what has a handler already. One at a time; the destructor gives the signals back.
+/// Signal handling for a program that changes the settings of its terminal. To be made before curses starts,
+/// which leaves alone signals that have a handler. One object at a time; the destructor sets the signals to
+/// their defaults.
 class TerminalSignals {
   public:
     TerminalSignals();
@@ -17,7 +18,7 @@ class TerminalSignals {
     TerminalSignals(const TerminalSignals&) = delete;
     TerminalSignals& operator=(const TerminalSignals&) = delete;
 
-    /// Readable when a signal has come.
+    /// Becomes readable when a signal has come.
     int descriptor() const { return pipe_.readEnd.get(); }
 
     struct Pending {
@@ -26,18 +27,19 @@ class TerminalSignals {
         bool continued = false; ///< after a stop
         int fatal = 0;          ///< INT, TERM, HUP or QUIT; 0: none
     };
-    /// What has come since the last call.
+    /// The signals that have come since the last call.
     Pending take();
 
-    /// Stops this process's group as Ctrl-Z does, and returns when it is continued.
+    /// Stops the process group as Ctrl-Z does, and returns when it is continued.
     void stop();
 
     /// Ends this process as the signal would have done.
     [[noreturn]] static void raiseAgain(int signal);
 
-    /// What a crash (SEGV, BUS, FPE, ILL, ABRT, SYS, an exception that nobody catches) does to the terminal
-    /// from now on, before it takes its course: gives it these settings and writes these bytes.
+    /// Sets what happens at a crash (SEGV, BUS, FPE, ILL, ABRT, SYS, an exception that nobody catches) before
+    /// the process dies: the terminal gets these settings, and these bytes are written to it.
     static void restoreAtCrash(int terminal, const termios& settings, const std::string& bytes);
+    /// Undoes restoreAtCrash().
     static void nothingToRestore();
 
   private:

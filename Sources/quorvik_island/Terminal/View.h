@@ -13,17 +13,17 @@
 
 namespace quorvik {
 
-/// What a key wants done that the view cannot do by itself.
+/// Something that a key demands and the view cannot do by itself.
 struct Effect {
     enum class Kind {
         answer,        ///< `id` is the request
         acknowledge,   ///< `id` is the item's key
         pick,          ///< `id` is the item's key
-        unpick,        ///< the item in the notch
+        unpick,        ///< the app chooses the item in the notch again
         open,          ///< `id` is the item's key
-        connectAgents, ///< install our hooks with the agents that are here
+        connectAgents, ///< install our hooks with the agents found
         refresh,       ///< read everything again, reconnect
-        redraw,        ///< the screen may hold anything
+        redraw,        ///< draw every cell: others may have written on the screen
         toggleMouse,   ///< take the mouse, or leave it to the terminal
         suspend,       ///< back to the shell
         quit
@@ -40,8 +40,8 @@ struct FoundAgent {
     bool isConnected = false;
 };
 
-/// Everything that a front end in a terminal remembers: the newest snapshot, and what the user has done to
-/// look at it. No I/O and no clock. draw() makes the picture; drawn() must be told of each that is shown.
+/// Everything that a front end in a terminal remembers: the newest snapshot, and how the user looks at it. No
+/// I/O and no clock. draw() makes the picture; drawn() must be called for each picture that was shown.
 class View {
   public:
     struct Look {
@@ -50,7 +50,7 @@ class View {
     };
     explicit View(Look look) : look_(std::move(look)) {}
 
-    // What comes in.
+    // Input.
 
     void show(std::shared_ptr<const Snapshot> snapshot);
     void disconnected(std::string why); ///< until the next snapshot nothing can be answered
@@ -60,10 +60,10 @@ class View {
     void drawn(const Frame& frame, Moment now);
     void tick(Moment now); ///< moves the example on
 
-    /// Does what the key means. The caller does the rest.
+    /// Changes the view as the key demands. Returns what the caller has to do besides.
     std::vector<Effect> key(const Key& key, Moment now);
 
-    // What is to be drawn.
+    // Output: what draw() needs.
 
     enum class Mode { items, help, filter, reason, ownWords };
 
@@ -77,12 +77,12 @@ class View {
     };
 
     const Snapshot& snapshot() const { return *snapshot_; }
-    std::vector<Entry> entries() const; ///< that the filter lets through
+    std::vector<Entry> entries() const; ///< without those that the filter hides
     std::size_t selectedIndex(const std::vector<Entry>& entries) const;
     bool isUnfolded(const Entry& entry) const {
         return !unfolded_.empty() && unfolded_.contains(entry.key());
     }
-    const CardState* card() const; ///< the one that is open; null when nothing waits
+    const CardState* card() const; ///< the open card; null when there is none
     CardState* card();
     const std::string& cardEntry() const { return cardEntry_; } ///< key of the entry it stands below
     Mode mode() const { return mode_; }
@@ -97,7 +97,7 @@ class View {
     std::optional<Date> nextExample(Moment now) const; ///< when tick() changes something
     KeyPlace place() const;
 
-    /// Whether keys for the card count: it has been in view for a third of a second.
+    /// Whether keys for the card count: the card has been in view for a third of a second.
     bool cardTakesKeys(Moment now) const;
 
   private:
@@ -140,7 +140,7 @@ class View {
     std::size_t exampleStage_ = 0;
 };
 
-/// The picture. Any size, from 1 by 1, gives one of that size.
+/// The picture of the view at `now`, of exactly that size; any size from 1 by 1 will do.
 Frame draw(const View& view, ScreenSize size, Date now);
 
 } // namespace quorvik

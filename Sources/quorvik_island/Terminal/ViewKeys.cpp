@@ -16,7 +16,7 @@ void View::startTyping(Mode mode, std::string typed) {
 }
 
 void View::click(const Key& key) {
-    // What was drawn before is not what was clicked at.
+    // The picture that was clicked at showed another snapshot, whose rows may belong to other entries.
     if (drawnSnapshot_ != snapshot_ || key.row >= entryOfRow_.size()) return;
     const auto entries = this->entries();
     const std::size_t index = entryOfRow_[key.row];
