@@ -18,6 +18,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -233,9 +234,11 @@ int main(int argc, char** argv) {
                                      keyboard.readEnd.get());
         pid_t island = 0;
         ControlClient client = connect();
-        while (island == 0)
-            for (const auto& frontEnd : client.call("status").at("frontEnds"))
+        while (island == 0) {
+            const auto status = client.call("status");
+            for (const auto& frontEnd : status.at("frontEnds"))
                 if (frontEnd.at("role") == "island") island = frontEnd.at("pid").get<pid_t>();
+        }
         std::this_thread::sleep_for(std::chrono::seconds(2));
         const long before = wakeUps(app), islandBefore = wakeUps(island);
         std::this_thread::sleep_for(std::chrono::seconds(60));
@@ -244,7 +247,9 @@ int main(int argc, char** argv) {
         std::printf("%-58s app %.1f MB, island %.1f MB\n", "memory (resident)",
                     static_cast<double>(field(app, "VmRSS")) / 1024,
                     static_cast<double>(field(island, "VmRSS")) / 1024);
+        std::fflush(stdout);
         ::kill(island, SIGTERM);
+        ::kill(terminal, SIGKILL);
         ::waitpid(terminal, nullptr, 0);
     } else {
         measureChanges();

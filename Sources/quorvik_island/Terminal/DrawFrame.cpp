@@ -173,11 +173,11 @@ class Drawing {
     }
 
     void noteAge(Date since) {
-        Date next = nextAgeChange(since, now_);
-        constexpr double seldom = 5; // seconds; many ages in minutes and hours then change in one picture
-        if ((now_ - since).count() >= 60)
-            next = dateFromSeconds(std::ceil(secondsSince1970(next) / seldom) * seldom);
-        changesAt(next);
+        // Many ages change in one picture, at whole multiples of so many seconds: a screen full of sessions
+        // wakes the program no more often than a single one, and less than once a second.
+        const double step = (now_ - since).count() < 60 ? 2 : 5;
+        const double next = secondsSince1970(nextAgeChange(since, now_));
+        changesAt(dateFromSeconds(std::ceil(next / step) * step));
     }
 
     std::vector<std::string> details(const Entry& entry) const {
