@@ -48,7 +48,7 @@ void Console::fail(std::string_view message) {
 }
 
 void Console::note(std::string_view message) {
-    const std::string text = "quorvik-island: " + Unicode::repaired(message) + "\n";
+    const std::string text = "quorvik-island: " + Unicode::terminalLine(message) + "\n";
     writeAll(STDERR_FILENO, text.data(), text.size());
 }
 

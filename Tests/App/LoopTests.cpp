@@ -60,7 +60,7 @@ class LoopTests : public TemporaryHome {
                                        .outputBytes = 1 << 20,
                                        .peers = 3,
                                        .firstLine = Seconds(0.2),
-                                       .stalled = Seconds(0.2)};
+                                       .stalled = Seconds(2)};
     const std::filesystem::path path = support / "x.sock";
     std::vector<FileDescriptor> sockets;
     EventLoop loop;

@@ -64,10 +64,15 @@ TEST(RequestBoard, TakesOnlyWhatTheAgentHonours) {
     riddle.suggestions = R"([{"type":"somethingNew"}])";
     ApprovalRequest plan = permission("plan");
     plan.tool = "ExitPlanMode";
+    ApprovalRequest cut = permission("cut"), brief = permission("brief");
+    cut.input = R"({"command":"l)";
+    cut.inputTruncated = true;
+    brief.summary = "a masked line";
 
     RequestBoard board;
-    for (const ApprovalRequest& request : {permission("plain"), always, riddle, plan, question("one", 1),
-                                           question("two", 2), question("grok", 1, Source::grok)})
+    for (const ApprovalRequest& request :
+         {permission("plain"), always, riddle, plan, cut, brief, question("one", 1), question("two", 2),
+          question("grok", 1, Source::grok)})
         ASSERT_TRUE(board.add(request, "{}", start)) << request.id;
     EXPECT_FALSE(board.add(permission("plain", Source::codex), "{}", start)) << "its id is taken";
 
@@ -86,6 +91,9 @@ TEST(RequestBoard, TakesOnlyWhatTheAgentHonours) {
              {"riddle", response(allowAlways), "\"always\" is not offered"}, // what it grants cannot be said
              {"plan", response(allow), "Claude Code takes this permission only in its own interface"},
              {"plan", response(deny), ""},
+             {"cut", response(allow), "not all of it can be seen here"},
+             {"cut", response(deny), ""},
+             {"brief", response(allow), "not all of it can be seen here"},
              {"one", response(allow), "there is 1 question, each wants one answer"},
              {"one", response(allow, Answers{"my own words"}), ""},
              {"one", response(allow, Answers{""}), "an answer is empty"},
@@ -105,7 +113,7 @@ TEST(RequestBoard, TakesOnlyWhatTheAgentHonours) {
     EXPECT_TRUE(board.withdraw("always"));
     EXPECT_FALSE(board.withdraw("always"));
     EXPECT_EQ(board.check("always", response(allow))->reason, RequestBoard::Refusal::Reason::withdrawn);
-    EXPECT_EQ(board.waiting().size(), 5U);
+    EXPECT_EQ(board.waiting().size(), 7U);
 }
 
 TEST(RequestBoard, TurnsAwayWhatIsTooMuch) {
@@ -272,8 +280,9 @@ TEST(Settings, HoldsTheRestOfAFileWithNonsense) {
              {R"({"doneLinger":"7","maxBubbles":1.5,"nonsense":1})",
               "settings: doneLinger must be a number of seconds, 0 to 86400; settings: maxBubbles must be a "
               "whole number, 0 to 100; settings: there is no setting nonsense"},
-             {R"({"approvals":true,"maxBubbles":101,"notifyAfter":1e999})",
-              "settings: the file is no JSON object, so all defaults apply"}}) {
+             {R"({"alerts":"off","approvals":true,"maxBubbles":101,"notifyAfter":1e999})",
+              "settings: approvals must be on or off; settings: maxBubbles must be a whole number, 0 to 100; "
+              "settings: notifyAfter must be a number of seconds, 0 to 3600"}}) {
         std::vector<std::string> found;
         const Settings settings = Settings::parse(text, found);
         std::string joined;

@@ -125,9 +125,10 @@ TEST_F(HookInstallerTests, KeepsLinksAndPermissions) {
     // What cannot be told to be no link is not replaced.
     const auto refused = Program::run({programPath("quorvik-island"), "hooks", "install", "claude"}, "",
                                       [] { refuse(SYS_readlink, EIO); });
-    EXPECT_TRUE(refused.status == 77 || refused.errors == "quorvik-island: claude: could not follow " +
-                                                              target.fileURL.string() +
-                                                              ": Input/output error\n")
+    // A sanitizer has its own say, since it cannot follow the link to the program either.
+    EXPECT_TRUE(refused.status == 77 ||
+                refused.errors.ends_with("quorvik-island: claude: could not follow " +
+                                         target.fileURL.string() + ": Input/output error\n"))
         << refused;
     std::filesystem::remove_all(support / "backups");
 #endif

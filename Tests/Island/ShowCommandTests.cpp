@@ -156,6 +156,7 @@ TEST_F(ShowCommandTests, FilesThatCannotBeReadAreNamed) {
             const rlimit limit{rlim_t(most), rlim_t(most)};
             ::setrlimit(RLIMIT_NOFILE, &limit);
         });
+        if (tight.status == 127) continue; // a program with shared libraries does not even start
         EXPECT_EQ(tight.status, status) << tight;
         EXPECT_TRUE(status == 1 || tight.errors == result.errors) << tight;
     }

@@ -123,7 +123,7 @@ TEST(FrameTests, TellsWhenItDiffersByItself) {
     const View view = viewOf(std::move(snapshot));
     // Ages change together, two seconds apart at least, and never much later than they should.
     Date now = exampleNow;
-    for (int step = 0; step < 100; ++step) {
+    for (int step = 0; step < 80; ++step) {
         const Frame frame = draw(view, {5, 80}, now);
         ASSERT_TRUE(frame.nextChange);
         const double wait = (*frame.nextChange - now).count();

@@ -88,17 +88,18 @@ TEST_F(KeyTests, NothingIsAnsweredByAKeyMeantForSomethingElse) {
         {{"time", 1000.3}, {"keys", {"a", "A", "t", "d"}}},        // too soon
         {{"time", 1000.4}, {"snapshot", second}, {"keys", {"a"}}}, // another card stands there now
         {{"time", 1000.7}, {"keys", {"a"}}},                       // for less than a third of a second
-        {{"time", 1000.8}, {"keys", {"A"}}},                       // nothing to keep
-        {{"time", 1001}, {"keys", {"d", "n", "o"}}},               // still typing
+        {{"time", 1000.9}, {"keys", {"a"}}},                       // the one before started the wait anew
+        {{"time", 1001.3}, {"keys", {"A"}}},                       // nothing to keep
+        {{"time", 1001.4}, {"keys", {"d", "n", "o"}}},             // still typing
         {{"time", 1002}, {"snapshot", both}, {"keys", {"Enter"}}}, // that one is still meant
         {{"time", 1003}, {"resize", {3, 20}}, {"keys", {"j"}}},    // no room for the card
         {{"time", 1005}, {"keys", {"a"}}},
     });
     for (std::size_t index = 0; index < states.size(); ++index)
-        EXPECT_EQ(states[index]["effects"].size(), index == 6 ? 1 : 0) << index << states[index];
-    EXPECT_EQ(states[5]["mode"], "reason");
+        EXPECT_EQ(states[index]["effects"].size(), index == 7 ? 1 : 0) << index << states[index];
+    EXPECT_EQ(states[6]["mode"], "reason");
     EXPECT_EQ(
-        states[6]["effects"][0],
+        states[7]["effects"][0],
         (JSON{{"kind", "answer"}, {"id", "r2"}, {"response", {{"decision", "deny"}, {"message", "no"}}}}));
 }
 

@@ -52,6 +52,20 @@ FileDescriptor connected(int& error) {
     return connectedSocket(QuorvikPaths::controlSocket().string(), connectLimit, error);
 }
 
+/// The app that answered is on its way out.
+class AboutToEnd : public NoApp {
+  public:
+    using NoApp::NoApp;
+};
+
+/// For as long as an app may take to end.
+void waitUntilNobodyListens() {
+    const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(replacementLimit);
+    int error = 0;
+    while (Clock::now() < deadline && connected(error))
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+}
+
 /// Starts the app and connects, or connects to the one that somebody else has started meanwhile.
 FileDescriptor startAndConnect() {
     if (AppStarter::isForbidden()) throw NoApp(notRunning);
@@ -61,7 +75,9 @@ FileDescriptor startAndConnect() {
         int error = 0;
         if (FileDescriptor socket = connected(error)) return socket;
         if (!meansNobody(error) || Clock::now() + pause > deadline) failToConnect(error);
-        std::this_thread::sleep_for(pause); // it holds the lock, and is about to listen
+        std::this_thread::sleep_for(pause); // somebody holds the lock, and is about to listen
+        constexpr auto suspicious = std::chrono::milliseconds(80);
+        if (pause >= suspicious) AppStarter::start(startLimit); // or was about to end
     }
 }
 
@@ -87,6 +103,7 @@ ControlClient ControlClient::connect(std::string_view role, Start start) {
                                          {"role", role}},
                                         helloLimit);
         } catch (const ControlError& error) {
+            if (error.code() == ControlProtocol::stopping) throw AboutToEnd(error.what());
             throw NoApp(std::string(error.what()) + ": stop it, then try again");
         }
         return client;
@@ -95,7 +112,14 @@ ControlClient ControlClient::connect(std::string_view role, Start start) {
     FileDescriptor socket = connected(error);
     if (!socket && !(meansNobody(error) && start == Start::ifMissing)) failToConnect(error);
     if (!socket) return sayHello(startAndConnect());
-    ControlClient client = sayHello(std::move(socket));
+    ControlClient client(FileDescriptor{});
+    try {
+        client = sayHello(std::move(socket));
+    } catch (const AboutToEnd&) {
+        if (start == Start::never) throw;
+        waitUntilNobodyListens();
+        return sayHello(startAndConnect());
+    }
     const std::string itsVersion = client.hello_.value("version", "");
     if (start == Start::never || !Version::isOlder(itsVersion, Version::text())) return client;
 
@@ -107,9 +131,7 @@ ControlClient ControlClient::connect(std::string_view role, Start start) {
                     ") still runs, where " + refusal.what() +
                     ": once that is settled, run quorvik-island restart");
     }
-    const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(replacementLimit);
-    while (Clock::now() < deadline && connected(error))
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    waitUntilNobodyListens();
     return sayHello(startAndConnect());
 }
 

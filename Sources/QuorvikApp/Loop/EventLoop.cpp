@@ -23,8 +23,11 @@ EventLoop::~EventLoop() {
     atEndOfTurn_ = {};
     // All handles are closed by now. libuv needs further turns to let go of them, and to hear of the end of
     // programs that were killed.
-    for (int turn = 0; uv_run(loop_.get(), UV_RUN_NOWAIT) != 0 && turn < 500; ++turn)
+    for (int turn = 0; uv_run(loop_.get(), UV_RUN_NOWAIT) != 0 && turn < 500; ++turn) {
+        handlers_.clear();
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    handlers_.clear();
     if (uv_loop_close(loop_.get()) != 0) {
         uv_print_all_handles(loop_.get(), stderr); // somebody outlived the loop: a mistake of ours
         loop_.release();                           // they may still use it
@@ -34,10 +37,10 @@ EventLoop::~EventLoop() {
 void EventLoop::run() {
     isStopped_ = false;
     while (!isStopped_) {
-        const bool mayWait = handlers_.empty() && idleHandlers_.empty();
-        uv_run(loop_.get(), mayWait ? UV_RUN_ONCE : UV_RUN_NOWAIT);
+        const bool isAsked = !idleHandlers_.empty();
+        uv_run(loop_.get(), handlers_.empty() && !isAsked ? UV_RUN_ONCE : UV_RUN_NOWAIT);
         constexpr int mostBusyTurns = 500;
-        const bool isIdle = handlers_.empty() || ++busyTurns_ > mostBusyTurns;
+        const bool isIdle = isAsked && (handlers_.empty() || ++busyTurns_ > mostBusyTurns);
         runHandlers();
         if (isIdle) runIdleHandlers();
     }
@@ -70,7 +73,16 @@ void EventLoop::runHandlers() {
     if (atEndOfTurn_) atEndOfTurn_();
 }
 
-struct Timer::Inner : Handle<Timer::Inner, uv_timer_t> {};
+struct Timer::Inner : Handle<Timer::Inner, uv_timer_t> {
+    std::uint64_t start = 0; ///< counts starts and stops: what expired before the last one is not reported
+
+    void expired() {
+        loop->later([kept = shared_from_this(), began = start] {
+            const EventLoop::Handler called = kept->handler; // it may destroy its owner
+            if (called && began == kept->start) called();
+        });
+    }
+};
 
 Timer::Timer(EventLoop& loop, EventLoop::Handler handler) : inner_(std::make_shared<Inner>()) {
     inner_->loop = &loop;
@@ -86,13 +98,15 @@ Timer::~Timer() {
 void Timer::start(Seconds after) {
     constexpr double most = 1e9; // ms, eleven days: whoever waits that long looks again earlier
     const double milliseconds = std::clamp(std::ceil(after.count() * 1000), 0.0, most);
+    ++inner_->start;
     uv_update_time(inner_->loop->handle()); // the turn's handlers may have taken a while
     uv_timer_start(
-        &inner_->handle, [](uv_timer_t* timer) { static_cast<Inner*>(timer->data)->report(); },
+        &inner_->handle, [](uv_timer_t* timer) { static_cast<Inner*>(timer->data)->expired(); },
         static_cast<std::uint64_t>(milliseconds), 0);
 }
 
 void Timer::stop() {
+    ++inner_->start;
     uv_timer_stop(&inner_->handle);
 }
 

@@ -43,12 +43,13 @@ class PipeConnection : public LineConnection {
 
     void send(std::string line, std::function<void(bool)> sent) override {
         line += '\n';
-        waitingBytes_ += line.size();
+        // One line always fits, however long.
         if (!isOpen() || isClosing_ || waitingBytes_ > limits_.outputBytes) {
             if (sent) pipe_->loop->later([sent = std::move(sent)] { sent(false); });
             if (isOpen() && !isClosing_) noteEnd(End::broken);
             return;
         }
+        waitingBytes_ += line.size();
         waiting_.push_back({std::make_shared<const std::string>(std::move(line)), std::move(sent)});
         writeNext();
     }
@@ -281,7 +282,7 @@ struct LineServer::Inner : std::enable_shared_from_this<LineServer::Inner> {
         connections.insert(connection);
         // Called before anything that arrives is reported, so that the owner can set its handlers.
         loop.later([kept = shared_from_this(), connection] {
-            if (kept->accepted) kept->accepted(connection);
+            if (kept->accepted && connection->isOpen()) kept->accepted(connection);
         });
         if (!connection->start(std::move(socket))) connection->close();
     }

@@ -28,15 +28,17 @@ void AlertBoard::add(AlertRequest alert, Date now) {
         *same = std::move(kept);
         return;
     }
-    if (alerts_.size() == most) makeRoom();
+    if (alerts_.size() == most && !makesRoomFor(kept.shown.alert.level)) return;
     alerts_.push_back(std::move(kept));
 }
 
-void AlertBoard::makeRoom() {
+bool AlertBoard::makesRoomFor(AlertLevel level) {
     const auto least = std::ranges::min_element(alerts_, {}, [](const Kept& kept) {
         return kept.shown.alert.level; // of equal ones the first, which is the oldest
     });
+    if (least->shown.alert.level > level) return false;
     alerts_.erase(least);
+    return true;
 }
 
 void AlertBoard::expire(Date now) {

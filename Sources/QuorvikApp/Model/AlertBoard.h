@@ -42,7 +42,8 @@ class AlertBoard {
         mutable double recordLinger = -1;                    ///< the `doneLinger` it was made for
     };
 
-    void makeRoom();
+    /// False when all that are shown are more important.
+    bool makesRoomFor(AlertLevel level);
 
     std::vector<Kept> alerts_; ///< oldest first
     std::uint64_t count_ = 0;  ///< numbers alerts without an id

@@ -33,6 +33,9 @@ std::string whyUnfit(const WaitingRequest& waiting, const ApprovalResponse& resp
     }
     if (!request.isQuestion()) {
         if (response.answers) return "this is no question: it takes no answers";
+        const bool isHidden = request.inputTruncated.value_or(false) ||
+                              (!request.input && !request.summary.value_or("").empty());
+        if (isHidden) return "not all of it can be seen here: allow it in its terminal";
         return ignoresBareAllow(request) ? agent + " takes this permission only in its own interface" : "";
     }
     const std::size_t questions = request.questions->size();

@@ -1,5 +1,6 @@
 #include "QuorvikApp/Model/Settings.h"
 
+#include "QuorvikCore/JSON/RawJSON.h"
 #include "QuorvikCore/JSON/RecordCoding.h"
 #include "QuorvikCore/Text/Unicode.h"
 
@@ -91,12 +92,14 @@ const SettingRule* settingRule(std::string_view name) {
 Settings Settings::parse(std::string_view text, std::vector<std::string>& problems) {
     Settings settings;
     if (Unicode::trimmed(text, Unicode::isWhitespaceOrNewline).empty()) return settings;
-    const auto document = parseJSON(text);
-    if (!document || !document->is_object()) {
+    // Member by member: a number that is out of range, say, spoils its own member only.
+    const auto members = RawJSON::members(text);
+    if (!members) {
         problems.emplace_back("settings: the file is no JSON object, so all defaults apply");
         return settings;
     }
-    for (const auto& [name, value] : document->items()) {
+    for (const auto& [name, member] : *members) {
+        const auto value = parseJSON(member).value_or(nullptr);
         const SettingRule* rule = settingRule(name);
         if (!rule)
             problems.push_back("settings: there is no setting " + Unicode::terminalLine(name));

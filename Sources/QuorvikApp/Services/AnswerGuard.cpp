@@ -3,8 +3,11 @@
 #include "QuorvikCore/Platform/ProcessEnvironment.h"
 #include "QuorvikCore/Session/ProcessInspector.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace quorvik::AnswerGuard {
 
@@ -20,7 +23,9 @@ constexpr std::string_view marks[] = {"CLAUDECODE",        "CLAUDE_CODE_ENTRYPOI
 
 bool isAgentsProcess(const ProcessInspector::Info& process, const SessionRecord& record) {
     if (!isAgent(record.source) || record.pid != process.pid) return false;
-    return !record.pidStartTime || std::abs(*record.pidStartTime - process.startTime) < 1.0;
+    // The clock may have been set; a process that has another one's number has started after its last event.
+    return !record.pidStartTime || std::abs(*record.pidStartTime - process.startTime) < 1.0 ||
+           process.startTime < secondsSince1970(record.updatedAt);
 }
 
 } // namespace
@@ -31,27 +36,43 @@ Verdict judge(std::int32_t pid, std::span<const std::shared_ptr<const SessionRec
     Verdict verdict{answering->name + ", process " + std::to_string(pid), ""};
     if (answering->tty) verdict.who += ", " + *answering->tty;
 
-    const auto names = Platform::environmentNames(pid);
-    if (!names) {
+    if (!Platform::environmentNames(pid)) {
         verdict.reason = "the system does not tell who answers";
         return verdict;
     }
-    const auto mark = std::ranges::find_first_of(*names, marks);
-    if (mark != names->end()) {
-        verdict.reason = "an agent may not answer for itself or for another (" + *mark + " is set)";
-        return verdict;
-    }
     constexpr int mostAncestors = 64;
+    std::vector<std::int32_t> ancestors;
     auto process = answering;
     for (int step = 0; process && step < mostAncestors; ++step) {
+        ancestors.push_back(process->pid);
+        // A mark that was taken off on the way is still there further up.
+        const auto names = Platform::environmentNames(process->pid).value_or(std::vector<std::string>());
+        const auto mark = std::ranges::find_first_of(names, marks);
+        if (mark != names.end()) {
+            verdict.reason = "an agent may not answer for itself or for another (" + *mark + " is set)";
+            return verdict;
+        }
         for (const auto& record : records)
             if (isAgentsProcess(*process, *record)) {
                 verdict.reason = "an agent may not answer for itself or for another (this is a process of " +
                                  std::string(displayName(record->source)) + ")";
                 return verdict;
             }
+        ancestors.push_back(process->parentPID); // in a container, number 1 may be the user's shell
         if (process->parentPID < 2) break;
         process = ProcessInspector::info(process->parentPID);
+    }
+    // Its parent may have ended: then it still is in the terminal session of the agent that started it. A
+    // shell of the user's in that terminal leads the session, and what is typed there descends from it.
+    const pid_t session = ::getsid(pid);
+    const bool isLed =
+        std::ranges::find(ancestors, session) != ancestors.end() || !ProcessInspector::info(session);
+    for (const auto& record : records) {
+        if (isLed || session < 1 || !isAgent(record->source) || !record->pid) continue;
+        if (::getsid(*record->pid) != session) continue;
+        verdict.reason = "an agent may not answer for itself or for another (this was started by " +
+                         std::string(displayName(record->source)) + ")";
+        break;
     }
     return verdict;
 }

@@ -57,7 +57,9 @@ void allowManyDescriptors() {
 class RunningApp {
   public:
     explicit RunningApp(FileLock lock)
-        : lock_(std::move(lock)), approvals_(loop_, model_, [this] { noteChange(); }),
+        : lock_(std::move(lock)),
+          approvals_(
+              loop_, model_, [this] { noteChange(); }, [this] { sessions_.lookSoon(); }),
           alerts_(loop_, model_, [this] { noteChange(); }),
           control_(loop_, model_, approvals_,
                    {[this](EventLoop::Handler done) { sync(std::move(done)); }, [this] { stop(); },
@@ -70,9 +72,11 @@ class RunningApp {
           sessions_(loop_, model_, [this] { noteChange(); }),
           supportWatch_(loop_, [this](const FolderHints&) { supportFolderChanged(); }),
           publishTimer_(loop_, [this] { publish(); }), changeTimer_(loop_, [this] { noteChange(); }),
-          ownLook_(loop_, [this] { lookAtOwnSockets(); }), farewell_(loop_, [this] { loop_.stop(); }),
+          ownLook_(loop_, [this] { slowLook(); }), farewell_(loop_, [this] { loop_.stop(); }),
           terminated_(loop_, SIGTERM, [this] { stop(); }), interrupted_(loop_, SIGINT, [this] { stop(); }),
-          hungUp_(loop_, SIGHUP, [this] { stop(); }) {
+          hungUp_(loop_, SIGHUP, [this] {
+              if (!ignoresHangUp_) stop();
+          }) {
         loop_.atEndOfTurn([this] { endTurn(); });
         supportWatch_.watch(QuorvikPaths::supportDirectory().string());
         ownLook_.start(ownInterval);
@@ -103,18 +107,18 @@ class RunningApp {
     static constexpr Timer::Seconds publishInterval{0.005};
 
     void publishSocket(Service& service) {
+        const std::string before = std::exchange(service.trouble, "");
         try {
             ListeningSocket socket = ListeningSocket::publish(service.path());
             service.listen(socket.descriptor());
             service.socket = std::move(socket); // an earlier one is closed only now
-            service.trouble.clear();
         } catch (const FileError& error) {
-            service.socket.reset();
+            // An earlier socket stays open: whoever is connected is served, and it is replaced in time.
             service.trouble = std::string(service.purpose) + ": " + error.what();
             struct stat status;
             if (::lstat(error.path().c_str(), &status) == 0 && status.st_uid != ::geteuid())
                 service.trouble += " (it belongs to user " + std::to_string(status.st_uid) + ")";
-            Log::line(service.trouble);
+            if (service.trouble != before) Log::line(service.trouble);
         }
         std::vector<std::string> troubles;
         for (const Service& other : services_)
@@ -122,9 +126,13 @@ class RunningApp {
         model_.setTroubles("sockets", std::move(troubles), loop_.now());
     }
 
-    /// Cleaners of temporary folders take sockets away, and so does whoever removes the support folder.
-    void lookAtOwnSockets() {
-        ownLook_.start(ownInterval);
+    enum class Retry { no, yes };
+
+    /// Cleaners of temporary folders take sockets away, and so does whoever removes the support folder. What
+    /// could not be published is tried again only by the slow look: the log stands in the same folder, and a
+    /// line about a failure is a change there.
+    void lookAtOwnSockets(Retry retry) {
+        if (retry == Retry::yes) ownLook_.start(ownInterval);
         if (isStopping_) return;
         supportWatch_.watch(QuorvikPaths::supportDirectory().string());
         if (!lock_.stands()) {
@@ -133,16 +141,23 @@ class RunningApp {
         }
         for (Service& service : services_) {
             if (service.socket && service.socket->isPublished()) continue;
-            if (service.socket) Log::line("publishing " + service.path().string() + " again");
+            if (retry == Retry::no && !service.trouble.empty()) continue;
+            if (service.trouble.empty()) Log::line("publishing " + service.path().string() + " again");
             publishSocket(service);
             noteChange();
         }
     }
 
+    /// For what no hint tells: a settings file that is a link to elsewhere, say.
+    void slowLook() {
+        settings_.reload();
+        lookAtOwnSockets(Retry::yes);
+    }
+
     void supportFolderChanged() {
         settings_.reload();
         sessions_.supportFolderChanged();
-        lookAtOwnSockets();
+        lookAtOwnSockets(Retry::no);
     }
 
     void settingsChanged() {
@@ -215,6 +230,11 @@ class RunningApp {
   private:
     static constexpr std::size_t controlIndex = 2;
 
+    /// nohup(1) wants it to outlive its terminal. Looked at before the loop takes the signal.
+    const bool ignoresHangUp_ = [] {
+        struct sigaction action {};
+        return ::sigaction(SIGHUP, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+    }();
     FileLock lock_;
     EventLoop loop_;
     IslandModel model_;

@@ -17,8 +17,9 @@ using Reason = RequestBoard::Refusal::Reason;
 
 } // namespace
 
-ApprovalService::ApprovalService(EventLoop& loop, IslandModel& model, EventLoop::Handler changed)
-    : loop_(loop), model_(model), changed_(std::move(changed)),
+ApprovalService::ApprovalService(EventLoop& loop, IslandModel& model, EventLoop::Handler changed,
+                                 EventLoop::Handler hookGone)
+    : loop_(loop), model_(model), changed_(std::move(changed)), hookGone_(std::move(hookGone)),
       server_(loop, limits,
               [this](const std::shared_ptr<LineConnection>& connection) { accepted(connection); }) {}
 
@@ -41,6 +42,7 @@ void ApprovalService::take(const std::shared_ptr<LineConnection>& connection, co
             waiting_.erase(id);
             model_.withdrawRequest(id, loop_.now());
             changed_();
+            hookGone_();
         };
         changed_();
     } catch (const RecordError&) {

@@ -12,8 +12,10 @@ class ApprovalService {
     /// Called with why an answer was refused; absent when the hook has the answer.
     using Answered = std::function<void(std::optional<RequestBoard::Refusal>)>;
 
-    /// `changed` is called after the model has changed.
-    ApprovalService(EventLoop& loop, IslandModel& model, EventLoop::Handler changed);
+    /// `changed` is called after the model has changed, `hookGone` after a hook went that nobody had
+    /// answered: its session's record may claim to wait still.
+    ApprovalService(EventLoop& loop, IslandModel& model, EventLoop::Handler changed,
+                    EventLoop::Handler hookGone);
 
     /// Listens at that socket from now on. It must outlive the service or the next call. Throws LoopError.
     void listen(int listening) { server_.listen(listening); }
@@ -37,7 +39,7 @@ class ApprovalService {
 
     EventLoop& loop_;
     IslandModel& model_;
-    EventLoop::Handler changed_;
+    EventLoop::Handler changed_, hookGone_;
     LineServer server_;
     std::map<std::string, std::shared_ptr<LineConnection>, std::less<>> waiting_; ///< by request
     bool isStopping_ = false;

@@ -100,6 +100,9 @@ void ControlService::take(const FrontEndPointer& frontEnd, const std::string& li
             connection.send(error(message->id, static_cast<Code>(refusal.code()), refusal.what()));
     } catch (const RecordError& wrong) {
         if (!message->id.is_null()) connection.send(error(message->id, wrongParameters, wrong.what()));
+    } catch (const std::exception& failure) { // one front end's message must not end the app
+        Log::line("a message failed: " + std::string(failure.what()));
+        if (!message->id.is_null()) connection.send(error(message->id, ourFault, "Quorvik failed here"));
     }
 }
 
@@ -109,9 +112,10 @@ void ControlService::handle(const FrontEndPointer& frontEnd, const Message& mess
         if (!message.id.is_null()) connection.send(result(message.id, value));
     };
     const std::string& method = message.method;
+    // Said at once, so that whoever comes now waits for the end and starts the next app.
+    if (isStopping_) throw ControlError(stopping, "Quorvik is about to end");
     if (method == "hello") return reply(hello(*frontEnd, message));
     if (!frontEnd->saidHello) throw ControlError(noHello, "the first message must be hello");
-    if (isStopping_) throw ControlError(stopping, "Quorvik is about to end");
     if (method == "snapshot" || method == "subscribe") {
         publish(); // so that nobody gets an older state than was there when it asked
         if (!message.id.is_null()) connection.send(resultText(message.id, state_));
@@ -142,8 +146,11 @@ void ControlService::handle(const FrontEndPointer& frontEnd, const Message& mess
 
 nlohmann::json ControlService::hello(FrontEnd& frontEnd, const Message& message) {
     const auto protocol = parameter<int>(message, "protocol");
-    frontEnd.role = optionalParameter<std::string>(message, "role").value_or("command");
-    frontEnd.program = optionalParameter<std::string>(message, "program").value_or("");
+    constexpr std::size_t longestRole = 20, longestProgram = 1024; // bytes; what is said of others is bounded
+    frontEnd.role =
+        optionalParameter<std::string>(message, "role").value_or("command").substr(0, longestRole);
+    frontEnd.program =
+        optionalParameter<std::string>(message, "program").value_or("").substr(0, longestProgram);
     if (protocol != ControlProtocol::version)
         throw ControlError(noHello, "Quorvik " + std::string(Version::text()) + " (" + Version::program() +
                                         ") speaks protocol " + std::to_string(ControlProtocol::version) +

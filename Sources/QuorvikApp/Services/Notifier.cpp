@@ -66,9 +66,11 @@ void Notifier::ended(const ChildProcess::Result& result) {
     std::vector<std::string> troubles;
     if (!result.isSuccess()) {
         isMissing_ = result.failure.ends_with("no such file or directory");
-        Log::line("no notification: " + (result.failure.empty() ? "the desktop takes none" : result.failure));
-        if (!isMissing_ && !result.failure.starts_with("it was ended by signal"))
-            troubles.emplace_back("notifications: the desktop takes none");
+        const bool wasClosed = result.failure.starts_with("it was ended by signal"); // by us
+        if (!wasClosed)
+            Log::line("no notification: " +
+                      (result.failure.empty() ? "the desktop takes none" : result.failure));
+        if (!isMissing_ && !wasClosed) troubles.emplace_back("notifications: the desktop takes none");
     }
     model_.setTroubles("notifications", std::move(troubles), loop_.now());
 

@@ -26,6 +26,14 @@ bool isBusy(const SessionRecord& record) {
            record.state == SessionState::compacting;
 }
 
+/// Start times are told by the wall clock on Linux, which may have been set since the record was written. A
+/// process that started before the record's last write is the one it speaks of, whatever the number says.
+bool stillRuns(std::int32_t pid, const SessionRecord& record) {
+    if (ProcessInspector::isRunning(pid, record.pidStartTime)) return true;
+    const auto process = ProcessInspector::info(pid);
+    return process && !process->isZombie && process->startTime < secondsSince1970(record.updatedAt);
+}
+
 const std::string* pathOf(const SessionStore::LoadResult& content) {
     if (const auto* bad = std::get_if<SessionStore::LoadResult::Corrupt>(&content.value))
         return &bad->path.native();
@@ -76,6 +84,7 @@ bool SessionsService::readNamed(const std::string& name) {
     File file{SessionStore::load(path), false};
     if (const SessionRecord* read = file.content.record()) file.isLost = isLost(*read);
     files_.insert_or_assign(path.native(), std::move(file));
+    cache_.entries.erase(path.native()); // which may hold an older text of the same size and time
     return true;
 }
 
@@ -91,11 +100,12 @@ void SessionsService::look(Look look) {
     // Before it is read: what changes from here on is told.
     const bool isWatched = watch_.watch(folder.string());
 
-    const auto results = SessionStore::loadAll(folder, cache_);
+    std::error_code error;
+    const auto results = SessionStore::loadAll(folder, cache_, &error);
     std::vector<std::string> troubles;
-    if (results.empty() && !Files::Folder::open(folder) && errno != ENOENT) {
+    if (error && error != std::errc::no_such_file_or_directory) {
         // What is shown stays as it was: a folder that cannot be read says nothing about the sessions.
-        troubles.emplace_back(FileError("list", folder, errno).what());
+        troubles.emplace_back(FileError("list", folder, error.value()).what());
         model_.setTroubles("sessions", std::move(troubles), loop_.now());
         return changed_();
     }
@@ -144,7 +154,7 @@ void SessionsService::tellModel() {
 
 bool SessionsService::isLost(const SessionRecord& record) {
     if (!isBusy(record)) return false;
-    if (record.pid && !ProcessInspector::isRunning(*record.pid, record.pidStartTime)) return true;
+    if (record.pid && !stillRuns(*record.pid, record)) return true;
     return record.state == SessionState::awaiting &&
            !OpenRequests::anyWaiting(record, QuorvikPaths::sessionsDirectory());
 }

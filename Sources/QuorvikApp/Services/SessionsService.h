@@ -19,6 +19,9 @@ class SessionsService {
     /// Reads the folder now.
     void reload();
 
+    /// Looks at everything in a moment: a hook that went has a record to change, or was killed.
+    void lookSoon() { slowLook_.start(Timer::Seconds(0.1)); }
+
     /// To be called when something in the support folder changed: the sessions folder may be new.
     void supportFolderChanged();
 

@@ -52,7 +52,7 @@ void SettingsService::saveMemory() {
     const std::filesystem::path file = QuorvikPaths::memoryFile();
     std::vector<std::string> troubles;
     try {
-        Files::replace(file, text, file.string() + "." + std::to_string(::getpid()) + ".tmp", 0600);
+        Files::replace(file, text, file.string() + ".tmp", 0600); // one app writes it, so one name will do
         savedMemory_ = std::move(text);
     } catch (const FileError& failure) {
         troubles.push_back("what you wave away and pick is not kept: " + std::string(failure.what()));

@@ -131,7 +131,7 @@ std::error_code forEachRecordFile(const Path& folder, Visit visit) {
 
 } // namespace
 
-std::vector<LoadResult> loadAll(const Path& folder, LoadCache& cache) {
+std::vector<LoadResult> loadAll(const Path& folder, LoadCache& cache, std::error_code* error) {
     std::vector<LoadResult> results;
     results.reserve(cache.entries.size());
     const std::uint64_t generation = cache.generation + 1;
@@ -151,6 +151,7 @@ std::vector<LoadResult> loadAll(const Path& folder, LoadCache& cache) {
             results.push_back(found->second.result);
         });
     cache.generation = generation;
+    if (error) *error = failure;
     if (failure) return {};
     if (cache.entries.size() > results.size())
         std::erase_if(cache.entries,

@@ -79,7 +79,7 @@ LoadResult load(const Path& file);
 /// The result for every record file of a folder ("*.json", names that begin with "." left out), in the
 /// system's listing order. Empty when the folder cannot be listed; `error`, when given, then says why. Files
 /// that are gone are removed from the cache.
-std::vector<LoadResult> loadAll(const Path& folder, LoadCache& cache);
+std::vector<LoadResult> loadAll(const Path& folder, LoadCache& cache, std::error_code* error = nullptr);
 std::vector<LoadResult> loadAll(const Path& folder, std::error_code* error = nullptr);
 
 /// Deletes the record's file and what stands beside it, its lock file last, under the lock. Failures are

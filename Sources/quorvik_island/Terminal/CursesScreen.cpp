@@ -185,6 +185,7 @@ void CursesScreen::enter(bool anew) {
     entered_ = true;
     TerminalSignals::restoreAtCrash(STDOUT_FILENO, found_, library_->restoring);
     ::reset_prog_mode();
+    ::flushinp(); // what was typed meanwhile was meant for something else
     forget();
     ::refresh();
     tell(pasteOn);
@@ -282,6 +283,7 @@ void CursesScreen::paint(const Frame& frame) {
 void CursesScreen::take(Key key, std::vector<Key>& keys) {
     constexpr double together = 0.2; // seconds; a slow line may part a sequence
     constexpr double oneKey = 0.03;  // nobody presses two keys as fast
+    constexpr double oneString = 1;  // what a terminal answers to a question arrives within that
     const bool isCharacter = key.name.size() == 1;
     const char byte = isCharacter ? key.name.front() : '\0';
     switch (sequence_) {
@@ -291,6 +293,8 @@ void CursesScreen::take(Key key, std::vector<Key>& keys) {
         if (steadySeconds() - escapeAt_ > together) break;
         if (byte == '[') sequence_ = Sequence::control;
         if (byte == 'O') sequence_ = Sequence::single;
+        if (byte != '\0' && std::string_view("]P_^X").find(byte) != std::string_view::npos)
+            sequence_ = Sequence::string;
         if (sequence_ != Sequence::none) return;
         if (steadySeconds() - escapeAt_ < oneKey) return; // with Alt
         break;
@@ -300,6 +304,15 @@ void CursesScreen::take(Key key, std::vector<Key>& keys) {
         sequence_ = Sequence::none;
         break;
     case Sequence::single: sequence_ = Sequence::none; return;
+    case Sequence::string:
+        if (steadySeconds() - escapeAt_ > oneString) {
+            sequence_ = Sequence::none;
+            break;
+        }
+        if (key.name == "Ctrl-G") sequence_ = Sequence::none; // BEL ends it
+        if (key.name == "Esc") sequence_ = Sequence::stringEnd;
+        return;
+    case Sequence::stringEnd: sequence_ = byte == '\\' ? Sequence::none : Sequence::string; return;
     }
     if (key.name == "Esc") {
         sequence_ = Sequence::afterEscape;

@@ -50,7 +50,7 @@ class CursesScreen {
     std::unique_ptr<Library> library_;
     termios found_{};
     /// Where take() is within an escape sequence of the terminal's that names no key of ours.
-    enum class Sequence { none, afterEscape, control, single };
+    enum class Sequence { none, afterEscape, control, single, string, stringEnd };
     Sequence sequence_ = Sequence::none;
     double escapeAt_ = 0; ///< steady
     bool pasting_ = false;

@@ -69,6 +69,11 @@ class PlainIsland {
             request_.reset();
             if (!isSent_) line("That request is gone.");
         }
+        const bool isRefused = request_ && isSent_ && isOpen; // the app did not take the answer
+        if (isRefused) {
+            isSent_ = false;
+            put();
+        }
         if (!request_ && isOpen) {
             request_.emplace(*card);
             isSent_ = false;
@@ -136,6 +141,7 @@ class PlainIsland {
             put();
         } else {
             isSent_ = true;
+            if (CardState* card = frontEnd_.view.card()) card->isSent = true;
             frontEnd_.perform({Effect::Kind::answer, request_->id(), *response});
             line("Sent.");
         }

@@ -97,7 +97,7 @@ class ScreenIsland {
         if (pending.suspend)
             suspend();
         else if (pending.continued)
-            screen_->enter(false);
+            enterAgain(false);
     }
 
     void takeKeys() {
@@ -128,7 +128,13 @@ class ScreenIsland {
         frontEnd_.tellNothingShown();
         screen_->leave();
         signals_.stop();
-        screen_->enter(true);
+        enterAgain(true);
+    }
+
+    /// A card that is drawn again must have been in view for a while before it takes keys.
+    void enterAgain(bool anew) {
+        screen_->enter(anew);
+        frontEnd_.view.notDrawn();
     }
 
     /// Gives the terminal back while `work` runs. False from `work` means that it printed something, so the
@@ -136,14 +142,22 @@ class ScreenIsland {
     void outside(const auto& work) {
         frontEnd_.tellNothingShown();
         screen_->leave();
-        if (!work()) {
+        const bool isSilent = work();
+        // Ctrl-C was meant for the other program.
+        if (const auto pending = signals_.take(); pending.fatal == SIGTERM || pending.fatal == SIGHUP) {
+            fatal_ = pending.fatal;
+            ended_ = true;
+            if (fatal_ == SIGHUP) screen_->abandon();
+            return;
+        }
+        if (!isSilent) {
             std::fputs("\nEnter goes back to the island. ", stdout);
             std::fflush(stdout);
             char byte = 0;
             while (::read(STDIN_FILENO, &byte, 1) == 1 && byte != '\n') {
             }
         }
-        screen_->enter(false);
+        enterAgain(false);
     }
 
     const IslandServices& services_;

@@ -156,7 +156,9 @@ void View::drawn(const Frame& frame, Moment now) {
     CardState* card = this->card();
     if (!card || !frame.card || frame.card->request != card->id()) return;
     card->scroll = frame.card->first;
+    const bool wasRead = card->isRead();
     card->drawn(frame.card->width, frame.card->first, frame.card->shown, frame.card->total);
+    if (!wasRead && card->isRead()) drawnSince_ = now.steady; // its last rows have only just come into view
 }
 
 bool View::cardTakesKeys(Moment now) const {

@@ -58,7 +58,8 @@ class View {
     void say(std::string message) { message_ = std::move(message); } ///< one line, until the next key
     void refused(std::string_view request, std::string message);     ///< an answer did not reach its hook
     void drawn(const Frame& frame, Moment now);
-    void tick(Moment now); ///< moves the example on
+    void notDrawn() { drawnPage_.clear(); } ///< something else has been on the screen
+    void tick(Moment now);                  ///< moves the example on
 
     /// Changes the view as the key demands. Returns what the caller has to do besides.
     std::vector<Effect> key(const Key& key, Moment now);

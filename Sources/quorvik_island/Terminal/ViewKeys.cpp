@@ -114,7 +114,11 @@ View::Effects View::confirm(Moment now) {
 
 View::Effects View::actOnCard(KeyAction action, const Key& key, Moment now) {
     CardState* card = this->card();
-    if (!card || !cardTakesKeys(now)) return {};
+    if (!card) return {};
+    if (!cardTakesKeys(now)) {
+        if (!card->isSent) drawnSince_ = now.steady; // a key that is held down answers nothing
+        return {};
+    }
     const RequestCard& offered = card->card();
     const bool allows = action == KeyAction::allow || action == KeyAction::always ||
                         action == KeyAction::confirm || action == KeyAction::choose ||
@@ -125,6 +129,11 @@ View::Effects View::actOnCard(KeyAction action, const Key& key, Moment now) {
     }
     if (allows && !card->isRead()) {
         say("read it to its end first (PgDn)");
+        return {};
+    }
+    const bool permits = action == KeyAction::allow || action == KeyAction::always;
+    if (permits && offered.hidesSecrets && !card->showsSecrets()) {
+        say("v shows what is hidden here; then it may be allowed");
         return {};
     }
     switch (action) {
