@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 
@@ -38,10 +39,15 @@ class LiveIslandTests : public testing::AppTest {
                                   {"tool_input", {{"command", command}}}}));
         return waitingRequest();
     }
-    /// Presses the key until the request is answered: at first it may come too soon.
+    /// Presses the key until the request is answered: at first it may come too soon, and then the wait for
+    /// the next one starts anew.
     void answerWith(const std::function<void()>& press) {
+        auto next = std::chrono::steady_clock::now();
         EXPECT_TRUE(eventually([&] {
-            press();
+            if (std::chrono::steady_clock::now() >= next) {
+                press();
+                next = std::chrono::steady_clock::now() + std::chrono::milliseconds(500);
+            }
             return synced().requests.empty();
         }));
     }
