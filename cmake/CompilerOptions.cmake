@@ -18,6 +18,10 @@ if(QUORVIK_SANITIZE)
     target_compile_options(quorvik_options INTERFACE -Wno-maybe-uninitialized) # instrumented code confuses it
   endif()
 endif()
+if(QUORVIK_PRECOMPILE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # GCC 12 reports copies inside its own library once that comes out of a precompiled header. Other builds have these warnings.
+  target_compile_options(quorvik_options INTERFACE -Wno-array-bounds -Wno-stringop-overflow -Wno-stringop-overread)
+endif()
 
 if(QUORVIK_LIBFUZZER)
   target_compile_options(quorvik_options INTERFACE -fsanitize=fuzzer-no-link) # coverage of the library itself
@@ -32,3 +36,15 @@ endif()
 
 find_package(Threads REQUIRED)
 target_link_libraries(quorvik_options INTERFACE Threads::Threads)
+
+# quorvik_precompile(TARGET [OTHER]): as OTHER's, which is compiled with the same options, or its own.
+function(quorvik_precompile target)
+  if(NOT QUORVIK_PRECOMPILE)
+    return()
+  elseif(ARGN)
+    target_precompile_headers(${target} REUSE_FROM ${ARGN})
+  else()
+    target_precompile_headers(${target} PRIVATE <nlohmann/json.hpp> <algorithm> <array> <chrono> <filesystem> <functional>
+      <map> <memory> <optional> <set> <string> <string_view> <vector>)
+  endif()
+endfunction()

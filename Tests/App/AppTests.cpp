@@ -4,7 +4,7 @@
 
 #include "QuorvikCore/Platform/FileLock.h"
 #include "QuorvikCore/Platform/LineSocket.h"
-#include "QuorvikCore/Platform/ListeningSocket.h"
+#include "QuorvikCore/Platform/ServerSocket.h"
 #include "QuorvikCore/Session/SessionStore.h"
 
 #include <sys/socket.h>
@@ -275,7 +275,7 @@ TEST_F(AppTests, OneAppPerFolderHoweverManyStart) {
         std::filesystem::create_directories(support);
         if (stale)
             for (const char* name : {"island.sock", "approval.sock", "alert.sock"})
-                ListeningSocket::publish(support / name); // and nobody listens any more
+                ServerSocket::publish(support / name); // and nobody listens any more
         std::list<Program> starters;
         for (int index = 0; index < 24; ++index)
             starters.emplace_back(std::vector<std::string>{programPath("quorvik-island"), "serve"});
@@ -417,6 +417,19 @@ TEST_F(AppTests, FrontEndsAreToldWhatTheyDoWrong) {
              {call + R"("sync"})", "closed"}}) // three times no JSON
         EXPECT_EQ(say(line), reply) << line.substr(0, 100);
     EXPECT_NO_THROW(synced());
+
+    // Who says all of it at once and stops speaking, as a program in a pipeline does, gets every reply.
+    const FileDescriptor hasty =
+        connectedSocket((support / "island.sock").string(), std::chrono::seconds(5), error);
+    const std::string all = call + R"("hello","params":{"protocol":1}}
+)" + call + R"("sync"}
+)";
+    ASSERT_TRUE(writeAll(hasty.get(), all.data(), all.size()));
+    ::shutdown(hasty.get(), SHUT_WR);
+    received.clear();
+    while (readMore(hasty.get(), received)) {
+    }
+    EXPECT_EQ(std::ranges::count(received, '\n'), 2) << received;
 }
 
 TEST_F(AppTests, TheExampleOfTheDocumentationRuns) {
@@ -534,6 +547,12 @@ TEST_F(AppTests, SaysThatItIsReadyAndWhatStandsInItsWay) {
     } else {
         EXPECT_NE(troubles.front().find("belongs to user 65534"), std::string::npos);
     }
+    // The app of another such folder would have the same names: it does not take them away.
+    ::setenv("QUORVIK_HOME", (home / std::string(91, 'm')).c_str(), 1);
+    const auto second = island({"serve"});
+    EXPECT_EQ(second.status, 1);
+    EXPECT_NE(second.errors.find("/tmp/quorvik-0-island.sock: Address already in use"), std::string::npos)
+        << second.errors;
     ::kill(app().pid(), SIGTERM);
     app().finish();
     std::filesystem::remove(taken);

@@ -6,7 +6,7 @@
 
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/LineSocket.h"
-#include "QuorvikCore/Platform/ListeningSocket.h"
+#include "QuorvikCore/Platform/ServerSocket.h"
 
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -67,15 +67,18 @@ class LoopTests : public TemporaryHome {
 };
 
 TEST_F(LoopTests, PublishesASocketWithoutAGapAndOverNothingButSockets) {
-    ListeningSocket first = ListeningSocket::publish(path);
+    ServerSocket first = ServerSocket::publish(path);
     EXPECT_EQ(modeOf(path), 0600U);
     {
-        const ListeningSocket second = ListeningSocket::publish(path); // what a dead app left is replaced
+        const ServerSocket second = ServerSocket::publish(path); // what a dead app left is replaced
         EXPECT_FALSE(first.isPublished());
         EXPECT_TRUE(second.isPublished());
         first.withdraw(); // not its own any more
         EXPECT_TRUE(second.isPublished());
+        EXPECT_THROW(ServerSocket::publish(path, ServerSocket::Replaces::dead), FileError);
+        EXPECT_TRUE(second.isPublished());
     }
+    EXPECT_NO_THROW(ServerSocket::publish(path, ServerSocket::Replaces::dead));
     EXPECT_EQ(namesIn(support), std::vector<std::string>{"x.sock"});
     write(support / "file", "mine");
     for (const auto& [where, why] : std::initializer_list<std::pair<std::filesystem::path, std::string>>{
@@ -83,7 +86,7 @@ TEST_F(LoopTests, PublishesASocketWithoutAGapAndOverNothingButSockets) {
              {support / std::string(100, 'x'), "File name too long"},
              {support / "none/x.sock", "No such file or directory"}}) {
         try {
-            ListeningSocket::publish(where);
+            ServerSocket::publish(where);
             ADD_FAILURE() << where;
         } catch (const FileError& error) {
             EXPECT_EQ(error.what(), "could not listen at " + where.string() + ": " + why);
@@ -93,7 +96,7 @@ TEST_F(LoopTests, PublishesASocketWithoutAGapAndOverNothingButSockets) {
 }
 
 TEST_F(LoopTests, HearsLinesAndBoundsWhatPeersMayCost) {
-    const ListeningSocket listening = ListeningSocket::publish(path);
+    const ServerSocket listening = ServerSocket::publish(path);
     std::vector<std::string> heard;
     int closed = 0;
     LineServer server(loop, limits, [&](const std::shared_ptr<LineConnection>& connection) {
@@ -121,7 +124,7 @@ TEST_F(LoopTests, HearsLinesAndBoundsWhatPeersMayCost) {
 }
 
 TEST_F(LoopTests, SparesSlowReadersWhatWasOvertakenAndDropsThoseThatStall) {
-    const ListeningSocket listening = ListeningSocket::publish(path);
+    const ServerSocket listening = ServerSocket::publish(path);
     std::shared_ptr<LineConnection> connection;
     bool isClosed = false;
     LineServer server(loop, limits, [&](const std::shared_ptr<LineConnection>& accepted) {
@@ -208,6 +211,14 @@ TEST_F(LoopTests, RunsOtherProgramsWithinTheirLimits) {
     EXPECT_FALSE(missing) << "never before the constructor returns";
     ASSERT_TRUE(turnUntil(loop, [&] { return missing.has_value(); }));
     EXPECT_EQ(missing->failure, "could not run /none/such: no such file or directory");
+
+    // One that does not heed the signal that asks it to end is killed.
+    std::optional<ChildProcess::Result> stubborn;
+    ChildProcess ignoring(loop, {"sh", "-c", "trap '' INT; while :; do sleep 1; done"}, {Seconds(60), 100},
+                          [&](ChildProcess::Result done) { stubborn = std::move(done); });
+    ignoring.end(SIGINT);
+    ASSERT_TRUE(turnUntil(loop, [&] { return stubborn.has_value(); }));
+    EXPECT_EQ(stubborn->failure, "it was asked to end");
 
     // Whoever lets go of a program ends it, and leaves no zombie.
     std::ofstream(support / "pid");

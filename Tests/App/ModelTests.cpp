@@ -229,6 +229,23 @@ TEST(IslandModel, LeavesOutWhatIsLostAndSaysWhy) {
     model.withdrawRequest("r", after(1));
     EXPECT_TRUE(has("r", "withdrawn: its hook has gone"));
     EXPECT_FALSE(has("build-f", "build-d"));
+    EXPECT_EQ(model.why("r", start).size(), 2U);
+    const auto everything = model.why("", start);
+    EXPECT_EQ(std::ranges::count_if(everything, [](const auto& line) { return line.ends_with("(r)"); }), 2)
+        << "what happened to a request is told once";
+    EXPECT_TRUE(model.why("unknown", start).empty());
+
+    // A flood of alerts takes one place among what happened.
+    for (int index = 0; index < 5000; ++index)
+        model.addAlert({.title = "flood"}, start);
+    EXPECT_TRUE(has("", "came as the last of 5000 alerts in a row: flood"));
+    EXPECT_TRUE(has("r", "withdrawn: its hook has gone"));
+
+    for (int index = 0; index < 4; ++index)
+        model.answerRefused("r" + std::to_string(index), "bash, process 7", after(index));
+    EXPECT_EQ(model.snapshot(after(4)).troubles.size(), 3U);
+    EXPECT_LE(model.nextChange(after(3600)), after(3601));
+    EXPECT_EQ(model.snapshot(after(3602)).troubles.size(), 1U) << "it is told of for an hour";
 }
 
 TEST(Snapshot, ReadsBackWhatItWritesAndSharesWhatStays) {

@@ -13,6 +13,7 @@
 #include <poll.h>
 #include <spawn.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -66,14 +67,6 @@ std::vector<std::string> reducedEnvironment() {
     return reduced;
 }
 
-std::vector<char*> pointers(std::vector<std::string>& texts) {
-    std::vector<char*> found;
-    for (std::string& text : texts)
-        found.push_back(text.data());
-    found.push_back(nullptr);
-    return found;
-}
-
 /// What is to be different in the started process, as posix_spawn() takes it.
 struct SpawnWishes {
     posix_spawn_file_actions_t actions;
@@ -117,10 +110,10 @@ bool isForbidden() {
     return Platform::environmentValue("QUORVIK_NO_START") == "1";
 }
 
-void start(std::chrono::duration<double> limit) {
+void start(std::chrono::duration<double> limit, Way way) {
     const auto manager = Platform::serviceManager();
     constexpr std::size_t mostOutput = 1 << 16; // bytes
-    if (Autostart::isInstalledHere(manager) &&
+    if (way == Way::asInstalled && Autostart::isInstalledHere(manager) &&
         Platform::programOutput(Autostart::startCommand(manager), mostOutput))
         return; // it is about to listen
     const std::filesystem::path self = Platform::runningProgram();
@@ -146,15 +139,20 @@ void start(std::chrono::duration<double> limit) {
     ::posix_spawn_file_actions_adddup2(&wishes.actions, copy.get(), readinessNumber);
     pid_t pid = 0;
     const int error = ::posix_spawn(&pid, program.c_str(), &wishes.actions, &wishes.attributes,
-                                    pointers(words).data(), pointers(environment).data());
+                                    Platform::argumentPointers(words).data(),
+                                    Platform::argumentPointers(environment).data());
     if (error != 0) fail(std::generic_category().message(error));
     readiness.writeEnd.close();
     copy.close();
     const std::string answer = firstWords(readiness.readEnd.get(), limit);
+    while (::waitpid(pid, nullptr, 0) < 0 && errno == EINTR) { // the app is its child, and outlives us
+    }
     if (answer != "ready" && answer != "running") fail(Unicode::terminalLine(answer));
 }
 
 Readiness detach(int readinessDescriptor) {
+    // The app is nobody's child: whoever started it may run for long, and would have to ask for its end.
+    if (::fork() > 0) ::_exit(0);
     ::setsid();
     const bool moved = ::chdir("/") == 0;
     (void)moved; // elsewhere it works as well

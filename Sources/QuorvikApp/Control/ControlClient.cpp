@@ -77,7 +77,8 @@ FileDescriptor startAndConnect() {
         if (!meansNobody(error) || Clock::now() + pause > deadline) failToConnect(error);
         std::this_thread::sleep_for(pause); // somebody holds the lock, and is about to listen
         constexpr auto suspicious = std::chrono::milliseconds(80);
-        if (pause >= suspicious) AppStarter::start(startLimit); // or was about to end
+        // Or was about to end, or the service manager cannot run it.
+        if (pause >= suspicious) AppStarter::start(startLimit, AppStarter::Way::directly);
     }
 }
 

@@ -3,6 +3,7 @@
 #include "QuorvikApp/Loop/Handle.h"
 
 #include "QuorvikCore/Platform/Environment.h"
+#include "QuorvikCore/Platform/RunProgram.h"
 
 #include <csignal>
 
@@ -15,23 +16,15 @@ constexpr Timer::Seconds untilKilled(2);
 /// How long output is still read after the program's end: it may have left a process that keeps it open.
 constexpr Timer::Seconds outputAfterEnd(0.2);
 
-std::vector<std::string> environment() {
+std::vector<std::string> environment(ChildProcess::Locale locale) {
     auto variables = Platform::environment();
-    variables["LC_ALL"] = "C";
+    if (locale == ChildProcess::Locale::plain) variables["LC_ALL"] = "C";
     variables["GIT_OPTIONAL_LOCKS"] = "0";
     variables["GIT_TERMINAL_PROMPT"] = "0";
     std::vector<std::string> texts;
     for (const auto& [name, value] : variables)
         texts.push_back(name + "=" + value);
     return texts;
-}
-
-std::vector<char*> pointers(std::vector<std::string>& texts) {
-    std::vector<char*> found;
-    for (std::string& text : texts)
-        found.push_back(text.data());
-    found.push_back(nullptr);
-    return found;
 }
 
 } // namespace
@@ -47,7 +40,7 @@ struct ChildProcess::Inner : std::enable_shared_from_this<ChildProcess::Inner> {
     Inner(EventLoop& loop_, const Limits& limits_, Done done_)
         : loop(loop_), limits(limits_), done(std::move(done_)), deadline(loop_, [this] { expired(); }) {}
 
-    void start(std::vector<std::string> arguments) {
+    void start(std::vector<std::string> arguments, Locale locale) {
         process = std::make_shared<Process>();
         output = std::make_shared<Output>();
         process->loop = output->loop = &loop;
@@ -55,9 +48,9 @@ struct ChildProcess::Inner : std::enable_shared_from_this<ChildProcess::Inner> {
         uv_pipe_init(loop.handle(), &output->handle, 0); // cannot fail
         output->opened();
 
-        std::vector<std::string> variables = environment();
-        std::vector<char*> words = pointers(arguments);
-        std::vector<char*> names = pointers(variables);
+        std::vector<std::string> variables = environment(locale);
+        std::vector<char*> words = Platform::argumentPointers(arguments);
+        std::vector<char*> names = Platform::argumentPointers(variables);
         uv_stdio_container_t streams[3] = {};
         streams[0].flags = UV_IGNORE; // libuv puts /dev/null there
         streams[1].flags = static_cast<uv_stdio_flags>(UV_CREATE_PIPE | UV_WRITABLE_PIPE);
@@ -136,11 +129,11 @@ struct ChildProcess::Inner : std::enable_shared_from_this<ChildProcess::Inner> {
             end("it took too long");
     }
 
-    void end(std::string why) {
+    void end(std::string why, int signal = SIGTERM) {
         if (std::exchange(isEnding, true)) return;
         result.failure = std::move(why);
         if (!process) return finish();
-        kill(SIGTERM);
+        kill(signal);
         deadline.start(untilKilled);
     }
 
@@ -171,9 +164,9 @@ struct ChildProcess::Inner : std::enable_shared_from_this<ChildProcess::Inner> {
 };
 
 ChildProcess::ChildProcess(EventLoop& loop, const std::vector<std::string>& arguments, const Limits& limits,
-                           Done done)
+                           Done done, Locale locale)
     : inner_(std::make_shared<Inner>(loop, limits, std::move(done))) {
-    inner_->start(arguments);
+    inner_->start(arguments, locale);
 }
 
 ChildProcess::~ChildProcess() {
@@ -184,8 +177,8 @@ ChildProcess::~ChildProcess() {
     // The process handle stays until libuv has heard of the end: somebody must ask for its status.
 }
 
-void ChildProcess::signal(int number) {
-    inner_->kill(number);
+void ChildProcess::end(int signal) {
+    if (inner_->process) inner_->end("it was asked to end", signal);
 }
 
 } // namespace quorvik

@@ -8,8 +8,8 @@
 
 namespace quorvik {
 
-/// One run of another program, in a session of its own, in "/", with the C locale and without a shell,
-/// standard input or any descriptors of ours. When its time limit is reached, it and everything that it
+/// One run of another program, in a session of its own, in "/", without a shell, standard input or any
+/// descriptors of ours. When its time limit is reached, it and everything that it
 /// started get SIGTERM, and SIGKILL two seconds later.
 class ChildProcess {
   public:
@@ -27,17 +27,25 @@ class ChildProcess {
         bool isSuccess() const { return exitStatus == 0; }
     };
 
+    /// The language of what it prints and shows.
+    enum class Locale {
+        plain, ///< C: for programs whose output is read here
+        users,
+    };
+
     using Done = std::function<void(Result)>;
 
     /// Starts the program. `arguments[0]` is searched in the PATH. `done` is called once, never before the
     /// constructor returns. Destroying the object ends the program, and `done` is then not called.
-    ChildProcess(EventLoop& loop, const std::vector<std::string>& arguments, const Limits& limits, Done done);
+    ChildProcess(EventLoop& loop, const std::vector<std::string>& arguments, const Limits& limits, Done done,
+                 Locale locale = Locale::plain);
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    /// Sends the signal to the program and to everything that it started.
-    void signal(int number);
+    /// Asks the program, and everything that it started, to end by this signal, and kills it when it has not
+    /// ended two seconds later.
+    void end(int signal);
 
   private:
     struct Inner;

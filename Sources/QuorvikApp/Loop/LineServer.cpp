@@ -44,9 +44,9 @@ class PipeConnection : public LineConnection {
     void send(std::string line, std::function<void(bool)> sent) override {
         line += '\n';
         // One line always fits, however long.
-        if (!isOpen() || isClosing_ || waitingBytes_ > limits_.outputBytes) {
+        if (!isOpen() || isFinished() || waitingBytes_ > limits_.outputBytes) {
             if (sent) pipe_->loop->later([sent = std::move(sent)] { sent(false); });
-            if (isOpen() && !isClosing_) noteEnd(End::broken);
+            if (isOpen() && !isFinished()) noteEnd(End::broken);
             return;
         }
         waitingBytes_ += line.size();
@@ -71,7 +71,17 @@ class PipeConnection : public LineConnection {
         onClosed = {};
         isClosing_ = true;
         latest_.reset();
-        if (!writing_ && waiting_.empty()) shut();
+        shutWhenDone();
+    }
+
+    std::shared_ptr<void> promise() override {
+        ++promises_;
+        return {nullptr, [kept = weak_from_this()](void*) {
+                    const auto connection = std::static_pointer_cast<PipeConnection>(kept.lock());
+                    if (!connection) return;
+                    --connection->promises_;
+                    connection->shutWhenDone();
+                }};
     }
 
     bool isOpen() const override { return pipe_->connection != nullptr; }
@@ -96,6 +106,13 @@ class PipeConnection : public LineConnection {
         bool needsLineFeed = false;
         std::shared_ptr<Pipe> pipe;
     };
+
+    /// Whether nothing more is to be sent than what waits.
+    bool isFinished() const { return isClosing_ && promises_ == 0; }
+
+    void shutWhenDone() {
+        if (isFinished() && !writing_ && waiting_.empty()) shut();
+    }
 
     uv_stream_t* stream() { return reinterpret_cast<uv_stream_t*>(&pipe_->handle); }
 
@@ -160,7 +177,7 @@ class PipeConnection : public LineConnection {
             write->line.text = std::exchange(latest_, {});
             write->needsLineFeed = true;
         } else {
-            if (isClosing_) shut();
+            shutWhenDone();
             return;
         }
         write->pipe = pipe_;
@@ -219,6 +236,7 @@ class PipeConnection : public LineConnection {
     std::deque<Line> waiting_;
     Text latest_;
     std::size_t waitingBytes_ = 0;
+    std::size_t promises_ = 0;
     bool hasSpoken_ = false, writing_ = false, isClosing_ = false;
 };
 

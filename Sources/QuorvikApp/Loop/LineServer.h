@@ -46,6 +46,10 @@ class LineConnection : public std::enable_shared_from_this<LineConnection> {
     virtual void close() = 0;
     virtual void closeWhenSent() = 0;
 
+    /// Announces a line that will be sent later. Until the token has gone, the connection stays open for it,
+    /// though the other side may have stopped sending, and though closeWhenSent() was called.
+    virtual std::shared_ptr<void> promise() = 0;
+
     virtual bool isOpen() const = 0;
     virtual const Platform::PeerProcess& peer() const = 0;
 };

@@ -15,7 +15,7 @@ double lifetime(const AlertRequest& alert) {
 
 } // namespace
 
-void AlertBoard::add(AlertRequest alert, Date now) {
+std::string AlertBoard::add(AlertRequest alert, Date now) {
     expire(now);
     // A number cannot be the same as an id: no id of a caller's may hold "#".
     const std::string name = alert.id ? *alert.id : "#" + std::to_string(++count_);
@@ -26,10 +26,10 @@ void AlertBoard::add(AlertRequest alert, Date now) {
         std::ranges::find_if(alerts_, [&](const Kept& other) { return other.shown.key == key; });
     if (same != alerts_.end()) {
         *same = std::move(kept);
-        return;
+        return key;
     }
-    if (alerts_.size() == most && !makesRoomFor(kept.shown.alert.level)) return;
-    alerts_.push_back(std::move(kept));
+    if (alerts_.size() < most || makesRoomFor(kept.shown.alert.level)) alerts_.push_back(std::move(kept));
+    return key;
 }
 
 bool AlertBoard::makesRoomFor(AlertLevel level) {

@@ -15,8 +15,8 @@ class AlertBoard {
     /// most.
     static constexpr double usualSeconds = 60, failureSeconds = 86'400;
 
-    /// Adds an alert. It replaces one with the same id, and its time starts anew.
-    void add(AlertRequest alert, Date now);
+    /// Adds an alert. It replaces one with the same id, and its time starts anew. Returns its key.
+    std::string add(AlertRequest alert, Date now);
 
     /// Removes the alerts whose time is up. When the clock was set back since the last call, what is left of
     /// each alert's time stays as it was.

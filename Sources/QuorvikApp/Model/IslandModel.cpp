@@ -90,10 +90,10 @@ void IslandModel::setTroubles(std::string_view area, std::vector<std::string> tr
 
 bool IslandModel::addRequest(const ApprovalRequest& request, std::string_view members, Date now) {
     const bool isTaken = requests_.add(request, members, now);
-    journal_.note(now, request.id,
-                  isTaken ? request.key() + " asked for " + subject(request)
-                          : "turned away: it waits already, or too many do");
-    if (isTaken) journal_.note(now, request.key(), "asked for " + subject(request) + " (" + request.id + ")");
+    journal_.note(now, request.key(),
+                  "asked for " + subject(request) + " (" + request.id + ")" +
+                      (isTaken ? "" : ", and was turned away: it waits already, or too many do"),
+                  request.id);
     return isTaken;
 }
 
@@ -102,8 +102,7 @@ void IslandModel::withdrawRequest(std::string_view id, Date now) {
     if (!request) return;
     const std::string text =
         "withdrawn: its hook has gone, because the time was up or it was settled elsewhere";
-    journal_.note(now, request->request.key(), text + " (" + std::string(id) + ")");
-    journal_.note(now, std::string(id), text);
+    journal_.note(now, request->request.key(), text + " (" + std::string(id) + ")", id);
     requests_.withdraw(id);
 }
 
@@ -112,23 +111,21 @@ void IslandModel::requestAnswered(std::string_view id, ApprovalDecision decision
     const WaitingRequest* request = requests_.find(id);
     if (!request) return;
     const std::string text = "answered \"" + std::string(rawValue(decision)) + "\" by " + by;
-    journal_.note(now, request->request.key(), text + " (" + std::string(id) + ")");
-    journal_.note(now, std::string(id), text);
+    journal_.note(now, request->request.key(), text + " (" + std::string(id) + ")", id);
     requests_.answered(id, by);
 }
 
 void IslandModel::answerRefused(std::string_view id, const std::string& who, Date now) {
     const std::string text = "an agent's process tried to answer: " + who;
-    journal_.note(now, std::string(id), text);
-    auto& attempts = troubles_["answers"];
+    journal_.note(now, "", text + " (" + std::string(id) + ")", id);
     constexpr std::size_t mostShown = 3;
-    if (attempts.size() == mostShown) attempts.erase(attempts.begin());
-    attempts.push_back(ISO8601::text(now) + ": " + text);
+    if (refused_.size() == mostShown) refused_.pop_back();
+    refused_.push_front({now, ISO8601::text(now) + ": " + text});
 }
 
 AlertReply IslandModel::addAlert(const AlertRequest& alert, Date now) {
     if (!settings_.alerts) return {"disabled", std::nullopt};
-    alerts_.add(alert, now);
+    journal_.noteAlert(now, alerts_.add(alert, now), alert.title);
     return {"ok", std::nullopt};
 }
 
@@ -186,6 +183,9 @@ void IslandModel::unpick(Date now) {
 
 Snapshot IslandModel::snapshot(Date now) {
     alerts_.expire(now);
+    std::erase_if(refused_, [&](const RefusedAnswer& refused) {
+        return refused.when > now || refused.when + refusedLinger <= now;
+    });
     const auto records = shownRecords();
     std::unordered_map<const SessionRecord*, const std::shared_ptr<const SessionRecord>*> owners;
     owners.reserve(records.size());
@@ -207,6 +207,8 @@ Snapshot IslandModel::snapshot(Date now) {
     snapshot.unsupported = sessions_.unsupported;
     snapshot.requests = requests_.waiting();
     snapshot.alerts = alerts_.shown();
+    for (const RefusedAnswer& refused : refused_)
+        snapshot.troubles.push_back(refused.text);
     for (const auto& [area, troubles] : troubles_)
         snapshot.troubles.insert(snapshot.troubles.end(), troubles.begin(), troubles.end());
     snapshot.settings = settings_;
@@ -217,9 +219,11 @@ std::optional<Date> IslandModel::nextChange(Date now) const {
     const auto records = shownRecords();
     const auto layout =
         Scheduler::nextChange(pointers(records), now, settings_.scheduler, memory_.acknowledged);
-    const auto alert = alerts_.nextChange();
-    if (!layout || !alert) return layout ? layout : alert;
-    return std::min(*layout, *alert);
+    std::optional<Date> next = layout;
+    const auto include = [&](Date when) { next = next ? std::min(*next, when) : when; };
+    if (const auto alert = alerts_.nextChange()) include(*alert);
+    if (!refused_.empty()) include(refused_.back().when + refusedLinger);
+    return next;
 }
 
 } // namespace quorvik

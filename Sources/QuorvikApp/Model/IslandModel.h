@@ -8,6 +8,7 @@
 
 #include "QuorvikCore/Alerts/AlertClient.h"
 
+#include <deque>
 #include <span>
 
 namespace quorvik {
@@ -89,6 +90,13 @@ class IslandModel {
     std::vector<std::shared_ptr<const SessionRecord>> shownRecords() const;
     void forgetMemoryOfTheGone(Date now);
 
+    struct RefusedAnswer {
+        Date when{};
+        std::string text;
+    };
+    /// How long a refused answer is told of.
+    static constexpr Date::duration refusedLinger = std::chrono::hours(1);
+
     SessionFolder sessions_;
     Settings settings_;
     Memory memory_;
@@ -96,6 +104,7 @@ class IslandModel {
     AlertBoard alerts_;
     Journal journal_;
     std::map<std::string, std::vector<std::string>, std::less<>> troubles_; ///< by area
+    std::deque<RefusedAnswer> refused_;                                     ///< the newest first
 };
 
 } // namespace quorvik

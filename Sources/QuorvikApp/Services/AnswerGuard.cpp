@@ -36,20 +36,22 @@ Verdict judge(std::int32_t pid, std::span<const std::shared_ptr<const SessionRec
     Verdict verdict{answering->name + ", process " + std::to_string(pid), ""};
     if (answering->tty) verdict.who += ", " + *answering->tty;
 
-    if (!Platform::environmentNames(pid)) {
-        verdict.reason = "the system does not tell who answers";
-        return verdict;
-    }
     constexpr int mostAncestors = 64;
+    const auto noMark = std::end(marks);
     std::vector<std::int32_t> ancestors;
     auto process = answering;
     for (int step = 0; process && step < mostAncestors; ++step) {
         ancestors.push_back(process->pid);
         // A mark that was taken off on the way is still there further up.
-        const auto names = Platform::environmentNames(process->pid).value_or(std::vector<std::string>());
-        const auto mark = std::ranges::find_first_of(names, marks);
-        if (mark != names.end()) {
-            verdict.reason = "an agent may not answer for itself or for another (" + *mark + " is set)";
+        const auto names = Platform::environmentNames(process->pid);
+        if (!names && step == 0) {
+            verdict.reason = "the system does not tell who answers";
+            return verdict;
+        }
+        const auto mark = names ? std::ranges::find_first_of(marks, *names) : noMark;
+        if (mark != noMark) {
+            verdict.reason =
+                "an agent may not answer for itself or for another (" + std::string(*mark) + " is set)";
             return verdict;
         }
         for (const auto& record : records)

@@ -12,7 +12,7 @@
 #include "QuorvikCore/Platform/Desktop.h"
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/FileLock.h"
-#include "QuorvikCore/Platform/ListeningSocket.h"
+#include "QuorvikCore/Platform/ServerSocket.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 
 #include <sys/resource.h>
@@ -42,6 +42,18 @@ void preparePrivateFolder(const Path& folder) {
         throw AppError(folder.string() + " belongs to another user (" + std::to_string(status.st_uid) + ")");
     if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0)
         throw AppError("others may write into " + folder.string() + ": chmod go-w it");
+}
+
+/// Removes what was left by an app that was killed while it published a socket. To be called by the holder
+/// of the lock.
+void removeLeftSockets(const Path& folder) {
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        std::error_code ignored;
+        if (entry->path().filename().native().starts_with(".q") && entry->is_socket(ignored))
+            std::filesystem::remove(entry->path(), ignored);
+    }
 }
 
 /// Raises the limit of descriptors: each waiting hook and each front end takes one.
@@ -97,7 +109,7 @@ class RunningApp {
         std::string_view purpose; ///< what does not work without it
         Path (*path)();
         std::function<void(int)> listen;
-        std::optional<ListeningSocket> socket;
+        std::optional<ServerSocket> socket;
         std::string trouble;
     };
 
@@ -109,7 +121,12 @@ class RunningApp {
     void publishSocket(Service& service) {
         const std::string before = std::exchange(service.trouble, "");
         try {
-            ListeningSocket socket = ListeningSocket::publish(service.path());
+            // In the support folder, our lock says that the name is ours. Elsewhere, the app of another
+            // support folder may have the same one.
+            const Path path = service.path();
+            const bool isOurs = path.parent_path() == QuorvikPaths::supportDirectory();
+            ServerSocket socket = ServerSocket::publish(path, isOurs ? ServerSocket::Replaces::any
+                                                                     : ServerSocket::Replaces::dead);
             service.listen(socket.descriptor());
             service.socket = std::move(socket); // an earlier one is closed only now
         } catch (const FileError& error) {
@@ -268,6 +285,7 @@ Outcome run(const std::function<void()>& ready) {
     try {
         auto lock = FileLock::tryAcquire(QuorvikPaths::appLock());
         if (!lock) return Outcome::runsElsewhere;
+        removeLeftSockets(QuorvikPaths::supportDirectory());
         RunningApp app(std::move(*lock));
         app.publishSockets();
         ready();

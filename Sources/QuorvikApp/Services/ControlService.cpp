@@ -123,7 +123,7 @@ void ControlService::handle(const FrontEndPointer& frontEnd, const Message& mess
         return;
     }
     if (method == "sync") {
-        return app_.sync([this, frontEnd, id = message.id] {
+        return app_.sync([this, frontEnd, promise = connection.promise(), id = message.id] {
             publish();
             if (!id.is_null()) frontEnd->connection->send(result(id, {{"revision", revision_}}));
         });
@@ -137,9 +137,12 @@ void ControlService::handle(const FrontEndPointer& frontEnd, const Message& mess
     if (method == "acknowledge") return reply(acknowledge(message));
     if (method == "pick") return reply(pick(message));
     if (method == "status") return reply(status());
-    if (method == "why")
-        return reply({{"lines", model_.why(optionalParameter<std::string>(message, "key").value_or(""),
-                                           loop_.now())}});
+    if (method == "why") {
+        const auto key = optionalParameter<std::string>(message, "key").value_or("");
+        const std::vector<std::string> lines = model_.why(key, loop_.now());
+        if (lines.empty() && !key.empty()) throw ControlError(unknownThing, "nothing is known of " + key);
+        return reply({{"lines", lines}});
+    }
     if (method == "stop") return reply(stopApp(message));
     throw ControlError(unknownMethod, "there is no method " + method);
 }
@@ -222,7 +225,7 @@ void ControlService::answer(const FrontEndPointer& frontEnd, const Message& mess
     const std::string by =
         frontEnd->role == "command" ? verdict.who : "the " + frontEnd->role + " (" + verdict.who + ")";
     approvals_.answer(id, response, by,
-                      [connection = frontEnd->connection,
+                      [connection = frontEnd->connection, promise = frontEnd->connection->promise(),
                        replyID = message.id](const std::optional<RequestBoard::Refusal>& refusal) {
                           if (replyID.is_null()) return;
                           connection->send(

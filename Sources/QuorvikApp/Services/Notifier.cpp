@@ -44,7 +44,8 @@ void Notifier::update() {
     else
         nextLook_.stop();
     if (notification_) {
-        if (std::ranges::find(due.ids, about_) == due.ids.end()) notification_->signal(SIGINT); // closes it
+        if (std::ranges::find(due.ids, about_) != due.ids.end() || std::exchange(isClosing_, true)) return;
+        notification_->end(SIGINT); // closes it
         return;
     }
     const auto next =
@@ -66,7 +67,7 @@ void Notifier::ended(const ChildProcess::Result& result) {
     std::vector<std::string> troubles;
     if (!result.isSuccess()) {
         isMissing_ = result.failure.ends_with("no such file or directory");
-        const bool wasClosed = result.failure.starts_with("it was ended by signal"); // by us
+        const bool wasClosed = std::exchange(isClosing_, false);
         if (!wasClosed)
             Log::line("no notification: " +
                       (result.failure.empty() ? "the desktop takes none" : result.failure));
@@ -83,7 +84,7 @@ void Notifier::ended(const ChildProcess::Result& result) {
         opening_ = std::make_unique<ChildProcess>(
             loop_,
             std::vector<std::string>{Platform::runningProgram().string(), "open", request->request.key()},
-            brief, [](const ChildProcess::Result&) {});
+            brief, [](const ChildProcess::Result&) {}, ChildProcess::Locale::users);
     changed_();
 }
 

@@ -34,6 +34,7 @@ class Notifier {
     std::unique_ptr<ChildProcess> opening_;      ///< brings a session to the front
     std::string about_;                          ///< the request that the notification is about
     std::set<std::string, std::less<>> told_;    ///< requests that have had theirs, as long as they wait
+    bool isClosing_ = false;                     ///< it was asked to close
     bool isMissing_ = false;                     ///< the desktop has no program for it
 };
 

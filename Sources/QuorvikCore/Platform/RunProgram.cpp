@@ -1,8 +1,9 @@
 #include "QuorvikCore/Platform/RunProgram.h"
 
-#include "QuorvikCore/Platform/Files.h"
+#include "QuorvikCore/Platform/FileDescriptor.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -10,6 +11,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <thread>
 
 extern char** environ;
 
@@ -45,12 +47,22 @@ class Spawn {
     void use(int own, int descriptor) { ::posix_spawn_file_actions_adddup2(&actions_, own, descriptor); }
 
     /// 0, or the system's error number.
-    int start(const std::vector<std::string>& words) {
-        std::vector<char*> arguments;
-        for (const std::string& word : words)
-            arguments.push_back(const_cast<char*>(word.c_str()));
-        arguments.push_back(nullptr);
+    int start(std::vector<std::string> words) {
+        const std::vector<char*> arguments = argumentPointers(words);
         return ::posix_spawnp(&pid_, arguments[0], &actions_, &attributes_, arguments.data(), environ);
+    }
+
+    void kill() const { ::kill(pid_, SIGKILL); }
+
+    /// Whether it has ended by itself by then. It still has to be waited for.
+    bool endsBy(std::chrono::steady_clock::time_point deadline) const {
+        siginfo_t end{};
+        while (::waitid(P_PID, static_cast<id_t>(pid_), &end, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+               end.si_pid == 0) {
+            if (std::chrono::steady_clock::now() >= deadline) return false;
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        return true;
     }
 
     int wait() const {
@@ -97,7 +109,16 @@ ProgramEnd runProgram(const std::vector<std::string>& words) {
     return {0, program.wait()};
 }
 
-std::optional<std::string> programOutput(const std::vector<std::string>& words, std::size_t limit) {
+std::vector<char*> argumentPointers(std::vector<std::string>& words) {
+    std::vector<char*> pointers;
+    for (std::string& word : words)
+        pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+std::optional<std::string> programOutput(const std::vector<std::string>& words, std::size_t limit,
+                                         std::chrono::milliseconds time) {
     Pipe pipe = Pipe::create();
     if (!pipe.readEnd) return std::nullopt;
     Spawn program;
@@ -106,10 +127,24 @@ std::optional<std::string> programOutput(const std::vector<std::string>& words, 
     program.use(pipe.writeEnd.get(), STDOUT_FILENO);
     if (program.start(words) != 0) return std::nullopt;
     pipe.writeEnd.close();
-    const auto content = Files::readStream(pipe.readEnd.get(), limit);
-    pipe.readEnd.close(); // one that prints more ends by that
-    if (program.wait() != 0 || !content) return std::nullopt;
-    return std::string(content->text());
+    using Clock = std::chrono::steady_clock;
+    const auto deadline = Clock::now() + time;
+    std::string output;
+    bool hasEnded = false;
+    while (!hasEnded && output.size() <= limit) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        pollfd readable{pipe.readEnd.get(), POLLIN, 0};
+        const int ready = left.count() > 0 ? ::poll(&readable, 1, static_cast<int>(left.count())) : 0;
+        if (ready < 0 && errno == EINTR) continue;
+        if (ready <= 0) break;
+        char bytes[4096];
+        const ssize_t count = ::read(pipe.readEnd.get(), bytes, sizeof bytes);
+        if (count > 0) output.append(bytes, static_cast<std::size_t>(count));
+        hasEnded = count == 0;
+    }
+    if (!hasEnded || !program.endsBy(deadline)) program.kill();
+    if (program.wait() != 0 || !hasEnded || output.size() > limit) return std::nullopt;
+    return output;
 }
 
 } // namespace quorvik::Platform

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -9,6 +10,9 @@
 /// shell is involved. The program starts with no signal blocked, and with the signals that end programs at
 /// their defaults, even if we ignore them.
 namespace quorvik::Platform {
+
+/// The words as execve() takes them: pointers into `words`, then a null pointer.
+std::vector<char*> argumentPointers(std::vector<std::string>& words);
 
 /// How a program ended.
 struct ProgramEnd {
@@ -21,7 +25,9 @@ struct ProgramEnd {
 ProgramEnd runProgram(const std::vector<std::string>& words);
 
 /// What the program prints on standard output, at most `limit` bytes. Its standard input is empty, and what
-/// it prints on standard error is dropped. Absent when it cannot be started, fails or prints more.
-std::optional<std::string> programOutput(const std::vector<std::string>& words, std::size_t limit);
+/// it prints on standard error is dropped. Absent when it cannot be started, fails, prints more or takes
+/// longer than `time`, after which it is killed.
+std::optional<std::string> programOutput(const std::vector<std::string>& words, std::size_t limit,
+                                         std::chrono::milliseconds time = std::chrono::seconds(5));
 
 } // namespace quorvik::Platform

@@ -84,6 +84,7 @@ class ScreenIsland {
 
     void loseTerminal() {
         screen_->abandon();
+        fatal_ = SIGHUP; // it is on its way: the system sends it after it has closed the terminal
         ended_ = true;
     }
 

@@ -1,4 +1,4 @@
-#include "QuorvikCore/Platform/ListeningSocket.h"
+#include "QuorvikCore/Platform/ServerSocket.h"
 
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/LineSocket.h"
@@ -43,23 +43,41 @@ Path privateName(const Path& path) {
     return path.parent_path() / (".q" + std::to_string(::getpid()));
 }
 
+sockaddr_un addressOf(const Path& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.c_str(), path.native().size() + 1);
+    return address;
+}
+
+FileDescriptor unboundSocket(const Path& path) {
+    FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
+    if (!socket) fail(path, errno);
+    ::fcntl(socket.get(), F_SETFD, FD_CLOEXEC);
+    ::fcntl(socket.get(), F_SETFL, O_NONBLOCK);
+    return socket;
+}
+
+/// Also when its queue is full.
+bool somebodyListens(const Path& path) {
+    const FileDescriptor socket = unboundSocket(path);
+    const sockaddr_un address = addressOf(path);
+    return ::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ||
+           errno == EAGAIN || errno == EINPROGRESS;
+}
+
 } // namespace
 
-ListeningSocket ListeningSocket::publish(const Path& path) {
+ServerSocket ServerSocket::publish(const Path& path, Replaces replaces) {
     struct stat status;
     if (::lstat(path.c_str(), &status) == 0 && !S_ISSOCK(status.st_mode)) fail(path, EEXIST);
 
     const Path hidden = privateName(path);
     if (std::max(path.native().size(), hidden.native().size()) + 1 > LineSocket::maxPathBytes)
         fail(path, ENAMETOOLONG);
-    FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
-    if (!socket) fail(path, errno);
-    ::fcntl(socket.get(), F_SETFD, FD_CLOEXEC);
-    ::fcntl(socket.get(), F_SETFL, O_NONBLOCK);
-
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path, hidden.c_str(), hidden.native().size() + 1);
+    if (replaces == Replaces::dead && somebodyListens(path)) fail(path, EADDRINUSE);
+    FileDescriptor socket = unboundSocket(path);
+    const sockaddr_un address = addressOf(hidden);
     ::unlink(hidden.c_str()); // of a process that had our number and was killed
     {
         const PrivateMask mask;
@@ -72,15 +90,15 @@ ListeningSocket ListeningSocket::publish(const Path& path) {
         ::unlink(hidden.c_str());
         fail(path, error);
     }
-    return ListeningSocket(std::move(socket), path, status.st_dev, status.st_ino);
+    return ServerSocket(std::move(socket), path, status.st_dev, status.st_ino);
 }
 
-bool ListeningSocket::isPublished() const {
+bool ServerSocket::isPublished() const {
     struct stat status;
     return ::lstat(path_.c_str(), &status) == 0 && status.st_dev == device_ && status.st_ino == inode_;
 }
 
-void ListeningSocket::withdraw() {
+void ServerSocket::withdraw() {
     if (isPublished()) ::unlink(path_.c_str());
 }
 
