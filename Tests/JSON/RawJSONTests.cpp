@@ -34,7 +34,7 @@ TEST(RawJSONTests, AcceptsWhatTheGrammarAllowsAndNothingElse) {
 }
 
 TEST(RawJSONTests, TakesAnObjectApart) {
-    using Members = RawJSON::Members;
+    using Members = RawJSON::MemberViews;
     const std::string text = " { \"a\" : 1.50 , \"b\":[ 1, {\"a\":2} ],\"\\u0063\":\"x\", \"a\":null } ";
     EXPECT_EQ(RawJSON::members(text), (Members{{"a", "null"}, {"b", "[ 1, {\"a\":2} ]"}, {"c", "\"x\""}}));
     constexpr std::string_view wanted[] = {"c", "none"};

@@ -73,8 +73,8 @@ Verdict claude(HookPayload& payload, const Surroundings&) {
     if (isGroks) return Verdict::drop;
     const auto prompt = payload.text({"submitted_prompt", "prompt"});
     if (isPrompt(payload) && prompt.value_or("").starts_with("<task-notification>")) {
-        payload.members.erase("submitted_prompt");
-        payload.members.erase("prompt");
+        payload.remove("submitted_prompt");
+        payload.remove("prompt");
     }
     return Verdict::report;
 }

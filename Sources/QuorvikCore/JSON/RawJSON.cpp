@@ -1,16 +1,20 @@
 #include "QuorvikCore/JSON/RawJSON.h"
 
-#include "QuorvikCore/JSON/OrderedJSON.h"
 #include "QuorvikCore/JSON/RecordCoding.h"
+#include "QuorvikCore/Platform/ByteBlock.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <vector>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <utility>
 
 namespace quorvik::RawJSON {
 
 namespace {
+
+using Platform::ByteBlock;
 
 constexpr auto tableOf = [](std::string_view members) {
     std::array<bool, 256> table{};
@@ -20,6 +24,29 @@ constexpr auto tableOf = [](std::string_view members) {
 };
 constexpr auto hexDigits = tableOf("0123456789abcdefABCDEF"), shortEscapes = tableOf("\"\\/bfnrt");
 constexpr std::size_t unicodeEscapeLength = 6; // \uXXXX
+
+/// What an escape's letter means.
+constexpr auto meanings = [] {
+    std::array<char, 256> table{};
+    constexpr std::string_view letters = "\"\\/bfnrt", meant = "\"\\/\b\f\n\r\t";
+    for (std::size_t index = 0; index < letters.size(); ++index)
+        table[static_cast<unsigned char>(letters[index])] = meant[index];
+    return table;
+}();
+
+/// The values of hexadecimal digits.
+constexpr auto digitValues = [] {
+    std::array<unsigned char, 256> table{};
+    for (unsigned char value = 0; value < 16; ++value) {
+        table[static_cast<unsigned char>("0123456789abcdef"[value])] = value;
+        table[static_cast<unsigned char>("0123456789ABCDEF"[value])] = value;
+    }
+    return table;
+}();
+
+constexpr std::size_t byte(char c) {
+    return static_cast<unsigned char>(c);
+}
 
 bool isWhitespace(char c) {
     return c == ' ' || c == '\n' || c == '\r' || c == '\t';
@@ -57,6 +84,43 @@ const char* endOfRun(const char* cursor, const char* end) {
     return cursor;
 }
 
+/// "Yes" for the letters that may follow the backslash of an escape.
+ByteBlock isEscapeLetter(ByteBlock c) {
+    return (c == '"') | (c == '\\') | (c == '/') | (c == 'b') | (c == 'f') | (c == 'n') | (c == 'r') | (c == 't') |
+           (c == 'u');
+}
+
+ByteBlock isHexDigit(ByteBlock c) {
+    return Platform::isBetween(c, '0', '9') | Platform::isBetween(c | 0x20, 'a', 'f');
+}
+
+/// Moves over blocks of a string in which every escape is well-formed, and which hold neither the string's
+/// end nor three backslashes in a row. Stops at the start of a character or escape. `cursor` must stand behind
+/// an escape of the string, and not at the next one: then a backslash before it is the second one of a pair.
+/// For strings with an escape every few characters.
+const char* endOfEscapedBlocks(const char* cursor, const char* end) {
+    using Platform::blockAt, Platform::isAny;
+    constexpr std::ptrdiff_t longestEscape = 6;
+    const char* const start = cursor;
+    while (end - cursor >= Platform::blockSize + longestEscape) {
+        const ByteBlock here = blockAt(cursor), before = blockAt(cursor - 1), after = blockAt(cursor + 1);
+        const ByteBlock slash = here == '\\', slashBefore = before == '\\';
+        const ByteBlock isEscape = slash & ~slashBefore;
+        const ByteBlock isEscaped = slashBefore & (blockAt(cursor - 2) != '\\');
+        const ByteBlock bad = Platform::isBetween(here, 0, 0x1F) | ((here == '"') & ~isEscaped) |
+                              (isEscape & ~isEscapeLetter(after)) | (slash & slashBefore & (after == '\\'));
+        if (isAny(bad)) break;
+        const ByteBlock isUnicode = isEscape & (after == 'u');
+        if (isAny(isUnicode) &&
+            isAny(isUnicode & ~(isHexDigit(blockAt(cursor + 2)) & isHexDigit(blockAt(cursor + 3)) &
+                                isHexDigit(blockAt(cursor + 4)) & isHexDigit(blockAt(cursor + 5)))))
+            break;
+        cursor += Platform::blockSize;
+    }
+    // Not in the middle of an escape. What follows "\u" and its digits is as good a start as any.
+    return cursor != start && cursor[-1] == '\\' && cursor[-2] != '\\' ? cursor - 1 : cursor;
+}
+
 /// Moves over a JSON text. The skip functions stand at the first character of what they are named after and
 /// return false, wherever they then are, when it is not there or misformed.
 class Scanner {
@@ -70,6 +134,8 @@ class Scanner {
         while (cursor != end && isWhitespace(*cursor))
             ++cursor;
     }
+
+    bool isAt(char c) const { return cursor != end && *cursor == c; }
 
     bool skip(char c) {
         if (cursor == end || *cursor != c) return false;
@@ -108,15 +174,27 @@ class Scanner {
         for (;;) {
             cursor = endOfRun(cursor, end);
             if (skip('"')) return true;
-            if (!skip('\\') || cursor == end) return false;
-            const char letter = *cursor++;
-            if (letter == 'u') {
-                for (int digit = 0; digit < 4; ++digit, ++cursor)
-                    if (cursor == end || !hexDigits[static_cast<unsigned char>(*cursor)]) return false;
-            } else if (!shortEscapes[static_cast<unsigned char>(letter)]) {
-                return false;
-            }
+            if (!skipEscapes()) return false;
+            cursor = endOfEscapedBlocks(cursor, end);
         }
+    }
+
+    /// One escape or more.
+    bool skipEscapes() {
+        do {
+            if (end - cursor < 2 || *cursor != '\\') return false;
+            if (cursor[1] == 'u') {
+                if (end - cursor < static_cast<std::ptrdiff_t>(unicodeEscapeLength)) return false;
+                if (!(hexDigits[byte(cursor[2])] & hexDigits[byte(cursor[3])] & hexDigits[byte(cursor[4])] &
+                      hexDigits[byte(cursor[5])]))
+                    return false;
+                cursor += unicodeEscapeLength;
+            } else {
+                if (!shortEscapes[byte(cursor[1])]) return false;
+                cursor += 2;
+            }
+        } while (isAt('\\'));
+        return true;
     }
 
     /// A member's name, the colon and the white space around it.
@@ -172,12 +250,104 @@ std::string_view taken(const char* first, const Scanner& scanner) {
     return {first, static_cast<std::size_t>(scanner.position() - first)};
 }
 
+bool isHighHalf(char32_t unit) {
+    return unit >= 0xD800 && unit <= 0xDBFF;
+}
+bool isLowHalf(char32_t unit) {
+    return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+
+/// The 16 bits of the well-formed "\uXXXX" that stands there.
+char32_t unitAt(const char* escape) {
+    return char32_t(digitValues[byte(escape[2])]) << 12 | char32_t(digitValues[byte(escape[3])]) << 8 |
+           char32_t(digitValues[byte(escape[4])]) << 4 | char32_t(digitValues[byte(escape[5])]);
+}
+
 /// The 16 bits of the "\uXXXX" that `text` begins with; absent when it begins otherwise.
-std::optional<unsigned> unicodeEscape(std::string_view text) {
+std::optional<char32_t> unicodeEscape(std::string_view text) {
     if (text.size() < unicodeEscapeLength || !text.starts_with("\\u")) return std::nullopt;
-    unsigned unit = 0;
-    std::from_chars(text.data() + 2, text.data() + unicodeEscapeLength, unit, 16);
-    return unit;
+    return unitAt(text.data());
+}
+
+/// How many of the 8 bytes, in the order in which memory has them, come before the first `wanted`.
+std::size_t runBefore(std::uint64_t bytes, char wanted) {
+    static_assert(std::endian::native == std::endian::little);
+    constexpr std::uint64_t ones = 0x0101010101010101, tops = ones << 7;
+    bytes ^= ones * byte(wanted);
+    return static_cast<std::size_t>(std::countr_zero((bytes - ones) & ~bytes & tops)) / 8;
+}
+
+/// The UTF-8 of a scalar, written at `out`; returns the end.
+char* writeUTF8(char32_t scalar, char* out) {
+    const auto put = [&](char32_t bits) { *out++ = static_cast<char>(bits); };
+    if (scalar < 0x80) {
+        put(scalar);
+        return out;
+    }
+    if (scalar < 0x800) {
+        put(0xC0 | scalar >> 6);
+    } else {
+        if (scalar < 0x10000) {
+            put(0xE0 | scalar >> 12);
+        } else {
+            put(0xF0 | scalar >> 18);
+            put(0x80 | (scalar >> 12 & 0x3F));
+        }
+        put(0x80 | (scalar >> 6 & 0x3F));
+    }
+    put(0x80 | (scalar & 0x3F));
+    return out;
+}
+
+/// What stands between the quotes of a well-formed string, escapes undone.
+std::string decoded(std::string_view written) {
+    constexpr std::size_t step = 8;
+    constexpr char32_t replacement = 0xFFFD;
+    std::string text(written.size(), '\0'); // no escape is shorter than what it means
+    char* out = text.data();
+    const char* from = written.data();
+    const char* const end = from + written.size();
+    while (from != end) {
+        if (*from != '\\') {
+            // Runs are short where escapes are many, so a few bytes are copied before the next one is looked
+            // for. What is copied too far is written over.
+            std::uint64_t bytes;
+            if (end - from < static_cast<std::ptrdiff_t>(step)) {
+                *out++ = *from++;
+                continue;
+            }
+            std::memcpy(&bytes, from, step);
+            std::memcpy(out, &bytes, step);
+            const std::size_t run = runBefore(bytes, '\\');
+            from += run;
+            out += run;
+            if (run < step) continue;
+            const auto* const next =
+                static_cast<const char*>(std::memchr(from, '\\', static_cast<std::size_t>(end - from)));
+            const std::size_t rest = static_cast<std::size_t>((next ? next : end) - from);
+            std::memcpy(out, from, rest);
+            from += rest;
+            out += rest;
+            continue;
+        }
+        if (from[1] != 'u') {
+            *out++ = meanings[byte(from[1])];
+            from += 2;
+            continue;
+        }
+        char32_t scalar = unitAt(from);
+        from += unicodeEscapeLength;
+        if (isHighHalf(scalar) && end - from >= static_cast<std::ptrdiff_t>(unicodeEscapeLength) &&
+            from[0] == '\\' && from[1] == 'u' && isLowHalf(unitAt(from))) {
+            scalar = 0x10000 + ((scalar - 0xD800) << 10) + (unitAt(from) - 0xDC00);
+            from += unicodeEscapeLength;
+        } else if (isHighHalf(scalar) || isLowHalf(scalar)) {
+            scalar = replacement;
+        }
+        out = writeUTF8(scalar, out);
+    }
+    text.resize(static_cast<std::size_t>(out - text.data()));
+    return text;
 }
 
 } // namespace
@@ -193,61 +363,122 @@ std::optional<std::string_view> value(std::string_view text) {
     return found;
 }
 
-std::string Object::nameOf(const Member& member) {
-    if (!member.hasEscapes) return std::string(member.name);
-    return *string({member.name.data() - 1, member.name.size() + 2});
+/// Reads the members of objects, and hands each to a function.
+class MemberReader {
+  public:
+    using Member = Object::Member;
+
+    explicit MemberReader(std::string_view text) : scanner(text) {}
+
+    /// Reads the text, which must be one object. `onName` is called with each member's name before its value
+    /// is read and returns whether members of that value, if it is an object, are to be read too; `onMember`
+    /// gets each member, and whether it is one of the text's own, after those inside it.
+    template <typename OnName, typename OnMember>
+    bool read(OnName onName, OnMember onMember) {
+        scanner.skipWhitespace();
+        if (!readObject(true, onName, onMember)) return false;
+        scanner.skipWhitespace();
+        return scanner.isAtEnd();
+    }
+
+  private:
+    template <typename OnName, typename OnMember>
+    bool readObject(bool isOuter, OnName& onName, OnMember& onMember) {
+        if (!scanner.skip('{')) return false;
+        scanner.skipWhitespace();
+        if (scanner.skip('}')) return true;
+        do {
+            scanner.skipWhitespace();
+            Member member;
+            if (!readName(member)) return false;
+            const char* const first = scanner.position();
+            const bool isOpened = isOuter && onName(member) && scanner.isAt('{');
+            if (isOpened ? !readObject(false, onName, onMember) : !scanner.skipValue()) return false;
+            member.value = taken(first, scanner);
+            onMember(member, isOuter);
+            scanner.skipWhitespace();
+        } while (scanner.skip(','));
+        return scanner.skip('}');
+    }
+
+    bool readName(Member& member) {
+        const char* const quote = scanner.position();
+        if (!scanner.skipString()) return false;
+        member.name = taken(quote, scanner);
+        member.name.remove_prefix(1);
+        member.name.remove_suffix(1);
+        member.hasEscapes = member.name.find('\\') != member.name.npos;
+        scanner.skipWhitespace();
+        if (!scanner.skip(':')) return false;
+        scanner.skipWhitespace();
+        return true;
+    }
+
+    Scanner scanner;
+};
+
+std::string Object::Member::plainName() const {
+    if (!hasEscapes) return std::string(name);
+    return *string({name.data() - 1, name.size() + 2});
+}
+
+bool Object::Member::hasName(std::string_view plain) const {
+    if (hasEscapes) return plainName() == plain;
+    // Names of one length differ in their first letters: that saves most comparisons.
+    return name.size() == plain.size() && (plain.empty() || (name[0] == plain[0] && name == plain));
 }
 
 const std::string_view* Object::operator[](std::string_view name) const {
-    const auto found = std::find_if(members_.rbegin(), members_.rend(), [&](const Member& member) {
-        if (member.hasEscapes) return nameOf(member) == name;
-        // Names of one length differ in their first letters: that saves most comparisons.
-        return member.name.size() == name.size() &&
-               (name.empty() || (member.name[0] == name[0] && member.name == name));
-    });
+    const auto found = std::find_if(members_.rbegin(), members_.rend(),
+                                    [&](const Member& member) { return member.hasName(name); });
     return found == members_.rend() ? nullptr : &found->value;
 }
 
 std::optional<Object> object(std::string_view text) {
     constexpr std::size_t usual = 32; // members
     Object found;
-    Scanner scanner(text);
-    scanner.skipWhitespace();
-    if (!scanner.skip('{')) return std::nullopt;
-    scanner.skipWhitespace();
-    if (!scanner.skip('}')) {
-        found.members_.reserve(usual);
-        do {
-            scanner.skipWhitespace();
-            const char* const quote = scanner.position();
-            if (!scanner.skipString()) return std::nullopt;
-            std::string_view name = taken(quote, scanner);
-            name.remove_prefix(1);
-            name.remove_suffix(1);
-            scanner.skipWhitespace();
-            if (!scanner.skip(':')) return std::nullopt;
-            scanner.skipWhitespace();
-            const char* const valueStart = scanner.position();
-            if (!scanner.skipValue()) return std::nullopt;
-            found.members_.push_back({name, name.find('\\') != name.npos, taken(valueStart, scanner)});
-            scanner.skipWhitespace();
-        } while (scanner.skip(','));
-        if (!scanner.skip('}')) return std::nullopt;
-    }
-    scanner.skipWhitespace();
-    if (!scanner.isAtEnd()) return std::nullopt;
+    found.members_.reserve(usual);
+    MemberReader reader(text);
+    const bool isObject =
+        reader.read([](const auto&) { return false; },
+                    [&](const auto& member, bool) { found.members_.push_back(member); });
+    if (!isObject) return std::nullopt;
     return found;
 }
 
-std::optional<Members> members(std::string_view text, std::span<const std::string_view> wanted) {
-    const auto whole = object(text);
-    if (!whole) return std::nullopt;
-    Members found;
-    for (const Object::Member& member : whole->members_) {
-        std::string name = Object::nameOf(member);
-        if (wanted.empty() || std::find(wanted.begin(), wanted.end(), name) != wanted.end())
-            found.insert_or_assign(std::move(name), member.value);
-    }
+std::optional<MemberViews> members(std::string_view text) {
+    MemberViews found;
+    MemberReader reader(text);
+    const bool isObject = reader.read([](const auto&) { return false; },
+                                      [&](const auto& member, bool) {
+                                          found.insert_or_assign(member.plainName(), member.value);
+                                      });
+    if (!isObject) return std::nullopt;
+    return found;
+}
+
+std::optional<Outline> outline(std::string_view text, std::span<const std::string_view> wanted,
+                               std::span<const std::string_view> opened) {
+    Outline found;
+    MemberViews inside;
+    const auto isIn = [](const auto& member, std::span<const std::string_view> names) {
+        return std::ranges::any_of(names, [&](std::string_view name) { return member.hasName(name); });
+    };
+    MemberReader reader(text);
+    const bool isObject = reader.read([&](const auto& member) { return isIn(member, opened); },
+                                      [&](const auto& member, bool isOuter) {
+                                          if (!isOuter) {
+                                              inside.insert_or_assign(member.plainName(), member.value);
+                                              return;
+                                          }
+                                          if (!isIn(member, wanted)) return;
+                                          const std::string name = member.plainName();
+                                          found.members.insert_or_assign(name, member.value);
+                                          found.inside.erase(name); // of an earlier member of that name
+                                          if (isIn(member, opened) && member.value.starts_with('{'))
+                                              found.inside[name] = std::exchange(inside, {});
+                                      });
+    if (!isObject) return std::nullopt;
     return found;
 }
 
@@ -272,14 +503,18 @@ std::optional<std::vector<std::string_view>> elements(std::string_view text) {
     return found;
 }
 
+bool isPlainString(std::string_view value) {
+    return value.starts_with('"') && value.find('\\') == value.npos;
+}
+
 std::optional<std::string> string(std::string_view value) {
     if (!value.starts_with('"')) return std::nullopt;
     const char* const end = value.data() + value.size();
     const char* const close = endOfRun(value.data() + 1, end);
     if (close + 1 == end && *close == '"') return std::string(value.data() + 1, close);
-    if (!RawJSON::value(value)) return std::nullopt;
-    JSONValue parsed = OrderedJSON::parse(value);
-    return std::move(*parsed.stringValue());
+    const auto found = RawJSON::value(value);
+    if (!found) return std::nullopt;
+    return decoded(found->substr(1, found->size() - 2));
 }
 
 std::string encoded(std::string_view text) {
@@ -296,10 +531,9 @@ std::string withoutHalfSurrogates(std::string_view value) {
             length = std::min<std::size_t>(2, value.size()); // any escape but the ones below
             if (const auto unit = unicodeEscape(value)) {
                 const auto next = unicodeEscape(value.substr(unicodeEscapeLength));
-                const bool isHigh = *unit >= 0xD800 && *unit <= 0xDBFF;
-                const bool isPair = isHigh && next && *next >= 0xDC00 && *next <= 0xDFFF;
+                const bool isPair = isHighHalf(*unit) && next && isLowHalf(*next);
                 length = isPair ? pairLength : unicodeEscapeLength;
-                if (!isPair && *unit >= 0xD800 && *unit <= 0xDFFF) {
+                if (!isPair && (isHighHalf(*unit) || isLowHalf(*unit))) {
                     result += "\\ufffd";
                     value.remove_prefix(length);
                     continue;
