@@ -54,27 +54,44 @@ std::optional<std::string> argumentText(std::string_view value) {
     return joined;
 }
 
-/// The text of a JSON string of which only the start is given; its last character may be wrong.
-std::optional<std::string> textStart(std::string_view value) {
-    constexpr std::size_t enough = 16'384;
-    if (value.size() <= enough || !value.starts_with('"')) return std::nullopt;
-    value = value.substr(0, enough);
-    for (auto escape = value.find('\\'); escape != value.npos;) {
-        const std::size_t end = escape + (value.substr(escape).starts_with("\\u") ? 6 : 2);
-        if (end > value.size()) value = value.substr(0, escape); // never in the middle of one
-        escape = value.find('\\', end);
+/// Bytes of a text that nearly always decide what is shown of it.
+constexpr std::size_t enough = 16'384;
+
+/// The text of a JSON string, given without its quotes, of which only the start is known; its last character
+/// may be wrong.
+std::string textOfStart(std::string_view written) {
+    for (auto escape = written.find('\\'); escape != written.npos;) {
+        const std::size_t end = escape + (written.substr(escape).starts_with("\\u") ? 6 : 2);
+        if (end > written.size()) written = written.substr(0, escape); // never in the middle of one
+        escape = written.find('\\', end);
     }
-    return RawJSON::string(std::string(value) + '"');
+    return RawJSON::decoded(written);
+}
+
+/// The short redacted form of a JSON string, given without its quotes, which may be megabytes long: as little
+/// of it is decoded as decides. Absent when it holds nothing but blanks.
+std::optional<std::string> longTextSummary(std::string_view written, std::string_view folder) {
+    const auto isTelling = [](std::string_view text) {
+        return !Unicode::trimmed(text, Unicode::isWhitespace).empty();
+    };
+    const auto blanks = RawJSON::leadingBlanks(written); // which do not show
+    written.remove_prefix(blanks.length);
+    const std::string start = textOfStart(written.substr(0, enough));
+    if (blanks.haveLineBreak || isTelling(start))
+        if (auto summary = Redactor::redactStart(start, folder)) return summary;
+    if (written.find('\\') == written.npos) {
+        if (!blanks.haveLineBreak && !isTelling(written)) return std::nullopt;
+        return Redactor::redact(written, folder);
+    }
+    const std::string text = RawJSON::decoded(written);
+    if (!blanks.haveLineBreak && !isTelling(text)) return std::nullopt;
+    return Redactor::redact(text, folder);
 }
 
 /// An argument as a short redacted text.
 std::optional<std::string> argumentSummary(std::string_view value, std::string_view folder) {
-    const auto start = textStart(value);
-    const bool isTelling = start && !Unicode::trimmed(*start, Unicode::isWhitespace).empty();
-    // A command may be megabytes long, and this is asked for more than once.
-    if (auto summary = isTelling ? Redactor::redactStart(*start, folder) : std::nullopt) return summary;
-    if (isTelling && RawJSON::isPlainString(value))
-        return Redactor::redact(value.substr(1, value.size() - 2), folder);
+    if (value.size() > enough && value.starts_with('"'))
+        return longTextSummary(value.substr(1, value.size() - 2), folder);
     const auto text = argumentText(value);
     if (!text) return std::nullopt;
     return Redactor::redact(*text, folder);

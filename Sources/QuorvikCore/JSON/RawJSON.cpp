@@ -14,7 +14,7 @@ namespace quorvik::RawJSON {
 
 namespace {
 
-using Platform::ByteBlock;
+using Platform::blockAt, Platform::blockSize, Platform::ByteBlock, Platform::isAny;
 
 constexpr auto tableOf = [](std::string_view members) {
     std::array<bool, 256> table{};
@@ -23,7 +23,7 @@ constexpr auto tableOf = [](std::string_view members) {
     return table;
 };
 constexpr auto hexDigits = tableOf("0123456789abcdefABCDEF"), shortEscapes = tableOf("\"\\/bfnrt");
-constexpr std::size_t unicodeEscapeLength = 6; // \uXXXX
+constexpr std::ptrdiff_t unicodeEscapeLength = 6; // \uXXXX
 
 /// What an escape's letter means.
 constexpr auto meanings = [] {
@@ -99,10 +99,9 @@ ByteBlock isHexDigit(ByteBlock c) {
 /// an escape of the string, and not at the next one: then a backslash before it is the second one of a pair.
 /// For strings with an escape every few characters.
 const char* endOfEscapedBlocks(const char* cursor, const char* end) {
-    using Platform::blockAt, Platform::isAny;
     constexpr std::ptrdiff_t longestEscape = 6;
     const char* const start = cursor;
-    while (end - cursor >= Platform::blockSize + longestEscape) {
+    while (end - cursor >= blockSize + longestEscape) {
         const ByteBlock here = blockAt(cursor), before = blockAt(cursor - 1), after = blockAt(cursor + 1);
         const ByteBlock slash = here == '\\', slashBefore = before == '\\';
         const ByteBlock isEscape = slash & ~slashBefore;
@@ -115,7 +114,7 @@ const char* endOfEscapedBlocks(const char* cursor, const char* end) {
             isAny(isUnicode & ~(isHexDigit(blockAt(cursor + 2)) & isHexDigit(blockAt(cursor + 3)) &
                                 isHexDigit(blockAt(cursor + 4)) & isHexDigit(blockAt(cursor + 5)))))
             break;
-        cursor += Platform::blockSize;
+        cursor += blockSize;
     }
     // Not in the middle of an escape. What follows "\u" and its digits is as good a start as any.
     return cursor != start && cursor[-1] == '\\' && cursor[-2] != '\\' ? cursor - 1 : cursor;
@@ -183,16 +182,20 @@ class Scanner {
     bool skipEscapes() {
         do {
             if (end - cursor < 2 || *cursor != '\\') return false;
+            std::ptrdiff_t length = 2;
             if (cursor[1] == 'u') {
-                if (end - cursor < static_cast<std::ptrdiff_t>(unicodeEscapeLength)) return false;
+                length = unicodeEscapeLength;
+                if (end - cursor < length) return false;
                 if (!(hexDigits[byte(cursor[2])] & hexDigits[byte(cursor[3])] & hexDigits[byte(cursor[4])] &
                       hexDigits[byte(cursor[5])]))
                     return false;
-                cursor += unicodeEscapeLength;
             } else {
                 if (!shortEscapes[byte(cursor[1])]) return false;
-                cursor += 2;
             }
+            cursor += length;
+            if (!isAt('\\')) break;
+            while (end - cursor >= blockSize && !isAny(blockAt(cursor) != blockAt(cursor - length)))
+                cursor += blockSize - blockSize % length; // the same one over and over
         } while (isAt('\\'));
         return true;
     }
@@ -297,57 +300,6 @@ char* writeUTF8(char32_t scalar, char* out) {
     }
     put(0x80 | (scalar & 0x3F));
     return out;
-}
-
-/// What stands between the quotes of a well-formed string, escapes undone.
-std::string decoded(std::string_view written) {
-    constexpr std::size_t step = 8;
-    constexpr char32_t replacement = 0xFFFD;
-    std::string text(written.size(), '\0'); // no escape is shorter than what it means
-    char* out = text.data();
-    const char* from = written.data();
-    const char* const end = from + written.size();
-    while (from != end) {
-        if (*from != '\\') {
-            // Runs are short where escapes are many, so a few bytes are copied before the next one is looked
-            // for. What is copied too far is written over.
-            std::uint64_t bytes;
-            if (end - from < static_cast<std::ptrdiff_t>(step)) {
-                *out++ = *from++;
-                continue;
-            }
-            std::memcpy(&bytes, from, step);
-            std::memcpy(out, &bytes, step);
-            const std::size_t run = runBefore(bytes, '\\');
-            from += run;
-            out += run;
-            if (run < step) continue;
-            const auto* const next =
-                static_cast<const char*>(std::memchr(from, '\\', static_cast<std::size_t>(end - from)));
-            const std::size_t rest = static_cast<std::size_t>((next ? next : end) - from);
-            std::memcpy(out, from, rest);
-            from += rest;
-            out += rest;
-            continue;
-        }
-        if (from[1] != 'u') {
-            *out++ = meanings[byte(from[1])];
-            from += 2;
-            continue;
-        }
-        char32_t scalar = unitAt(from);
-        from += unicodeEscapeLength;
-        if (isHighHalf(scalar) && end - from >= static_cast<std::ptrdiff_t>(unicodeEscapeLength) &&
-            from[0] == '\\' && from[1] == 'u' && isLowHalf(unitAt(from))) {
-            scalar = 0x10000 + ((scalar - 0xD800) << 10) + (unitAt(from) - 0xDC00);
-            from += unicodeEscapeLength;
-        } else if (isHighHalf(scalar) || isLowHalf(scalar)) {
-            scalar = replacement;
-        }
-        out = writeUTF8(scalar, out);
-    }
-    text.resize(static_cast<std::size_t>(out - text.data()));
-    return text;
 }
 
 } // namespace
@@ -503,8 +455,81 @@ std::optional<std::vector<std::string_view>> elements(std::string_view text) {
     return found;
 }
 
-bool isPlainString(std::string_view value) {
-    return value.starts_with('"') && value.find('\\') == value.npos;
+std::string decoded(std::string_view written) {
+    constexpr std::size_t step = 8;
+    constexpr char32_t replacement = 0xFFFD;
+    std::string text(written.size(), '\0'); // no escape is shorter than what it means
+    char* out = text.data();
+    const char* from = written.data();
+    const char* const end = from + written.size();
+    while (from != end) {
+        if (*from != '\\') {
+            // Runs are short where escapes are many, so a few bytes are copied before the next one is looked
+            // for. What is copied too far is written over.
+            std::uint64_t bytes;
+            if (end - from < static_cast<std::ptrdiff_t>(step)) {
+                *out++ = *from++;
+                continue;
+            }
+            std::memcpy(&bytes, from, step);
+            std::memcpy(out, &bytes, step);
+            const std::size_t run = runBefore(bytes, '\\');
+            from += run;
+            out += run;
+            if (run < step) continue;
+            const auto* const next =
+                static_cast<const char*>(std::memchr(from, '\\', static_cast<std::size_t>(end - from)));
+            const std::size_t rest = static_cast<std::size_t>((next ? next : end) - from);
+            std::memcpy(out, from, rest);
+            from += rest;
+            out += rest;
+            continue;
+        }
+        if (from[1] != 'u') {
+            *out++ = meanings[byte(from[1])];
+            from += 2;
+            continue;
+        }
+        char32_t scalar = unitAt(from);
+        from += unicodeEscapeLength;
+        if (isHighHalf(scalar) && end - from >= unicodeEscapeLength &&
+            from[0] == '\\' && from[1] == 'u' && isLowHalf(unitAt(from))) {
+            scalar = 0x10000 + ((scalar - 0xD800) << 10) + (unitAt(from) - 0xDC00);
+            from += unicodeEscapeLength;
+        } else if (isHighHalf(scalar) || isLowHalf(scalar)) {
+            scalar = replacement;
+        }
+        out = writeUTF8(scalar, out);
+    }
+    text.resize(static_cast<std::size_t>(out - text.data()));
+    return text;
+}
+
+LeadingBlanks leadingBlanks(std::string_view written) {
+    const char* cursor = written.data();
+    const char* const end = cursor + written.size();
+    bool haveLineBreak = false;
+    const auto skipOne = [&] {
+        if (cursor != end && *cursor == ' ') {
+            ++cursor;
+            return true;
+        }
+        if (end - cursor < 2 || *cursor != '\\') return false;
+        const char letter = cursor[1];
+        if (letter != 't' && letter != 'n' && letter != 'r') return false;
+        haveLineBreak = haveLineBreak || letter != 't';
+        cursor += 2;
+        return true;
+    };
+    while (skipOne()) {
+        // The same over and over: what equals the characters two places before it, an escape or two spaces.
+        constexpr std::ptrdiff_t period = 2;
+        if (cursor - written.data() < period || (cursor[-1] == ' ' && cursor[-2] != ' ')) continue;
+        while (end - cursor >= blockSize &&
+               !isAny(blockAt(cursor) != blockAt(cursor - period)))
+            cursor += blockSize;
+    }
+    return {static_cast<std::size_t>(cursor - written.data()), haveLineBreak};
 }
 
 std::optional<std::string> string(std::string_view value) {

@@ -71,9 +71,17 @@ std::optional<Outline> outline(std::string_view text, std::span<const std::strin
 /// JSON or not an array.
 std::optional<std::vector<std::string_view>> elements(std::string_view text);
 
-/// Whether a JSON string is written without escapes, so that it means what stands between its quotes. False
-/// for other values. Takes a JSON text as the functions above give it.
-bool isPlainString(std::string_view value);
+/// How many bytes at the start of a string, as it is written between its quotes, mean spaces, tabs, line feeds
+/// and carriage returns. Those written as "\uXXXX" count as other characters.
+struct LeadingBlanks {
+    std::size_t length;
+    bool haveLineBreak;
+};
+LeadingBlanks leadingBlanks(std::string_view written);
+
+/// What a string means that is written like this between its quotes, a half surrogate as U+FFFD. Every escape
+/// must be well-formed.
+std::string decoded(std::string_view written);
 
 /// What a JSON string means, escapes undone, a half surrogate as U+FFFD; absent when the value is anything
 /// else.
