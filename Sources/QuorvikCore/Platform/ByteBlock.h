@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -26,6 +27,16 @@ inline ByteBlock blockAt(const char* from) {
 inline ByteBlock isBetween(ByteBlock block, unsigned char first, unsigned char last) {
     const auto distance = reinterpret_cast<UnsignedByteBlock>(block) - first;
     return reinterpret_cast<ByteBlock>(distance <= static_cast<unsigned char>(last - first));
+}
+
+/// Where the first "yes" is; there must be one.
+inline std::size_t firstYes(ByteBlock block) {
+    static_assert(std::endian::native == std::endian::little);
+    std::uint64_t halves[2];
+    std::memcpy(halves, &block, sizeof block);
+    const std::size_t bits = halves[0] != 0 ? static_cast<std::size_t>(std::countr_zero(halves[0]))
+                                            : 64 + static_cast<std::size_t>(std::countr_zero(halves[1]));
+    return bits / 8;
 }
 
 /// Whether there is a "yes", or anything but zeros.

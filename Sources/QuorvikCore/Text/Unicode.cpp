@@ -1,5 +1,7 @@
 #include "QuorvikCore/Text/Unicode.h"
 
+#include "QuorvikCore/Text/BlockSearch.h"
+
 #include <utf8proc.h>
 
 #include <algorithm>
@@ -22,6 +24,7 @@ utf8proc_category_t category(char32_t scalar) {
 
 /// The length of the part at the start that is UTF-8.
 std::size_t validLength(std::string_view text) {
+    const auto isOther = [](const char* c) { return Platform::blockAt(c) < 0; }; // than ASCII
     std::size_t length = 0;
     while (length < text.size()) {
         std::uint64_t eight = 0;
@@ -29,6 +32,8 @@ std::size_t validLength(std::string_view text) {
             std::memcpy(&eight, text.data() + length, sizeof eight);
             if ((eight & 0x8080808080808080) == 0) {
                 length += sizeof eight;
+                if (length % 64 < sizeof eight) // it may go on like this
+                    length = BlockSearch::first(text, length, 1, isOther);
                 continue;
             }
         }
