@@ -27,7 +27,8 @@ struct HookEvent {
 
     /// What an event keeps for itself. It says nothing about the event, so all are equal.
     struct Kept {
-        std::shared_ptr<const std::string> text; ///< that `toolInput` refers to, if not to the payload's bytes
+        std::shared_ptr<const std::string>
+            text; ///< that `toolInput` refers to, if not to the payload's bytes
         bool operator==(const Kept&) const { return true; }
     };
     Kept kept;

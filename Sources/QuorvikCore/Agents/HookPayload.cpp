@@ -40,9 +40,10 @@ const RawJSON::MemberViews* HookPayload::input(std::string_view key) const {
 }
 
 std::optional<std::string> HookPayload::text(std::string_view key) const {
-    const auto value = json(key);
-    auto text = value ? RawJSON::string(*value) : std::nullopt;
-    if (text && !Unicode::isValid(*text)) text = Unicode::repaired(*text);
+    const std::string_view value = json(key).value_or("");
+    if (!value.starts_with('"')) return std::nullopt;
+    std::string text = RawJSON::decoded(value.substr(1, value.size() - 2));
+    if (!Unicode::isValid(text)) text = Unicode::repaired(text);
     return text;
 }
 

@@ -14,8 +14,8 @@ namespace quorvik {
 class HookPayload {
   public:
     /// Absent when the bytes are not a JSON object. They must outlive the payload, and the events made from
-    /// it. Bytes that are not UTF-8 and halves of surrogate pairs do not matter here: they become U+FFFD where
-    /// a text is taken out.
+    /// it. Bytes that are not UTF-8 and halves of surrogate pairs do not matter here: they become U+FFFD
+    /// where a text is taken out.
     static std::optional<HookPayload> read(std::string_view bytes);
 
     /// The JSON text of the member's value; absent when it is missing. Valid until the payload is changed.

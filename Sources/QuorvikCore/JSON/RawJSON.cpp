@@ -1,7 +1,7 @@
 #include "QuorvikCore/JSON/RawJSON.h"
 
 #include "QuorvikCore/JSON/RecordCoding.h"
-#include "QuorvikCore/Platform/ByteBlock.h"
+#include "QuorvikCore/Platform/BlockSearch.h"
 
 #include <algorithm>
 #include <array>
@@ -65,29 +65,22 @@ constexpr auto runEnds = [] {
     return table;
 }();
 
-/// The first character from which endsRun(), else `end`. The fixed length of the inner loop lets compilers
-/// look at a block of characters with a few vector instructions: this is where large payloads spend their
-/// time.
+/// The first character from which endsRun(), else `end`. This is where large payloads spend their time.
 const char* endOfRun(const char* cursor, const char* end) {
-    constexpr std::ptrdiff_t block = 32;
-    if (cursor != end && runEnds[static_cast<unsigned char>(*cursor)])
-        return cursor; // one escape after another
-    while (end - cursor >= block) {
-        unsigned char found = 0;
-        for (std::ptrdiff_t i = 0; i < block; ++i)
-            found = static_cast<unsigned char>(found | endsRun(cursor[i]));
-        if (found) break;
-        cursor += block;
-    }
-    while (cursor != end && !runEnds[static_cast<unsigned char>(*cursor)])
-        ++cursor;
-    return cursor;
+    constexpr std::ptrdiff_t usual = 16; // characters
+    for (const char* const near = cursor + std::min(usual, end - cursor); cursor != near; ++cursor)
+        if (runEnds[static_cast<unsigned char>(*cursor)]) return cursor;
+    const std::string_view rest(cursor, static_cast<std::size_t>(end - cursor));
+    return cursor + Platform::firstPosition(rest, 0, 1, [](const char* c) {
+               const ByteBlock here = blockAt(c);
+               return Platform::isBetween(here, 0, 0x1F) | (here == '"') | (here == '\\');
+           });
 }
 
 /// "Yes" for the letters that may follow the backslash of an escape.
 ByteBlock isEscapeLetter(ByteBlock c) {
-    return (c == '"') | (c == '\\') | (c == '/') | (c == 'b') | (c == 'f') | (c == 'n') | (c == 'r') | (c == 't') |
-           (c == 'u');
+    return (c == '"') | (c == '\\') | (c == '/') | (c == 'b') | (c == 'f') | (c == 'n') | (c == 'r') |
+           (c == 't') | (c == 'u');
 }
 
 ByteBlock isHexDigit(ByteBlock c) {
@@ -95,9 +88,9 @@ ByteBlock isHexDigit(ByteBlock c) {
 }
 
 /// Moves over blocks of a string in which every escape is well-formed, and which hold neither the string's
-/// end nor three backslashes in a row. Stops at the start of a character or escape. `cursor` must stand behind
-/// an escape of the string, and not at the next one: then a backslash before it is the second one of a pair.
-/// For strings with an escape every few characters.
+/// end nor three backslashes in a row. Stops at the start of a character or escape. `cursor` must stand
+/// behind an escape of the string, and not at the next one: then a backslash before it is the second one of a
+/// pair. For strings with an escape every few characters.
 const char* endOfEscapedBlocks(const char* cursor, const char* end) {
     constexpr std::ptrdiff_t longestEscape = 6;
     const char* const start = cursor;
@@ -391,9 +384,8 @@ std::optional<Object> object(std::string_view text) {
     Object found;
     found.members_.reserve(usual);
     MemberReader reader(text);
-    const bool isObject =
-        reader.read([](const auto&) { return false; },
-                    [&](const auto& member, bool) { found.members_.push_back(member); });
+    const bool isObject = reader.read([](const auto&) { return false; },
+                                      [&](const auto& member, bool) { found.members_.push_back(member); });
     if (!isObject) return std::nullopt;
     return found;
 }
@@ -401,10 +393,9 @@ std::optional<Object> object(std::string_view text) {
 std::optional<MemberViews> members(std::string_view text) {
     MemberViews found;
     MemberReader reader(text);
-    const bool isObject = reader.read([](const auto&) { return false; },
-                                      [&](const auto& member, bool) {
-                                          found.insert_or_assign(member.plainName(), member.value);
-                                      });
+    const bool isObject = reader.read(
+        [](const auto&) { return false; },
+        [&](const auto& member, bool) { found.insert_or_assign(member.plainName(), member.value); });
     if (!isObject) return std::nullopt;
     return found;
 }
@@ -423,7 +414,7 @@ std::optional<Outline> outline(std::string_view text, std::span<const std::strin
                                               inside.insert_or_assign(member.plainName(), member.value);
                                               return;
                                           }
-                                          if (!isIn(member, wanted)) return;
+                                          if (!isIn(member, wanted)) return inside.clear();
                                           const std::string name = member.plainName();
                                           found.members.insert_or_assign(name, member.value);
                                           found.inside.erase(name); // of an earlier member of that name
@@ -458,6 +449,7 @@ std::optional<std::vector<std::string_view>> elements(std::string_view text) {
 std::string decoded(std::string_view written) {
     constexpr std::size_t step = 8;
     constexpr char32_t replacement = 0xFFFD;
+    if (written.find('\\') == written.npos) return std::string(written);
     std::string text(written.size(), '\0'); // no escape is shorter than what it means
     char* out = text.data();
     const char* from = written.data();
@@ -492,8 +484,8 @@ std::string decoded(std::string_view written) {
         }
         char32_t scalar = unitAt(from);
         from += unicodeEscapeLength;
-        if (isHighHalf(scalar) && end - from >= unicodeEscapeLength &&
-            from[0] == '\\' && from[1] == 'u' && isLowHalf(unitAt(from))) {
+        if (isHighHalf(scalar) && end - from >= unicodeEscapeLength && from[0] == '\\' && from[1] == 'u' &&
+            isLowHalf(unitAt(from))) {
             scalar = 0x10000 + ((scalar - 0xD800) << 10) + (unitAt(from) - 0xDC00);
             from += unicodeEscapeLength;
         } else if (isHighHalf(scalar) || isLowHalf(scalar)) {
@@ -525,8 +517,7 @@ LeadingBlanks leadingBlanks(std::string_view written) {
         // The same over and over: what equals the characters two places before it, an escape or two spaces.
         constexpr std::ptrdiff_t period = 2;
         if (cursor - written.data() < period || (cursor[-1] == ' ' && cursor[-2] != ' ')) continue;
-        while (end - cursor >= blockSize &&
-               !isAny(blockAt(cursor) != blockAt(cursor - period)))
+        while (end - cursor >= blockSize && !isAny(blockAt(cursor) != blockAt(cursor - period)))
             cursor += blockSize;
     }
     return {static_cast<std::size_t>(cursor - written.data()), haveLineBreak};

@@ -71,8 +71,8 @@ std::optional<Outline> outline(std::string_view text, std::span<const std::strin
 /// JSON or not an array.
 std::optional<std::vector<std::string_view>> elements(std::string_view text);
 
-/// How many bytes at the start of a string, as it is written between its quotes, mean spaces, tabs, line feeds
-/// and carriage returns. Those written as "\uXXXX" count as other characters.
+/// How many bytes at the start of a string, as it is written between its quotes, mean spaces, tabs, line
+/// feeds and carriage returns. Those written as "\uXXXX" count as other characters.
 struct LeadingBlanks {
     std::size_t length;
     bool haveLineBreak;

@@ -1,7 +1,7 @@
 #include "QuorvikCore/Text/Redactor.h"
 
+#include "QuorvikCore/Platform/BlockSearch.h"
 #include "QuorvikCore/Platform/Environment.h"
-#include "QuorvikCore/Text/BlockSearch.h"
 #include "QuorvikCore/Text/SecretSearch.h"
 #include "QuorvikCore/Text/ShellReader.h"
 #include "QuorvikCore/Text/Unicode.h"
@@ -171,7 +171,9 @@ void Line::makeOneLine() {
 std::size_t Line::find(std::string_view folder, std::size_t from) const {
     using Platform::blockAt;
     for (;; ++from) {
-        from = BlockSearch::first(text_, from, 2, [&](const char* c) {
+        from = text_.find(folder[0], from); // fast over texts without paths
+        if (from == text_.npos) return from;
+        from = Platform::firstPosition(text_, from, 2, [&](const char* c) {
             return (blockAt(c) == folder[0]) & (blockAt(c + 1) == folder[1]);
         });
         if (text_.size() - from < folder.size()) return text_.npos;
@@ -268,7 +270,7 @@ std::optional<std::string> shortForm(std::string_view text, bool isWhole,
 
 std::string redact(std::string_view text, std::optional<std::string_view> projectDir) {
     // Most long texts are cut long before their end, so their starts are tried first.
-    for (std::size_t size = 4096; size < text.size(); size *= 16)
+    for (std::size_t size = 4096; size < text.size() / 16; size *= 16)
         if (auto redacted = redactStart(text.substr(0, size), projectDir)) return *redacted;
     return shortForm(text, true, projectDir).value_or(std::string(stars));
 }
@@ -292,8 +294,8 @@ std::vector<Stretch> secrets(std::string_view text, std::optional<std::string_vi
 
 namespace {
 
-/// How often each byte comes, as the sum over the tables, which are counted in turn: a processor waits when it
-/// counts the same byte again at once.
+/// How often each byte comes, as the sum over the tables, which are counted in turn: a processor waits when
+/// it counts the same byte again at once.
 using Counts = std::array<std::array<std::uint32_t, 256>, 4>;
 
 /// Adds the bytes of the start of the text, two at a time, and takes them off it.

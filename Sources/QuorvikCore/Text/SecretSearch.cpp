@@ -1,6 +1,6 @@
 #include "QuorvikCore/Text/SecretSearch.h"
 
-#include "QuorvikCore/Text/BlockSearch.h"
+#include "QuorvikCore/Platform/BlockSearch.h"
 #include "QuorvikCore/Text/CharacterSet.h"
 #include "QuorvikCore/Text/Redactor.h"
 #include "QuorvikCore/Text/Regex.h"
@@ -61,12 +61,12 @@ ByteBlock isEither(ByteBlock block, char lower) {
     return (block | 0x20) == lower;
 }
 
-/// BlockSearch::first() for places of `width` characters. A place near the end of the text, where `holds`
-/// might say "yes" if the text went on, counts as found; npos when there is none.
+/// Platform::firstPosition() for places of `width` characters. A place near the end of the text, where
+/// `holds` might say "yes" if the text went on, counts as found; npos when there is none.
 template <typename Holds>
 std::size_t firstPlace(std::string_view text, std::size_t at, std::size_t width, Holds holds) {
     if (text.size() - at >= width) {
-        const std::size_t found = BlockSearch::first(text, at, width, holds);
+        const std::size_t found = Platform::firstPosition(text, at, width, holds);
         if (found + width <= text.size()) return found;
         at = std::max(at, text.size() - width + 1);
     }
@@ -89,7 +89,7 @@ std::size_t endOfRun(std::string_view text, std::size_t at, const CharacterSet& 
     constexpr std::size_t usual = 32; // characters
     const std::size_t end = set.endOfRun(text, at, usual);
     if (end - at < usual) return end;
-    return BlockSearch::first(text, end, 1, [&](const char* c) { return ~contains(blockAt(c)); });
+    return Platform::firstPosition(text, end, 1, [&](const char* c) { return ~contains(blockAt(c)); });
 }
 
 /// The length of the white space at the start of the text; 0 when it begins otherwise.
@@ -152,12 +152,7 @@ std::size_t SecretSearch::candidate() const {
         });
     case SecretRule::option: return text_.find('-', at_);
     case SecretRule::assignment: return text_.find('=', at_);
-    case SecretRule::knownToken:
-        return firstPlace(text_, at_, 2, [](const char* c) {
-            const ByteBlock here = blockAt(c), next = blockAt(c + 1);
-            return ((here == 's') & (next == 'k')) | ((here == 'g') & isBetween(next, 'h', 'i')) |
-                   ((here == 'x') & (next == 'o')) | ((here == 'A') & ((next == 'K') | (next == 'I')));
-        });
+    case SecretRule::knownToken: return candidateForKnownToken();
     case SecretRule::randomToken: break;
     }
     // Looks at windows of `minRandomToken` characters, each from its end backwards. A window of token
@@ -173,6 +168,22 @@ std::size_t SecretSearch::candidate() const {
         start = end;
     }
     return npos;
+}
+
+/// Known tokens begin at a word boundary, so this looks for the character before one.
+std::size_t SecretSearch::candidateForKnownToken() const {
+    if (at_ >= text_.size()) return npos;
+    if (at_ == 0) return 0;
+    const std::size_t before = firstPlace(text_, at_ - 1, 3, [](const char* c) {
+        const ByteBlock last = blockAt(c), here = blockAt(c + 1), next = blockAt(c + 2);
+        const ByteBlock isStart =
+            ~(isAlphanumeric(last) | (last == '_')) & isBetween(here | 0x20, 'a', 'z'); // of a word
+        if (!Platform::isAny(isStart)) return isStart;
+        return isStart &
+               (((here == 's') & (next == 'k')) | ((here == 'g') & isBetween(next, 'h', 'i')) |
+                ((here == 'x') & (next == 'o')) | ((here == 'A') & ((next == 'K') | (next == 'I'))));
+    });
+    return before == npos ? npos : before + 1;
 }
 
 std::optional<SecretSearch::Match> SecretSearch::matchAt(std::size_t at) {
@@ -309,7 +320,7 @@ std::size_t SecretSearch::endOfSpaces(std::size_t at, bool orEquals) {
 std::size_t SecretSearch::endOfBare(std::size_t at, bool orAtQuote) {
     const ByteBlock quotes = ByteBlock{} - static_cast<signed char>(orAtQuote); // all "yes" or all "no"
     for (;;) {
-        at = BlockSearch::first(text_, at, 1, [&](const char* c) {
+        at = Platform::firstPosition(text_, at, 1, [&](const char* c) {
             const ByteBlock here = blockAt(c);
             return mayBeginSpace(here) | (((here == '"') | (here == '\'')) & quotes);
         });

@@ -8,17 +8,18 @@
 #include <string_view>
 
 /// Searches that look at a block of characters at once, for texts of megabytes.
-namespace quorvik::BlockSearch {
+namespace quorvik::Platform {
 
 /// The first position from `at` on for which `holds` says "yes" in a block; the length of the text when there
 /// is none. `holds(c)` gives a "yes" or "no" for each of the characters at `c`, of which it may look at the
 /// `width - 1` that follow it too (`width` is at most 16). Near the end of the text NULs follow.
 template <typename Holds>
-std::size_t first(std::string_view text, std::size_t at, std::size_t width, Holds holds) {
-    using Platform::ByteBlock, Platform::firstYes, Platform::isAny;
-    constexpr std::size_t block = Platform::blockSize, row = 4 * block;
+std::size_t firstPosition(std::string_view text, std::size_t at, std::size_t width, Holds holds) {
+    constexpr std::size_t block = blockSize, row = 4 * block;
     const char* const start = text.data();
     const std::size_t size = text.size();
+    for (std::size_t near = at + row; at < near && at + block + width <= size; at += block)
+        if (const ByteBlock found = holds(start + at); isAny(found)) return at + firstYes(found);
     while (at + row + width <= size) {
         const char* const c = start + at;
         if (isAny(holds(c) | holds(c + block) | holds(c + 2 * block) | holds(c + 3 * block))) break;
@@ -38,4 +39,4 @@ std::size_t first(std::string_view text, std::size_t at, std::size_t width, Hold
     return size;
 }
 
-} // namespace quorvik::BlockSearch
+} // namespace quorvik::Platform
