@@ -156,8 +156,7 @@ class Scanner {
             if (cursor[1] == 'u') {
                 length = unicodeEscapeLength;
                 if (end - cursor < length) return false;
-                if (!(hexDigits[byte(cursor[2])] & hexDigits[byte(cursor[3])] & hexDigits[byte(cursor[4])] &
-                      hexDigits[byte(cursor[5])]))
+                if (!std::all_of(cursor + 2, cursor + length, [](char c) { return hexDigits[byte(c)]; }))
                     return false;
             } else {
                 if (!shortEscapes[byte(cursor[1])]) return false;

@@ -1,5 +1,4 @@
 #include "QuorvikCore/JSON/RawJSON.h"
-
 #include "QuorvikCore/JSON/RecordCoding.h"
 #include "QuorvikCore/Platform/ByteBlock.h"
 
