@@ -168,4 +168,21 @@ TEST(FrameTests, AllowNeedsTheWholeInputInView) {
     EXPECT_EQ(view.key({"Enter"}, at(7)).at(0).response.message, "n");
 }
 
+TEST(FrameTests, WhatIsHiddenIsShownBeforeItIsAllowed) {
+    Snapshot snapshot;
+    snapshot.requests = {requestOf("r", "s", "Bash", R"({"command":"CC=gcc make --token=t0p"})")};
+    View view({.secrets = RequestCard::credentials, .home = ""});
+    view.show(std::make_shared<const Snapshot>(std::move(snapshot)));
+    constexpr ScreenSize size{8, 80};
+    show(view, size, 0);
+    EXPECT_NE(textOf(view, 8, 80).find("CC=gcc make --token=⟦hidden, 3 bytes⟧ "), std::string::npos);
+    EXPECT_TRUE(view.key({"a"}, at(1)).empty());
+    view.key({"v"}, at(1));
+    EXPECT_TRUE(view.key({"a"}, at(2)).empty()); // nobody has seen it yet
+    show(view, size, 2);
+    EXPECT_NE(textOf(view, 8, 80).find("CC=gcc make --token=t0p "), std::string::npos);
+    EXPECT_NE(textOf(view, 8, 80).find("v hide again"), std::string::npos);
+    EXPECT_EQ(view.key({"a"}, at(3)).size(), 1);
+}
+
 } // namespace quorvik

@@ -148,6 +148,11 @@ TEST_F(LiveIslandTests, InLinesWithNumbers) {
     terminal.waitFor("1 allow");
     answerWith([&] { terminal.type("1\n"); });
     EXPECT_NE(hooks.back().finish().output.find(R"("behavior":"allow")"), std::string::npos);
+    askForPermission("git push --token t0p");
+    terminal.waitFor("1 show what is hidden");
+    answerWith([&] { terminal.type("1\n"); }); // shows it first, then allows it
+    terminal.waitFor("--token t0p");
+    EXPECT_NE(hooks.back().finish().output.find(R"("behavior":"allow")"), std::string::npos);
     terminal.type("quit\n");
     EXPECT_EQ(terminal.finish(), 0);
 }

@@ -4,6 +4,7 @@
 #include "QuorvikApp/Model/ToolInput.h"
 
 #include "QuorvikCore/Approvals/ApprovalWire.h"
+#include "QuorvikCore/Text/Redactor.h"
 
 namespace quorvik {
 
@@ -62,6 +63,10 @@ std::string joinedAnswers(const std::vector<std::string>& labels) {
     for (const std::string& label : labels)
         text += (text.empty() ? "" : ", ") + label;
     return text;
+}
+
+std::vector<VisibleText::Range> RequestCard::credentials(std::string_view text) {
+    return Redactor::secrets(text);
 }
 
 RequestCard RequestCard::of(const WaitingRequest& waiting, const SecretFinder& secrets,

@@ -295,7 +295,8 @@ class Drawing {
         }
         if (offered.deny) texts.emplace_back("d deny…");
         if (offered.ask) texts.emplace_back(isNarrow ? "t terminal" : "t in its terminal");
-        if (offered.hidesSecrets) texts.emplace_back(card.showsSecrets() ? "v hide" : "v show hidden");
+        if (card.showsSecrets()) texts.emplace_back("v hide again");
+        if (offered.hidesSecrets) texts.emplace_back("v show hidden");
         return texts;
     }
 
