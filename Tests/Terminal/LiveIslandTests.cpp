@@ -139,6 +139,27 @@ TEST_F(LiveIslandTests, OneKeyAnswersTheRealHook) {
     EXPECT_EQ(terminal.finish(), 0);
 }
 
+TEST_F(LiveIslandTests, AnAppThatHangsHoldsUpNoKeys) {
+    startApp();
+    Terminal terminal({live()}, chooseTerminal);
+    terminal.waitFor("q quit");
+    ::kill(app().pid(), SIGSTOP);
+    Terminal second({live()}, chooseTerminal);
+    const auto start = std::chrono::steady_clock::now();
+    second.waitFor("connecting");
+    const auto shown = island({"show"});
+    EXPECT_EQ(shown, (Program::Result{
+                         0, "", "quorvik-island: Quorvik did not answer: this is what the records say\n"}));
+    for (Terminal* each : {&terminal, &second}) {
+        each->type("?");
+        each->waitFor("A permission");
+        each->type("qq");
+        EXPECT_EQ(each->finish(), 0);
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4)); // the app may take 5
+    ::kill(app().pid(), SIGCONT);
+}
+
 TEST_F(LiveIslandTests, InLinesWithNumbers) {
     startApp();
     Terminal terminal({live(), "--plain"}, chooseTerminal);

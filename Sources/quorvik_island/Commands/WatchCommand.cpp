@@ -89,7 +89,6 @@ constexpr std::chrono::milliseconds forever(-1);
 /// Prints the snapshots that the app sends. Returns false when the reader is gone; throws NoApp when the app
 /// is.
 bool follow(ControlClient& client, Printer& printer) {
-    client.subscribe();
     for (;;) {
         std::shared_ptr<const Snapshot> newest;
         while (auto message = client.read())
@@ -123,6 +122,7 @@ int run(std::span<const std::string> commandLine) {
     for (auto start = ControlClient::Start::ifMissing;; start = ControlClient::Start::never) {
         try {
             ControlClient client = ControlClient::connect("watch", start);
+            client.subscribe();
             pause = shortest;
             why.clear();
             if (!follow(client, printer)) return exitSuccess;

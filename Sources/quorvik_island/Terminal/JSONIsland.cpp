@@ -37,11 +37,13 @@ class JSONIsland {
     explicit JSONIsland(const IslandServices& services) : frontEnd_(services) {}
 
     int run() {
+        constexpr ControlClient::Seconds longest(20); // a program wants its first state to be a whole one
         frontEnd_.connect(ControlClient::Start::ifMissing);
+        frontEnd_.awaitConnection(longest);
         std::string input;
         while (!ended_) {
             pollfd waited[] = {{STDIN_FILENO, POLLIN, 0}, {frontEnd_.descriptor(), POLLIN, 0}};
-            if (::poll(waited, 2, patience()) < 0 && errno != EINTR) return 1;
+            if (::poll(waited, 2, milliseconds()) < 0 && errno != EINTR) return 1;
             if (waited[1].revents != 0) {
                 frontEnd_.read();
                 print();
@@ -61,7 +63,7 @@ class JSONIsland {
     }
 
   private:
-    int patience() const {
+    int milliseconds() const {
         const auto retry = frontEnd_.reconnectAt();
         if (!retry || last_) return -1;
         return static_cast<int>(std::ceil(std::max(*retry - steadySeconds(), 0.0) * 1000));

@@ -15,6 +15,9 @@ namespace quorvik {
 
 namespace {
 
+/// For the app, to be started and to answer; Ctrl-C works meanwhile.
+constexpr ControlClient::Seconds patience(20);
+
 class PlainIsland {
   public:
     explicit PlainIsland(const IslandServices& services) : services_(services), frontEnd_(services) {}
@@ -22,6 +25,7 @@ class PlainIsland {
     int run() {
         line("The island, in lines. Type help for what you can do.");
         frontEnd_.connect(ControlClient::Start::ifMissing);
+        frontEnd_.awaitConnection(patience);
         if (frontEnd_.view.isFirstRun()) {
             for (const FoundAgent& agent : frontEnd_.view.agents())
                 line(agent.name + ": " + agent.status);
@@ -30,7 +34,7 @@ class PlainIsland {
         while (!ended_) {
             tell();
             pollfd waited[] = {{STDIN_FILENO, POLLIN, 0}, {frontEnd_.descriptor(), POLLIN, 0}};
-            if (::poll(waited, 2, patience()) < 0 && errno != EINTR) return 1;
+            if (::poll(waited, 2, milliseconds()) < 0 && errno != EINTR) return 1;
             if (waited[0].revents != 0) takeInput();
             if (waited[1].revents != 0) frontEnd_.read();
             frontEnd_.reconnect();
@@ -39,7 +43,7 @@ class PlainIsland {
     }
 
   private:
-    int patience() const {
+    int milliseconds() const {
         const auto retry = frontEnd_.reconnectAt();
         return retry ? static_cast<int>(std::ceil(std::max(*retry - steadySeconds(), 0.0) * 1000)) : -1;
     }

@@ -21,6 +21,8 @@ class ScreenIsland {
 
     int run() {
         frontEnd_.connect(ControlClient::Start::ifMissing);
+        constexpr ControlClient::Seconds usual(0.2); // most often the first picture has something to show
+        frontEnd_.awaitConnection(usual);
         CursesScreen screen(services_.colours);
         screen_ = &screen;
         while (!ended_) {
