@@ -6,6 +6,8 @@
 #include "QuorvikApp/Control/ControlClient.h"
 #include "QuorvikApp/Model/BarLine.h"
 
+#include "QuorvikCore/Text/VisibleText.h"
+
 #include <poll.h>
 #include <unistd.h>
 
@@ -51,7 +53,8 @@ class Printer {
 
     /// False when they can no longer be written.
     bool print(const Snapshot& snapshot) {
-        std::string line = format_ ? BarLine::of(*format_, snapshot) : writer_.text(snapshot);
+        std::string line =
+            format_ ? BarLine::of(*format_, snapshot) : VisibleText::json(writer_.text(snapshot));
         if (last_ == line) return true;
         last_ = line;
         line += '\n';

@@ -3,6 +3,7 @@
 #include "QuorvikCore/JSON/RecordCoding.h"
 #include "QuorvikCore/Platform/FileDescriptor.h"
 #include "QuorvikCore/Text/Unicode.h"
+#include "QuorvikCore/Text/VisibleText.h"
 
 #include <poll.h>
 #include <unistd.h>
@@ -145,7 +146,7 @@ class JSONIsland {
                              {"isRead", card->isRead()},
                              {"takesKeys", view.cardTakesKeys(now())},
                              {"question", card->question()}};
-        const std::string line = printJSON(state) + "\n";
+        const std::string line = VisibleText::json(printJSON(state)) + "\n";
         if (!writeAll(STDOUT_FILENO, line.data(), line.size())) ended_ = true;
     }
 
