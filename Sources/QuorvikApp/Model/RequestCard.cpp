@@ -86,7 +86,7 @@ RequestCard RequestCard::of(const WaitingRequest& waiting, const SecretFinder& s
 
     bool isWhole = !request.inputTruncated.value_or(false);
     if (request.input) {
-        auto input = ToolInput::of(*request.input, secrets);
+        auto input = ToolInput::of(*request.input, request.tool.value_or(""), secrets);
         card.body = std::move(input.lines);
         card.hidesSecrets = input.hides;
         isWhole = isWhole && input.isWhole;
