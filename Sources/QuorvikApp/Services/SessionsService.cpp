@@ -93,9 +93,12 @@ void SessionsService::look(Look look) {
     soonLook_.stop();
     if (look == Look::everything) slowLook_.start(slowInterval);
     // A folder that is not there cannot be watched, and the first session would be seen late.
+    std::string whyUnwatched =
+        "the system has no more file watches to give: changes are seen every 5 seconds";
     try {
         QuorvikPaths::ensureDirectory(folder);
-    } catch (const FileError&) { // whoever reads it finds the same, and says so
+    } catch (const FileError& error) {
+        whyUnwatched = error.what();
     }
     // Before it is read: what changes from here on is told.
     const bool isWatched = watch_.watch(folder.string());
@@ -109,8 +112,7 @@ void SessionsService::look(Look look) {
         model_.setTroubles("sessions", std::move(troubles), loop_.now());
         return changed_();
     }
-    if (!isWatched)
-        troubles.push_back("the system has no more file watches to give: changes are seen every 5 seconds");
+    if (!isWatched) troubles.push_back(std::move(whyUnwatched));
     model_.setTroubles("sessions", std::move(troubles), loop_.now());
 
     std::map<std::string, File, std::less<>> found;

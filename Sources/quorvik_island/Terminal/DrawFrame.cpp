@@ -126,7 +126,7 @@ class Drawing {
 
     void drawEntry(const Entry& entry, std::size_t index, std::size_t area) {
         if (index == selected_ && skipped_ == 0) frame_.cursorRow = frame_.rows.size();
-        place(area, index, [&] { return entryRow(entry, index == selected_); });
+        place(area, index, [&] { return entryRow(entry, index); });
         if (cardHeight(entry) > 0) drawCard(index, area);
         for (const std::string& line : details(entry))
             place(area, index, [&] {
@@ -137,11 +137,13 @@ class Drawing {
             });
     }
 
-    FrameRow entryRow(const Entry& entry, bool isSelected) {
+    FrameRow entryRow(const Entry& entry, std::size_t index) {
+        const bool isSelected = index == selected_;
         RowWriter row = writer();
         row.add(isSelected ? ">" : " ", Style::strong);
         if (!entry.item) {
-            row.add("◆", Style::awaiting, 2);
+            const bool isFirst = index == 0 && !view_.snapshot().primary; // there is one "◆" at most
+            row.add(isFirst ? "◆" : "•", Style::awaiting, 2);
             row.add(mark(entry.request->request.source), Style::plain, markWidth);
             row.skip(1);
             row.add("awaiting", Style::awaiting, displayWidth);

@@ -1,16 +1,15 @@
 #include "quorvik_island/Terminal/LiveIsland.h"
 
 #include "QuorvikCore/JSON/RecordCoding.h"
+#include "QuorvikCore/Platform/DescriptorWait.h"
 #include "QuorvikCore/Platform/FileDescriptor.h"
 #include "QuorvikCore/Text/Unicode.h"
 #include "QuorvikCore/Text/VisibleText.h"
 
-#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cmath>
 
 namespace quorvik {
@@ -43,14 +42,14 @@ class JSONIsland {
         frontEnd_.awaitConnection(longest);
         std::string input;
         while (!ended_) {
-            pollfd waited[] = {{STDIN_FILENO, POLLIN, 0}, {frontEnd_.descriptor(), POLLIN, 0}};
-            if (::poll(waited, 2, milliseconds()) < 0 && errno != EINTR) return 1;
-            if (waited[1].revents != 0) {
+            Platform::AwaitedInput awaited[] = {{STDIN_FILENO}, {frontEnd_.descriptor()}};
+            if (!Platform::awaitInput(awaited, milliseconds())) return 1;
+            if (awaited[1].canRead) {
                 frontEnd_.read();
                 print();
             }
             if (!last_) frontEnd_.reconnect(); // who gives the state wants no other
-            if (waited[0].revents == 0) continue;
+            if (!awaited[0].canRead) continue;
             char bytes[65'536];
             const ssize_t count = ::read(STDIN_FILENO, bytes, sizeof bytes);
             if (count <= 0) break;

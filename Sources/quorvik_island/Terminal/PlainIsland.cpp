@@ -1,14 +1,13 @@
 #include "quorvik_island/Terminal/LiveIsland.h"
 #include "quorvik_island/Terminal/PlainText.h"
 
+#include "QuorvikCore/Platform/DescriptorWait.h"
 #include "QuorvikCore/Platform/FileDescriptor.h"
 #include "QuorvikCore/Text/Unicode.h"
 
-#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cmath>
 
 namespace quorvik {
@@ -33,10 +32,10 @@ class PlainIsland {
         }
         while (!ended_) {
             tell();
-            pollfd waited[] = {{STDIN_FILENO, POLLIN, 0}, {frontEnd_.descriptor(), POLLIN, 0}};
-            if (::poll(waited, 2, milliseconds()) < 0 && errno != EINTR) return 1;
-            if (waited[0].revents != 0) takeInput();
-            if (waited[1].revents != 0) frontEnd_.read();
+            Platform::AwaitedInput awaited[] = {{STDIN_FILENO}, {frontEnd_.descriptor()}};
+            if (!Platform::awaitInput(awaited, milliseconds())) return 1;
+            if (awaited[0].canRead) takeInput();
+            if (awaited[1].canRead) frontEnd_.read();
             frontEnd_.reconnect();
         }
         return 0;
