@@ -131,7 +131,15 @@ TEST_F(AnswerCommandTests, OtherAnswersAreRefusedInOneLine) {
               "answer: a question takes options or one text; --next begins the next question"}})
         EXPECT_EQ(answer(words), failed(3, why + " (see quorvik-island answer --help)"));
 
-    EXPECT_NE(island({"status"}).output.find("\n3 requests wait\n"), std::string::npos);
+    write("support/sessions/odd.json", "{");
+    EXPECT_EQ(island({"sync"}).status, 0);
+    const auto status = island({"status"}).output;
+    const std::string permitted = "  for [0-9]+ s: Claude Code, Bash: git push --force\n";
+    EXPECT_TRUE(std::regex_search(
+        status, std::regex("\n3 requests wait\n" + permitted + permitted +
+                           "  for [0-9]+ s: Claude Code, 2 questions\n"
+                           "does not work: .*/odd.json holds no readable session record\n$")))
+        << status;
     EXPECT_EQ(island({"stop"}), (Program::Result{0, "", ""}));
     for (auto* hook : {&first, &second, &third})
         EXPECT_EQ(hook->get(), std::nullopt); // the agent asks by itself

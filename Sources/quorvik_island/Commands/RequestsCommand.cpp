@@ -41,17 +41,6 @@ Examples:
   quorvik-island answer "$(quorvik-island requests | head -n 1 | cut -f 1)" deny
 )help";
 
-/// "Bash: git push"; "2 questions: Which colour?".
-std::string what(const ApprovalRequest& request) {
-    std::string text = request.tool.value_or("");
-    if (request.isQuestion()) {
-        const std::size_t count = request.questions->size();
-        text = std::to_string(count) + (count == 1 ? " question" : " questions");
-    }
-    const std::string summary = request.summary.value_or("");
-    return text.empty() || summary.empty() ? text + summary : text + ": " + summary;
-}
-
 std::string_view sign(CardLine::Kind kind) {
     switch (kind) {
     case CardLine::Kind::command: return "$ ";
@@ -93,6 +82,16 @@ std::string card(const WaitingRequest& waiting, bool hidesSecrets) {
 }
 
 } // namespace
+
+std::string what(const ApprovalRequest& request) {
+    std::string text = request.tool.value_or("");
+    if (request.isQuestion()) {
+        const std::size_t count = request.questions->size();
+        text = std::to_string(count) + (count == 1 ? " question" : " questions");
+    }
+    const std::string summary = request.summary.value_or("");
+    return Unicode::terminalLine(text.empty() || summary.empty() ? text + summary : text + ": " + summary);
+}
 
 int run(std::span<const std::string> commandLine) {
     constexpr std::array<std::string_view, 2> flags = {"--json", "--show-hidden"};
