@@ -2,8 +2,7 @@
 
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/Files.h"
-#include "QuorvikCore/Session/OpenRequests.h"
-#include "QuorvikCore/Session/ProcessInspector.h"
+#include "QuorvikCore/Session/LeftBehind.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 
 #include <algorithm>
@@ -20,19 +19,6 @@ constexpr Timer::Seconds afterBurst(0.25);
 
 /// What stands beside a record while hooks wait (OpenRequests).
 constexpr std::string_view notes = ".asked";
-
-bool isBusy(const SessionRecord& record) {
-    return record.state == SessionState::working || record.state == SessionState::awaiting ||
-           record.state == SessionState::compacting;
-}
-
-/// Start times are told by the wall clock on Linux, which may have been set since the record was written. A
-/// process that started before the record's last write is the one it speaks of, whatever the number says.
-bool stillRuns(std::int32_t pid, const SessionRecord& record) {
-    if (ProcessInspector::isRunning(pid, record.pidStartTime)) return true;
-    const auto process = ProcessInspector::info(pid);
-    return process && !process->isZombie && process->startTime < secondsSince1970(record.updatedAt);
-}
 
 const std::string* pathOf(const SessionStore::LoadResult& content) {
     if (const auto* bad = std::get_if<SessionStore::LoadResult::Corrupt>(&content.value))
@@ -155,10 +141,7 @@ void SessionsService::tellModel() {
 }
 
 bool SessionsService::isLost(const SessionRecord& record) {
-    if (!isBusy(record)) return false;
-    if (record.pid && !stillRuns(*record.pid, record)) return true;
-    return record.state == SessionState::awaiting &&
-           !OpenRequests::anyWaiting(record, QuorvikPaths::sessionsDirectory());
+    return isLeftBehind(record, QuorvikPaths::sessionsDirectory());
 }
 
 } // namespace quorvik
