@@ -153,7 +153,8 @@ void Line::tidy() {
 }
 
 void Line::makeOneLine() {
-    if (std::ranges::none_of(text_, [](char c) { return (c >= 0x09 && c <= 0x0D) || c < 0; })) return;
+    if (std::ranges::none_of(text_, [](unsigned char c) { return (c >= 0x09 && c <= 0x0D) || c >= 0x80; }))
+        return;
     std::string line;
     line.reserve(text_.size());
     for (std::string_view rest = text_; !rest.empty();) {
