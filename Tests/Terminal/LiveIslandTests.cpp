@@ -1,6 +1,8 @@
 #include "Tests/Support/RunningApp.h"
 #include "Tests/Support/Terminal.h"
 
+#include "QuorvikCore/Session/SessionStore.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -130,8 +132,9 @@ TEST_F(LiveIslandTests, OneKeyAnswersTheRealHook) {
 
     askForPermission("rm -rf build");
     terminal.waitFor("rm -rf build");
-    // Neither an unknown key's last letter nor what is pasted is an answer.
-    answerWith([&] { terminal.type("\x1b[99;9A\x1bOa\x1b[200~aA\x1b[201~d\r"); });
+    // Neither an unknown key's last letter, nor what the terminal says, nor what is pasted is an answer.
+    answerWith(
+        [&] { terminal.type("\x1b[99;9A\x1bOa\x1b]11;rgb:aA\x07\x1bP>|aA\x1b\\\x1b[200~aA\x1b[201~d\r"); });
     EXPECT_NE(hooks.back().finish().output.find(R"("behavior":"deny")"), std::string::npos);
 
     ::kill(app().pid(), SIGTERM);
@@ -144,6 +147,58 @@ TEST_F(LiveIslandTests, OneKeyAnswersTheRealHook) {
     }));
     terminal.type("q");
     EXPECT_EQ(terminal.finish(), 0);
+}
+
+TEST_F(LiveIslandTests, TheMouseSelectsAndThePagerHasItsKeysToItself) {
+    startApp();
+    const std::string script = "#!/bin/sh\ntrap 'echo caught' INT\necho in the pager\n"
+                               "while read -r line; do [ \"$line\" = end ] && exit; done\n";
+    write("pager", script);
+    std::filesystem::permissions(home / "pager", std::filesystem::perms::owner_all);
+    for (const char* id : {"a", "b", "c"}) {
+        SessionRecord record(Source::build, id, "/w", std::chrono::system_clock::now());
+        record.state = SessionState::failed;
+        record.logPath = (home / "pager").string();
+        SessionStore::write(record, SessionStore::fileURL(record.source, id, sessions));
+    }
+    const auto keys = [&] {
+        const Snapshot snapshot = synced();
+        std::vector<std::string> found;
+        for (const SnapshotItem* item : snapshot.items())
+            found.push_back(item->id());
+        return found;
+    };
+    const auto before = keys();
+    ASSERT_EQ(before.size(), 3U);
+    Terminal terminal({live()}, [&] {
+        chooseTerminal();
+        ::setenv("PAGER", (home / "pager").c_str(), 1);
+    });
+    terminal.waitFor("3 failed");
+    terminal.type(
+        "\x1b[<0;5;3M\x1b[<0;5;3m\x1b[<65;5;3M\x1b[<64;5;3M\x1b[<64;5;3Mjx"); // click, down, up, up, j
+    EXPECT_TRUE(eventually([&] { return keys() == std::vector{before[0], before[2]}; }));
+    terminal.type("go");
+    terminal.waitFor("in the pager");
+    terminal.type("xqx\n\x03");
+    terminal.waitFor("caught");
+    terminal.type("end\n");
+    terminal.waitFor("2 failed"); // the island is back, and has waved nothing away
+    EXPECT_EQ(keys().size(), 2U);
+    terminal.type("q");
+    EXPECT_EQ(terminal.finish(), 0);
+}
+
+TEST_F(LiveIslandTests, StartsWhileTheAppEnds) {
+    for (int round = 0; round < 4; ++round) {
+        startApp();
+        ::kill(app().pid(), SIGTERM);
+        Terminal terminal({live()}, chooseTerminal);
+        terminal.waitFor("(r tries again)");
+        terminal.type("q");
+        EXPECT_EQ(terminal.finish(), 0);
+        expectAppEnds();
+    }
 }
 
 TEST_F(LiveIslandTests, AnAppThatHangsHoldsUpNoKeys) {
