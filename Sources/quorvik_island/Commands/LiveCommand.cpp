@@ -1,8 +1,8 @@
-#include "quorvik_island/LiveCommand.h"
+#include "quorvik_island/Commands/LiveCommand.h"
 
 #include "quorvik_island/Arguments.h"
+#include "quorvik_island/Commands/HooksCommand.h"
 #include "quorvik_island/Console.h"
-#include "quorvik_island/HooksCommand.h"
 #include "quorvik_island/ProgramPath.h"
 #include "quorvik_island/Terminal/LiveIsland.h"
 

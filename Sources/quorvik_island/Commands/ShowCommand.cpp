@@ -1,4 +1,4 @@
-#include "quorvik_island/ShowCommand.h"
+#include "quorvik_island/Commands/ShowCommand.h"
 
 #include "quorvik_island/Activity.h"
 #include "quorvik_island/Age.h"
