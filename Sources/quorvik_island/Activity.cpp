@@ -15,9 +15,12 @@ constexpr std::string_view questionTools[] = {"AskUserQuestion", "ask_user_quest
 } // namespace
 
 std::string activity(const SessionRecord& record, std::string_view label) {
-    const std::string summary = record.summary.value_or("");
+    const std::string none;
+    const std::string& summary = record.summary ? *record.summary : none;
     if (!isAgent(record.source) || !record.tool || record.lastEvent == "Notification") return summary;
-    if (label == Unicode::terminalLine(*record.tool)) return summary;
+    if (label ==
+        (Unicode::isPrintableASCII(*record.tool) ? *record.tool : Unicode::terminalLine(*record.tool)))
+        return summary;
     const bool asks = std::ranges::find(questionTools, *record.tool) != std::end(questionTools);
     const std::string word = asks ? "Question" : ToolWord::shortName(*record.tool).value_or("");
     return summary.empty() || word.empty() ? word + summary : word + " " + summary;

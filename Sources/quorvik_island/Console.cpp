@@ -3,6 +3,7 @@
 #include "QuorvikCore/JSON/RecordCoding.h"
 #include "QuorvikCore/Platform/FileDescriptor.h"
 #include "QuorvikCore/Text/Unicode.h"
+#include "QuorvikCore/Text/VisibleText.h"
 
 #include <unistd.h>
 
@@ -39,7 +40,7 @@ void Console::value(const nlohmann::json& value) {
 }
 
 void Console::valueText(std::string_view text) {
-    if (json_) print(std::string(text) + "\n");
+    if (json_) print(VisibleText::json(text) + "\n"); // texts of agents are in there
 }
 
 void Console::fail(std::string_view message) {

@@ -71,7 +71,8 @@ bool showLog(const SessionRecord& record) {
     std::string pager = Platform::environmentValue("PAGER");
     if (pager.empty()) pager = "less";
     const std::string file = std::filesystem::absolute(*record.logPath).string();
-    runHere({"sh", "-c", pager + " \"$@\"", pager, file}, "the pager");
+    // Ctrl-C is the pager's own affair; without a trap the shell would end by it once the pager has ended.
+    runHere({"sh", "-c", "trap : INT\n" + pager + " \"$@\"", pager, file}, "the pager");
     return true;
 }
 

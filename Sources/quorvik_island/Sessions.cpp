@@ -2,8 +2,7 @@
 
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/Files.h"
-#include "QuorvikCore/Session/OpenRequests.h"
-#include "QuorvikCore/Session/ProcessInspector.h"
+#include "QuorvikCore/Session/LeftBehind.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -11,19 +10,6 @@
 namespace quorvik {
 
 namespace {
-
-bool isBusy(const SessionRecord& record) {
-    return record.state == SessionState::working || record.state == SessionState::awaiting ||
-           record.state == SessionState::compacting;
-}
-
-bool isLeftBehind(const SessionRecord& record, const std::filesystem::path& folder) {
-    const bool hasLostItsProcess =
-        record.pid && !ProcessInspector::isRunning(*record.pid, record.pidStartTime);
-    const bool claimsToWait = record.state == SessionState::awaiting;
-    return isBusy(record) &&
-           (hasLostItsProcess || (claimsToWait && !OpenRequests::anyWaiting(record, folder)));
-}
 
 using Corrupt = SessionStore::LoadResult::Corrupt;
 

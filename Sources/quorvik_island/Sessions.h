@@ -18,9 +18,7 @@ struct Sessions {
     /// Throws FileError when the folder is there and cannot be listed.
     static Sessions load(const std::filesystem::path& folder);
 
-    /// The records in `files`, without those that were left behind: whose process was killed before it could
-    /// say that it is over, or that are awaiting an answer although all their hooks were killed
-    /// (OpenRequests::anyWaiting).
+    /// The records in `files`, without those that were left behind (isLeftBehind()).
     std::vector<const SessionRecord*> current() const;
 
     /// The records of sessions that are over: those that were left behind, and those that are idle, failed,

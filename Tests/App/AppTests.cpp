@@ -521,11 +521,17 @@ TEST_F(AppTests, SaysThatItIsReadyAndWhatStandsInItsWay) {
     expectAppEnds();
 
     // A file of the user's, where the alerts' socket should be: the rest works, and the file stays.
+    // Nor is there a folder where sessions should be, of which the reason is told, not what follows from it.
     write("support/alert.sock", "mine");
+    std::filesystem::remove_all(sessions);
+    std::filesystem::create_symlink(home / "nowhere", sessions);
     startApp();
     EXPECT_EQ(synced().troubles,
-              std::vector<std::string>{"alerts cannot arrive: could not listen at " +
-                                       (support / "alert.sock").string() + ": File exists"});
+              (std::vector<std::string>{"could not create the folder " + sessions.string() +
+                                            ": No such file or directory",
+                                        "alerts cannot arrive: could not listen at " +
+                                            (support / "alert.sock").string() + ": File exists"}));
+    std::filesystem::remove(sessions);
     EXPECT_EQ(contentOf(support / "alert.sock"), "mine");
     ::kill(app().pid(), SIGTERM);
     EXPECT_EQ(app().finish().status, 0);

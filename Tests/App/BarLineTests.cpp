@@ -30,7 +30,7 @@ TEST(BarLineTests, HostileTextsAreShownAndDoNothing) {
              {"%{A1:reboot:}x%%{", "%{A1:reboot:}x%%{", "%{A1:reboot:}x%%{", "%\u2060{A1:reboot:}x%%\u2060{",
               "%{A1:reboot:}x%%{"},
              {"#(reboot)##[fg=red]#", "#(reboot)##[fg=red]#", "#(reboot)##[fg=red]#", "#(reboot)##[fg=red]#",
-              "##(reboot)####[fg=red]##"},
+              "##(reboot)####[fg=red]## "}, // at its end one would change what the status line has next
              {"--- | bash=reboot", "--- | bash=reboot", "--- | bash=reboot", "--- | bash=reboot",
               "--- | bash=reboot"},
              {"two\nlines\x1b[2J\u202E", "two lines [2J", "two lines [2J", "two lines [2J", "two lines [2J"},

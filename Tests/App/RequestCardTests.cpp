@@ -117,6 +117,21 @@ TEST(RequestCardTests, InputsInTheirOwnForm) {
         {"apply_patch", R"({"input":"*** Begin Patch\n*** Update File: a\n@@\n x\n-y\n+z\n*** End Patch"})",
          "Claude Code asks to use apply_patch in ~/work/app",
          ":*** Begin Patch\n:*** Update File: a\n:@@\n= x\n-y\n+z\n:*** End Patch\n"},
+        {"Bash", R"({"command":"*** Begin Patch\n-ls"})", "Claude Code asks to run Bash in ~/work/app",
+         "$*** Begin Patch\n$-ls\n"}, // a shell takes it for two commands
+        // Neither a name nor a value looks like other members.
+        {"Bash", R"({"command":"ls","a\nfile: b":1,"x: y":"","d":"e\nfile: f"})",
+         "Claude Code asks to run Bash in ~/work/app",
+         "$ls\n:\"a\\nfile: b\": 1\n:\"x: y\": \n:d:\n|  e\n|  file: f\n"},
+        // Changes that nobody would see.
+        {"Write", R"({"file_path":"/a","content":""})", "Claude Code asks to use Write in ~/work/app",
+         ":file_path: /a\n#nothing: the file becomes empty\n"},
+        {"Edit", R"({"old_string":"\tx \n  ","new_string":"    x\n "})",
+         "Claude Code asks to use Edit in ~/work/app", "-\\tx\\x20\n-\\x20\\x20\n+    x\n+\\x20\n"},
+        {"Edit", R"({"old_string":"\tx\n\ty","new_string":"    x\n\tz"})",
+         "Claude Code asks to use Edit in ~/work/app", "-\\tx\n-\\ty\n+    x\n+\\tz\n"},
+        {"Edit", R"({"old_string":"x","new_string":"x"})", "Claude Code asks to use Edit in ~/work/app",
+         "=x\n#nothing changes\n"},
         {"WebFetch", R"({"url":"http://a","n":[1.50]})", "Claude Code asks to use WebFetch in ~/work/app",
          ":{\n:  \"url\": \"http://a\",\n:  \"n\": [\n:    1.50\n:  ]\n:}\n"},
         {"ExitPlanMode", R"({"plan":"# Plan\n1. x"})", "Claude Code has a plan in ~/work/app",

@@ -15,7 +15,7 @@ class AnswerCommandTests : public AppTest {
         ApprovalRequest request{.id = "r1", .source = Source::claude, .sessionID = "s", .cwd = "/w"};
         request.tool = "Bash";
         request.summary = "git push\t--force";
-        request.input = R"({"command":"git push\t--force \u202E"})";
+        request.input = R"({"command":"git push\t--force \u202E https://u:pw@h"})";
         request.suggestions = R"([{"type":"setMode","mode":"acceptEdits","destination":"session"}])";
         return request;
     }
@@ -87,9 +87,12 @@ TEST_F(AnswerCommandTests, OtherAnswersAreRefusedInOneLine) {
     asSent.erase("receivedAt");
     EXPECT_EQ(asSent, permission().toJSON());
 
+    const std::string start =
+        "Claude Code asks to run Bash in /w\n\n$ git push\\t--force \\u{202E} https://u:";
+    const std::string always = "\n\nalways: accept all edits in this session\n";
     EXPECT_EQ(island({"requests", "r1"}).output,
-              "Claude Code asks to run Bash in /w\n\n$ git push\\t--force \\u{202E}\n\n"
-              "always: accept all edits in this session\n");
+              start + "⟦hidden, 2 bytes⟧@h" + always + "\n# --show-hidden shows what is hidden\n");
+    EXPECT_EQ(island({"requests", "r1", "--show-hidden"}).output, start + "pw@h" + always);
     EXPECT_EQ(
         island({"requests", "q1"}).output,
         "Claude Code asks you some questions in /w\n\nWhich?\n  [] Red\n  [] Green\n  [] Blue, dark\n\nHow?\n"
@@ -128,7 +131,15 @@ TEST_F(AnswerCommandTests, OtherAnswersAreRefusedInOneLine) {
               "answer: a question takes options or one text; --next begins the next question"}})
         EXPECT_EQ(answer(words), failed(3, why + " (see quorvik-island answer --help)"));
 
-    EXPECT_NE(island({"status"}).output.find("\n3 requests wait\n"), std::string::npos);
+    write("support/sessions/odd.json", "{");
+    EXPECT_EQ(island({"sync"}).status, 0);
+    const auto status = island({"status"}).output;
+    const std::string permitted = "  for [0-9]+ s: Claude Code, Bash: git push --force\n";
+    EXPECT_TRUE(std::regex_search(
+        status, std::regex("\n3 requests wait\n" + permitted + permitted +
+                           "  for [0-9]+ s: Claude Code, 2 questions\n"
+                           "does not work: .*/odd.json holds no readable session record\n$")))
+        << status;
     EXPECT_EQ(island({"stop"}), (Program::Result{0, "", ""}));
     for (auto* hook : {&first, &second, &third})
         EXPECT_EQ(hook->get(), std::nullopt); // the agent asks by itself

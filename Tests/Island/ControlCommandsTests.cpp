@@ -109,13 +109,15 @@ TEST_F(ControlCommandsTests, WatchOutlivesTheAppAndNotItsReader) {
     EXPECT_EQ(bar.readLine(), "");                  // the first at once, even if there is nothing
     EXPECT_TRUE(std::filesystem::exists(sessions)); // a folder that is made later is noticed later
     auto first = parseJSON(whole.readLine()).value_or(nullptr);
-    put("#(make)", SessionState::working);
-    EXPECT_EQ(bar.readLine(), "RUN working ##(make)");
+    put("#(make)\x7F\xE2\x80\xAE", SessionState::working);
+    EXPECT_EQ(bar.readLine(), "RUN working ##(make) ");
     nlohmann::json second;
+    std::string line;
     for (second = first;
          second["primary"].is_null();) // the bar's arrival is no change, but a trouble would be
-        second = parseJSON(whole.readLine()).value_or(nullptr);
-    EXPECT_EQ(second["primary"]["record"]["tool"], "#(make)");
+        second = parseJSON(line = whole.readLine()).value_or(nullptr);
+    for (const std::string& text : {line, island({"show", "--json"}).output}) // nothing that a terminal obeys
+        EXPECT_NE(text.find(R"("tool":"#(make)\u007f\u202e")"), text.npos) << text;
     EXPECT_GT(second["revision"], first["revision"]);
     for (const char* member : {"bubbles", "overflow", "corrupt", "unsupported", "requests", "alerts"})
         EXPECT_TRUE(second[member].is_array()) << member;
@@ -126,7 +128,7 @@ TEST_F(ControlCommandsTests, WatchOutlivesTheAppAndNotItsReader) {
     EXPECT_TRUE(gone["primary"].is_null());
     EXPECT_EQ(gone["troubles"], nlohmann::json::array({"Quorvik went away"}));
     startApp();
-    EXPECT_EQ(bar.readLine(), "RUN working ##(make)");
+    EXPECT_EQ(bar.readLine(), "RUN working ##(make) ");
 
     bar.closeOutput();
     whole.closeOutput();

@@ -104,26 +104,32 @@ TEST_F(ShowCommandTests, OnlyWhatIsBusyNeedsItsProcess) {
     Program over({"true"});
     const pid_t gone = over.pid();
     over.finish();
-    const auto shownAs = [&](SessionState state, std::optional<std::int32_t> pid, double startTime) {
+    const Date now = std::chrono::system_clock::now();
+    const auto shownAs = [&](SessionState state, std::optional<std::int32_t> pid, double startTime,
+                             Date updatedAt) {
         put(working("a"), [&](SessionRecord& record) {
             record.state = state;
             record.pid = pid;
             record.pidStartTime = startTime;
+            record.updatedAt = updatedAt;
         });
         const auto primary = layout()["primary"];
         return primary.is_null() ? "nothing" : primary["display"].get<std::string>();
     };
     using enum SessionState;
-    EXPECT_EQ(shownAs(working, gone, 5), "nothing");
-    EXPECT_EQ(shownAs(awaiting, gone, 5), "nothing");
-    EXPECT_EQ(shownAs(compacting, ::getpid(), 5), "nothing"); // the number now belongs to another process
-    EXPECT_EQ(shownAs(failed, gone, 5), "failed");
-    EXPECT_EQ(shownAs(working, std::nullopt, 5), "working");
+    EXPECT_EQ(shownAs(working, gone, 5, now), "nothing");
+    EXPECT_EQ(shownAs(awaiting, gone, 5, now), "nothing");
+    EXPECT_EQ(shownAs(compacting, ::getpid(), 5, dateFromSeconds(9)),
+              "nothing"); // the number is another's now
+    EXPECT_EQ(shownAs(compacting, ::getpid(), 5, now),
+              "compacting"); // the clock was set: it wrote this itself
+    EXPECT_EQ(shownAs(failed, gone, 5, now), "failed");
+    EXPECT_EQ(shownAs(working, std::nullopt, 5, now), "working");
 
     // Nobody waits any more when the hook that asked was killed.
     for (const auto& [pid, wanted] : {std::pair(gone, "nothing"), {::getpid(), "awaiting"}}) {
         write("support/sessions/claude-a.json.asked", R"([{"id":"q","pid":)" + std::to_string(pid) + "}]");
-        EXPECT_EQ(shownAs(awaiting, std::nullopt, 5), wanted);
+        EXPECT_EQ(shownAs(awaiting, std::nullopt, 5, now), wanted);
     }
 }
 

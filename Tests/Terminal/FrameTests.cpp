@@ -168,4 +168,42 @@ TEST(FrameTests, AllowNeedsTheWholeInputInView) {
     EXPECT_EQ(view.key({"Enter"}, at(7)).at(0).response.message, "n");
 }
 
+TEST(FrameTests, TheSameIdAgainIsAnotherCard) {
+    Snapshot snapshot;
+    auto asked = requestOf("r", "s", "Bash", R"({"command":"ls"})");
+    snapshot.requests = {asked};
+    View view = viewOf(snapshot);
+    constexpr ScreenSize size{8, 80};
+    show(view, size, 0);
+    EXPECT_EQ(draw(view, size, exampleNow).rows[0].text.substr(1, 4), "◆ ");
+    asked = std::make_shared<WaitingRequest>(*asked);
+    asked->receivedAt += std::chrono::seconds(1);
+    snapshot.requests = {asked};
+    snapshot.primary = itemOf(Source::build, "b", DisplayState::failed, 9);
+    view.show(std::make_shared<const Snapshot>(snapshot));
+    EXPECT_TRUE(view.key({"a"}, at(1)).empty());
+    show(view, size, 1);
+    EXPECT_TRUE(view.key({"a"}, at(1.1)).empty());
+    EXPECT_EQ(view.key({"a"}, at(2)).size(), 1);
+    const std::string text = textOf(view, 8, 80); // the item in the notch alone bears this sign
+    EXPECT_EQ(text.find("◆"), text.rfind("◆")) << text;
+}
+
+TEST(FrameTests, WhatIsHiddenIsShownBeforeItIsAllowed) {
+    Snapshot snapshot;
+    snapshot.requests = {requestOf("r", "s", "Bash", R"({"command":"CC=gcc make --token=t0p"})")};
+    View view({.secrets = RequestCard::credentials, .home = ""});
+    view.show(std::make_shared<const Snapshot>(std::move(snapshot)));
+    constexpr ScreenSize size{8, 80};
+    show(view, size, 0);
+    EXPECT_NE(textOf(view, 8, 80).find("CC=gcc make --token=⟦hidden, 3 bytes⟧ "), std::string::npos);
+    EXPECT_TRUE(view.key({"a"}, at(1)).empty());
+    view.key({"v"}, at(1));
+    EXPECT_TRUE(view.key({"a"}, at(2)).empty()); // nobody has seen it yet
+    show(view, size, 2);
+    EXPECT_NE(textOf(view, 8, 80).find("CC=gcc make --token=t0p "), std::string::npos);
+    EXPECT_NE(textOf(view, 8, 80).find("v hide again"), std::string::npos);
+    EXPECT_EQ(view.key({"a"}, at(3)).size(), 1);
+}
+
 } // namespace quorvik

@@ -1,6 +1,8 @@
 #include "Tests/Support/RunningApp.h"
 #include "Tests/Support/Terminal.h"
 
+#include "QuorvikCore/Session/SessionStore.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -21,6 +23,12 @@ class LiveIslandTests : public testing::AppTest {
     static constexpr const char* leavesScreen = "\x1b[?1049l";
 
     static std::string live() { return programPath("quorvik-island"); }
+    /// Ours, and on Linux one whose poll() takes no terminals, as on macOS.
+#ifdef __linux__
+    static constexpr const char* programs[] = {"quorvik-island", "quorvik-island-darwin-poll"};
+#else
+    static constexpr const char* programs[] = {"quorvik-island"};
+#endif
     static void chooseTerminal() {
         ::setenv("TERM", "xterm-256color", 1);
         ::unsetenv("NO_COLOR");
@@ -58,33 +66,34 @@ TEST_F(LiveIslandTests, TheTerminalIsLeftAsItWasFound) {
         const char* how;
         std::function<void(Terminal&)> end;
         int status;
-        bool writes; // the bytes that give the picture back
     };
     const auto by = [](int signal) {
         return [signal](Terminal& terminal) { ::kill(terminal.pid(), signal); };
     };
     const Row rows[] = {
-        {"q", [](Terminal& terminal) { terminal.type("q"); }, 0, true},
-        {"Ctrl-C", [](Terminal& terminal) { terminal.type("\x03"); }, 128 + SIGINT, true},
-        {"TERM", by(SIGTERM), 128 + SIGTERM, true},
-        {"SEGV", by(SIGSEGV), 128 + SIGSEGV, true},
-        {"ABRT", by(SIGABRT), 128 + SIGABRT, true},
-        {"HUP", by(SIGHUP), 128 + SIGHUP, false},
+        {"q", [](Terminal& terminal) { terminal.type("q"); }, 0},
+        {"Ctrl-C", [](Terminal& terminal) { terminal.type("\x03"); }, 128 + SIGINT},
+        {"TERM", by(SIGTERM), 128 + SIGTERM},
+        {"SEGV", by(SIGSEGV), 128 + SIGSEGV},
+        {"ABRT", by(SIGABRT), 128 + SIGABRT},
+        {"HUP, and yet the terminal is there", by(SIGHUP), 128 + SIGHUP},
     };
-    for (const Row& row : rows) {
-        Terminal terminal({live()}, chooseTerminal);
-        const termios found = terminal.settings();
-        terminal.waitFor("q quit");
-        EXPECT_FALSE(isEqual(found, terminal.settings())) << row.how;
-        row.end(terminal);
-        if (row.writes) terminal.waitFor(leavesScreen);
-        EXPECT_EQ(terminal.finish(), row.status) << row.how;
-        EXPECT_TRUE(!row.writes || isEqual(found, terminal.settings())) << row.how;
+    for (const char* program : programs) {
+        for (const Row& row : rows) {
+            Terminal terminal({programPath(program)}, chooseTerminal);
+            const termios found = terminal.settings();
+            terminal.waitFor("q quit");
+            EXPECT_FALSE(isEqual(found, terminal.settings())) << row.how;
+            row.end(terminal);
+            terminal.waitFor(leavesScreen);
+            EXPECT_EQ(terminal.finish(), row.status) << row.how;
+            EXPECT_TRUE(isEqual(found, terminal.settings())) << row.how;
+        }
+        Terminal gone({programPath(program)}, chooseTerminal);
+        gone.waitFor("q quit");
+        gone.hangUp();
+        EXPECT_EQ(gone.finish(), 128 + SIGHUP);
     }
-    Terminal gone({live()}, chooseTerminal);
-    gone.waitFor("q quit");
-    gone.hangUp();
-    EXPECT_EQ(gone.finish(), 128 + SIGHUP);
 }
 
 TEST_F(LiveIslandTests, CtrlZAndBack) {
@@ -123,8 +132,9 @@ TEST_F(LiveIslandTests, OneKeyAnswersTheRealHook) {
 
     askForPermission("rm -rf build");
     terminal.waitFor("rm -rf build");
-    // Neither an unknown key's last letter nor what is pasted is an answer.
-    answerWith([&] { terminal.type("\x1b[99;9A\x1bOa\x1b[200~aA\x1b[201~d\r"); });
+    // Neither an unknown key's last letter, nor what the terminal says, nor what is pasted is an answer.
+    answerWith(
+        [&] { terminal.type("\x1b[99;9A\x1bOa\x1b]11;rgb:aA\x07\x1bP>|aA\x1b\\\x1b[200~aA\x1b[201~d\r"); });
     EXPECT_NE(hooks.back().finish().output.find(R"("behavior":"deny")"), std::string::npos);
 
     ::kill(app().pid(), SIGTERM);
@@ -139,14 +149,92 @@ TEST_F(LiveIslandTests, OneKeyAnswersTheRealHook) {
     EXPECT_EQ(terminal.finish(), 0);
 }
 
+TEST_F(LiveIslandTests, TheMouseSelectsAndThePagerHasItsKeysToItself) {
+    startApp();
+    const std::string script = "#!/bin/sh\ntrap 'echo caught' INT\necho in the pager\n"
+                               "while read -r line; do [ \"$line\" = end ] && exit; done\n";
+    write("pager", script);
+    std::filesystem::permissions(home / "pager", std::filesystem::perms::owner_all);
+    for (const char* id : {"a", "b", "c"}) {
+        SessionRecord record(Source::build, id, "/w", std::chrono::system_clock::now());
+        record.state = SessionState::failed;
+        record.logPath = (home / "pager").string();
+        SessionStore::write(record, SessionStore::fileURL(record.source, id, sessions));
+    }
+    const auto keys = [&] {
+        const Snapshot snapshot = synced();
+        std::vector<std::string> found;
+        for (const SnapshotItem* item : snapshot.items())
+            found.push_back(item->id());
+        return found;
+    };
+    const auto before = keys();
+    ASSERT_EQ(before.size(), 3U);
+    Terminal terminal({live()}, [&] {
+        chooseTerminal();
+        ::setenv("PAGER", (home / "pager").c_str(), 1);
+    });
+    terminal.waitFor("3 failed");
+    terminal.type(
+        "\x1b[<0;5;3M\x1b[<0;5;3m\x1b[<65;5;3M\x1b[<64;5;3M\x1b[<64;5;3Mjx"); // click, down, up, up, j
+    EXPECT_TRUE(eventually([&] { return keys() == std::vector{before[0], before[2]}; }));
+    terminal.type("go");
+    terminal.waitFor("in the pager");
+    terminal.type("xqx\n\x03");
+    terminal.waitFor("caught");
+    terminal.type("end\n");
+    terminal.waitFor("2 failed"); // the island is back, and has waved nothing away
+    EXPECT_EQ(keys().size(), 2U);
+    terminal.type("q");
+    EXPECT_EQ(terminal.finish(), 0);
+}
+
+TEST_F(LiveIslandTests, StartsWhileTheAppEnds) {
+    for (int round = 0; round < 4; ++round) {
+        startApp();
+        ::kill(app().pid(), SIGTERM);
+        Terminal terminal({live()}, chooseTerminal);
+        terminal.waitFor("(r tries again)");
+        terminal.type("q");
+        EXPECT_EQ(terminal.finish(), 0);
+        expectAppEnds();
+    }
+}
+
+TEST_F(LiveIslandTests, AnAppThatHangsHoldsUpNoKeys) {
+    startApp();
+    Terminal terminal({live()}, chooseTerminal);
+    terminal.waitFor("q quit");
+    ::kill(app().pid(), SIGSTOP);
+    Terminal second({live()}, chooseTerminal);
+    const auto start = std::chrono::steady_clock::now();
+    second.waitFor("connecting");
+    const auto shown = island({"show"});
+    EXPECT_EQ(shown, (Program::Result{
+                         0, "", "quorvik-island: Quorvik did not answer: this is what the records say\n"}));
+    for (Terminal* each : {&terminal, &second}) {
+        each->type("?");
+        each->waitFor("A permission");
+        each->type("qq");
+        EXPECT_EQ(each->finish(), 0);
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4)); // the app may take 5
+    ::kill(app().pid(), SIGCONT);
+}
+
 TEST_F(LiveIslandTests, InLinesWithNumbers) {
     startApp();
-    Terminal terminal({live(), "--plain"}, chooseTerminal);
+    Terminal terminal({programPath(programs[std::size(programs) - 1]), "--plain"}, chooseTerminal);
     terminal.waitFor("Type help");
     askForPermission("git push");
     terminal.waitFor("command: git push");
     terminal.waitFor("1 allow");
     answerWith([&] { terminal.type("1\n"); });
+    EXPECT_NE(hooks.back().finish().output.find(R"("behavior":"allow")"), std::string::npos);
+    askForPermission("git push --token t0p");
+    terminal.waitFor("1 show what is hidden");
+    answerWith([&] { terminal.type("1\n"); }); // shows it first, then allows it
+    terminal.waitFor("--token t0p");
     EXPECT_NE(hooks.back().finish().output.find(R"("behavior":"allow")"), std::string::npos);
     terminal.type("quit\n");
     EXPECT_EQ(terminal.finish(), 0);

@@ -27,6 +27,10 @@ TEST(VisibleTextTests, WhatDeceivesIsShownAsEscape) {
     };
     for (const Row& row : rows)
         EXPECT_EQ(VisibleText::shown(row.text), row.shown);
+    // The same in JSON, which reads as before.
+    EXPECT_EQ(VisibleText::json(
+                  "[\"a\x7F ä\xC2\x9B\xE2\x80\xAE\xF3\xA0\x81\xA1\xE2\x9D\xA4\xEF\xB8\x8F\xFF\",\n1]"),
+              "[\"a\\u007f ä\\u009b\\u202e\\udb40\\udc61\xE2\x9D\xA4\xEF\xB8\x8F\xEF\xBF\xBD\",\n1]");
     // Text that only looks like an escape is told apart.
     EXPECT_EQ(VisibleText::show("\\x1b\x1b\x1b ").escapes, (std::vector<VisibleText::Range>{{4, 12}}));
 }

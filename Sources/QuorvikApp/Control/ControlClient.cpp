@@ -26,7 +26,7 @@ namespace {
 using Seconds = ControlClient::Seconds;
 using Clock = std::chrono::steady_clock;
 
-constexpr Seconds connectLimit(3), startLimit(5), helloLimit(5), replacementLimit(5);
+constexpr Seconds connectLimit(3), startLimit(5), replacementLimit(5);
 
 #ifdef MSG_NOSIGNAL
 constexpr int sendFlags = MSG_NOSIGNAL;
@@ -34,15 +34,13 @@ constexpr int sendFlags = MSG_NOSIGNAL;
 constexpr int sendFlags = 0; // SO_NOSIGPIPE does it for the whole socket
 #endif
 
-constexpr const char* notRunning = "Quorvik is not running";
-
 bool meansNobody(int error) {
     return error == ENOENT || error == ECONNREFUSED;
 }
 
 [[noreturn]] void failToConnect(int error) {
     const std::string path = QuorvikPaths::controlSocket().string();
-    if (meansNobody(error)) throw NoApp(notRunning);
+    if (meansNobody(error)) throw NotRunning();
     if (error == EPERM) throw NoApp("another user's program listens at " + path);
     if (error == EAGAIN) throw NoApp("Quorvik is too busy to answer");
     throw NoApp("could not connect to " + path + ": " + std::generic_category().message(error));
@@ -68,7 +66,7 @@ void waitUntilNobodyListens() {
 
 /// Starts the app and connects, or connects to the one that somebody else has started meanwhile.
 FileDescriptor startAndConnect() {
-    if (AppStarter::isForbidden()) throw NoApp(notRunning);
+    if (AppStarter::isForbidden()) throw NotRunning();
     AppStarter::start(startLimit);
     const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(startLimit);
     for (auto pause = std::chrono::milliseconds(10);; pause *= 2) {
@@ -93,7 +91,7 @@ ControlError errorOf(const nlohmann::json& error) {
 
 } // namespace
 
-ControlClient ControlClient::connect(std::string_view role, Start start) {
+ControlClient ControlClient::connect(std::string_view role, Start start, Seconds patience) {
     const auto sayHello = [&](FileDescriptor socket) {
         ControlClient client(std::move(socket));
         try {
@@ -102,7 +100,7 @@ ControlClient ControlClient::connect(std::string_view role, Start start) {
                                          {"version", Version::text()},
                                          {"program", Version::program()},
                                          {"role", role}},
-                                        helloLimit);
+                                        patience);
         } catch (const ControlError& error) {
             if (error.code() == ControlProtocol::stopping) throw AboutToEnd(error.what());
             throw NoApp(std::string(error.what()) + ": stop it, then try again");

@@ -32,6 +32,12 @@ class NoApp : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// "Quorvik is not running": nobody listens.
+class NotRunning : public NoApp {
+  public:
+    NotRunning() : NoApp("Quorvik is not running") {}
+};
+
 /// A front end's connection to the app's control socket. Blocking calls have time limits; programs that wait
 /// for several things at once read snapshots without blocking. Never raises SIGPIPE. For one thread.
 class ControlClient {
@@ -45,8 +51,8 @@ class ControlClient {
 
     /// Connects and says hello as `role` ("island", "watch", "overlay", "command"). With `ifMissing`, starts
     /// the app when it does not run and waits until it is ready, and replaces an older app unless a request
-    /// waits there. Throws NoApp.
-    static ControlClient connect(std::string_view role, Start start);
+    /// waits there. `patience` bounds the wait for the first answer of an app that runs. Throws NoApp.
+    static ControlClient connect(std::string_view role, Start start, Seconds patience = Seconds(5));
 
     /// Sends a request and waits for its reply; snapshots that come meanwhile are kept. Throws ControlError,
     /// and NoApp when the connection breaks or there is no reply in time.

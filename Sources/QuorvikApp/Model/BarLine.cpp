@@ -98,7 +98,11 @@ std::string escaped(Format format, std::string_view line) {
     case Format::waybar: return escapedMarkup(line);
     case Format::polybar:
         return replaced(line, "%{", "%\u2060{"); // it has no escape: a word joiner parts them
-    case Format::tmux: return replaced(line, "#", "##");
+    case Format::tmux: {
+        // At the end it would begin a format with what follows in the status line.
+        const std::string escapedLine = replaced(line, "#", "##");
+        return escapedLine.ends_with('#') ? escapedLine + " " : escapedLine;
+    }
     case Format::i3blocks:   // JSON, and told to take no markup
     case Format::sketchybar: // an argument of its own, which is shown as it is
     case Format::plain: break;

@@ -4,6 +4,7 @@
 #include "QuorvikApp/Model/ToolInput.h"
 
 #include "QuorvikCore/Approvals/ApprovalWire.h"
+#include "QuorvikCore/Text/Redactor.h"
 
 namespace quorvik {
 
@@ -64,6 +65,10 @@ std::string joinedAnswers(const std::vector<std::string>& labels) {
     return text;
 }
 
+std::vector<VisibleText::Range> RequestCard::credentials(std::string_view text) {
+    return Redactor::secrets(text);
+}
+
 RequestCard RequestCard::of(const WaitingRequest& waiting, const SecretFinder& secrets,
                             std::string_view home) {
     const ApprovalRequest& request = waiting.request;
@@ -81,7 +86,7 @@ RequestCard RequestCard::of(const WaitingRequest& waiting, const SecretFinder& s
 
     bool isWhole = !request.inputTruncated.value_or(false);
     if (request.input) {
-        auto input = ToolInput::of(*request.input, secrets);
+        auto input = ToolInput::of(*request.input, request.tool.value_or(""), secrets);
         card.body = std::move(input.lines);
         card.hidesSecrets = input.hides;
         isWhole = isWhole && input.isWhole;

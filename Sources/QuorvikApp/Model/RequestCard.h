@@ -59,6 +59,9 @@ struct RequestCard {
 
     /// Makes the card. `secrets` is empty to hide nothing. `home` is the user's home folder.
     static RequestCard of(const WaitingRequest& waiting, const SecretFinder& secrets, std::string_view home);
+
+    /// The finder for front ends: Redactor::secrets().
+    static std::vector<VisibleText::Range> credentials(std::string_view text);
 };
 
 /// The labels chosen in a multiple-choice question, as one answer: "Small, Large".

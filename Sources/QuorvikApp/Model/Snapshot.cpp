@@ -36,6 +36,10 @@ std::string withMember(Text object, Text name, Text value) {
     return text;
 }
 
+bool beginsWithInk(Text text) {
+    return !text.empty() && text.front() > ' ' && text.front() < 0x7F;
+}
+
 nlohmann::json settingsJSON(const Settings& settings) {
     nlohmann::json object = nlohmann::json::object();
     for (const SettingRule& rule : settingRules())
@@ -45,10 +49,17 @@ nlohmann::json settingsJSON(const Settings& settings) {
 
 } // namespace
 
+std::size_t itemLabelColumns(const SessionRecord& record) {
+    // Asked for every session of every picture: most labels are their titles as they are.
+    const bool isTitle =
+        record.title && beginsWithInk(*record.title) && Unicode::isPrintableASCII(*record.title);
+    return isTitle ? record.title->size() : Unicode::columnCount(itemLabel(record));
+}
+
 std::string itemLabel(const SessionRecord& record) {
     for (const auto* text : {&record.title, &record.tool}) {
         std::string shown = Unicode::terminalLine(text->value_or(""));
-        if (!Unicode::trimmed(shown, Unicode::isWhitespace).empty()) return shown;
+        if (beginsWithInk(shown) || !Unicode::trimmed(shown, Unicode::isWhitespace).empty()) return shown;
     }
     return std::string(displayName(record.source));
 }

@@ -94,4 +94,7 @@ class SnapshotWriter {
 /// What the item is about, on one line: its task, else its tool or command, else who it is.
 std::string itemLabel(const SessionRecord& record);
 
+/// The columns that it takes.
+std::size_t itemLabelColumns(const SessionRecord& record);
+
 } // namespace quorvik

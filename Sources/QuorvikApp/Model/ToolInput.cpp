@@ -1,9 +1,11 @@
 #include "QuorvikApp/Model/ToolInput.h"
 
 #include "QuorvikCore/JSON/OrderedJSON.h"
+#include "QuorvikCore/JSON/RawJSON.h"
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <set>
 
 namespace quorvik::ToolInput {
@@ -13,6 +15,11 @@ namespace {
 using Kind = CardLine::Kind;
 using VisibleText::Range;
 using Text = std::string_view;
+
+void appendEscape(CardLine& line, Text escape) {
+    line.escapes.push_back({line.text.size(), line.text.size() + escape.size()});
+    line.text += escape;
+}
 
 void appendShown(CardLine& line, Text text) {
     // These signs mark what is hidden; where they stand in the text itself they are escaped.
@@ -28,19 +35,25 @@ void appendShown(CardLine& line, Text text) {
         append(VisibleText::show(text.substr(0, at)));
         if (at == text.npos) return;
         const bool opens = text.substr(at).starts_with(opening);
-        const Text escape = opens ? "\\u{27E6}" : "\\u{27E7}";
-        append({std::string(escape), {{0, escape.size()}}});
+        appendEscape(line, opens ? "\\u{27E6}" : "\\u{27E7}");
         text.remove_prefix(at + opening.size());
     }
 }
 
-/// Tabs at the beginning are drawn as blanks, four each: they only indent.
-CardLine lineOf(Text text, Kind kind) {
-    CardLine line{.kind = kind};
-    const std::size_t tabs = std::min(text.find_first_not_of('\t'), text.size());
-    line.text.append(4 * tabs, ' ');
-    appendShown(line, text.substr(tabs));
-    return line;
+constexpr std::size_t tabWidth = 4;
+
+std::size_t tabsBefore(Text text) {
+    return std::min(text.find_first_not_of('\t'), text.size());
+}
+
+/// The line as it looks, apart from blanks at its end.
+std::string looksOf(Text line) {
+    line = line.substr(0, line.find_last_not_of(' ') + 1);
+    return std::string(tabWidth * tabsBefore(line), ' ') + std::string(line.substr(tabsBefore(line)));
+}
+
+bool isChange(Kind kind) {
+    return kind == Kind::removed || kind == Kind::added;
 }
 
 /// A text's lines, without the empty one after a last line feed.
@@ -64,19 +77,20 @@ class Writer {
         for (const Text piece : linesOf(text)) {
             const auto begin = static_cast<std::size_t>(piece.data() - text.data());
             const std::size_t end = begin + piece.size();
-            CardLine line{.kind = kind};
+            CardLine line{.kind = kind, .text = std::string(indent_, ' ')};
             std::size_t from = begin;
+            if (!showsTabs_ || !isChange(kind)) { // they only indent
+                from += tabsBefore(piece);
+                line.text.append(tabWidth * (from - begin), ' ');
+            }
             while (next < secrets.size() && secrets[next].begin < end) {
-                if (secrets[next].end <= begin) { // nothing but a line feed
+                if (secrets[next].end <= from) { // nothing but a line feed, or tabs
                     ++next;
                     continue;
                 }
-                const std::size_t start = std::max(secrets[next].begin, begin);
-                const std::size_t stop = std::min(secrets[next].end, end);
-                if (from == begin)
-                    line = lineOf(text.substr(from, start - from), kind);
-                else
-                    appendShown(line, text.substr(from, start - from));
+                const std::size_t start = std::max(secrets[next].begin, from);
+                const std::size_t stop = std::max(std::min(secrets[next].end, end), start);
+                appendShown(line, text.substr(from, start - from));
                 const std::size_t offset = line.text.size();
                 line.text += "⟦hidden, " + std::to_string(stop - start) + " bytes⟧";
                 line.hidden.push_back({offset, line.text.size()});
@@ -85,24 +99,31 @@ class Writer {
                 if (secrets[next].end > end) break; // it goes on in the next line
                 ++next;
             }
-            if (from > begin)
-                appendShown(line, text.substr(from, end - from));
-            else
-                line = lineOf(text.substr(from, end - from), kind);
+            const Text rest = text.substr(from, end - from);
+            const std::size_t blanks = isChange(kind) ? rest.size() - (rest.find_last_not_of(' ') + 1) : 0;
+            appendShown(line, rest.substr(0, rest.size() - blanks));
+            for (std::size_t blank = 0; blank < blanks; ++blank)
+                appendEscape(line, "\\x20");
             result_.lines.push_back(std::move(line));
         }
     }
 
-    void member(Text name, const JSONValue& value) {
+    void member(Text key, const JSONValue& value) {
+        // What is no plain name might look like another member, or like several.
+        constexpr Text inNames = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-";
+        const bool isPlain = !key.empty() && key.find_first_not_of(inNames) == key.npos;
+        const std::string name = isPlain ? std::string(key) : RawJSON::encoded(key);
         const std::string* plain = value.stringValue();
         const bool isOneLine = plain && plain->find('\n') == plain->npos;
         if (!isOneLine && !value.isContainer() && !plain) {
-            text(std::string(name) + ": " + OrderedJSON::serialize(value), Kind::member);
+            text(name + ": " + OrderedJSON::serialize(value), Kind::member);
         } else if (isOneLine) {
-            text(std::string(name) + ": " + *plain, Kind::member);
+            text(name + ": " + *plain, Kind::member);
         } else {
-            result_.lines.push_back(lineOf(std::string(name) + ":", Kind::member));
+            text(name + ":", Kind::member);
+            indent_ = 2; // nor do its lines look like members
             plain ? text(*plain, Kind::text) : json(value);
+            indent_ = 0;
         }
     }
 
@@ -132,10 +153,20 @@ class Writer {
             // keeps the line feed behind it.
             text(whole.substr(begin, end - begin + (end < whole.size() ? 1 : 0)), kind);
         };
+        std::map<std::string, Text> removed;
+        for (std::size_t line = prefix; line < old.size() - suffix; ++line)
+            removed.emplace(looksOf(old[line]), old[line]);
+        showsTabs_ = false;
+        for (std::size_t line = prefix; line < fresh.size() - suffix; ++line) {
+            const auto same = removed.find(looksOf(fresh[line]));
+            showsTabs_ = showsTabs_ || (same != removed.end() && same->second != fresh[line]);
+        }
         part(before, old, 0, prefix, Kind::context);
         part(before, old, prefix, old.size() - suffix, Kind::removed);
         part(after, fresh, prefix, fresh.size() - suffix, Kind::added);
         part(before, old, old.size() - suffix, old.size(), Kind::context);
+        if (before == after) note("nothing changes");
+        showsTabs_ = false;
         const bool oldEnds = before.ends_with('\n'), freshEnds = after.ends_with('\n');
         if (oldEnds == freshEnds) return;
         note(oldEnds ? "the line feed at the end is removed" : "a line feed is added at the end");
@@ -160,6 +191,8 @@ class Writer {
   private:
     const RequestCard::SecretFinder& secrets_;
     Lines result_;
+    std::size_t indent_ = 0;
+    bool showsTabs_ = false; ///< of removed and added lines
 };
 
 const std::string* textOf(const JSONValue& object, Text name) {
@@ -204,12 +237,13 @@ void edit(Writer& writer, const JSONValue& object, const EditNames& names) {
 }
 
 /// Lays out an object that has a form of its own; false when it has none.
-bool layOut(Writer& writer, const JSONValue& object) {
+bool layOut(Writer& writer, const JSONValue& object, Text tool) {
     if (hasRepeatedNames(*object.objectValue())) return false;
     for (const Text name : {"command", "input", "patch"}) {
         const std::string* command = textOf(object, name);
         if (!command) continue;
-        if (command->starts_with("*** Begin Patch"))
+        const bool isPatchTool = tool == "apply_patch" || tool == "applypatch"; // others take it for a text
+        if (isPatchTool && command->starts_with("*** Begin Patch"))
             writer.patch(*command);
         else if (name == "command")
             writer.text(*command, Kind::command);
@@ -238,7 +272,10 @@ bool layOut(Writer& writer, const JSONValue& object) {
         if (!namesFile || !content) continue;
         members(writer, object, {name});
         writer.text(*content, Kind::added);
-        if (!content->ends_with('\n')) writer.note("no line feed at the end");
+        if (content->empty())
+            writer.note("nothing: the file becomes empty");
+        else if (!content->ends_with('\n'))
+            writer.note("no line feed at the end");
         return true;
     }
     if (const std::string* plan = textOf(object, "plan")) {
@@ -257,11 +294,11 @@ Lines text(std::string_view text, CardLine::Kind kind, const RequestCard::Secret
     return writer.take();
 }
 
-Lines of(std::string_view json, const RequestCard::SecretFinder& secrets) {
+Lines of(std::string_view json, std::string_view tool, const RequestCard::SecretFinder& secrets) {
     Writer writer(secrets);
     try {
         const JSONValue value = OrderedJSON::parse(json);
-        if (!value.objectValue() || !layOut(writer, value)) writer.json(value);
+        if (!value.objectValue() || !layOut(writer, value, tool)) writer.json(value);
     } catch (const JSONParseError&) {
         writer.text(json, Kind::member);
     }

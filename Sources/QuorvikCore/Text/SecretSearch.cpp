@@ -18,7 +18,7 @@ constexpr std::size_t minRandomToken = 21;
 
 constexpr CharacterSet alphanumeric("A-Za-z0-9"), word("A-Za-z0-9_"), wordOrHyphen("A-Za-z0-9_-"),
     alphanumericOrHyphen("A-Za-z0-9-"), upper("0-9A-Z"), letterOrUnderscore("A-Za-z_"),
-    inRandomToken("A-Za-z0-9+/_=.-"), blank(" \t\n\v\f\r");
+    inRandomToken("A-Za-z0-9+/_=.-"), inRandomPart("A-Za-z0-9+/_.-"), blank(" \t\n\v\f\r");
 
 constexpr std::string_view schemes[] = {"bearer", "basic", "token"};
 constexpr std::string_view optionWords[] = {"token",   "password", "passwd",     "secret",    "apikey",
@@ -123,6 +123,18 @@ bool endsWithOptionWord(std::string_view text) {
     });
 }
 
+/// Whether a variable of this name holds a credential.
+bool namesCredential(std::string_view name) {
+    constexpr std::string_view endings[] = {"_pass", "_pwd", "_passphrase"};
+    const auto endsWith = [&](std::string_view ending) {
+        return ending.size() <= name.size() &&
+               std::equal(ending.rbegin(), ending.rend(), name.rbegin(),
+                          [](char lower, char c) { return c == lower || (c | 0x20) == lower; });
+    };
+    return endsWithOptionWord(name) || std::ranges::any_of(endings, endsWith) ||
+           (name.size() == 4 && endsWith("pass"));
+}
+
 } // namespace
 
 std::optional<SecretSearch::Match> SecretSearch::next() {
@@ -151,9 +163,12 @@ std::size_t SecretSearch::candidate() const {
             return isEither(blockAt(c), 'b') & isEither(blockAt(c + 1), 'e');
         });
     case SecretRule::option: return text_.find('-', at_);
-    case SecretRule::assignment: return text_.find('=', at_);
+    case SecretRule::assignment:
+    case SecretRule::credential: return text_.find('=', at_);
+    case SecretRule::passwordInURL: return text_.find("://", at_);
     case SecretRule::knownToken: return candidateForKnownToken();
-    case SecretRule::randomToken: break;
+    case SecretRule::randomToken:
+    case SecretRule::randomPart: break;
     }
     // Looks at windows of `minRandomToken` characters, each from its end backwards. A window of token
     // characters only is a candidate. No token holds any other character, so the search goes on behind the
@@ -191,9 +206,12 @@ std::optional<SecretSearch::Match> SecretSearch::matchAt(std::size_t at) {
     case SecretRule::authorization: return authorization(at);
     case SecretRule::bearer: return bearer(at);
     case SecretRule::option: return option(at);
-    case SecretRule::assignment: return assignment(at);
+    case SecretRule::assignment:
+    case SecretRule::credential: return assignment(at);
     case SecretRule::knownToken: return knownToken(at);
     case SecretRule::randomToken: return randomToken(at);
+    case SecretRule::passwordInURL: return passwordInURL(at);
+    case SecretRule::randomPart: return randomPart(at);
     }
     return std::nullopt;
 }
@@ -247,6 +265,8 @@ std::optional<SecretSearch::Match> SecretSearch::assignment(std::size_t equals) 
     while (name > lastEnd_ && word.contains(text_[name - 1]))
         --name;
     if (name == equals || !letterOrUnderscore.contains(text_[name]) || isAfterWord(name)) return std::nullopt;
+    if (rule_ == SecretRule::credential && !namesCredential(text_.substr(name, equals - name)))
+        return std::nullopt;
     const std::size_t value = equals + 1;
     if (isEnd(value) || spaceLength(text_.substr(value)) > 0) return std::nullopt;
     return Match{name, value, endOfValue(value)};
@@ -271,6 +291,35 @@ std::optional<SecretSearch::Match> SecretSearch::randomToken(std::size_t at) {
     if (isEnd(end) && isUndecided_) return std::nullopt;
     if (end - at < minRandomToken || !Redactor::looksSecret(text_.substr(at, end - at))) return std::nullopt;
     return Match{at, at, end};
+}
+
+std::optional<SecretSearch::Match> SecretSearch::passwordInURL(std::size_t at) {
+    constexpr std::string_view separator = "://";
+    const std::size_t user = at + separator.size();
+    std::size_t end = user, colon = npos;
+    for (; end < text_.size() && text_[end] != '@'; ++end) {
+        const char c = text_[end];
+        if (c == '/' || c == '"' || c == '\'' || blank.contains(c)) return std::nullopt;
+        if (c == ':' && colon == npos) colon = end;
+    }
+    if (end == text_.size() || colon == npos || colon + 1 == end) return std::nullopt;
+    return Match{at, colon + 1, end};
+}
+
+std::optional<SecretSearch::Match> SecretSearch::randomPart(std::size_t at) {
+    if (at >= endOfRun_) {
+        endOfRun_ = inRandomPart.endOfRun(text_, at);
+        const std::string_view run = text_.substr(at, endOfRun_ - at);
+        // Base64 has no full stops.
+        isPath_ = run.starts_with('/') || (run.find('/') != npos && run.find('.') != npos);
+    }
+    while (at < endOfRun_) {
+        const std::size_t end = isPath_ ? std::min(text_.find('/', at), endOfRun_) : endOfRun_;
+        if (end - at >= minRandomToken && Redactor::looksSecret(text_.substr(at, end - at)))
+            return Match{at, at, end};
+        at = end + 1;
+    }
+    return std::nullopt;
 }
 
 bool SecretSearch::isEnd(std::size_t at) {

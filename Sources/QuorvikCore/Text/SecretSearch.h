@@ -6,8 +6,8 @@
 
 namespace quorvik {
 
-/// The kinds of secrets that Redactor hides, in the order in which it looks for them. Each is given as a
-/// Perl-compatible pattern, in which \s, \b and \w know all of Unicode; what is hidden is its last group.
+/// The kinds of secrets that Redactor hides. Each is given as a Perl-compatible pattern, in which \s, \b and
+/// \w know all of Unicode; what is hidden is its last group.
 enum class SecretRule {
     /// (?i)authorization\s*[:=]\s*(?:bearer\s+|basic\s+|token\s+)?([^\s'"]+)
     authorization,
@@ -22,6 +22,13 @@ enum class SecretRule {
     knownToken,
     /// ([A-Za-z0-9+/_=.-]{21,}), if it looks random
     randomToken,
+    /// assignment, if the name ends as those of `option` do, or is "pass" or ends with _pass, _pwd or
+    /// _passphrase
+    credential,
+    /// ://[^\s/'"@:]*:([^\s/'"@]+)@
+    passwordInURL,
+    /// ([A-Za-z0-9+/_.-]{21,}), if it looks random; of what must be a path each part between slashes
+    randomPart,
 };
 
 /// Finds the matches of one rule in a text, or in the known start of a longer one, from left to right. Takes
@@ -51,6 +58,8 @@ class SecretSearch {
     std::optional<Match> assignment(std::size_t equals);
     std::optional<Match> knownToken(std::size_t at);
     std::optional<Match> randomToken(std::size_t at);
+    std::optional<Match> passwordInURL(std::size_t at);
+    std::optional<Match> randomPart(std::size_t at);
 
     std::size_t candidate() const;
     std::size_t candidateForKnownToken() const;
@@ -72,7 +81,8 @@ class SecretSearch {
     std::size_t lastEnd_ = 0;    ///< of the last match
     bool isUndecided_ = false;   ///< the search met a question that only what follows the text can answer
     std::size_t nextQuote_[2]{}; ///< the first double and single quote that is not passed yet
-    std::size_t endOfRun_ = 0;   ///< of the option characters around the last "-"
+    std::size_t endOfRun_ = 0;   ///< of the option characters around the last "-", or of token characters
+    bool isPath_ = false;        ///< that run of token characters
 };
 
 } // namespace quorvik

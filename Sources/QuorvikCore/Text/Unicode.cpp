@@ -120,7 +120,15 @@ bool isValid(std::string_view text) {
 }
 
 bool isPrintableASCII(std::string_view text) {
-    return std::ranges::all_of(text, [](char byte) { return byte >= 0x20 && byte < 0x7F; });
+    // Eight bytes at once: the top bit of a byte tells that it is above 0x7E, or below 0x20.
+    constexpr std::uint64_t each = 0x0101010101010101, top = each << 7;
+    while (text.size() >= sizeof each) {
+        std::uint64_t bytes;
+        std::memcpy(&bytes, text.data(), sizeof bytes);
+        if (((bytes | (bytes + each) | (bytes - 0x20 * each)) & top) != 0) return false;
+        text.remove_prefix(sizeof bytes);
+    }
+    return std::ranges::all_of(text, [](unsigned char byte) { return byte >= 0x20 && byte < 0x7F; });
 }
 
 void append(std::string& text, char32_t scalar) {
@@ -305,7 +313,8 @@ int digitValue(char32_t digit) {
 }
 
 std::string_view takeLine(std::string_view& text) {
-    const auto isInside = [](char byte) { return byte > '\r' || (byte >= 0 && byte < '\n'); };
+    // No ASCII but \n, \v, \f and \r; the sign of a char differs between processors.
+    const auto isInside = [](unsigned char byte) { return byte < 0x80 && (byte > '\r' || byte < '\n'); };
     for (std::string_view rest = text; !rest.empty();) {
         if (isInside(rest[0])) {
             rest.remove_prefix(1);
@@ -343,6 +352,12 @@ std::string lowercased(std::string_view text) {
     std::string result;
     result.reserve(text.size());
     while (!text.empty()) {
+        if (isASCII(text.front())) {
+            const char c = text.front();
+            result += c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+            text.remove_prefix(1);
+            continue;
+        }
         const Scalar scalar = firstScalar(text);
         if (scalar.value == 0x130)
             result += "i\xCC\x87"; // the one lower-case mapping that is two scalars long (SpecialCasing.txt)

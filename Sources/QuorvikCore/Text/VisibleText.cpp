@@ -54,6 +54,12 @@ bool isPresentationSelector(char32_t scalar) {
     return scalar == 0xFE0E || scalar == 0xFE0F;
 }
 
+/// Wherever it stands; a blank (U+0020) does not.
+bool deceives(char32_t scalar) {
+    return Unicode::isControl(scalar) || (scalar != ' ' && Unicode::isWhitespaceOrNewline(scalar)) ||
+           isInvisible(scalar) || !Unicode::isDrawnAlike(scalar);
+}
+
 } // namespace
 
 Shown show(std::string_view text) {
@@ -86,8 +92,7 @@ Shown show(std::string_view text) {
             result.text += bytes;
             previous = value;
             marks = 0;
-        } else if (Unicode::isControl(value) || Unicode::isWhitespaceOrNewline(value) || isInvisible(value) ||
-                   isPresentationSelector(value) || !Unicode::isDrawnAlike(value)) {
+        } else if (deceives(value) || isPresentationSelector(value)) {
             escape(scalarEscape(value));
         } else if (Unicode::isMark(value)) {
             if (previous == 0 || ++marks > mostMarks)
@@ -105,6 +110,34 @@ Shown show(std::string_view text) {
 
 std::string shown(std::string_view text) {
     return show(text).text;
+}
+
+std::string json(std::string_view text) {
+    std::string result;
+    result.reserve(text.size());
+    const auto append = [&](std::uint32_t unit) {
+        result += "\\u" + hexadecimal(unit, 4, "0123456789abcdef");
+    };
+    while (!text.empty()) {
+        // Of ASCII only DEL needs an escape and has none: the others stand outside of strings, as line feeds.
+        const auto special =
+            std::ranges::find_if(text, [](char c) { return static_cast<unsigned char>(c) >= 0x7F; });
+        result.append(text.begin(), special);
+        text.remove_prefix(static_cast<std::size_t>(special - text.begin()));
+        if (text.empty()) break;
+        const Unicode::Scalar scalar = Unicode::firstScalar(text);
+        const std::uint32_t value = scalar.valid ? scalar.value : 0xFFFD;
+        if (!deceives(value)) {
+            result += scalar.valid ? text.substr(0, scalar.length) : "\xEF\xBF\xBD";
+        } else if (value < 0x10000) {
+            append(value);
+        } else {
+            append(0xD800 + ((value - 0x10000) >> 10));
+            append(0xDC00 + ((value - 0x10000) & 0x3FF));
+        }
+        text.remove_prefix(scalar.length);
+    }
+    return result;
 }
 
 } // namespace quorvik::VisibleText

@@ -32,4 +32,8 @@ Shown show(std::string_view text);
 /// show() without the places of the escapes.
 std::string shown(std::string_view text);
 
+/// JSON text for a terminal: the same value, in which what a terminal would obey, or what is not seen or
+/// turns the line around, is written as JSON escapes ("\u009b", "\u202e").
+std::string json(std::string_view text);
+
 } // namespace quorvik::VisibleText

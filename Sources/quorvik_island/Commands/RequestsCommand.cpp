@@ -8,7 +8,6 @@
 #include "QuorvikApp/Model/RequestCard.h"
 
 #include "QuorvikCore/Platform/Environment.h"
-#include "QuorvikCore/Text/Redactor.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <array>
@@ -19,7 +18,7 @@ namespace {
 
 constexpr std::string_view help =
     R"help(usage: quorvik-island requests [--json]
-       quorvik-island requests <id>
+       quorvik-island requests <id> [--show-hidden]
 
 Prints what agents wait for, the oldest first: a line each, with tabs between
 
@@ -31,25 +30,16 @@ Prints what agents wait for, the oldest first: a line each, with tabs between
 
 An answer is decided upon more than this line. With an id it prints all of that request: the whole input (a
 command, an edit as lines with "-" and "+", else JSON), the questions with their options, and what "always"
-would grant. Characters that deceive the eye are escapes there, and credentials are hidden.
+would grant. Characters that deceive the eye are escapes there, and credentials are hidden, except where a
+shell would run something.
 
-  --json   one array: the requests as the hooks sent them, with "receivedAt", in seconds since 1970
+  --show-hidden   credentials too
+  --json          one array: the requests as the hooks sent them, with "receivedAt", in seconds since 1970
 
 Examples:
   quorvik-island requests --json | jq -r '.[] | .id, .input'
   quorvik-island answer "$(quorvik-island requests | head -n 1 | cut -f 1)" deny
 )help";
-
-/// "Bash: git push"; "2 questions: Which colour?".
-std::string what(const ApprovalRequest& request) {
-    std::string text = request.tool.value_or("");
-    if (request.isQuestion()) {
-        const std::size_t count = request.questions->size();
-        text = std::to_string(count) + (count == 1 ? " question" : " questions");
-    }
-    const std::string summary = request.summary.value_or("");
-    return text.empty() || summary.empty() ? text + summary : text + ": " + summary;
-}
 
 std::string_view sign(CardLine::Kind kind) {
     switch (kind) {
@@ -65,13 +55,8 @@ std::string_view sign(CardLine::Kind kind) {
 }
 
 /// Everything about one request, for somebody who decides about it.
-std::string card(const WaitingRequest& waiting) {
-    const auto secrets = [](std::string_view text) {
-        std::vector<VisibleText::Range> ranges;
-        for (const auto& [begin, end] : Redactor::secrets(text))
-            ranges.push_back({begin, end});
-        return ranges;
-    };
+std::string card(const WaitingRequest& waiting, bool hidesSecrets) {
+    const auto secrets = hidesSecrets ? RequestCard::credentials : RequestCard::SecretFinder();
     const RequestCard card = RequestCard::of(waiting, secrets, Platform::homeFolder());
     std::string lines = card.headline + (card.body.empty() ? "\n" : "\n\n");
     const auto add = [&](std::string_view start, const CardLine& line) {
@@ -91,26 +76,39 @@ std::string card(const WaitingRequest& waiting) {
     for (const std::string& grant : card.grants)
         lines += "\nalways: " + grant;
     if (!card.grants.empty()) lines += '\n';
+    if (card.hidesSecrets) lines += "\n# --show-hidden shows what is hidden\n";
     if (!card.whyNoAllow.empty()) lines += "\n# " + card.whyNoAllow + "\n";
     return lines;
 }
 
 } // namespace
 
+std::string what(const ApprovalRequest& request) {
+    std::string text = request.tool.value_or("");
+    if (request.isQuestion()) {
+        const std::size_t count = request.questions->size();
+        text = std::to_string(count) + (count == 1 ? " question" : " questions");
+    }
+    const std::string summary = request.summary.value_or("");
+    return Unicode::terminalLine(text.empty() || summary.empty() ? text + summary : text + ": " + summary);
+}
+
 int run(std::span<const std::string> commandLine) {
-    constexpr std::array<std::string_view, 1> flags = {"--json"};
+    constexpr std::array<std::string_view, 2> flags = {"--json", "--show-hidden"};
     const Arguments arguments = Arguments::parse(commandLine, flags, {});
     if (arguments.has("--help")) return printHelp(help);
     if (arguments.words.size() > 1) throw UsageError("requests: unexpected argument " + arguments.words[1]);
     if (!arguments.words.empty() && arguments.has("--json"))
         throw UsageError("requests: --json is for all requests");
+    if (arguments.words.empty() && arguments.has("--show-hidden"))
+        throw UsageError("requests: --show-hidden is for one request");
 
     Console console(arguments.has("--json"));
     const Snapshot snapshot = ControlClient::connect("command", ControlClient::Start::never).snapshot();
     if (!arguments.words.empty()) {
         const WaitingRequest* waiting = snapshot.request(arguments.words.front());
         if (waiting)
-            console.text(card(*waiting));
+            console.text(card(*waiting, !arguments.has("--show-hidden")));
         else
             console.fail("requests: there is no such request");
         return console.exitStatus();

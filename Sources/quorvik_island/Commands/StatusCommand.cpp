@@ -2,12 +2,14 @@
 
 #include "quorvik_island/Age.h"
 #include "quorvik_island/Arguments.h"
+#include "quorvik_island/Commands/RequestsCommand.h"
 #include "quorvik_island/Console.h"
 
 #include "QuorvikApp/Control/ControlClient.h"
 
 #include "QuorvikCore/Text/Unicode.h"
 
+#include <algorithm>
 #include <array>
 
 namespace quorvik::StatusCommand {
@@ -39,17 +41,24 @@ std::string process(const nlohmann::json& of, const char* since) {
     return text;
 }
 
-std::string linesOf(const nlohmann::json& status) {
+std::string linesOf(const nlohmann::json& status, const Snapshot& snapshot) {
     std::string lines;
     const auto add = [&](std::string_view line) { lines += Unicode::terminalLine(line) + "\n"; };
+    const auto addTrouble = [&](const std::string& trouble) { add("does not work: " + trouble); };
     add("running for " + process(status, "startedAt"));
     add("folder " + status.value("folder", ""));
-    const auto waiting = status.value("requests", std::int64_t{0});
-    add(std::to_string(waiting) + (waiting == 1 ? " request waits" : " requests wait"));
+    const std::size_t count = snapshot.requests.size();
+    add(std::to_string(count) + (count == 1 ? " request waits" : " requests wait"));
+    for (const auto& waiting : snapshot.requests)
+        add("  for " + age(waiting->receivedAt) + ": " + std::string(displayName(waiting->request.source)) +
+            ", " + RequestsCommand::what(waiting->request));
     for (const auto& frontEnd : status.value("frontEnds", nlohmann::json::array()))
         add(frontEnd.value("role", "") + " attached for " + process(frontEnd, "since"));
-    for (const auto& trouble : status.value("troubles", nlohmann::json::array()))
-        add("does not work: " + trouble.get<std::string>());
+    std::ranges::for_each(snapshot.troubles, addTrouble);
+    for (const std::string& path : snapshot.corrupt)
+        addTrouble(path + " holds no readable session record");
+    for (const std::string& path : snapshot.unsupported)
+        addTrouble(path + " is of another version of Quorvik");
     return lines;
 }
 
@@ -63,8 +72,9 @@ int run(std::span<const std::string> commandLine) {
 
     Console console(arguments.has("--json"));
     try {
-        nlohmann::json status = ControlClient::connect("command", ControlClient::Start::never).call("status");
-        console.text(linesOf(status));
+        ControlClient client = ControlClient::connect("command", ControlClient::Start::never);
+        nlohmann::json status = client.call("status");
+        if (!console.json()) console.text(linesOf(status, client.snapshot()));
         status["running"] = true;
         console.value(status);
     } catch (const NoApp& error) {

@@ -6,6 +6,8 @@
 #include "QuorvikApp/Control/ControlClient.h"
 #include "QuorvikApp/Model/BarLine.h"
 
+#include "QuorvikCore/Text/VisibleText.h"
+
 #include <poll.h>
 #include <unistd.h>
 
@@ -51,7 +53,8 @@ class Printer {
 
     /// False when they can no longer be written.
     bool print(const Snapshot& snapshot) {
-        std::string line = format_ ? BarLine::of(*format_, snapshot) : writer_.text(snapshot);
+        std::string line =
+            format_ ? BarLine::of(*format_, snapshot) : VisibleText::json(writer_.text(snapshot));
         if (last_ == line) return true;
         last_ = line;
         line += '\n';
@@ -89,7 +92,6 @@ constexpr std::chrono::milliseconds forever(-1);
 /// Prints the snapshots that the app sends. Returns false when the reader is gone; throws NoApp when the app
 /// is.
 bool follow(ControlClient& client, Printer& printer) {
-    client.subscribe();
     for (;;) {
         std::shared_ptr<const Snapshot> newest;
         while (auto message = client.read())
@@ -123,6 +125,7 @@ int run(std::span<const std::string> commandLine) {
     for (auto start = ControlClient::Start::ifMissing;; start = ControlClient::Start::never) {
         try {
             ControlClient client = ControlClient::connect("watch", start);
+            client.subscribe();
             pause = shortest;
             why.clear();
             if (!follow(client, printer)) return exitSuccess;

@@ -11,7 +11,8 @@ CardState::CardState(std::shared_ptr<const WaitingRequest> waiting, const Reques
       answers_(std::max<std::size_t>(masked_.questions.size(), 1)) {}
 
 std::string CardState::page() const {
-    return id() + "#" + std::to_string(question_) + (showsSecrets_ ? "v" : "");
+    return id() + "#" + std::to_string(secondsSince1970(waiting_->receivedAt)) + "#" +
+           std::to_string(question_) + (showsSecrets_ ? "v" : "");
 }
 
 /// The card shows another page now, of which nothing has been in view.

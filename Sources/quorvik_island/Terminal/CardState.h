@@ -28,7 +28,8 @@ class CardState {
     bool showsSecrets() const { return showsSecrets_; }
     void toggleSecrets();
 
-    /// Names what the card shows now: the request, which of its questions, and whether secrets are shown.
+    /// Names what the card shows now: the request, by its id and by when it came, since an id may come again;
+    /// which of its questions, and whether secrets are shown.
     std::string page() const;
 
     // Reading.

@@ -244,7 +244,7 @@ void CursesScreen::paint(const Frame& frame) {
             while (!text.empty()) {
                 // A run of ASCII is written in one go. Every other character is written at its own column,
                 // since curses may count its width differently.
-                const auto end = std::ranges::find_if(text, [](char byte) { return byte < ' '; });
+                const auto end = std::ranges::find_if(text, [](unsigned char byte) { return byte >= 0x80; });
                 std::string_view piece = text.substr(0, static_cast<std::size_t>(end - text.begin()));
                 if (piece.empty()) {
                     std::string_view rest = text;

@@ -87,9 +87,11 @@ class Drawing {
         // The selected entry and its card stay in view, with up to a third of the screen above them.
         std::vector<std::size_t> begins; // the first row of each entry
         std::size_t total = 0;
+        begins.reserve(entries.size());
         for (const Entry& entry : entries) {
             begins.push_back(total);
-            total += 1 + cardHeight(entry) + details(entry).size();
+            total += 1 + cardHeight(entry);
+            if (view_.isUnfolded(entry)) total += details(entry).size();
         }
         const std::size_t from = begins[selected_];
         const std::size_t to = selected_ + 1 < begins.size() ? begins[selected_ + 1] : total;
@@ -110,7 +112,7 @@ class Drawing {
         std::size_t columns = 0;
         for (const Entry& entry : entries) {
             if (columns >= widest) break;
-            if (entry.item) columns = std::max(columns, Unicode::columnCount(itemLabel(*entry.item->record)));
+            if (entry.item) columns = std::max(columns, itemLabelColumns(*entry.item->record));
         }
         return std::min(columns, widest);
     }
@@ -126,8 +128,9 @@ class Drawing {
 
     void drawEntry(const Entry& entry, std::size_t index, std::size_t area) {
         if (index == selected_ && skipped_ == 0) frame_.cursorRow = frame_.rows.size();
-        place(area, index, [&] { return entryRow(entry, index == selected_); });
+        place(area, index, [&] { return entryRow(entry, index); });
         if (cardHeight(entry) > 0) drawCard(index, area);
+        if (!view_.isUnfolded(entry)) return;
         for (const std::string& line : details(entry))
             place(area, index, [&] {
                 RowWriter row = writer();
@@ -137,11 +140,13 @@ class Drawing {
             });
     }
 
-    FrameRow entryRow(const Entry& entry, bool isSelected) {
+    FrameRow entryRow(const Entry& entry, std::size_t index) {
+        const bool isSelected = index == selected_;
         RowWriter row = writer();
         row.add(isSelected ? ">" : " ", Style::strong);
         if (!entry.item) {
-            row.add("◆", Style::awaiting, 2);
+            const bool isFirst = index == 0 && !view_.snapshot().primary; // there is one "◆" at most
+            row.add(isFirst ? "◆" : "•", Style::awaiting, 2);
             row.add(mark(entry.request->request.source), Style::plain, markWidth);
             row.skip(1);
             row.add("awaiting", Style::awaiting, displayWidth);
@@ -181,8 +186,7 @@ class Drawing {
     }
 
     std::vector<std::string> details(const Entry& entry) const {
-        const bool isShown = entry.item && view_.isUnfolded(entry);
-        return isShown ? FrameTexts::details(*entry.item->record) : std::vector<std::string>();
+        return entry.item ? FrameTexts::details(*entry.item->record) : std::vector<std::string>();
     }
 
     // The card.
@@ -295,7 +299,8 @@ class Drawing {
         }
         if (offered.deny) texts.emplace_back("d deny…");
         if (offered.ask) texts.emplace_back(isNarrow ? "t terminal" : "t in its terminal");
-        if (offered.hidesSecrets) texts.emplace_back(card.showsSecrets() ? "v hide" : "v show hidden");
+        if (card.showsSecrets()) texts.emplace_back("v hide again");
+        if (offered.hidesSecrets) texts.emplace_back("v show hidden");
         return texts;
     }
 

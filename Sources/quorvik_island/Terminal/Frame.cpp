@@ -34,21 +34,22 @@ std::string drawable(std::string_view text) {
 
 void RowWriter::append(std::string_view text, std::size_t columns, Style style) {
     if (columns == 0) return;
+    const auto end = [&] { return static_cast<std::uint32_t>(row_.text.size()); };
     if (pending_ > 0) {
         row_.text.append(pending_, ' ');
         if (!row_.spans.empty() && row_.spans.back().style == Style::plain)
-            row_.spans.back().end = row_.text.size();
+            row_.spans.back().end = end();
         else
-            row_.spans.push_back({row_.text.size(), Style::plain});
+            row_.spans.push_back({end(), Style::plain});
         left_ -= pending_;
         pending_ = 0;
     }
     row_.text += text;
     left_ -= columns;
     if (!row_.spans.empty() && row_.spans.back().style == style)
-        row_.spans.back().end = row_.text.size();
+        row_.spans.back().end = end();
     else
-        row_.spans.push_back({row_.text.size(), style});
+        row_.spans.push_back({end(), style});
 }
 
 void RowWriter::add(std::string_view text, Style style, std::size_t width) {

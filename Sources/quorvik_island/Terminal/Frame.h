@@ -40,7 +40,7 @@ enum class Style : std::uint8_t {
 /// character is one scalar with at most three marks on it, which all terminals draw alike.
 struct FrameRow {
     struct Span {
-        std::size_t end; ///< where it ends in `text`, in bytes; it begins where the one before ends
+        std::uint32_t end; ///< where it ends in `text`, in bytes; it begins where the one before ends
         Style style;
     };
     std::string text;
@@ -53,8 +53,8 @@ class RowWriter {
     static constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
 
     explicit RowWriter(std::size_t columns) : left_(columns) {
-        constexpr std::size_t usual = 160, stretches = 10;
-        row_.text.reserve(std::min(columns, usual) + 16);
+        constexpr std::size_t usual = 96, stretches = 8; // seldom more: pictures of many rows are made fast
+        row_.text.reserve(std::min(columns, usual));
         row_.spans.reserve(stretches);
     }
 

@@ -44,20 +44,22 @@ void FrontEnd::talk(Talk talk) {
 }
 
 void FrontEnd::connect(ControlClient::Start start) {
-    try {
-        client_.emplace(ControlClient::connect("island", start));
-        client_->subscribe();
-        read();
-    } catch (const std::exception& error) {
-        lose(error.what());
-    }
+    if (start == ControlClient::Start::ifMissing) view.disconnected("connecting");
+    connector_.start(start);
+}
+
+void FrontEnd::awaitConnection(ControlClient::Seconds longest) {
+    if (connector_.wait(longest)) read();
 }
 
 void FrontEnd::reconnect() {
-    if (!client_ && steadySeconds() >= retryAt_) connect(ControlClient::Start::never);
+    if (reconnectAt() && steadySeconds() >= retryAt_) connect(ControlClient::Start::never);
 }
 
 void FrontEnd::read() {
+    auto result = connector_.take();
+    if (auto* client = std::get_if<ControlClient>(&result)) client_.emplace(std::move(*client));
+    if (const auto* why = std::get_if<std::string>(&result)) lose(*why);
     talk([&](ControlClient& client) {
         while (const auto message = client.read()) {
             if (const auto* snapshot = std::get_if<std::shared_ptr<const Snapshot>>(&*message)) {

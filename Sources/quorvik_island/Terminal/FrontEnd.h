@@ -1,8 +1,7 @@
 #pragma once
 
+#include "quorvik_island/Terminal/Connector.h"
 #include "quorvik_island/Terminal/View.h"
-
-#include "QuorvikApp/Control/ControlClient.h"
 
 #include <functional>
 #include <map>
@@ -26,17 +25,22 @@ class FrontEnd {
 
     View view;
 
-    /// Connects; when that fails the view says why.
+    /// Begins to connect; read() hears how that ends. When it fails the view says why.
     void connect(ControlClient::Start start);
 
-    /// Connects again if reconnectAt() has come.
+    /// Waits for the end of connect(), at most so long.
+    void awaitConnection(ControlClient::Seconds longest);
+
+    /// Begins to connect again if reconnectAt() has come.
     void reconnect();
 
-    /// When reconnect() wants to be called, by the steady clock; absent while connected.
-    std::optional<double> reconnectAt() const { return client_ ? std::nullopt : std::optional(retryAt_); }
+    /// When reconnect() wants to be called, by the steady clock; absent while connected or about to be.
+    std::optional<double> reconnectAt() const {
+        return client_ || connector_.isUnderWay() ? std::nullopt : std::optional(retryAt_);
+    }
 
-    /// The connection's descriptor, to be polled for reading; -1 while there is none.
-    int descriptor() const { return client_ ? client_->descriptor() : -1; }
+    /// To be polled for reading; -1 while nothing can come.
+    int descriptor() const { return client_ ? client_->descriptor() : connector_.descriptor(); }
 
     /// Reads what the app has sent, and passes it to the view.
     void read();
@@ -56,6 +60,7 @@ class FrontEnd {
     void talk(Talk talk);
 
     const IslandServices& services_;
+    Connector connector_;
     std::optional<ControlClient> client_;
     double retryAt_ = 0;
     std::string shown_;                           ///< the request of which the app was told last

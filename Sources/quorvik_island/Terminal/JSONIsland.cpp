@@ -1,15 +1,15 @@
 #include "quorvik_island/Terminal/LiveIsland.h"
 
 #include "QuorvikCore/JSON/RecordCoding.h"
+#include "QuorvikCore/Platform/DescriptorWait.h"
 #include "QuorvikCore/Platform/FileDescriptor.h"
 #include "QuorvikCore/Text/Unicode.h"
+#include "QuorvikCore/Text/VisibleText.h"
 
-#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cmath>
 
 namespace quorvik {
@@ -37,17 +37,19 @@ class JSONIsland {
     explicit JSONIsland(const IslandServices& services) : frontEnd_(services) {}
 
     int run() {
+        constexpr ControlClient::Seconds longest(20); // a program wants its first state to be a whole one
         frontEnd_.connect(ControlClient::Start::ifMissing);
+        frontEnd_.awaitConnection(longest);
         std::string input;
         while (!ended_) {
-            pollfd waited[] = {{STDIN_FILENO, POLLIN, 0}, {frontEnd_.descriptor(), POLLIN, 0}};
-            if (::poll(waited, 2, patience()) < 0 && errno != EINTR) return 1;
-            if (waited[1].revents != 0) {
+            Platform::AwaitedInput awaited[] = {{STDIN_FILENO}, {frontEnd_.descriptor()}};
+            if (!Platform::awaitInput(awaited, milliseconds())) return 1;
+            if (awaited[1].canRead) {
                 frontEnd_.read();
                 print();
             }
             if (!last_) frontEnd_.reconnect(); // who gives the state wants no other
-            if (waited[0].revents == 0) continue;
+            if (!awaited[0].canRead) continue;
             char bytes[65'536];
             const ssize_t count = ::read(STDIN_FILENO, bytes, sizeof bytes);
             if (count <= 0) break;
@@ -61,7 +63,7 @@ class JSONIsland {
     }
 
   private:
-    int patience() const {
+    int milliseconds() const {
         const auto retry = frontEnd_.reconnectAt();
         if (!retry || last_) return -1;
         return static_cast<int>(std::ceil(std::max(*retry - steadySeconds(), 0.0) * 1000));
@@ -143,7 +145,7 @@ class JSONIsland {
                              {"isRead", card->isRead()},
                              {"takesKeys", view.cardTakesKeys(now())},
                              {"question", card->question()}};
-        const std::string line = printJSON(state) + "\n";
+        const std::string line = VisibleText::json(printJSON(state)) + "\n";
         if (!writeAll(STDOUT_FILENO, line.data(), line.size())) ended_ = true;
     }
 

@@ -1,19 +1,21 @@
 #include "quorvik_island/Terminal/LiveIsland.h"
 #include "quorvik_island/Terminal/PlainText.h"
 
+#include "QuorvikCore/Platform/DescriptorWait.h"
 #include "QuorvikCore/Platform/FileDescriptor.h"
 #include "QuorvikCore/Text/Unicode.h"
 
-#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cmath>
 
 namespace quorvik {
 
 namespace {
+
+/// For the app, to be started and to answer; Ctrl-C works meanwhile.
+constexpr ControlClient::Seconds patience(20);
 
 class PlainIsland {
   public:
@@ -22,6 +24,7 @@ class PlainIsland {
     int run() {
         line("The island, in lines. Type help for what you can do.");
         frontEnd_.connect(ControlClient::Start::ifMissing);
+        frontEnd_.awaitConnection(patience);
         if (frontEnd_.view.isFirstRun()) {
             for (const FoundAgent& agent : frontEnd_.view.agents())
                 line(agent.name + ": " + agent.status);
@@ -29,17 +32,17 @@ class PlainIsland {
         }
         while (!ended_) {
             tell();
-            pollfd waited[] = {{STDIN_FILENO, POLLIN, 0}, {frontEnd_.descriptor(), POLLIN, 0}};
-            if (::poll(waited, 2, patience()) < 0 && errno != EINTR) return 1;
-            if (waited[0].revents != 0) takeInput();
-            if (waited[1].revents != 0) frontEnd_.read();
+            Platform::AwaitedInput awaited[] = {{STDIN_FILENO}, {frontEnd_.descriptor()}};
+            if (!Platform::awaitInput(awaited, milliseconds())) return 1;
+            if (awaited[0].canRead) takeInput();
+            if (awaited[1].canRead) frontEnd_.read();
             frontEnd_.reconnect();
         }
         return 0;
     }
 
   private:
-    int patience() const {
+    int milliseconds() const {
         const auto retry = frontEnd_.reconnectAt();
         return retry ? static_cast<int>(std::ceil(std::max(*retry - steadySeconds(), 0.0) * 1000)) : -1;
     }

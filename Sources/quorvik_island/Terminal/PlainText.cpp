@@ -57,8 +57,10 @@ std::vector<std::string> changesInWords(const Snapshot& before, const Snapshot& 
 std::vector<PlainRequest::Choice> PlainRequest::choices() const {
     const RequestCard& card = card_.card();
     std::vector<Choice> choices;
-    if (card.allow && !card_.isQuestion()) choices.push_back(Choice::allow);
-    if (card.always && !card_.isQuestion()) choices.push_back(Choice::always);
+    const bool isHidden = card.hidesSecrets && !card_.showsSecrets(); // nothing unseen is allowed
+    if (isHidden) choices.push_back(Choice::showHidden);
+    if (card.allow && !isHidden && !card_.isQuestion()) choices.push_back(Choice::allow);
+    if (card.always && !isHidden && !card_.isQuestion()) choices.push_back(Choice::always);
     if (card.deny) choices.push_back(Choice::deny);
     if (card.ask) choices.push_back(Choice::ask);
     return choices;
@@ -86,6 +88,7 @@ std::vector<std::string> PlainRequest::lines() const {
     if (!card.allow) lines.push_back("It cannot be allowed here: " + card.whyNoAllow + ".");
     for (const Choice choice : choices()) {
         switch (choice) {
+        case Choice::showHidden: put("show what is hidden, then it may be allowed"); break;
         case Choice::allow: put("allow"); break;
         case Choice::always: {
             std::string text = "allow always, that is:";
@@ -141,6 +144,10 @@ std::optional<ApprovalResponse> PlainRequest::take(std::string_view typed, std::
             if (!rest.empty()) response.message = std::string(rest);
             return response;
         }
+        case Choice::showHidden:
+            if (!rest.empty()) break;
+            card_.toggleSecrets();
+            return std::nullopt;
         case Choice::allow:
             if (rest.empty()) return ApprovalResponse{.decision = ApprovalDecision::allow};
             break;

@@ -23,11 +23,11 @@ class PlainRequest {
     std::vector<std::string> lines() const;
 
     /// Takes a typed line. Returns the answer when it is complete. Otherwise `problem` says what was not
-    /// understood; when it is empty, the next question is to be put.
+    /// understood; when it is empty, lines() has something new to put.
     std::optional<ApprovalResponse> take(std::string_view typed, std::string& problem);
 
   private:
-    enum class Choice { allow, always, deny, ask };
+    enum class Choice { showHidden, allow, always, deny, ask };
     std::vector<Choice> choices() const;
 
     CardState card_;

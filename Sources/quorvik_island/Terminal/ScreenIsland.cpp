@@ -2,11 +2,11 @@
 #include "quorvik_island/Terminal/LiveIsland.h"
 #include "quorvik_island/Terminal/TerminalSignals.h"
 
-#include <poll.h>
+#include "QuorvikCore/Platform/DescriptorWait.h"
+
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <csignal>
 #include <cstdio>
@@ -21,6 +21,8 @@ class ScreenIsland {
 
     int run() {
         frontEnd_.connect(ControlClient::Start::ifMissing);
+        constexpr ControlClient::Seconds usual(0.2); // most often the first picture has something to show
+        frontEnd_.awaitConnection(usual);
         CursesScreen screen(services_.colours);
         screen_ = &screen;
         while (!ended_) {
@@ -46,7 +48,7 @@ class ScreenIsland {
         shownAt_ = now.steady;
     }
 
-    /// How long poll() may wait, in milliseconds; -1 for until something happens.
+    /// How long wait() may wait, in milliseconds; -1 for until something happens.
     int patience() const {
         const Moment now = momentNow();
         std::optional<double> seconds;
@@ -66,26 +68,27 @@ class ScreenIsland {
     }
 
     void wait() {
-        pollfd waited[] = {{STDIN_FILENO, POLLIN, 0},
-                           {signals_.descriptor(), POLLIN, 0},
-                           {frontEnd_.descriptor(), POLLIN, 0}};
-        if (::poll(waited, std::size(waited), patience()) < 0 && errno != EINTR) ended_ = true;
+        Platform::AwaitedInput awaited[] = {
+            {STDIN_FILENO}, {signals_.descriptor()}, {frontEnd_.descriptor()}};
+        const auto& [keys, signal, news] = awaited;
+        if (!Platform::awaitInput(awaited, patience())) ended_ = true;
         takeSignals();
         if (ended_) return;
-        const auto came = [&](std::size_t index, short events) {
-            return (waited[index].revents & events) != 0;
-        };
         // Keys are taken before the app's news: they were meant for the picture that is on the screen now.
-        if (came(0, POLLIN | POLLHUP | POLLERR | POLLNVAL)) takeKeys();
-        if (came(0, POLLHUP | POLLERR | POLLNVAL)) loseTerminal();
-        if (came(2, POLLIN | POLLHUP | POLLERR)) frontEnd_.read();
+        if (keys.canRead) takeKeys();
+        if (keys.isBroken) {
+            screen_->abandon();
+            fatal_ = SIGHUP; // it is on its way: the system sends it after it has closed the terminal
+            ended_ = true;
+        }
+        if (news.canRead) frontEnd_.read();
         frontEnd_.reconnect();
     }
 
-    void loseTerminal() {
-        screen_->abandon();
-        fatal_ = SIGHUP; // it is on its way: the system sends it after it has closed the terminal
-        ended_ = true;
+    void hungUp() {
+        // Most often the terminal is gone, and whoever writes to it or waits for it never ends. But anybody
+        // may send the signal, and then the terminal is to be left as it was found.
+        if (!Platform::canWrite(STDOUT_FILENO)) screen_->abandon();
     }
 
     void takeSignals() {
@@ -93,7 +96,7 @@ class ScreenIsland {
         if (pending.fatal != 0) {
             fatal_ = pending.fatal;
             ended_ = true;
-            if (fatal_ == SIGHUP) screen_->abandon();
+            if (fatal_ == SIGHUP) hungUp();
         }
         if (pending.suspend)
             suspend();
@@ -148,7 +151,6 @@ class ScreenIsland {
         if (const auto pending = signals_.take(); pending.fatal == SIGTERM || pending.fatal == SIGHUP) {
             fatal_ = pending.fatal;
             ended_ = true;
-            if (fatal_ == SIGHUP) screen_->abandon();
             return;
         }
         if (!isSilent) {

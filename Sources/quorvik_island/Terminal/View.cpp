@@ -112,7 +112,8 @@ void View::placeCard(bool moved) {
     const auto before = std::exchange(cardRequest_, "");
     std::erase_if(cards_, [&](const auto& entry) {
         const WaitingRequest* waiting = snapshot_->request(entry.first);
-        return !waiting || waiting->members != entry.second.waiting().members;
+        const WaitingRequest& known = entry.second.waiting();
+        return !waiting || waiting->receivedAt != known.receivedAt || waiting->members != known.members;
     });
     const auto entries = this->entries();
     const WaitingRequest* shown = snapshot_->request(chosenRequest_);

@@ -1,4 +1,4 @@
-#include "quorvik_island/HooksCommand.h"
+#include "quorvik_island/Commands/HooksCommand.h"
 
 #include "quorvik_island/Arguments.h"
 #include "quorvik_island/Console.h"

@@ -1,4 +1,4 @@
-#include "quorvik_island/StatusLineCommand.h"
+#include "quorvik_island/Commands/StatusLineCommand.h"
 
 #include "quorvik_island/Arguments.h"
 #include "quorvik_island/Console.h"

@@ -1,4 +1,4 @@
-#include "quorvik_island/ShellIntegrationCommand.h"
+#include "quorvik_island/Commands/ShellIntegrationCommand.h"
 
 #include "quorvik_island/Arguments.h"
 #include "quorvik_island/Console.h"

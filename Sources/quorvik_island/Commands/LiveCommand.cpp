@@ -1,15 +1,14 @@
-#include "quorvik_island/LiveCommand.h"
+#include "quorvik_island/Commands/LiveCommand.h"
 
 #include "quorvik_island/Arguments.h"
+#include "quorvik_island/Commands/HooksCommand.h"
 #include "quorvik_island/Console.h"
-#include "quorvik_island/HooksCommand.h"
 #include "quorvik_island/ProgramPath.h"
 #include "quorvik_island/Terminal/LiveIsland.h"
 
 #include "QuorvikCore/Agents/AgentDetection.h"
 #include "QuorvikCore/Install/HookInstaller.h"
 #include "QuorvikCore/Platform/Environment.h"
-#include "QuorvikCore/Text/Redactor.h"
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -87,13 +86,6 @@ bool open(const std::string& key) {
     return child > 0 && status == 0;
 }
 
-std::vector<VisibleText::Range> secretsIn(std::string_view text) {
-    std::vector<VisibleText::Range> ranges;
-    for (const auto& [begin, end] : Redactor::secrets(text))
-        ranges.push_back({begin, end});
-    return ranges;
-}
-
 } // namespace
 
 int run(std::span<const std::string> commandLine) {
@@ -101,7 +93,7 @@ int run(std::span<const std::string> commandLine) {
     const Arguments arguments = Arguments::parse(commandLine, flags, {});
     if (arguments.has("--help")) return printHelp(help);
     if (!arguments.words.empty()) throw UsageError("unknown command " + arguments.words.front());
-    IslandServices services{.look = {.secrets = secretsIn, .home = Platform::homeFolder()},
+    IslandServices services{.look = {.secrets = RequestCard::credentials, .home = Platform::homeFolder()},
                             .colours = !isSet("NO_COLOR"),
                             .findAgents = findAgents,
                             .connectAgents = connectAgents,

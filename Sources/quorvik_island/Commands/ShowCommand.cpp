@@ -1,4 +1,4 @@
-#include "quorvik_island/ShowCommand.h"
+#include "quorvik_island/Commands/ShowCommand.h"
 
 #include "quorvik_island/Activity.h"
 #include "quorvik_island/Age.h"
@@ -147,16 +147,18 @@ void nameUnreadable(const std::vector<std::string>& paths, std::string_view one,
     console.note(text);
 }
 
-/// What the app shows; absent when none runs, or it does not say.
-std::optional<Snapshot> shownByApp() {
-    constexpr ControlClient::Seconds patience(3);
+/// What the app shows; absent when none runs, or it does not say, and then `why` is not empty.
+std::optional<Snapshot> shownByApp(std::string& why) {
+    constexpr ControlClient::Seconds patience(1.5);
     try {
-        ControlClient client = ControlClient::connect("command", ControlClient::Start::never);
+        ControlClient client = ControlClient::connect("command", ControlClient::Start::never, patience);
         client.call("sync", nlohmann::json::object(), patience); // what is on disk now
         return client.snapshot();
-    } catch (const std::exception&) {
-        return std::nullopt;
+    } catch (const NotRunning&) {
+    } catch (const std::exception& error) {
+        why = error.what();
     }
+    return std::nullopt;
 }
 
 /// The snapshot that the app would make of these sessions, which must outlive the result.
@@ -192,9 +194,11 @@ int run(std::span<const std::string> commandLine) {
     Console console(arguments.has("--json"));
     const Date now = std::chrono::system_clock::now();
     Sessions sessions;
-    auto snapshot = shownByApp();
+    std::string why;
+    auto snapshot = shownByApp(why);
     if (!snapshot) {
         sessions = Sessions::load(QuorvikPaths::sessionsDirectory());
+        if (!why.empty()) console.note(why + ": this is what the records say");
         for (const std::string& failure : sessions.failures)
             console.fail(failure);
         snapshot = shownWithoutApp(sessions, now);

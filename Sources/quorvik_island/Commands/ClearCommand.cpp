@@ -1,4 +1,4 @@
-#include "quorvik_island/ClearCommand.h"
+#include "quorvik_island/Commands/ClearCommand.h"
 
 #include "quorvik_island/Arguments.h"
 #include "quorvik_island/Console.h"
