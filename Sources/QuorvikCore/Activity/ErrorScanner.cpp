@@ -144,32 +144,67 @@ void dropSequence(std::string_view& afterEscape) {
     }
 }
 
-/// Appends what a terminal would leave of the line. No character of several bytes holds a control character,
-/// so only control characters need a look.
-void appendVisible(std::string_view line, std::string& text) {
-    const std::size_t start = text.size();
-    text.resize(start + line.size());
-    char* const first = text.data() + start;
+/// The length of a control sequence of the usual kind behind its ESC ("[0;32m"); 0 for anything else, which
+/// dropSequence() decides.
+std::size_t lengthOfUsualSequence(std::string_view afterEscape) {
+    if (!afterEscape.starts_with('[')) return 0;
+    std::size_t at = 1;
+    while (at < afterEscape.size() && afterEscape[at] >= '0' && afterEscape[at] <= ';')
+        ++at;
+    if (at >= afterEscape.size() || afterEscape[at] < '@' || afterEscape[at] > '~') return 0;
+    ++at;
+    // A mark behind the last letter would belong to it.
+    return at < afterEscape.size() && static_cast<unsigned char>(afterEscape[at]) >= 0x80 ? 0 : at;
+}
+
+enum class Feeds {
+    dropped, ///< the text is one line
+    kept,    ///< lone line feeds end lines
+};
+
+/// What a terminal would leave of the text, whose last line gets a line feed where they are kept. No
+/// character of several bytes holds a control character, so only control characters need a look.
+std::string visible(std::string_view text, Feeds feeds) {
+    std::string result(text.size() + 1, '\0');
+    char* first = result.data(); // of this line
     char* out = first;
     constexpr std::uint64_t each = 0x0101010101010101; // byte of eight
-    while (!line.empty()) {
-        for (std::uint64_t eight; line.size() >= sizeof eight; line.remove_prefix(sizeof eight)) {
-            std::memcpy(&eight, line.data(), sizeof eight);
+    while (!text.empty()) {
+        for (std::uint64_t eight; text.size() >= sizeof eight; text.remove_prefix(sizeof eight)) {
+            std::memcpy(&eight, text.data(), sizeof eight);
             if (((eight - each * 0x20) & ~eight & (each * 0x80)) != 0) break; // one is below 0x20
             std::memcpy(out, &eight, sizeof eight);
             out += sizeof eight;
         }
-        if (line.empty()) break;
-        const char c = line.front();
-        line.remove_prefix(1);
-        if (!isControl(c))
+        if (text.empty()) break;
+        const char c = text.front();
+        text.remove_prefix(1);
+        if (!isControl(c)) {
             *out++ = c;
-        else if (c == escape)
-            dropSequence(line);
-        else if (c == '\r' && !line.starts_with('\n'))
-            out = first;
+        } else if (c == escape) {
+            std::size_t length = lengthOfUsualSequence(text);
+            if (length == 0) {
+                // A sequence does not go on in the next line.
+                std::string_view rest = text;
+                if (feeds == Feeds::kept) rest = rest.substr(0, findLineFeed(rest, 0, c));
+                const std::size_t before = rest.size();
+                dropSequence(rest);
+                length = before - rest.size();
+            }
+            text.remove_prefix(length);
+        } else if (c == '\r') {
+            if (text.starts_with('\n'))
+                text.remove_prefix(1);
+            else
+                out = first;
+        } else if (c == '\n' && feeds == Feeds::kept) {
+            *out++ = c;
+            first = out;
+        }
     }
-    text.resize(start + static_cast<std::size_t>(out - first));
+    if (feeds == Feeds::kept && out != first) *out++ = '\n';
+    result.resize(static_cast<std::size_t>(out - result.data()));
+    return result;
 }
 
 bool containsErrorWord(std::string_view lowered) {
@@ -183,24 +218,22 @@ bool containsErrorWord(std::string_view lowered) {
 /// they are up to the first control character (other than line feed and tab). From that line on, the search
 /// is in the text that a terminal would leave of them.
 std::optional<std::string> firstErrorLine(std::string_view lines) {
-    std::string visible;
+    std::string shown;
     std::string_view searched = lines;
     std::size_t passed = 0; // where the line in `searched` begins with which `lines` begins
     for (std::size_t at = 0; (at = findTelling(searched, at)) != npos;) {
         const std::size_t start = startOfLine(searched, at);
         if (isControl(searched[at])) { // once only: what is visible has none
             lines = searched.substr(start);
-            visible.reserve(lines.size());
-            for (std::string_view rest = lines; !rest.empty(); visible += '\n')
-                appendVisible(takeLine(rest), visible);
-            searched = visible;
+            shown = visible(lines, Feeds::kept);
+            searched = shown;
             at = passed = 0;
             continue;
         }
         // The original line decides: dropping a control sequence may join bytes that are no UTF-8 to a
         // character.
         std::string_view line = searched.substr(start);
-        if (!visible.empty()) {
+        if (!shown.empty()) {
             for (; passed < start; passed = searched.find('\n', passed) + 1)
                 takeLine(lines);
             line = lines;
@@ -303,11 +336,8 @@ bool ErrorScanner::lookForLastLine(std::string_view lines) {
 }
 
 std::string ErrorScanner::clean(std::string_view line) {
-    std::string kept;
-    if (Unicode::isValid(line))
-        appendVisible(line, kept);
-    else
-        appendVisible(Unicode::repaired(line), kept);
+    const std::string kept =
+        visible(Unicode::isValid(line) ? line : std::string_view(Unicode::repaired(line)), Feeds::dropped);
     std::string_view trimmed =
         Unicode::trimmed(kept, [](char32_t scalar) { return scalar == ' ' || scalar == '\t'; });
     if (Unicode::characterCount(trimmed, maxLineCharacters + 1) <= maxLineCharacters)

@@ -2,10 +2,11 @@
 
 #include "quorvik_island/Terminal/TerminalSignals.h"
 
-#include "QuorvikCore/Platform/FileDescriptor.h"
+#include "QuorvikCore/Platform/MemoryFile.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <curses.h>
+#include <fcntl.h>
 #include <langinfo.h>
 #include <sys/ioctl.h>
 #include <term.h>
@@ -169,8 +170,11 @@ CursesScreen::CursesScreen(bool colours) : library_(std::make_unique<Library>())
     ::mouseinterval(0);
     ::define_key("\x1b[200~", pasteBegins);
     ::define_key("\x1b[201~", pasteEnds);
+    terminal_ = FileDescriptor(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    if (!terminal_) throw std::runtime_error("there are no descriptors left");
+    collected_ = Platform::memoryFile();
     entered_ = true;
-    TerminalSignals::restoreAtCrash(STDOUT_FILENO, found_, library_->restoring);
+    TerminalSignals::restoreAtCrash(terminal_.get(), found_, library_->restoring);
     tell(pasteOn);
     setMouse(true);
 }
@@ -183,7 +187,7 @@ void CursesScreen::enter(bool anew) {
     if (abandoned_) return;
     if (anew) ::tcgetattr(STDIN_FILENO, &found_);
     entered_ = true;
-    TerminalSignals::restoreAtCrash(STDOUT_FILENO, found_, library_->restoring);
+    TerminalSignals::restoreAtCrash(terminal_.get(), found_, library_->restoring);
     ::reset_prog_mode();
     ::flushinp(); // what was typed meanwhile was meant for something else
     forget();
@@ -275,7 +279,29 @@ void CursesScreen::paint(const Frame& frame) {
         }
     }
     ::wmove(stdscr, static_cast<int>(frame.cursorRow), static_cast<int>(frame.cursorColumn));
+    refreshAtOnce();
+}
+
+void CursesScreen::refreshAtOnce() {
+    if (!collected_ || ::dup2(collected_.get(), STDOUT_FILENO) < 0) {
+        ::refresh();
+        return;
+    }
     ::refresh();
+    ::dup2(terminal_.get(), STDOUT_FILENO);
+    const off_t size = ::lseek(collected_.get(), 0, SEEK_CUR);
+    std::string bytes(static_cast<std::size_t>(std::max<off_t>(size, 0)), '\0');
+    const ssize_t count = ::pread(collected_.get(), bytes.data(), bytes.size(), 0);
+    ::lseek(collected_.get(), 0, SEEK_SET);
+    std::string_view left(bytes.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    while (!left.empty()) {
+        const ssize_t written = ::write(STDOUT_FILENO, left.data(), left.size());
+        if (written < 0) { // a signal came while the terminal was stopped
+            forget();
+            return;
+        }
+        left.remove_prefix(static_cast<std::size_t>(written));
+    }
 }
 
 /// Drops the escape sequences of keys that curses does not know. They begin with Esc and end with a letter,

@@ -3,6 +3,8 @@
 #include "quorvik_island/Terminal/Frame.h"
 #include "quorvik_island/Terminal/Keys.h"
 
+#include "QuorvikCore/Platform/FileDescriptor.h"
+
 #include <termios.h>
 
 #include <memory>
@@ -46,9 +48,15 @@ class CursesScreen {
   private:
     void take(Key key, std::vector<Key>& keys);
 
+    /// Brings the terminal up to date with one write, where the system allows that: curses makes one for
+    /// each piece, and whoever draws the terminal wakes up at every one of them.
+    void refreshAtOnce();
+
     struct Library;
     std::unique_ptr<Library> library_;
     termios found_{};
+    FileDescriptor terminal_;  ///< what standard output leads to
+    FileDescriptor collected_; ///< in memory: what curses writes; empty when there is no such file
     /// Where take() is within an escape sequence of the terminal's that names no key of ours.
     enum class Sequence { none, afterEscape, control, single, string, stringEnd };
     Sequence sequence_ = Sequence::none;
