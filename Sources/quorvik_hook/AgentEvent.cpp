@@ -43,7 +43,7 @@ std::optional<Report> reportOf(std::string_view bytes, Source agent, const Proce
     auto event = HookEvent::fromPayload(*payload);
     if (!event) return std::nullopt;
     auto request = event->approvalRequest(agent, Platform::newUUID());
-    if (request) request->input = HookEvent::toolInputText(*payload);
+    if (request) request->input = HookEvent::toolInputText(*payload, ApprovalWire::maxLine);
     return Report{std::move(*event), payload->isManualCompaction(), std::move(request)};
 }
 

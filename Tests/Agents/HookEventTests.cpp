@@ -1,5 +1,6 @@
 #include "QuorvikCore/Agents/HookEvent.h"
 #include "QuorvikCore/Agents/ToolWord.h"
+#include "QuorvikCore/Text/Redactor.h"
 
 #include <gtest/gtest.h>
 
@@ -63,6 +64,44 @@ TEST(HookEventTests, ToolArgumentsAndTheirSummary) {
              {R"("tool_input":{"command":7,"other":"x"})", "-"},
          })
         EXPECT_EQ(eventWith(members).toolSummary().value_or("-"), summary) << members;
+}
+
+TEST(HookEventTests, SumsUpALongCommandByItsStartAsByTheWhole) {
+    struct Case {
+        std::string_view start, piece, end;
+    };
+    for (const auto& [start, piece, end] : std::initializer_list<Case>{
+             {"", "x y ", ""},
+             {"", " ", ""},
+             {"", " ", "x"},
+             {"", "\\n", ""},
+             {"", "\\n \\n", "n"},
+             {" \\t", "\\t", "\u00A0"},
+             {"\\n", " ", "\\ud83d\\ude00"},
+             {"x", "\\u00e9", ""},
+             {"x", " ", "x"},
+             {"A='", "\\n\\u00e9\\\\b", "' x"},
+             {"A=", "/w/", " x"},
+             {"", "/w/", ""},
+             {"", "/w", "/x"},
+             {"", "abcdefghijklmnop0123456789", " x"},
+             {"", "-", "token x"},
+             {"", "-", " x"},
+         }) {
+        std::string value = "\"";
+        for (value += start; value.size() < 70'000; value += piece) {
+        }
+        value += std::string(end) + '"';
+        const std::string text = nlohmann::json::parse(value).get<std::string>();
+        const bool isTelling = text.find_first_not_of(" \t\u00A0") != text.npos;
+        const auto event = eventWith("\"tool_input\":{\"command\":" + value + "}");
+        EXPECT_EQ(event.toolSummary(), isTelling ? std::optional(Redactor::redact(text, "/w")) : std::nullopt)
+            << start << " " << piece;
+        EXPECT_EQ(HookEvent::fromJSON(
+                      "{\"hook_event_name\":\"Stop\",\"session_id\":\"s\",\"prompt\":" + value + "}")
+                      ->prompt,
+                  text);
+    }
 }
 
 TEST(HookEventTests, WhatTheUserIsAsked) {

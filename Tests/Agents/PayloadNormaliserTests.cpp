@@ -12,7 +12,9 @@ namespace {
 /// The event of a payload with these members besides its session's id; absent when it is dropped or no event.
 std::optional<HookEvent> eventOf(Source source, const std::string& members,
                                  const PayloadNormaliser::Surroundings& surroundings = {}) {
-    auto payload = HookPayload::read(R"({"session_id":"s","sessionId":"s",)" + members + "}\n");
+    static std::string bytes; // events refer to them
+    bytes = R"({"session_id":"s","sessionId":"s",)" + members + "}\n";
+    auto payload = HookPayload::read(bytes);
     if (!payload) ADD_FAILURE() << members;
     const auto verdict = PayloadNormaliser::normalise(*payload, source, surroundings);
     return verdict == PayloadNormaliser::Verdict::drop ? std::nullopt : HookEvent::fromPayload(*payload);

@@ -23,22 +23,36 @@ TEST(RawJSONTests, AcceptsWhatTheGrammarAllowsAndNothingElse) {
     }
     EXPECT_FALSE(RawJSON::value(""));
     EXPECT_FALSE(RawJSON::value(std::string("[]\0", 3)));
-    // The fast way over long strings stops for everything that it must stop for, wherever it stands.
-    for (std::size_t at = 0; at < 70; ++at) {
-        std::string text = "\"" + std::string(70, 'x') + "\"";
-        for (const char stop : {'\n', '\0', '\\', '"'}) {
-            text[1 + at] = stop;
-            EXPECT_FALSE(RawJSON::value(text)) << at << " " << int(stop);
-        }
+    // The fast ways over long strings stop for everything that they must stop for, wherever it stands.
+    for (const std::string_view piece :
+         {"x", "\\n", "abc\\\"", "\\\\", "a\\\\b\\n", "\\u00e9", "xy\\u00E9\\t"}) {
+        std::string pieces;
+        while (pieces.size() < 120)
+            pieces += piece;
+        for (std::size_t at = 0; at <= pieces.size(); ++at)
+            for (const std::string& inserted : std::initializer_list<std::string>{
+                     "", "\n", std::string(1, '\0'), "\\", "\"", "\\x", "\\u12G4", "é"}) {
+                const std::string text = '"' + std::string(pieces).insert(at, inserted) + '"';
+                ASSERT_EQ(RawJSON::value(text).has_value(), nlohmann::json::accept(text)) << text;
+                if (!RawJSON::value(text)) continue;
+                ASSERT_EQ(RawJSON::string(text), nlohmann::json::parse(text).get<std::string>()) << text;
+            }
     }
 }
 
 TEST(RawJSONTests, TakesAnObjectApart) {
-    using Members = RawJSON::Members;
+    using Members = RawJSON::MemberViews;
     const std::string text = " { \"a\" : 1.50 , \"b\":[ 1, {\"a\":2} ],\"\\u0063\":\"x\", \"a\":null } ";
     EXPECT_EQ(RawJSON::members(text), (Members{{"a", "null"}, {"b", "[ 1, {\"a\":2} ]"}, {"c", "\"x\""}}));
     constexpr std::string_view wanted[] = {"c", "none"};
-    EXPECT_EQ(RawJSON::members(text, wanted), (Members{{"c", "\"x\""}}));
+    EXPECT_EQ(RawJSON::outline(text, wanted, wanted)->members, (Members{{"c", "\"x\""}}));
+    constexpr std::string_view a[] = {"a"}, b[] = {"b"};
+    const std::string nested = R"({"a":{"x":1},"b":{"x":2},"a":{"\u0079":3,"z":{}} })";
+    EXPECT_EQ(RawJSON::outline(nested, a, a)->inside["a"],
+              (Members{{"y", "3"}, {"z", "{}"}})); // the last "a"
+    EXPECT_TRUE(RawJSON::outline(nested, a, b)->inside.empty());
+    EXPECT_FALSE(RawJSON::outline(nested + "x", a, a));
+    EXPECT_FALSE(RawJSON::outline(R"({"a":{"x":1,}})", a, a));
     EXPECT_EQ(RawJSON::members("{ }"), Members());
     EXPECT_FALSE(RawJSON::members("[]"));
     EXPECT_EQ(RawJSON::compacted(" [ 1 ,\n{ \"a b\" : \" \\\" \" } ]\t"), "[1,{\"a b\":\" \\\" \"}]");

@@ -253,10 +253,12 @@ class SnapshotReader {
         WaitingRequest waiting;
         waiting.request = ApprovalRequest::fromJSON(value);
         RecordReader(value).required("receivedAt", waiting.receivedAt);
-        RawJSON::Members members = *RawJSON::members(text);
+        RawJSON::MemberViews members = *RawJSON::members(text);
         members.erase("receivedAt");
         for (const auto& [name, member] : members)
-            waiting.members += (waiting.members.empty() ? "{" : ",") + RawJSON::encoded(name) + ":" + member;
+            waiting.members.append(waiting.members.empty() ? "{" : ",")
+                .append(RawJSON::encoded(name) + ":")
+                .append(member);
         waiting.members += '}';
         const auto granted = grants.find(waiting.request.id);
         if (granted != grants.end() && granted->is_array())

@@ -33,7 +33,6 @@ constexpr std::string_view summaryArguments[] = {"command",       "file_path", "
                                                  "notebook_path", "pattern",   "url",           "query",
                                                  "description",   "prompt"};
 
-constexpr std::string_view inputKeys[] = {"tool_input", "toolInput", "toolArgs", "tool_args"};
 constexpr std::string_view questionsArgument = "questions";
 
 /// An argument as one text: a text that is more than blanks, or a list of texts (a command's words) joined by
@@ -43,38 +42,56 @@ std::optional<std::string> argumentText(std::string_view value) {
         if (Unicode::trimmed(*text, Unicode::isWhitespace).empty()) return std::nullopt;
         return text;
     }
-    if (!value.starts_with('[')) return std::nullopt;
-    const JSONValue list = OrderedJSON::parse(value);
+    const auto elements = RawJSON::elements(value);
+    if (!elements || elements->empty()) return std::nullopt;
     std::string joined;
-    for (const JSONValue& element : *list.arrayValue()) {
-        const std::string* text = element.stringValue();
+    for (const std::string_view element : *elements) {
+        const auto text = RawJSON::string(element);
         if (!text) return std::nullopt;
-        if (&element != list.arrayValue()->data()) joined += ' ';
+        if (&element != elements->data()) joined += ' ';
         joined += *text;
     }
-    if (list.arrayValue()->empty()) return std::nullopt;
     return joined;
 }
 
-/// The text of a JSON string of which only the start is given; its last character may be wrong.
-std::optional<std::string> textStart(std::string_view value) {
-    constexpr std::size_t enough = 16'384;
-    if (value.size() <= enough || !value.starts_with('"')) return std::nullopt;
-    value = value.substr(0, enough);
-    for (auto escape = value.find('\\'); escape != value.npos;) {
-        const std::size_t end = escape + (value.substr(escape).starts_with("\\u") ? 6 : 2);
-        if (end > value.size()) value = value.substr(0, escape); // never in the middle of one
-        escape = value.find('\\', end);
+/// Bytes of a text that nearly always decide what is shown of it.
+constexpr std::size_t enough = 16'384;
+
+/// The text of a JSON string, given without its quotes, of which only the start is known; its last character
+/// may be wrong.
+std::string textOfStart(std::string_view written) {
+    for (auto escape = written.find('\\'); escape != written.npos;) {
+        const std::size_t end = escape + (written.substr(escape).starts_with("\\u") ? 6 : 2);
+        if (end > written.size()) written = written.substr(0, escape); // never in the middle of one
+        escape = written.find('\\', end);
     }
-    return RawJSON::string(std::string(value) + '"');
+    return RawJSON::decoded(written);
+}
+
+/// The short redacted form of a JSON string, given without its quotes, which may be megabytes long: as little
+/// of it is decoded as decides. Absent when it holds nothing but blanks.
+std::optional<std::string> longTextSummary(std::string_view written, std::string_view folder) {
+    const auto isTelling = [](std::string_view text) {
+        return !Unicode::trimmed(text, Unicode::isWhitespace).empty();
+    };
+    const auto blanks = RawJSON::leadingBlanks(written); // which do not show
+    written.remove_prefix(blanks.length);
+    const std::string start = textOfStart(written.substr(0, enough));
+    if (blanks.haveLineBreak || isTelling(start))
+        if (auto summary = Redactor::redactStart(start, folder)) return summary;
+    if (written.find('\\') == written.npos) {
+        if (!blanks.haveLineBreak && !isTelling(written)) return std::nullopt;
+        return Redactor::redact(written, folder);
+    }
+    const std::string text = RawJSON::decoded(written);
+    if (!blanks.haveLineBreak && !isTelling(text)) return std::nullopt;
+    return Redactor::redact(text, folder);
 }
 
 /// An argument as a short redacted text.
 std::optional<std::string> argumentSummary(std::string_view value, std::string_view folder) {
-    const auto start = textStart(value);
-    const bool isTelling = start && !Unicode::trimmed(*start, Unicode::isWhitespace).empty();
-    // A command may be megabytes long, and this is asked for more than once.
-    if (auto summary = isTelling ? Redactor::redactStart(*start, folder) : std::nullopt) return summary;
+    if (value.size() > enough && value.starts_with('"'))
+        return longTextSummary(value.substr(1, value.size() - 2), folder);
     const auto text = argumentText(value);
     if (!text) return std::nullopt;
     return Redactor::redact(*text, folder);
@@ -89,11 +106,27 @@ std::string repairedJSON(std::string_view value) {
 std::optional<std::string> suggestions(const HookPayload& payload) {
     if (auto text = payload.text("permission_suggestions")) return text;
     for (const std::string_view key : {"permission_suggestions", "permissionSuggestions"}) {
-        const auto found = payload.members.find(key);
-        if (found == payload.members.end() || !found->second.starts_with('[')) continue;
-        if (RawJSON::compacted(found->second) != "[]") return repairedJSON(found->second);
+        const std::string_view list = payload.json(key).value_or("");
+        if (list.starts_with('[') && RawJSON::compacted(list) != "[]") return repairedJSON(list);
     }
     return std::nullopt;
+}
+
+/// A tool's arguments.
+struct Input {
+    RawJSON::MemberViews members;
+    std::shared_ptr<const std::string> text; ///< where the payload has them in a string: what that says
+};
+
+Input inputOf(const HookPayload& payload) {
+    for (const std::string_view key : HookPayload::inputKeys) {
+        if (const auto* members = payload.input(key)) return {*members, nullptr};
+        const auto text = payload.hasText(key) ? RawJSON::string(*payload.json(key)) : std::nullopt;
+        if (!text) continue;
+        auto kept = std::make_shared<const std::string>(std::move(*text));
+        if (auto members = RawJSON::members(*kept)) return {std::move(*members), std::move(kept)};
+    }
+    return {};
 }
 
 } // namespace
@@ -107,7 +140,9 @@ std::optional<HookEvent> HookEvent::fromPayload(const HookPayload& payload) {
     event.sessionID = std::move(*session);
     event.cwd = payload.text({"cwd", "workspaceRoot"}).value_or("");
     event.toolName = payload.text({"tool_name", "toolName"});
-    event.toolInput = toolInputFrom(payload);
+    auto [arguments, text] = inputOf(payload);
+    event.toolInput = std::move(arguments);
+    event.kept.text = std::move(text);
     event.notificationType = payload.text("notification_type");
     event.message = payload.text("message");
     event.error = payload.text("error");
@@ -119,8 +154,11 @@ std::optional<HookEvent> HookEvent::fromPayload(const HookPayload& payload) {
 }
 
 std::optional<HookEvent> HookEvent::fromJSON(std::string_view bytes) {
-    const auto payload = HookPayload::read(bytes);
-    return payload ? fromPayload(*payload) : std::nullopt;
+    auto copy = std::make_shared<const std::string>(bytes);
+    const auto payload = HookPayload::read(*copy);
+    auto event = payload ? fromPayload(*payload) : std::nullopt;
+    if (event && !event->kept.text) event->kept.text = std::move(copy);
+    return event;
 }
 
 std::string HookEvent::canonicalName(std::string_view name) {
@@ -130,22 +168,22 @@ std::string HookEvent::canonicalName(std::string_view name) {
 }
 
 RawJSON::Members HookEvent::toolInputFrom(const HookPayload& payload) {
-    for (const std::string_view key : inputKeys) {
-        const auto found = payload.members.find(key);
-        if (found == payload.members.end()) continue;
-        const auto text = RawJSON::string(found->second);
-        if (auto arguments = RawJSON::members(text ? *text : found->second)) return std::move(*arguments);
-    }
-    return {};
+    const Input input = inputOf(payload);
+    return {input.members.begin(), input.members.end()};
 }
 
-std::optional<std::string> HookEvent::toolInputText(const HookPayload& payload) {
-    for (const std::string_view key : inputKeys) {
-        const auto found = payload.members.find(key);
-        if (found == payload.members.end()) continue;
-        const std::string text = RawJSON::string(found->second).value_or(found->second);
-        const auto value = RawJSON::value(text);
-        if (value && value->starts_with('{')) return repairedJSON(*value);
+std::optional<std::string> HookEvent::toolInputText(const HookPayload& payload, std::size_t limit) {
+    constexpr std::size_t longestCharacter = 16; // bytes of JSON, so that the last one asked for is whole
+    const auto startOf = [&](std::string_view text) {
+        if (text.size() - std::min(text.size(), limit) > longestCharacter)
+            text = text.substr(0, limit + longestCharacter);
+        return repairedJSON(text);
+    };
+    for (const std::string_view key : HookPayload::inputKeys) {
+        if (payload.input(key)) return startOf(*payload.json(key));
+        const auto text = payload.hasText(key) ? RawJSON::string(*payload.json(key)) : std::nullopt;
+        const auto value = text ? RawJSON::value(*text) : std::nullopt;
+        if (value && value->starts_with('{')) return startOf(*value);
     }
     return std::nullopt;
 }

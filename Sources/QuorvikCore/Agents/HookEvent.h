@@ -3,6 +3,7 @@
 #include "QuorvikCore/Agents/HookPayload.h"
 #include "QuorvikCore/Approvals/ApprovalRequest.h"
 
+#include <memory>
 #include <vector>
 
 namespace quorvik {
@@ -14,7 +15,8 @@ struct HookEvent {
     std::string sessionID;               ///< never empty
     std::string cwd;                     ///< the agent's working folder; empty when it gives none
     std::optional<std::string> toolName; ///< the tool that a tool event is about
-    RawJSON::Members toolInput;          ///< the tool's arguments: name → JSON text, as it came
+    /// The tool's arguments: name → JSON text, as it came; parts of the payload's bytes, or of `kept`.
+    RawJSON::MemberViews toolInput;
     std::optional<std::string> notificationType;
     std::optional<std::string> message; ///< of a notification
     std::optional<std::string> error;   ///< of a failed tool call or turn
@@ -23,12 +25,21 @@ struct HookEvent {
     std::optional<std::string> source;                ///< for example how the session started: "clear"
     std::optional<std::string> permissionSuggestions; ///< rules that the agent suggests: a JSON text
 
+    /// What an event keeps for itself. It says nothing about the event, so all are equal.
+    struct Kept {
+        std::shared_ptr<const std::string>
+            text; ///< that `toolInput` refers to, if not to the payload's bytes
+        bool operator==(const Kept&) const { return true; }
+    };
+    Kept kept;
+
     /// Absent when the payload names no event or no session. A member of the wrong type counts as missing;
-    /// permission suggestions are taken as text or as a list, and an empty list counts as missing.
+    /// permission suggestions are taken as text or as a list, and an empty list counts as missing. The bytes
+    /// of the payload must outlive the event.
     static std::optional<HookEvent> fromPayload(const HookPayload& payload);
 
     /// fromPayload() for the bytes of a payload that needs no PayloadNormaliser. Absent also when the bytes
-    /// are not a JSON object.
+    /// are not a JSON object. The event keeps a copy of the bytes.
     static std::optional<HookEvent> fromJSON(std::string_view bytes);
 
     /// "Stop" for "agentStop": the canonical spelling of a camel-case name; any other name as it is.
@@ -38,8 +49,10 @@ struct HookEvent {
     /// four keys in use that has them; empty when there are none.
     static RawJSON::Members toolInputFrom(const HookPayload& payload);
 
-    /// The arguments of a tool call as one JSON text, as the agent wrote it; absent when there are none.
-    static std::optional<std::string> toolInputText(const HookPayload& payload);
+    /// The arguments of a tool call as one JSON text, as the agent wrote it; absent when there are none. Of a
+    /// long text there is only the start, at least `limit` bytes of it.
+    static std::optional<std::string> toolInputText(const HookPayload& payload,
+                                                    std::size_t limit = std::string::npos);
 
     /// Whether the tool asks the user questions.
     bool isQuestionTool() const;

@@ -20,16 +20,31 @@ constexpr std::string_view usedMembers[] = {
 } // namespace
 
 std::optional<HookPayload> HookPayload::read(std::string_view bytes) {
-    auto members = RawJSON::members(bytes, usedMembers);
-    if (!members) return std::nullopt;
-    return HookPayload{std::move(*members)};
+    auto received = RawJSON::outline(bytes, usedMembers, inputKeys);
+    if (!received) return std::nullopt;
+    HookPayload payload;
+    payload.received_ = std::move(*received);
+    return payload;
+}
+
+std::optional<std::string_view> HookPayload::json(std::string_view key) const {
+    if (const auto changed = changed_.find(key); changed != changed_.end()) return changed->second;
+    const auto found = received_.members.find(key);
+    if (found == received_.members.end()) return std::nullopt;
+    return found->second;
+}
+
+const RawJSON::MemberViews* HookPayload::input(std::string_view key) const {
+    const auto found = received_.inside.find(key);
+    return found == received_.inside.end() || changed_.contains(key) ? nullptr : &found->second;
 }
 
 std::optional<std::string> HookPayload::text(std::string_view key) const {
-    const auto found = members.find(key);
-    const auto text = found == members.end() ? std::nullopt : RawJSON::string(found->second);
-    if (!text) return std::nullopt;
-    return Unicode::repaired(*text);
+    const std::string_view value = json(key).value_or("");
+    if (!value.starts_with('"')) return std::nullopt;
+    std::string text = RawJSON::decoded(value.substr(1, value.size() - 2));
+    if (!Unicode::isValid(text)) text = Unicode::repaired(text);
+    return text;
 }
 
 std::optional<std::string> HookPayload::text(std::initializer_list<std::string_view> keys) const {
@@ -39,18 +54,15 @@ std::optional<std::string> HookPayload::text(std::initializer_list<std::string_v
 }
 
 bool HookPayload::has(std::string_view key) const {
-    const auto found = members.find(key);
-    return found != members.end() && found->second != "null";
+    return json(key).value_or("null") != "null";
 }
 
 bool HookPayload::hasText(std::string_view key) const {
-    const auto found = members.find(key);
-    return found != members.end() && found->second.starts_with('"');
+    return json(key).value_or("").starts_with('"');
 }
 
 bool HookPayload::hasObject(std::string_view key) const {
-    const auto found = members.find(key);
-    return found != members.end() && found->second.starts_with('{');
+    return json(key).value_or("").starts_with('{');
 }
 
 bool HookPayload::isManualCompaction() const {
@@ -60,7 +72,13 @@ bool HookPayload::isManualCompaction() const {
 }
 
 void HookPayload::setText(const std::string& key, std::string_view text) {
-    members[key] = RawJSON::encoded(text);
+    changed_[key] = RawJSON::encoded(text);
+}
+
+void HookPayload::remove(std::string_view key) {
+    changed_.erase(std::string(key));
+    received_.members.erase(std::string(key));
+    received_.inside.erase(std::string(key));
 }
 
 } // namespace quorvik

@@ -71,10 +71,10 @@ Verdict claude(HookPayload& payload, const Surroundings&) {
     const bool isGroks = !payload.hasText(eventNameKey) && grokSpelling(name) &&
                          (name->find('_') != std::string::npos || payload.has("workspaceRoot"));
     if (isGroks) return Verdict::drop;
-    const auto prompt = payload.text({"submitted_prompt", "prompt"});
-    if (isPrompt(payload) && prompt.value_or("").starts_with("<task-notification>")) {
-        payload.members.erase("submitted_prompt");
-        payload.members.erase("prompt");
+    if (isPrompt(payload) &&
+        payload.text({"submitted_prompt", "prompt"}).value_or("").starts_with("<task-notification>")) {
+        payload.remove("submitted_prompt");
+        payload.remove("prompt");
     }
     return Verdict::report;
 }

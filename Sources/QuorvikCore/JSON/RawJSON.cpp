@@ -1,16 +1,16 @@
 #include "QuorvikCore/JSON/RawJSON.h"
 
-#include "QuorvikCore/JSON/OrderedJSON.h"
-#include "QuorvikCore/JSON/RecordCoding.h"
+#include "QuorvikCore/Platform/BlockSearch.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <vector>
+#include <utility>
 
 namespace quorvik::RawJSON {
 
 namespace {
+
+using Platform::blockAt, Platform::blockSize, Platform::ByteBlock, Platform::isAny;
 
 constexpr auto tableOf = [](std::string_view members) {
     std::array<bool, 256> table{};
@@ -19,7 +19,11 @@ constexpr auto tableOf = [](std::string_view members) {
     return table;
 };
 constexpr auto hexDigits = tableOf("0123456789abcdefABCDEF"), shortEscapes = tableOf("\"\\/bfnrt");
-constexpr std::size_t unicodeEscapeLength = 6; // \uXXXX
+constexpr std::ptrdiff_t unicodeEscapeLength = 6; // \uXXXX
+
+constexpr std::size_t byte(char c) {
+    return static_cast<unsigned char>(c);
+}
 
 bool isWhitespace(char c) {
     return c == ' ' || c == '\n' || c == '\r' || c == '\t';
@@ -38,23 +42,52 @@ constexpr auto runEnds = [] {
     return table;
 }();
 
-/// The first character from which endsRun(), else `end`. The fixed length of the inner loop lets compilers
-/// look at a block of characters with a few vector instructions: this is where large payloads spend their
-/// time.
+/// The first character from which endsRun(), else `end`. This is where large payloads spend their time.
 const char* endOfRun(const char* cursor, const char* end) {
-    constexpr std::ptrdiff_t block = 32;
-    if (cursor != end && runEnds[static_cast<unsigned char>(*cursor)])
-        return cursor; // one escape after another
-    while (end - cursor >= block) {
-        unsigned char found = 0;
-        for (std::ptrdiff_t i = 0; i < block; ++i)
-            found = static_cast<unsigned char>(found | endsRun(cursor[i]));
-        if (found) break;
-        cursor += block;
+    constexpr std::ptrdiff_t usual = 16; // characters
+    for (const char* const near = cursor + std::min(usual, end - cursor); cursor != near; ++cursor)
+        if (runEnds[static_cast<unsigned char>(*cursor)]) return cursor;
+    const std::string_view rest(cursor, static_cast<std::size_t>(end - cursor));
+    return cursor + Platform::firstPosition(rest, 0, 1, [](const char* c) {
+               const ByteBlock here = blockAt(c);
+               return Platform::isBetween(here, 0, 0x1F) | (here == '"') | (here == '\\');
+           });
+}
+
+/// "Yes" for the letters that may follow the backslash of an escape.
+ByteBlock isEscapeLetter(ByteBlock c) {
+    return (c == '"') | (c == '\\') | (c == '/') | (c == 'b') | (c == 'f') | (c == 'n') | (c == 'r') |
+           (c == 't') | (c == 'u');
+}
+
+ByteBlock isHexDigit(ByteBlock c) {
+    return Platform::isBetween(c, '0', '9') | Platform::isBetween(c | 0x20, 'a', 'f');
+}
+
+/// Moves over blocks of a string in which every escape is well-formed, and which hold neither the string's
+/// end nor three backslashes in a row. Stops at the start of a character or escape. `cursor` must stand
+/// behind an escape of the string, and not at the next one: then a backslash before it is the second one of a
+/// pair. For strings with an escape every few characters.
+const char* endOfEscapedBlocks(const char* cursor, const char* end) {
+    constexpr std::ptrdiff_t longestEscape = 6;
+    const char* const start = cursor;
+    while (end - cursor >= blockSize + longestEscape) {
+        const ByteBlock here = blockAt(cursor), before = blockAt(cursor - 1), after = blockAt(cursor + 1);
+        const ByteBlock slash = here == '\\', slashBefore = before == '\\';
+        const ByteBlock isEscape = slash & ~slashBefore;
+        const ByteBlock isEscaped = slashBefore & (blockAt(cursor - 2) != '\\');
+        const ByteBlock bad = Platform::isBetween(here, 0, 0x1F) | ((here == '"') & ~isEscaped) |
+                              (isEscape & ~isEscapeLetter(after)) | (slash & slashBefore & (after == '\\'));
+        if (isAny(bad)) break;
+        const ByteBlock isUnicode = isEscape & (after == 'u');
+        if (isAny(isUnicode) &&
+            isAny(isUnicode & ~(isHexDigit(blockAt(cursor + 2)) & isHexDigit(blockAt(cursor + 3)) &
+                                isHexDigit(blockAt(cursor + 4)) & isHexDigit(blockAt(cursor + 5)))))
+            break;
+        cursor += blockSize;
     }
-    while (cursor != end && !runEnds[static_cast<unsigned char>(*cursor)])
-        ++cursor;
-    return cursor;
+    // Not in the middle of an escape. What follows "\u" and its digits is as good a start as any.
+    return cursor != start && cursor[-1] == '\\' && cursor[-2] != '\\' ? cursor - 1 : cursor;
 }
 
 /// Moves over a JSON text. The skip functions stand at the first character of what they are named after and
@@ -70,6 +103,8 @@ class Scanner {
         while (cursor != end && isWhitespace(*cursor))
             ++cursor;
     }
+
+    bool isAt(char c) const { return cursor != end && *cursor == c; }
 
     bool skip(char c) {
         if (cursor == end || *cursor != c) return false;
@@ -108,15 +143,30 @@ class Scanner {
         for (;;) {
             cursor = endOfRun(cursor, end);
             if (skip('"')) return true;
-            if (!skip('\\') || cursor == end) return false;
-            const char letter = *cursor++;
-            if (letter == 'u') {
-                for (int digit = 0; digit < 4; ++digit, ++cursor)
-                    if (cursor == end || !hexDigits[static_cast<unsigned char>(*cursor)]) return false;
-            } else if (!shortEscapes[static_cast<unsigned char>(letter)]) {
-                return false;
-            }
+            if (!skipEscapes()) return false;
+            cursor = endOfEscapedBlocks(cursor, end);
         }
+    }
+
+    /// One escape or more.
+    bool skipEscapes() {
+        do {
+            if (end - cursor < 2 || *cursor != '\\') return false;
+            std::ptrdiff_t length = 2;
+            if (cursor[1] == 'u') {
+                length = unicodeEscapeLength;
+                if (end - cursor < length) return false;
+                if (!std::all_of(cursor + 2, cursor + length, [](char c) { return hexDigits[byte(c)]; }))
+                    return false;
+            } else {
+                if (!shortEscapes[byte(cursor[1])]) return false;
+            }
+            cursor += length;
+            if (!isAt('\\')) break;
+            while (end - cursor >= blockSize && !isAny(blockAt(cursor) != blockAt(cursor - length)))
+                cursor += blockSize - blockSize % length; // the same one over and over
+        } while (isAt('\\'));
+        return true;
     }
 
     /// A member's name, the colon and the white space around it.
@@ -172,14 +222,6 @@ std::string_view taken(const char* first, const Scanner& scanner) {
     return {first, static_cast<std::size_t>(scanner.position() - first)};
 }
 
-/// The 16 bits of the "\uXXXX" that `text` begins with; absent when it begins otherwise.
-std::optional<unsigned> unicodeEscape(std::string_view text) {
-    if (text.size() < unicodeEscapeLength || !text.starts_with("\\u")) return std::nullopt;
-    unsigned unit = 0;
-    std::from_chars(text.data() + 2, text.data() + unicodeEscapeLength, unit, 16);
-    return unit;
-}
-
 } // namespace
 
 std::optional<std::string_view> value(std::string_view text) {
@@ -193,61 +235,120 @@ std::optional<std::string_view> value(std::string_view text) {
     return found;
 }
 
-std::string Object::nameOf(const Member& member) {
-    if (!member.hasEscapes) return std::string(member.name);
-    return *string({member.name.data() - 1, member.name.size() + 2});
+/// Reads the members of objects, and hands each to a function.
+class MemberReader {
+  public:
+    using Member = Object::Member;
+
+    explicit MemberReader(std::string_view text) : scanner(text) {}
+
+    /// Reads the text, which must be one object. `onName` is called with each member's name before its value
+    /// is read and returns whether members of that value, if it is an object, are to be read too; `onMember`
+    /// gets each member, and whether it is one of the text's own, after those inside it.
+    template <typename OnName, typename OnMember>
+    bool read(OnName onName, OnMember onMember) {
+        scanner.skipWhitespace();
+        if (!readObject(true, onName, onMember)) return false;
+        scanner.skipWhitespace();
+        return scanner.isAtEnd();
+    }
+
+  private:
+    template <typename OnName, typename OnMember>
+    bool readObject(bool isOuter, OnName& onName, OnMember& onMember) {
+        if (!scanner.skip('{')) return false;
+        scanner.skipWhitespace();
+        if (scanner.skip('}')) return true;
+        do {
+            scanner.skipWhitespace();
+            Member member;
+            if (!readName(member)) return false;
+            const char* const first = scanner.position();
+            const bool isOpened = isOuter && onName(member) && scanner.isAt('{');
+            if (isOpened ? !readObject(false, onName, onMember) : !scanner.skipValue()) return false;
+            member.value = taken(first, scanner);
+            onMember(member, isOuter);
+            scanner.skipWhitespace();
+        } while (scanner.skip(','));
+        return scanner.skip('}');
+    }
+
+    bool readName(Member& member) {
+        const char* const quote = scanner.position();
+        if (!scanner.skipString()) return false;
+        member.name = taken(quote, scanner);
+        member.name.remove_prefix(1);
+        member.name.remove_suffix(1);
+        member.hasEscapes = member.name.find('\\') != member.name.npos;
+        scanner.skipWhitespace();
+        if (!scanner.skip(':')) return false;
+        scanner.skipWhitespace();
+        return true;
+    }
+
+    Scanner scanner;
+};
+
+std::string Object::Member::plainName() const {
+    if (!hasEscapes) return std::string(name);
+    return *string({name.data() - 1, name.size() + 2});
+}
+
+bool Object::Member::hasName(std::string_view plain) const {
+    if (hasEscapes) return plainName() == plain;
+    // Names of one length differ in their first letters: that saves most comparisons.
+    return name.size() == plain.size() && (plain.empty() || (name[0] == plain[0] && name == plain));
 }
 
 const std::string_view* Object::operator[](std::string_view name) const {
-    const auto found = std::find_if(members_.rbegin(), members_.rend(), [&](const Member& member) {
-        if (member.hasEscapes) return nameOf(member) == name;
-        // Names of one length differ in their first letters: that saves most comparisons.
-        return member.name.size() == name.size() &&
-               (name.empty() || (member.name[0] == name[0] && member.name == name));
-    });
+    const auto found = std::find_if(members_.rbegin(), members_.rend(),
+                                    [&](const Member& member) { return member.hasName(name); });
     return found == members_.rend() ? nullptr : &found->value;
 }
 
 std::optional<Object> object(std::string_view text) {
     constexpr std::size_t usual = 32; // members
     Object found;
-    Scanner scanner(text);
-    scanner.skipWhitespace();
-    if (!scanner.skip('{')) return std::nullopt;
-    scanner.skipWhitespace();
-    if (!scanner.skip('}')) {
-        found.members_.reserve(usual);
-        do {
-            scanner.skipWhitespace();
-            const char* const quote = scanner.position();
-            if (!scanner.skipString()) return std::nullopt;
-            std::string_view name = taken(quote, scanner);
-            name.remove_prefix(1);
-            name.remove_suffix(1);
-            scanner.skipWhitespace();
-            if (!scanner.skip(':')) return std::nullopt;
-            scanner.skipWhitespace();
-            const char* const valueStart = scanner.position();
-            if (!scanner.skipValue()) return std::nullopt;
-            found.members_.push_back({name, name.find('\\') != name.npos, taken(valueStart, scanner)});
-            scanner.skipWhitespace();
-        } while (scanner.skip(','));
-        if (!scanner.skip('}')) return std::nullopt;
-    }
-    scanner.skipWhitespace();
-    if (!scanner.isAtEnd()) return std::nullopt;
+    found.members_.reserve(usual);
+    MemberReader reader(text);
+    const bool isObject = reader.read([](const auto&) { return false; },
+                                      [&](const auto& member, bool) { found.members_.push_back(member); });
+    if (!isObject) return std::nullopt;
     return found;
 }
 
-std::optional<Members> members(std::string_view text, std::span<const std::string_view> wanted) {
-    const auto whole = object(text);
-    if (!whole) return std::nullopt;
-    Members found;
-    for (const Object::Member& member : whole->members_) {
-        std::string name = Object::nameOf(member);
-        if (wanted.empty() || std::find(wanted.begin(), wanted.end(), name) != wanted.end())
-            found.insert_or_assign(std::move(name), member.value);
-    }
+std::optional<MemberViews> members(std::string_view text) {
+    MemberViews found;
+    MemberReader reader(text);
+    const bool isObject = reader.read(
+        [](const auto&) { return false; },
+        [&](const auto& member, bool) { found.insert_or_assign(member.plainName(), member.value); });
+    if (!isObject) return std::nullopt;
+    return found;
+}
+
+std::optional<Outline> outline(std::string_view text, std::span<const std::string_view> wanted,
+                               std::span<const std::string_view> opened) {
+    Outline found;
+    MemberViews inside;
+    const auto isIn = [](const auto& member, std::span<const std::string_view> names) {
+        return std::ranges::any_of(names, [&](std::string_view name) { return member.hasName(name); });
+    };
+    MemberReader reader(text);
+    const bool isObject = reader.read([&](const auto& member) { return isIn(member, opened); },
+                                      [&](const auto& member, bool isOuter) {
+                                          if (!isOuter) {
+                                              inside.insert_or_assign(member.plainName(), member.value);
+                                              return;
+                                          }
+                                          if (!isIn(member, wanted)) return inside.clear();
+                                          const std::string name = member.plainName();
+                                          found.members.insert_or_assign(name, member.value);
+                                          found.inside.erase(name); // of an earlier member of that name
+                                          if (isIn(member, opened) && member.value.starts_with('{'))
+                                              found.inside[name] = std::exchange(inside, {});
+                                      });
+    if (!isObject) return std::nullopt;
     return found;
 }
 
@@ -277,39 +378,9 @@ std::optional<std::string> string(std::string_view value) {
     const char* const end = value.data() + value.size();
     const char* const close = endOfRun(value.data() + 1, end);
     if (close + 1 == end && *close == '"') return std::string(value.data() + 1, close);
-    if (!RawJSON::value(value)) return std::nullopt;
-    JSONValue parsed = OrderedJSON::parse(value);
-    return std::move(*parsed.stringValue());
-}
-
-std::string encoded(std::string_view text) {
-    return printJSON(text);
-}
-
-std::string withoutHalfSurrogates(std::string_view value) {
-    constexpr std::size_t pairLength = 2 * unicodeEscapeLength;
-    std::string result;
-    result.reserve(value.size());
-    while (!value.empty()) {
-        std::size_t length = std::min(value.find('\\'), value.size());
-        if (length == 0) {
-            length = std::min<std::size_t>(2, value.size()); // any escape but the ones below
-            if (const auto unit = unicodeEscape(value)) {
-                const auto next = unicodeEscape(value.substr(unicodeEscapeLength));
-                const bool isHigh = *unit >= 0xD800 && *unit <= 0xDBFF;
-                const bool isPair = isHigh && next && *next >= 0xDC00 && *next <= 0xDFFF;
-                length = isPair ? pairLength : unicodeEscapeLength;
-                if (!isPair && *unit >= 0xD800 && *unit <= 0xDFFF) {
-                    result += "\\ufffd";
-                    value.remove_prefix(length);
-                    continue;
-                }
-            }
-        }
-        result += value.substr(0, length);
-        value.remove_prefix(length);
-    }
-    return result;
+    const auto found = RawJSON::value(value);
+    if (!found) return std::nullopt;
+    return decoded(found->substr(1, found->size() - 2));
 }
 
 std::string compacted(std::string_view value) {

@@ -20,6 +20,9 @@ namespace quorvik::RawJSON {
 /// The members of an object: each name, with its escapes undone, and the JSON text of its value.
 using Members = std::map<std::string, std::string, std::less<>>;
 
+/// Members whose values are parts of the text that was taken apart, which must outlive them.
+using MemberViews = std::map<std::string, std::string_view, std::less<>>;
+
 /// The one value of a JSON text, without the white space around it; absent when the text is not JSON.
 std::optional<std::string_view> value(std::string_view text);
 
@@ -33,13 +36,15 @@ class Object {
 
   private:
     friend std::optional<Object> object(std::string_view text);
-    friend std::optional<Members> members(std::string_view text, std::span<const std::string_view> wanted);
     struct Member {
         std::string_view name; ///< without its quotes; as written
         bool hasEscapes;       ///< in its name
         std::string_view value;
+
+        std::string plainName() const; ///< escapes undone
+        bool hasName(std::string_view plain) const;
     };
-    static std::string nameOf(const Member& member);
+    friend class MemberReader;
 
     std::vector<Member> members_;
 };
@@ -47,13 +52,36 @@ class Object {
 /// Absent when the text is not JSON or not an object.
 std::optional<Object> object(std::string_view text);
 
-/// The members of a JSON text that is an object, or those of them that are `wanted` (empty: all of them). Of
-/// members with the same name the last one counts. Absent when the text is not JSON or not an object.
-std::optional<Members> members(std::string_view text, std::span<const std::string_view> wanted = {});
+/// The members of a JSON text that is an object. Of members with the same name the last one counts. Absent
+/// when the text is not JSON or not an object.
+std::optional<MemberViews> members(std::string_view text);
+
+/// Some members of an object, and what is in some of those.
+struct Outline {
+    MemberViews members;
+    std::map<std::string, MemberViews, std::less<>> inside; ///< by the name of the member that is an object
+};
+
+/// In one pass over the text: those members of an object that are `wanted`, and the members of those among
+/// them that are `opened` as well and objects themselves. Otherwise like members().
+std::optional<Outline> outline(std::string_view text, std::span<const std::string_view> wanted,
+                               std::span<const std::string_view> opened);
 
 /// The JSON texts of the elements of an array, in order, as parts of its text. Absent when the text is not
 /// JSON or not an array.
 std::optional<std::vector<std::string_view>> elements(std::string_view text);
+
+/// How many bytes at the start of a string, as it is written between its quotes, mean spaces, tabs, line
+/// feeds and carriage returns. Those written as "\uXXXX" count as other characters.
+struct LeadingBlanks {
+    std::size_t length;
+    bool haveLineBreak;
+};
+LeadingBlanks leadingBlanks(std::string_view written);
+
+/// What a string means that is written like this between its quotes, a half surrogate as U+FFFD. Every escape
+/// must be well-formed.
+std::string decoded(std::string_view written);
 
 /// What a JSON string means, escapes undone, a half surrogate as U+FFFD; absent when the value is anything
 /// else.

@@ -1,5 +1,6 @@
 #include "QuorvikCore/Text/Redactor.h"
 
+#include "QuorvikCore/Platform/BlockSearch.h"
 #include "QuorvikCore/Platform/Environment.h"
 #include "QuorvikCore/Text/SecretSearch.h"
 #include "QuorvikCore/Text/ShellReader.h"
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
 
 namespace quorvik::Redactor {
 
@@ -72,7 +74,13 @@ class Line {
 
     void hide(SecretRule rule);
 
+    /// Drops all but so many bytes, of which there must not be more than there are.
+    void cut(std::size_t size) { text_ = text_.substr(0, size); }
+
   private:
+    std::size_t find(std::string_view folder, std::size_t from) const;
+    std::size_t endOfRow(std::size_t at, std::size_t length) const;
+
     /// Writes the line anew, from left to right.
     class Rewrite {
       public:
@@ -159,16 +167,41 @@ void Line::makeOneLine() {
     keep(std::move(line));
 }
 
+/// Like text_.find(), but fast where the folder's first character comes often: every path has slashes.
+std::size_t Line::find(std::string_view folder, std::size_t from) const {
+    using Platform::blockAt;
+    for (;; ++from) {
+        from = text_.find(folder[0], from); // fast over texts without paths
+        if (from == text_.npos) return from;
+        from = Platform::firstPosition(text_, from, 2, [&](const char* c) {
+            return (blockAt(c) == folder[0]) & (blockAt(c + 1) == folder[1]);
+        });
+        if (text_.size() - from < folder.size()) return text_.npos;
+        if (text_.compare(from, folder.size(), folder) == 0) return from;
+    }
+}
+
+/// Where the piece of `length` characters that ends at `at` stops being repeated.
+std::size_t Line::endOfRow(std::size_t at, std::size_t length) const {
+    constexpr std::size_t block = Platform::blockSize;
+    const char* const text = text_.data();
+    while (length <= block && at + block <= text_.size() &&
+           !Platform::isAny(Platform::blockAt(text + at) != Platform::blockAt(text + at - length)))
+        at += block - block % length;
+    while (text_.substr(at).starts_with(text_.substr(at - length, length)))
+        at += length;
+    return at;
+}
+
 void Line::shortenPaths(std::string_view folder, std::string_view name) {
     if (folder.empty()) return;
     Rewrite rewrite(*this);
     std::size_t known = 0; // what no hit can begin in any more
     for (;;) {
-        const std::size_t hit = text_.find(folder, known);
+        const std::size_t hit = find(folder, known);
         if (hit == text_.npos) break;
         known = hit + folder.size();
-        while (name.empty() && text_.substr(known).starts_with(folder))
-            known += folder.size(); // a row of hits at the price of one
+        if (name.empty()) known = endOfRow(known, folder.size()); // a row of hits at the price of one
         rewrite.keepTo(hit);
         rewrite.replaceTo(known - (name.empty() ? 0 : 1), name, false);
     }
@@ -227,6 +260,8 @@ std::optional<std::string> shortForm(std::string_view text, bool isWhole,
     // end, when little is left of the text; before that only when a folder holds blanks.
     if (folders.haveBlanks()) line.makeOneLine();
     mask(line, folders);
+    // A line break that becomes a blank may join a mark behind it, so twice as many characters are enough.
+    line.cut(Unicode::firstCharacters(line.text(), 2 * maxCharacters + 8).size());
     line.makeOneLine();
     return shortened(line);
 }
@@ -235,7 +270,7 @@ std::optional<std::string> shortForm(std::string_view text, bool isWhole,
 
 std::string redact(std::string_view text, std::optional<std::string_view> projectDir) {
     // Most long texts are cut long before their end, so their starts are tried first.
-    for (std::size_t size = 4096; size < text.size(); size *= 16)
+    for (std::size_t size = 4096; size < text.size() / 16; size *= 16)
         if (auto redacted = redactStart(text.substr(0, size), projectDir)) return *redacted;
     return shortForm(text, true, projectDir).value_or(std::string(stars));
 }
@@ -257,9 +292,37 @@ std::vector<Stretch> secrets(std::string_view text, std::optional<std::string_vi
     return found;
 }
 
+namespace {
+
+/// How often each byte comes, as the sum over the tables, which are counted in turn: a processor waits when
+/// it counts the same byte again at once.
+using Counts = std::array<std::array<std::uint32_t, 256>, 4>;
+
+/// Adds the bytes of the start of the text, two at a time, and takes them off it.
+void countPairs(std::string_view& text, Counts& counts) {
+    constexpr std::size_t all = 1u << 16, step = sizeof(std::uint64_t);
+    std::vector<std::uint32_t> pairs(2 * all);
+    for (; text.size() >= step; text.remove_prefix(step)) {
+        std::uint64_t eight;
+        std::memcpy(&eight, text.data(), step);
+        ++pairs[eight % all];
+        ++pairs[all + (eight >> 16) % all];
+        ++pairs[(eight >> 32) % all];
+        ++pairs[all + (eight >> 48)];
+    }
+    for (std::size_t pair = 0; pair < pairs.size(); ++pair) {
+        counts[0][pair % 256] += pairs[pair];
+        counts[1][pair / 256 % 256] += pairs[pair];
+    }
+}
+
+} // namespace
+
 bool looksSecret(std::string_view token) {
-    // Counted in turn, since a processor waits when it counts the same byte again at once.
-    std::array<std::array<std::uint32_t, 256>, 4> counts{};
+    constexpr std::size_t worthwhile = 1u << 20;
+    const std::size_t length = token.size();
+    Counts counts{};
+    if (length >= worthwhile) countPairs(token, counts);
     for (std::size_t index = 0; index < token.size(); ++index)
         ++counts[index % 4][static_cast<unsigned char>(token[index])];
     bool digit = false, letter = false;
@@ -269,7 +332,7 @@ bool looksSecret(std::string_view token) {
         if (count == 0) continue;
         digit = digit || (byte >= '0' && byte <= '9');
         letter = letter || (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
-        const double share = double(count) / double(token.size());
+        const double share = double(count) / double(length);
         entropy -= share * std::log2(share);
     }
     return digit && letter && entropy >= minSecretEntropy;

@@ -1,5 +1,6 @@
 #include "QuorvikCore/Text/SecretSearch.h"
 
+#include "QuorvikCore/Platform/BlockSearch.h"
 #include "QuorvikCore/Text/CharacterSet.h"
 #include "QuorvikCore/Text/Redactor.h"
 #include "QuorvikCore/Text/Regex.h"
@@ -52,38 +53,43 @@ constexpr TokenShape shapes[] = {
 constexpr unsigned byte(char c) {
     return static_cast<unsigned char>(c);
 }
-// Numbers instead of truth values, to be combined without branches.
-constexpr unsigned is(char c, char wanted) {
-    return c == wanted;
-}
-constexpr unsigned isEither(char c, char lower) {
-    return (byte(c) | 0x20) == byte(lower);
+
+using Platform::blockAt, Platform::ByteBlock, Platform::isBetween;
+
+/// "Yes" for the letter in either case.
+ByteBlock isEither(ByteBlock block, char lower) {
+    return (block | 0x20) == lower;
 }
 
-/// The first place from `at` on where `holds` says yes for the characters there, of which it looks at
-/// `width`; near the end of the text also where it might if the text went on. The fixed length of the inner
-/// loop lets compilers look at a block of characters with a few vector instructions.
-template <std::size_t width, typename Holds>
-std::size_t firstPlace(std::string_view text, std::size_t at, Holds holds) {
-    constexpr std::size_t block = 32;
-    const char* const start = text.data();
-    while (text.size() - at >= block + width - 1) {
-        unsigned found = 0;
-        for (std::size_t i = 0; i < block; ++i)
-            found |= holds(start + at + i);
-        if (found) break;
-        at += block;
+/// Platform::firstPosition() for places of `width` characters. A place near the end of the text, where
+/// `holds` might say "yes" if the text went on, counts as found; npos when there is none.
+template <typename Holds>
+std::size_t firstPlace(std::string_view text, std::size_t at, std::size_t width, Holds holds) {
+    if (text.size() - at >= width) {
+        const std::size_t found = Platform::firstPosition(text, at, width, holds);
+        if (found + width <= text.size()) return found;
+        at = std::max(at, text.size() - width + 1);
     }
-    while (text.size() - at >= width && !holds(start + at))
-        ++at;
-    if (text.size() - at >= width) return at;
     return at < text.size() ? at : npos;
 }
 
-/// Whether a scalar that \s matches may begin with this byte.
-constexpr unsigned mayBeginSpace(char c) {
-    const unsigned value = byte(c);
-    return unsigned(value <= 0x20) | unsigned(value == 0xC2) | unsigned(value - 0xE1 <= 2);
+/// "Yes" for the first bytes of scalars that \s matches, and of some others.
+ByteBlock mayBeginSpace(ByteBlock c) {
+    return isBetween(c, 0, 0x20) | isBetween(c, 0xC2, 0xC2) | isBetween(c, 0xE1, 0xE3);
+}
+
+ByteBlock isAlphanumeric(ByteBlock c) {
+    return isBetween(c, '0', '9') | isBetween(c | 0x20, 'a', 'z');
+}
+
+/// The end of the run of members of `set`, a block at a time where it is long; `contains` says "yes" for the
+/// same characters.
+template <typename Contains>
+std::size_t endOfRun(std::string_view text, std::size_t at, const CharacterSet& set, Contains contains) {
+    constexpr std::size_t usual = 32; // characters
+    const std::size_t end = set.endOfRun(text, at, usual);
+    if (end - at < usual) return end;
+    return Platform::firstPosition(text, end, 1, [&](const char* c) { return ~contains(blockAt(c)); });
 }
 
 /// The length of the white space at the start of the text; 0 when it begins otherwise.
@@ -96,7 +102,8 @@ std::size_t spaceLength(std::string_view text) {
 /// The end of the run of a–z, 0–9, "_" and "-", as (?i) takes them.
 std::size_t endOfOptionCharacters(std::string_view text, std::size_t at) {
     for (;;) {
-        at = wordOrHyphen.endOfRun(text, at);
+        at = endOfRun(text, at, wordOrHyphen,
+                      [](ByteBlock c) { return isAlphanumeric(c) | (c == '_') | (c == '-'); });
         if (at == text.size() || byte(text[at]) < 0x80) return at;
         const Unicode::Scalar scalar = Unicode::firstScalar(text.substr(at));
         if (Regex::withoutCase(scalar.value) >= 0x80) return at;
@@ -136,21 +143,16 @@ std::optional<SecretSearch::Match> SecretSearch::next() {
 std::size_t SecretSearch::candidate() const {
     switch (rule_) {
     case SecretRule::authorization:
-        return firstPlace<4>(text_, at_, [](const char* c) {
-            return isEither(c[0], 'a') & isEither(c[1], 'u') & isEither(c[2], 't') & isEither(c[3], 'h');
+        return firstPlace(text_, at_, 2, [](const char* c) {
+            return isEither(blockAt(c), 'a') & isEither(blockAt(c + 1), 'u');
         });
     case SecretRule::bearer:
-        return firstPlace<4>(text_, at_, [](const char* c) {
-            return isEither(c[0], 'b') & isEither(c[1], 'e') & isEither(c[2], 'a') & isEither(c[3], 'r');
+        return firstPlace(text_, at_, 2, [](const char* c) {
+            return isEither(blockAt(c), 'b') & isEither(blockAt(c + 1), 'e');
         });
     case SecretRule::option: return text_.find('-', at_);
     case SecretRule::assignment: return text_.find('=', at_);
-    case SecretRule::knownToken:
-        return firstPlace<3>(text_, at_, [](const char* c) {
-            return (is(c[0], 's') & is(c[1], 'k')) | (is(c[0], 'g') & (is(c[1], 'h') | is(c[1], 'i'))) |
-                   (is(c[0], 'x') & is(c[1], 'o') & is(c[2], 'x')) |
-                   (is(c[0], 'A') & ((is(c[1], 'K') & is(c[2], 'I')) | (is(c[1], 'I') & is(c[2], 'z'))));
-        });
+    case SecretRule::knownToken: return candidateForKnownToken();
     case SecretRule::randomToken: break;
     }
     // Looks at windows of `minRandomToken` characters, each from its end backwards. A window of token
@@ -166,6 +168,22 @@ std::size_t SecretSearch::candidate() const {
         start = end;
     }
     return npos;
+}
+
+/// Known tokens begin at a word boundary, so this looks for the character before one.
+std::size_t SecretSearch::candidateForKnownToken() const {
+    if (at_ >= text_.size()) return npos;
+    if (at_ == 0) return 0;
+    const std::size_t before = firstPlace(text_, at_ - 1, 3, [](const char* c) {
+        const ByteBlock last = blockAt(c), here = blockAt(c + 1), next = blockAt(c + 2);
+        const ByteBlock isStart =
+            ~(isAlphanumeric(last) | (last == '_')) & isBetween(here | 0x20, 'a', 'z'); // of a word
+        if (!Platform::isAny(isStart)) return isStart;
+        return isStart &
+               (((here == 's') & (next == 'k')) | ((here == 'g') & isBetween(next, 'h', 'i')) |
+                ((here == 'x') & (next == 'o')) | ((here == 'A') & ((next == 'K') | (next == 'I'))));
+    });
+    return before == npos ? npos : before + 1;
 }
 
 std::optional<SecretSearch::Match> SecretSearch::matchAt(std::size_t at) {
@@ -247,7 +265,9 @@ std::optional<SecretSearch::Match> SecretSearch::knownToken(std::size_t at) {
 }
 
 std::optional<SecretSearch::Match> SecretSearch::randomToken(std::size_t at) {
-    const std::size_t end = endOfRun_ = inRandomToken.endOfRun(text_, at);
+    const std::size_t end = endOfRun_ = endOfRun(text_, at, inRandomToken, [](ByteBlock c) {
+        return isAlphanumeric(c) | isBetween(c, '-', '/') | (c == '+') | (c == '_') | (c == '=');
+    });
     if (isEnd(end) && isUndecided_) return std::nullopt;
     if (end - at < minRandomToken || !Redactor::looksSecret(text_.substr(at, end - at))) return std::nullopt;
     return Match{at, at, end};
@@ -298,12 +318,12 @@ std::size_t SecretSearch::endOfSpaces(std::size_t at, bool orEquals) {
 
 /// The end of the run of what is neither white space nor, with `orAtQuote`, a quote.
 std::size_t SecretSearch::endOfBare(std::size_t at, bool orAtQuote) {
+    const ByteBlock quotes = ByteBlock{} - static_cast<signed char>(orAtQuote); // all "yes" or all "no"
     for (;;) {
-        at = orAtQuote
-                 ? firstPlace<1>(text_, at,
-                                 [](const char* c) { return mayBeginSpace(*c) | is(*c, '"') | is(*c, '\''); })
-                 : firstPlace<1>(text_, at, [](const char* c) { return mayBeginSpace(*c); });
-        if (at == npos) at = text_.size();
+        at = Platform::firstPosition(text_, at, 1, [&](const char* c) {
+            const ByteBlock here = blockAt(c);
+            return mayBeginSpace(here) | (((here == '"') | (here == '\'')) & quotes);
+        });
         if (isEnd(at) || (orAtQuote && (text_[at] == '"' || text_[at] == '\''))) return at;
         if (spaceLength(text_.substr(at)) > 0) return at;
         ++at; // a continuation byte begins no space

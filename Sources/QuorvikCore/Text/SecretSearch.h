@@ -53,6 +53,7 @@ class SecretSearch {
     std::optional<Match> randomToken(std::size_t at);
 
     std::size_t candidate() const;
+    std::size_t candidateForKnownToken() const;
     std::optional<Match> matchAt(std::size_t at);
 
     bool isEnd(std::size_t at);

@@ -1,5 +1,7 @@
 #include "QuorvikCore/Text/Unicode.h"
 
+#include "QuorvikCore/Platform/BlockSearch.h"
+
 #include <utf8proc.h>
 
 #include <algorithm>
@@ -20,8 +22,27 @@ utf8proc_category_t category(char32_t scalar) {
     return utf8proc_category(static_cast<utf8proc_int32_t>(scalar));
 }
 
+/// The length of a row of scalars of two and three bytes, some rare ones excepted.
+std::size_t lengthOfUsual(const char* text, std::size_t size) {
+    const auto isContinuation = [&](std::size_t at) {
+        return (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80;
+    };
+    std::size_t length = 0;
+    while (size - length >= 3) {
+        const auto lead = static_cast<unsigned char>(text[length]);
+        if (lead >= 0xC2 && lead <= 0xDF && isContinuation(length + 1))
+            length += 2;
+        else if (lead >= 0xE1 && lead <= 0xEC && isContinuation(length + 1) && isContinuation(length + 2))
+            length += 3;
+        else
+            break;
+    }
+    return length;
+}
+
 /// The length of the part at the start that is UTF-8.
 std::size_t validLength(std::string_view text) {
+    const auto isOther = [](const char* c) { return Platform::blockAt(c) < 0; }; // than ASCII
     std::size_t length = 0;
     while (length < text.size()) {
         std::uint64_t eight = 0;
@@ -29,9 +50,13 @@ std::size_t validLength(std::string_view text) {
             std::memcpy(&eight, text.data() + length, sizeof eight);
             if ((eight & 0x8080808080808080) == 0) {
                 length += sizeof eight;
+                if (length % 64 < sizeof eight) // it may go on like this
+                    length = Platform::firstPosition(text, length, 1, isOther);
                 continue;
             }
         }
+        length += lengthOfUsual(text.data() + length, text.size() - length);
+        if (length == text.size()) break;
         const Scalar scalar = firstScalar(text.substr(length));
         if (!scalar.valid) break;
         length += scalar.length;
