@@ -79,7 +79,7 @@ TEST_F(GitRepositoryTests, FilesTellWhatGitTells) {
     const auto clone = home / "clone";
     const std::pair<const char*, std::vector<std::vector<std::string>>> steps[] = {
         {"cloned", {}},
-        {"an odd name", {{"checkout", "-q", "-b", "feature/ä \"x\".lock2#;"}}},
+        {"an odd name", {{"checkout", "-q", "-b", "feature/ä\"x\".lock2#;"}}},
         {"upstream of another name", {{"branch", "-u", "origin/main"}}},
         {"local upstream", {{"checkout", "-q", "-b", "local"}, {"branch", "-u", "main"}}},
         {"upstream gone", {{"config", "branch.local.merge", "refs/heads/nowhere"}}},

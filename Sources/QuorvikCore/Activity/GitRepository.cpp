@@ -154,7 +154,7 @@ std::optional<GitRepository> GitRepository::at(const Path& root) {
     return GitRepository(root, std::move(folder), std::move(common));
 }
 
-std::optional<std::string> GitRepository::resolved(std::string ref) const {
+std::optional<std::string> GitRepository::resolved(std::string ref, PackedRefs& packed) const {
     constexpr int longestChain = 5; // as git has it
     for (int step = 0; step < longestChain; ++step) {
         if (!isPlainName(ref)) return std::nullopt;
@@ -162,8 +162,9 @@ std::optional<std::string> GitRepository::resolved(std::string ref) const {
                            ref.starts_with("refs/worktree/") || ref.starts_with("refs/rewritten/");
         const auto line = readLine((isOwn ? gitFolder_ : commonFolder_) / ref);
         if (!line) {
-            const auto packed = Files::read(commonFolder_ / "packed-refs", largestPackedRefs);
-            return packed ? packedRef(*packed, ref) : std::nullopt;
+            // After the ref's own file was not there: git packs a ref before it removes that.
+            if (!packed) packed = Files::read(commonFolder_ / "packed-refs", largestPackedRefs).value_or("");
+            return packedRef(*packed, ref);
         }
         if (isObjectID(*line)) return line;
         constexpr std::string_view key = "ref:";
@@ -188,21 +189,22 @@ std::optional<GitRepository::State> GitRepository::read() const {
     state.needsGit =
         config.includesOthers() || config.value("extensions", std::nullopt, "worktreeConfig") == "true";
 
+    PackedRefs packed;
     std::string ref;
     if (constexpr std::string_view key = "ref:"; line->starts_with(key)) {
         ref = line->substr(std::min(line->find_first_not_of(" \t", key.size()), line->size()));
         if (ref.starts_with(heads)) snapshot.branch = ref.substr(heads.size());
-        snapshot.head = resolved(ref);
+        snapshot.head = resolved(ref, packed);
     } else if (isObjectID(*line)) {
         snapshot.head = *line;
     } else {
         return std::nullopt; // it is being written
     }
-    snapshot.headMessage = newestMessage(gitFolder_ / "logs/HEAD");
-    snapshot.stash = resolved("refs/stash");
+    if (snapshot.head) snapshot.headMessage = newestMessage(gitFolder_ / "logs/HEAD");
+    snapshot.stash = resolved("refs/stash", packed);
     if (!snapshot.branch || state.needsGit) return state;
     if (const auto upstream = upstreamOf(config, *snapshot.branch); upstream && isPlainName(*upstream)) {
-        snapshot.upstream = resolved(*upstream);
+        snapshot.upstream = resolved(*upstream, packed);
         snapshot.upstreamName = shortName(*upstream);
         snapshot.upstreamMessage = newestMessage(commonFolder_ / "logs" / *upstream);
     }

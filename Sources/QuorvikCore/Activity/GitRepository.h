@@ -53,8 +53,11 @@ class GitRepository {
     GitRepository(Path root, Path gitFolder, Path commonFolder)
         : root_(std::move(root)), gitFolder_(std::move(gitFolder)), commonFolder_(std::move(commonFolder)) {}
 
+    /// The content of the file of packed refs, read when it is first asked for.
+    using PackedRefs = std::optional<std::string>;
+
     /// The commit that a ref leads to, through symbolic refs; absent when there is no such ref.
-    std::optional<std::string> resolved(std::string ref) const;
+    std::optional<std::string> resolved(std::string ref, PackedRefs& packed) const;
 
     std::vector<std::string> words(std::initializer_list<std::string_view> more) const;
 
