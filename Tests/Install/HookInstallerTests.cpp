@@ -27,11 +27,11 @@ class HookInstallerTests : public TemporaryHome {
     using Names = std::vector<std::string>;
 
     Kind status(const HookTarget& target) const { return HookInstaller::status(target, hook.string()).kind; }
-    FileChange install(const HookTarget& target) const {
+    EditOutcome install(const HookTarget& target) const {
         return HookInstaller::install(target, hook.string());
     }
     /// Without waiting for the second in which the last edit left a backup to be over.
-    FileChange uninstall(const HookTarget& target) const {
+    EditOutcome uninstall(const HookTarget& target) const {
         std::filesystem::remove_all(support / "backups");
         return HookInstaller::uninstall(target);
     }
@@ -81,7 +81,7 @@ TEST_F(HookInstallerTests, GivesRealSettingsBack) {
         after.valueAt({"hooks"})->setMember("Stop", std::nullopt);
         EXPECT_EQ(after, before) << contentOf(target.fileURL);
         EXPECT_EQ(contentOf(target.fileURL).ends_with('\n'), text.ends_with('\n'));
-        EXPECT_EQ(uninstall(target), FileChange{});
+        EXPECT_EQ(uninstall(target), EditOutcome{});
     }
 }
 
@@ -206,7 +206,7 @@ TEST_F(HookInstallerTests, StartsOverWhenAnAgentWritesMeanwhile) {
         if (++calls < 3) write("settings.json", std::to_string(calls)); // of the same size
         return Decision::write(text.value_or("none") + " and ours");
     };
-    EXPECT_EQ(UserFileEdit::edit(file, rewriteTwice, {}), (FileChange{true, std::nullopt}));
+    EXPECT_EQ(UserFileEdit::edit(file, rewriteTwice, {}), (EditOutcome{true, std::nullopt}));
     EXPECT_EQ(contentOf(file), "2 and ours");
 
     const auto agentCreatesAndRemoves = [&](const UserFileEdit::Content& text) {
@@ -247,7 +247,7 @@ TEST_F(HookInstallerTests, EveryEditLeavesItsBackupAndNothingElse) {
     for (const auto& [name, age, stays] : others)
         std::filesystem::last_write_time(write(name, ""), std::filesystem::file_time_type::clock::now() -
                                                               std::chrono::seconds(age));
-    const FileChange first = install(HookTarget::codex()), again = install(HookTarget::codex());
+    const EditOutcome first = install(HookTarget::codex()), again = install(HookTarget::codex());
     EXPECT_FALSE(first.isSame);
     EXPECT_TRUE(again.isSame);
     EXPECT_EQ(contentOf(*first.backup), "{}");

@@ -14,7 +14,7 @@ class ShellIntegrationTests : public TemporaryHome {
   protected:
     ShellIntegrationTests() { ::unsetenv("ZDOTDIR"); }
 
-    FileChange install(int minSeconds = 10) const {
+    EditOutcome install(int minSeconds = 10) const {
         return ShellIntegration::install(tool.native(), minSeconds, rc, script);
     }
     std::vector<std::string> backups() const { return namesIn(support / "backups"); }

@@ -11,7 +11,7 @@ using Kind = StatusLineInstaller::Status::Kind;
 class StatusLineInstallerTests : public TemporaryHome {
   protected:
     // Without waiting for the second in which the last edit left a backup to be over.
-    FileChange install(const std::string& hookPath = "/q/quorvik-hook") const {
+    EditOutcome install(const std::string& hookPath = "/q/quorvik-hook") const {
         std::filesystem::remove_all(support / "backups");
         return StatusLineInstaller::install(HookTarget::claude(), hookPath, original);
     }
@@ -45,13 +45,13 @@ TEST_F(StatusLineInstallerTests, GivesTheUsersStatusLineBack) {
         EXPECT_EQ(settings(), before);
         EXPECT_FALSE(contentOf(home / ".claude/settings.json").ends_with('\n'));
         EXPECT_FALSE(std::filesystem::exists(original));
-        EXPECT_EQ(uninstall(), FileChange{});
+        EXPECT_EQ(uninstall(), EditOutcome{});
     }
 }
 
 TEST_F(StatusLineInstallerTests, StartsFromNoFile) {
-    EXPECT_EQ(uninstall(), FileChange{});
-    EXPECT_EQ(install(), (FileChange{true, std::nullopt}));
+    EXPECT_EQ(uninstall(), EditOutcome{});
+    EXPECT_EQ(install(), (EditOutcome{true, std::nullopt}));
     uninstall();
     EXPECT_EQ(settings(), JSONValue::object());
 }

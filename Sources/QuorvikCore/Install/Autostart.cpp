@@ -170,7 +170,7 @@ State state(ServiceManager manager, const Start& start) {
                : State::stale;
 }
 
-FileChange install(ServiceManager manager, const Start& start) {
+EditOutcome install(ServiceManager manager, const Start& start) {
     using Decision = UserFileEdit::Decision;
     const Path path = file(manager);
     const std::string wanted = text(manager, start);
@@ -179,18 +179,18 @@ FileChange install(ServiceManager manager, const Start& start) {
             throw EditError(path.string() + " is not Quorvik's; it is left alone");
         return content == wanted ? Decision::keep() : Decision::write(wanted);
     };
-    const FileChange change = UserFileEdit::edit(path, decide, {path.filename().string(), false, {}});
+    const EditOutcome change = UserFileEdit::edit(path, decide, {path.filename().string(), false, {}});
     makeLink(link(manager), path);
     return change;
 }
 
-FileChange uninstall(ServiceManager manager) {
+EditOutcome uninstall(ServiceManager manager) {
     using Decision = UserFileEdit::Decision;
     const Path path = file(manager), wants = link(manager);
     const auto decide = [&](const UserFileEdit::Content& content) {
         return content && isOurs(*content) ? Decision::remove() : Decision::keep();
     };
-    const FileChange change = UserFileEdit::edit(path, decide, {path.filename().string(), false, {}});
+    const EditOutcome change = UserFileEdit::edit(path, decide, {path.filename().string(), false, {}});
     std::error_code error;
     if (!wants.empty() && leadsTo(wants, path) && !std::filesystem::exists(path, error))
         std::filesystem::remove(wants, error);

@@ -52,10 +52,10 @@ State state(ServiceManager manager, const Start& start);
 
 /// Writes the file and the link. A file of ours that was edited is backed up. Throws as text() does,
 /// FileError, and EditError "<path> is not Quorvik's; it is left alone".
-FileChange install(ServiceManager manager, const Start& start);
+EditOutcome install(ServiceManager manager, const Start& start);
 
 /// Removes the file and the link; what is not ours stays. Throws FileError.
-FileChange uninstall(ServiceManager manager);
+EditOutcome uninstall(ServiceManager manager);
 
 /// The command that tells the service manager of an install(), or of an uninstall(). Empty when there is
 /// nothing to tell before the next session.

@@ -80,7 +80,7 @@ Status status(const HookTarget& target, const std::string& hookPath) {
     }
 }
 
-FileChange install(const HookTarget& target, const std::string& hookPath) {
+EditOutcome install(const HookTarget& target, const std::string& hookPath) {
     requireUsable(target, hookPath);
     const auto decide = [&](const UserFileEdit::Content& text) {
         return UserFileEdit::Decision::write(HookFormat::of(target.kind).installed(target, text, hookPath));
@@ -88,7 +88,7 @@ FileChange install(const HookTarget& target, const std::string& hookPath) {
     return UserFileEdit::edit(target.fileURL, decide, options(target));
 }
 
-FileChange uninstall(const HookTarget& target) {
+EditOutcome uninstall(const HookTarget& target) {
     const auto decide = [&](const UserFileEdit::Content& text) {
         return text ? HookFormat::of(target.kind).uninstalled(target, *text) : UserFileEdit::Decision::keep();
     };

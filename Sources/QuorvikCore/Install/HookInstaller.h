@@ -41,11 +41,11 @@ Status status(const HookTarget& target, const std::string& hookPath);
 
 /// Replaces whatever of ours is there. A hook path whose command would not be recognised as ours later, or
 /// that holds control characters or bytes that are not UTF-8, is refused.
-FileChange install(const HookTarget& target, const std::string& hookPath);
+EditOutcome install(const HookTarget& target, const std::string& hookPath);
 
 /// Takes our entries out; writes nothing when there are none. A file of our own is removed when nothing of
 /// the user's is in it, except Copilot's, which stays without our entries.
-FileChange uninstall(const HookTarget& target);
+EditOutcome uninstall(const HookTarget& target);
 
 } // namespace quorvik::HookInstaller
 

@@ -169,7 +169,7 @@ std::string script(std::string_view cli, int minSeconds) {
     return filledIn(shellQuoted(cli), std::to_string(minSeconds));
 }
 
-FileChange install(std::string_view cli, int minSeconds, const Path& rc, const Path& script) {
+EditOutcome install(std::string_view cli, int minSeconds, const Path& rc, const Path& script) {
     using Decision = UserFileEdit::Decision;
     QuorvikPaths::ensureDirectory(script.parent_path());
     const auto newScript = [&](const UserFileEdit::Content&) {
@@ -191,13 +191,13 @@ bool isInstalled(const Path& rc) {
     return text && contains(*text, beginMarker);
 }
 
-FileChange remove(const Path& rc, const Path& script) {
+EditOutcome remove(const Path& rc, const Path& script) {
     using Decision = UserFileEdit::Decision;
     const auto withoutOurs = [&](const UserFileEdit::Content& content) {
         if (!content || !contains(*content, beginMarker)) return Decision::keep();
         return Decision::write(withoutBlocks(*content, rc));
     };
-    const FileChange change = UserFileEdit::edit(rc, withoutOurs, options(rc));
+    const EditOutcome change = UserFileEdit::edit(rc, withoutOurs, options(rc));
     std::error_code error;
     std::filesystem::remove(script, error);
     if (error) throw FileError("remove", script, error.value());

@@ -28,7 +28,7 @@ std::string script(std::string_view cli, int minSeconds);
 /// Writes the script, whatever it was, and adds the block to `rc` unless its marker is there already. The old
 /// content of `rc` is copied to the backups first; a copy that fails stops nothing. Returns what was done to
 /// `rc`. Throws FileError or EditError (UserFileEdit::edit); `rc` is then as it was.
-FileChange install(std::string_view cli, int minSeconds, const Path& rc, const Path& script);
+EditOutcome install(std::string_view cli, int minSeconds, const Path& rc, const Path& script);
 
 /// Whether the marker is in `rc`; false when that cannot be read.
 bool isInstalled(const Path& rc);
@@ -36,7 +36,7 @@ bool isInstalled(const Path& rc);
 /// Takes the block out of `rc` (backed up as above) and deletes the script. Shells that run already go on
 /// reporting. Throws EditError and changes nothing when `rc` holds the first marker but not, on lines of
 /// their own, both: where the block ends is then for the user to say.
-FileChange remove(const Path& rc, const Path& script);
+EditOutcome remove(const Path& rc, const Path& script);
 
 /// The state of the installation, compared with what install() with the same arguments would leave. Throws
 /// FileError when one of the two files is there and cannot be read.

@@ -88,7 +88,7 @@ Status status(const HookTarget& target) {
     }
 }
 
-FileChange install(const HookTarget& target, const std::string& hookPath, const Path& originalFile) {
+EditOutcome install(const HookTarget& target, const std::string& hookPath, const Path& originalFile) {
     if (hookPath.find('\'') != hookPath.npos)
         throw EditError("the path of the hook program must not contain a single quote: " + hookPath);
     const JSONValue ours = managed(hookPath);
@@ -136,7 +136,7 @@ Removal uninstall(const HookTarget& target, const Path& originalFile) {
         removal.unreadable = error.what();
         return removal;
     }
-    static_cast<FileChange&>(removal) =
+    static_cast<EditOutcome&>(removal) =
         UserFileEdit::edit(target.fileURL, decide, {.backupName = target.backupName()});
     if (!removal.changed) return removal;
     if (isDamaged)

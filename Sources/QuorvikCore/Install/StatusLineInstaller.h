@@ -32,11 +32,11 @@ Status status(const HookTarget& target);
 /// backups when there is a newer one to save. Throws EditError "the path of the hook program must not contain
 /// a single quote: <path>" (the status line has no way to write it), or "the path of the hook program must
 /// contain "quorvik-hook": <path>" (ours would not be known again).
-FileChange install(const HookTarget& target, const std::string& hookPath,
-                   const std::filesystem::path& originalFile);
+EditOutcome install(const HookTarget& target, const std::string& hookPath,
+                    const std::filesystem::path& originalFile);
 
 /// What uninstall() did.
-struct Removal : FileChange {
+struct Removal : EditOutcome {
     std::string unreadable; ///< why the settings cannot be read, one line; empty when they can
     /// Where the saved status line is, when it could not be put back: in the backups, else where it was.
     std::optional<std::filesystem::path> setAside;

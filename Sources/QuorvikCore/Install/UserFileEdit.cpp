@@ -37,15 +37,15 @@ Content read(const std::filesystem::path& file) {
     return UserFile::read(file, maxFileSize).content();
 }
 
-FileChange edit(const std::filesystem::path& file, const std::function<Decision(const Content&)>& decide,
-                const Options& options) {
+EditOutcome edit(const std::filesystem::path& file, const std::function<Decision(const Content&)>& decide,
+                 const Options& options) {
     constexpr int attempts = 10;
     for (int attempt = 0; attempt < attempts; ++attempt) {
         const UserFile found = UserFile::read(file, maxFileSize);
         const Decision decision = decide(found.content());
         if (decision.kind == Decision::Kind::keep) return {};
         const bool writes = decision.kind == Decision::Kind::write;
-        FileChange change{.changed = true, .isSame = writes && found.content() == decision.text};
+        EditOutcome change{.changed = true, .isSame = writes && found.content() == decision.text};
         if (found.content()) change.backup = backedUp(*found.content(), options);
         if (options.beforeWrite) options.beforeWrite();
         const bool done = writes ? found.replace(decision.text) : found.remove();

@@ -16,12 +16,12 @@ class EditError : public std::runtime_error {
 };
 
 /// What an edit did.
-struct FileChange {
+struct EditOutcome {
     bool changed = false;                        ///< the file was written or removed
     std::optional<std::filesystem::path> backup; ///< where the old content went
     bool isSame = false;                         ///< what was written is what the file held before
 
-    bool operator==(const FileChange&) const = default;
+    bool operator==(const EditOutcome&) const = default;
 };
 
 /// The one way in which we edit files that belong to the user: read, decide, back up, replace in one step,
@@ -64,8 +64,8 @@ struct Options {
 /// the file before the decision was carried out; what it throws ends the edit with the file as it was. Throws
 /// FileError when reading, backing up or writing fails, and EditError "<path> keeps changing; nothing was
 /// written" after 10 attempts.
-FileChange edit(const std::filesystem::path& file, const std::function<Decision(const Content&)>& decide,
-                const Options& options);
+EditOutcome edit(const std::filesystem::path& file, const std::function<Decision(const Content&)>& decide,
+                 const Options& options);
 
 } // namespace UserFileEdit
 

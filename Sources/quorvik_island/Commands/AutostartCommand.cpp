@@ -62,7 +62,7 @@ int run(std::span<const std::string> commandLine) {
     Console console(arguments.has("--json"));
     const auto manager = Platform::serviceManager();
     try {
-        FileChange change;
+        EditOutcome change;
         if (action == "install")
             change = Autostart::install(manager, Autostart::Start::now(app.runnableOf(arguments)));
         if (action == "uninstall") change = Autostart::uninstall(manager);

@@ -97,8 +97,8 @@ void change(Action action, const HookTarget& target, const std::string& hookPath
     const std::string agent(rawValue(target.source));
     const std::string file = target.fileURL.string();
     try {
-        const FileChange done = action == Action::install ? HookInstaller::install(target, hookPath)
-                                                          : HookInstaller::uninstall(target);
+        const EditOutcome done = action == Action::install ? HookInstaller::install(target, hookPath)
+                                                           : HookInstaller::uninstall(target);
         result["file"] = file;
         result["changed"] = done.changed;
         if (!done.changed) {

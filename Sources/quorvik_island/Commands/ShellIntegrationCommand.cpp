@@ -44,7 +44,7 @@ int minimum(const Arguments& arguments) {
     return *seconds;
 }
 
-FileChange apply(const std::string& action, const Arguments& arguments, int minSeconds, Console& console) {
+EditOutcome apply(const std::string& action, const Arguments& arguments, int minSeconds, Console& console) {
     const auto rc = ShellIntegration::zshrcURL(), script = ShellIntegration::scriptURL();
     if (action == "install") {
         const std::string cli = commandLineTool.runnableOf(arguments);
@@ -72,7 +72,7 @@ int run(std::span<const std::string> commandLine) {
     const int minSeconds = minimum(arguments);
 
     nlohmann::json result = nlohmann::json::object();
-    FileChange change;
+    EditOutcome change;
     try {
         change = apply(action, arguments, minSeconds, console);
         const auto status =
