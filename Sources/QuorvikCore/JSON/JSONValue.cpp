@@ -144,6 +144,12 @@ void JSONValue::dismantle() noexcept {
     if (!hasChildren()) return;
     JSONValue current(std::move(*this));
     while (current.hasChildren()) {
+        // What is deep most often holds one list in another.
+        if (Array* const elements = std::get_if<Array>(&current.storage); elements && elements->size() == 1) {
+            Array only = std::move(*elements);
+            current.storage = std::move(only.front().storage);
+            continue;
+        }
         JSONValue child(std::move(current.lastChild()));
         current.removeLastChild();
         while (child.hasChildren() && current.hasChildren()) {

@@ -168,6 +168,10 @@ class Parser {
         } else if (container.firstValue == 0) {
             JSONValue::Array elements = std::exchange(values, {});
             values.push_back(JSONValue::array(std::move(elements)));
+        } else if (values.size() == container.firstValue + 1) {
+            JSONValue::Array elements;
+            elements.push_back(std::move(values.back()));
+            values.back() = JSONValue::array(std::move(elements));
         } else {
             JSONValue::Array elements(std::make_move_iterator(firstValue),
                                       std::make_move_iterator(values.end()));

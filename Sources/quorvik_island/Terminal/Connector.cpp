@@ -4,6 +4,7 @@
 
 #include <poll.h>
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <system_error>
@@ -16,8 +17,9 @@ struct Connector::Attempt {
     explicit Attempt(ControlClient::Start start_) : start(start_) {}
 
     ControlClient::Start start;
-    Pipe ended = Pipe::create(); ///< the write end is closed when `result` is there
     Result result;
+    std::atomic<bool> isOver = false; ///< `result` is there
+    Pipe ended = Pipe::create();      ///< the write end is closed after that
 
     void run() {
         try {
@@ -27,6 +29,7 @@ struct Connector::Attempt {
         } catch (const std::exception& error) {
             result = std::string(error.what());
         }
+        isOver = true;
         ended.writeEnd.close();
     }
 };
@@ -43,6 +46,7 @@ void Connector::start(ControlClient::Start start) {
         std::thread([attempt = attempt_] { attempt->run(); }).detach();
     } catch (const std::system_error& error) {
         attempt_->result = std::string("there is no way to connect: ") + error.what();
+        attempt_->isOver = true;
         attempt_->ended.writeEnd.close();
     }
     ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
@@ -59,7 +63,7 @@ bool Connector::wait(Seconds longest) const {
 }
 
 Connector::Result Connector::take() {
-    if (!attempt_ || !wait(Seconds(0))) return {};
+    if (!attempt_ || !attempt_->isOver) return {};
     return std::move(std::exchange(attempt_, nullptr)->result);
 }
 
