@@ -316,7 +316,7 @@ std::string_view takeLine(std::string_view& text) {
     // No ASCII but \n, \v, \f and \r; the sign of a char differs between processors.
     const auto isInside = [](unsigned char byte) { return byte < 0x80 && (byte > '\r' || byte < '\n'); };
     for (std::string_view rest = text; !rest.empty();) {
-        if (isInside(rest[0])) {
+        if (isInside(static_cast<unsigned char>(rest[0]))) {
             rest.remove_prefix(1);
             continue;
         }

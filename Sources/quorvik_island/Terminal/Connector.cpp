@@ -13,6 +13,8 @@
 namespace quorvik {
 
 struct Connector::Attempt {
+    explicit Attempt(ControlClient::Start start_) : start(start_) {}
+
     ControlClient::Start start;
     Pipe ended = Pipe::create(); ///< the write end is closed when `result` is there
     Result result;
