@@ -53,11 +53,11 @@ SessionRecord event(const Path& root, const GitEvent& event, Date now) {
 }
 
 SessionRecord changes(const Path& root, const ChangeSet& changes, Date now) {
-    SessionRecord item = record(root, "changes", "Changes",
-                                counts(changes.added, changes.removed) + " in " +
-                                    std::to_string(changes.fileCount) +
-                                    (changes.fileCount == 1 ? " file" : " files"),
-                                now);
+    SessionRecord item =
+        record(root, "changes", "Changes",
+               counts(changes.added, changes.removed) + " in " + std::to_string(changes.fileCount) +
+                   (changes.fileCount == 1 ? " file" : " files"),
+               now);
     item.detail = largest(changes);
     return item;
 }

@@ -4,6 +4,7 @@
 #include "QuorvikApp/Services/AlertService.h"
 #include "QuorvikApp/Services/ApprovalService.h"
 #include "QuorvikApp/Services/ControlService.h"
+#include "QuorvikApp/Services/GitSignal.h"
 #include "QuorvikApp/Services/Log.h"
 #include "QuorvikApp/Services/Notifier.h"
 #include "QuorvikApp/Services/SessionsService.h"
@@ -81,7 +82,11 @@ class RunningApp {
               [this](std::string_view request) { return control_.isShown(request); },
               [this] { noteChange(); }),
           settings_(loop_, model_, [this] { settingsChanged(); }),
-          sessions_(loop_, model_, [this] { noteChange(); }),
+          git_(loop_, model_, [this] { noteChange(); }), sessions_(loop_, model_,
+                                                                   [this] {
+                                                                       git_.update();
+                                                                       noteChange();
+                                                                   }),
           supportWatch_(loop_, [this](const FolderHints&) { supportFolderChanged(); }),
           publishTimer_(loop_, [this] { publish(); }), changeTimer_(loop_, [this] { noteChange(); }),
           ownLook_(loop_, [this] { slowLook(); }), farewell_(loop_, [this] { loop_.stop(); }),
@@ -179,6 +184,7 @@ class RunningApp {
 
     void settingsChanged() {
         approvals_.settingsChanged();
+        git_.update();
         noteChange();
     }
 
@@ -268,6 +274,7 @@ class RunningApp {
     ControlService control_;
     Notifier notifier_;
     SettingsService settings_;
+    GitSignal git_;
     SessionsService sessions_;
     FolderWatch supportWatch_;
     Timer publishTimer_, changeTimer_, ownLook_, farewell_;

@@ -2,6 +2,7 @@
 
 #include "QuorvikApp/Model/GitRecords.h"
 
+#include "QuorvikCore/Activity/GitActivity.h"
 #include "QuorvikCore/Activity/GitRepository.h"
 #include "QuorvikCore/Session/ProjectRoot.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
@@ -52,7 +53,17 @@ class GitSignal::Watched {
     }
 
   private:
-    void hinted() {
+    /// Most changes in a git folder are of the index, and tell of nothing.
+    void hinted(const std::string& folder, const FolderHints& hints) {
+        const bool holdsRefs =
+            folder != repository_.gitFolder().string() && folder != repository_.commonFolder().string();
+        const auto counts = [](const std::string& name) {
+            return GitActivity::repoRoot("/home/repository/.git/" + name, "/home").has_value();
+        };
+        if (holdsRefs || !hints.isAll || std::ranges::any_of(hints.names, counts)) settle();
+    }
+
+    void settle() {
         const Date now = signal_.loop_.now();
         if (!settle_.isRunning()) firstHint_ = now;
         // However long git is busy, what it did so far is told now and then.
@@ -122,7 +133,7 @@ class GitSignal::Watched {
     }
 
     void again() {
-        if (std::exchange(isLate_, false)) hinted();
+        if (std::exchange(isLate_, false)) settle();
     }
 
     void run(const Words& words, std::function<void(std::optional<std::string>)> done) {
@@ -141,7 +152,9 @@ class GitSignal::Watched {
             if (const auto known = watches_.find(folder.string()); known != watches_.end())
                 watch = std::move(known->second);
             else
-                watch = std::make_unique<FolderWatch>(signal_.loop_, [this](const FolderHints&) { hinted(); });
+                watch = std::make_unique<FolderWatch>(
+                    signal_.loop_,
+                    [this, name = folder.string()](const FolderHints& hints) { hinted(name, hints); });
             watch->watch(folder.string());
         }
         watches_ = std::move(watches);

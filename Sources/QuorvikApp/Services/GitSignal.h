@@ -35,8 +35,8 @@ class GitSignal {
     IslandModel& model_;
     EventLoop::Handler changed_;
     Timer soon_;
-    std::map<std::string, std::string> roots_;                  ///< of working folders; empty: in none
-    std::map<std::string, std::unique_ptr<Watched>> watched_;   ///< by root
+    std::map<std::string, std::string> roots_;                ///< of working folders; empty: in none
+    std::map<std::string, std::unique_ptr<Watched>> watched_; ///< by root
     std::map<std::string, std::shared_ptr<const SessionRecord>> records_; ///< by session id
     std::string trouble_;
 };
