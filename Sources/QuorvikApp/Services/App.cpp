@@ -81,12 +81,9 @@ class RunningApp {
               loop_, model_, approvals_,
               [this](std::string_view request) { return control_.isShown(request); },
               [this] { noteChange(); }),
+          git_(loop_, model_, [this] { noteChange(); }),
           settings_(loop_, model_, [this] { settingsChanged(); }),
-          git_(loop_, model_, [this] { noteChange(); }), sessions_(loop_, model_,
-                                                                   [this] {
-                                                                       git_.update();
-                                                                       noteChange();
-                                                                   }),
+          sessions_(loop_, model_, [this] { sessionsChanged(); }),
           supportWatch_(loop_, [this](const FolderHints&) { supportFolderChanged(); }),
           publishTimer_(loop_, [this] { publish(); }), changeTimer_(loop_, [this] { noteChange(); }),
           ownLook_(loop_, [this] { slowLook(); }), farewell_(loop_, [this] { loop_.stop(); }),
@@ -188,6 +185,11 @@ class RunningApp {
         noteChange();
     }
 
+    void sessionsChanged() {
+        git_.update();
+        noteChange();
+    }
+
     void noteChange() { hasChanged_ = true; }
 
     void endTurn() {
@@ -273,8 +275,8 @@ class RunningApp {
     AlertService alerts_;
     ControlService control_;
     Notifier notifier_;
-    SettingsService settings_;
     GitSignal git_;
+    SettingsService settings_; // it and the next one tell the others of what they find while they are made
     SessionsService sessions_;
     FolderWatch supportWatch_;
     Timer publishTimer_, changeTimer_, ownLook_, farewell_;
