@@ -56,11 +56,29 @@ void IslandModel::setSessions(SessionFolder folder, Date now) {
     forgetMemoryOfTheGone(now);
 }
 
+void IslandModel::setSignal(std::string_view signal, Records records, Date now) {
+    Records& known = signals_[std::string(signal)];
+    for (const auto& record : records)
+        if (std::ranges::find(known, record) == known.end())
+            journal_.note(now, record->key(), record->summary.value_or(record->tool.value_or("")));
+    known = std::move(records);
+    forgetMemoryOfTheGone(now);
+}
+
+IslandModel::Records IslandModel::signalRecords() const {
+    Records all;
+    for (const auto& [signal, records] : signals_)
+        all.insert(all.end(), records.begin(), records.end());
+    return all;
+}
+
 void IslandModel::forgetMemoryOfTheGone(Date now) {
+    const Records signals = signalRecords();
     const auto isKnown = [&](const std::string& acknowledged) {
-        return std::ranges::any_of(sessions_.records, [&](const auto& record) {
+        const auto isIt = [&](const auto& record) {
             return canBeAcknowledged(*record) && Scheduler::ackKey(*record) == acknowledged;
-        });
+        };
+        return std::ranges::any_of(sessions_.records, isIt) || std::ranges::any_of(signals, isIt);
     };
     if (!memory_.acknowledged.empty())
         std::erase_if(memory_.acknowledged, [&](const std::string& key) { return !isKnown(key); });
@@ -134,6 +152,8 @@ std::vector<std::shared_ptr<const SessionRecord>> IslandModel::shownRecords() co
     records.reserve(sessions_.records.size());
     for (const auto& record : sessions_.records)
         if (sessions_.lost.empty() || !sessions_.lost.contains(record->key())) records.push_back(record);
+    for (auto& record : signalRecords())
+        records.push_back(std::move(record));
     for (auto& record : alerts_.records(settings_.scheduler.doneLinger))
         records.push_back(std::move(record));
     return records;
@@ -144,7 +164,7 @@ bool IslandModel::acknowledge(std::string_view key, Date now) {
         journal_.note(now, std::string(key), "was waved away");
         return true;
     }
-    for (const auto& record : sessions_.records) {
+    for (const auto& record : shownRecords()) {
         if (!canBeAcknowledged(*record) || record->key() != key ||
             !Scheduler::display(*record, now, settings_.scheduler, memory_.acknowledged))
             continue;
@@ -160,6 +180,8 @@ std::size_t IslandModel::acknowledgeAll(Date now) {
     for (const ShownAlert& shown : alerts_.shown())
         count += acknowledge(shown.key, now);
     for (const auto& record : sessions_.records)
+        if (canBeAcknowledged(*record)) count += acknowledge(record->key(), now);
+    for (const auto& record : signalRecords())
         if (canBeAcknowledged(*record)) count += acknowledge(record->key(), now);
     return count;
 }

@@ -36,6 +36,11 @@ class IslandModel {
     /// Replaces what is known not to work in one `area` ("settings", "sessions"…): one line each.
     void setTroubles(std::string_view area, std::vector<std::string> troubles, Date now);
 
+    /// Replaces the items of one signal ("git"): records that stand in no file. Their keys must differ from
+    /// those of sessions.
+    void setSignal(std::string_view signal, std::vector<std::shared_ptr<const SessionRecord>> records,
+                   Date now);
+
     /// Sets what the last run of the app has kept.
     void setMemory(Memory memory) { memory_ = std::move(memory); }
 
@@ -87,7 +92,10 @@ class IslandModel {
     std::vector<std::string> why(std::string_view key, Date now);
 
   private:
-    std::vector<std::shared_ptr<const SessionRecord>> shownRecords() const;
+    using Records = std::vector<std::shared_ptr<const SessionRecord>>;
+
+    Records shownRecords() const;
+    Records signalRecords() const;
     void forgetMemoryOfTheGone(Date now);
 
     struct RefusedAnswer {
@@ -98,6 +106,7 @@ class IslandModel {
     static constexpr Date::duration refusedLinger = std::chrono::hours(1);
 
     SessionFolder sessions_;
+    std::map<std::string, Records, std::less<>> signals_;
     Settings settings_;
     Memory memory_;
     RequestBoard requests_;

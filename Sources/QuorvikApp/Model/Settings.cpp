@@ -51,6 +51,7 @@ constexpr SettingRule rules[] = {
     onOrOff<&Settings::alerts>("alerts", "show what `quorvik alert` sends"),
     onOrOff<&Settings::approvals>("approvals", "take agents' requests; off: agents ask by themselves"),
     onOrOff<&Settings::notifications>("notifications", "tell of a request that no front end shows"),
+    onOrOff<&Settings::git>("git", "tell what happens in the repositories in which sessions live"),
     {"notifyAfter", "how long a request waits unseen before that", "a number of seconds, 0 to 3600",
      [](const Settings& settings) -> nlohmann::json { return settings.notifyAfter; },
      [](Settings& settings, const nlohmann::json& value) {

@@ -19,6 +19,7 @@ struct Settings {
     bool alerts = true;        ///< "on" or "off": whether `quorvik alert` is shown
     bool approvals = true;     ///< "on" or "off"; off: agents ask in their own interface
     bool notifications = true; ///< "on" or "off": tell of a request that no front end shows
+    bool git = true;           ///< "on" or "off": tell what happens in the repositories of sessions
     double notifyAfter = 10;   ///< seconds a request may wait unseen before that; 0 to 3600
 
     /// What a settings file means. What cannot be used is left at its default and named in `problems`, a line

@@ -74,6 +74,8 @@ std::vector<std::string> IslandModel::why(std::string_view key, Date now) {
     };
     for (const auto& record : sessions_.records)
         tell(*record);
+    for (const auto& record : signalRecords())
+        tell(*record);
     for (const auto& record : alerts_.records(config.doneLinger))
         tell(*record);
     for (const auto& waiting : requests_.waiting())

@@ -4,6 +4,7 @@
 #include "QuorvikApp/Services/AlertService.h"
 #include "QuorvikApp/Services/ApprovalService.h"
 #include "QuorvikApp/Services/ControlService.h"
+#include "QuorvikApp/Services/GitSignal.h"
 #include "QuorvikApp/Services/Log.h"
 #include "QuorvikApp/Services/Notifier.h"
 #include "QuorvikApp/Services/SessionsService.h"
@@ -80,8 +81,9 @@ class RunningApp {
               loop_, model_, approvals_,
               [this](std::string_view request) { return control_.isShown(request); },
               [this] { noteChange(); }),
+          git_(loop_, model_, [this] { noteChange(); }),
           settings_(loop_, model_, [this] { settingsChanged(); }),
-          sessions_(loop_, model_, [this] { noteChange(); }),
+          sessions_(loop_, model_, [this] { sessionsChanged(); }),
           supportWatch_(loop_, [this](const FolderHints&) { supportFolderChanged(); }),
           publishTimer_(loop_, [this] { publish(); }), changeTimer_(loop_, [this] { noteChange(); }),
           ownLook_(loop_, [this] { slowLook(); }), farewell_(loop_, [this] { loop_.stop(); }),
@@ -179,6 +181,12 @@ class RunningApp {
 
     void settingsChanged() {
         approvals_.settingsChanged();
+        git_.update();
+        noteChange();
+    }
+
+    void sessionsChanged() {
+        git_.update();
         noteChange();
     }
 
@@ -267,7 +275,8 @@ class RunningApp {
     AlertService alerts_;
     ControlService control_;
     Notifier notifier_;
-    SettingsService settings_;
+    GitSignal git_;
+    SettingsService settings_; // it and the next one tell the others of what they find while they are made
     SessionsService sessions_;
     FolderWatch supportWatch_;
     Timer publishTimer_, changeTimer_, ownLook_, farewell_;

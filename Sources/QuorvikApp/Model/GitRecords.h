@@ -1,0 +1,22 @@
+#pragma once
+
+#include "QuorvikCore/Activity/GitChanges.h"
+#include "QuorvikCore/Activity/GitEventClassifier.h"
+#include "QuorvikCore/Session/SessionRecord.h"
+
+#include <filesystem>
+
+/// What happens in repositories, as items of the island. They are records of git's that stand in no file.
+namespace quorvik::GitRecords {
+
+/// "Committed: Fix the login", done at `now`. The tool is the event's verb.
+SessionRecord event(const std::filesystem::path& root, const GitEvent& event, Date now);
+
+/// "+12 −3 in 2 files", done at `now`, with the tool "Changes" and the files with the most lines as its
+/// second line.
+SessionRecord changes(const std::filesystem::path& root, const ChangeSet& changes, Date now);
+
+/// Whether the event brought changes that are worth a look: a commit, a pull, a merge and the like.
+bool bringsChanges(const GitEvent& event);
+
+} // namespace quorvik::GitRecords

@@ -1,0 +1,247 @@
+#include "QuorvikApp/Services/GitSignal.h"
+
+#include "QuorvikApp/Model/GitRecords.h"
+
+#include "QuorvikCore/Activity/GitActivity.h"
+#include "QuorvikCore/Activity/GitRepository.h"
+#include "QuorvikCore/Session/ProjectRoot.h"
+#include "QuorvikCore/Session/QuorvikPaths.h"
+
+#include <algorithm>
+#include <set>
+
+namespace quorvik {
+
+namespace {
+
+using Path = std::filesystem::path;
+using Words = std::vector<std::string>;
+
+constexpr Timer::Seconds afterSessions(0.1); ///< sessions change often, their folders hardly ever
+constexpr Timer::Seconds afterChange(0.3);   ///< git writes several files for one thing that it does
+constexpr Timer::Seconds longestBurst(2);
+constexpr std::size_t mostRepositories = 100, mostFolders = 40; ///< the latter of one repository
+constexpr std::size_t mostKnownFolders = 5000;
+constexpr ChildProcess::Limits limits{Timer::Seconds(5), 16 << 20};
+
+/// The folders whose entries change when something happens that GitSnapshot tells of.
+std::vector<Path> foldersOf(const GitRepository& repository) {
+    std::vector<Path> folders = {repository.gitFolder()};
+    if (repository.commonFolder() != repository.gitFolder()) folders.push_back(repository.commonFolder());
+    std::error_code error;
+    folders.push_back(repository.commonFolder() / "refs");
+    constexpr auto options = std::filesystem::directory_options::skip_permission_denied;
+    for (std::filesystem::recursive_directory_iterator entry(folders.back(), options, error), end;
+         !error && entry != end && folders.size() < mostFolders; entry.increment(error)) {
+        std::error_code ignored;
+        if (entry->path().filename() == "tags")
+            entry.disable_recursion_pending();
+        else if (entry->is_directory(ignored) && !entry->is_symlink(ignored))
+            folders.push_back(entry->path());
+    }
+    return folders;
+}
+
+} // namespace
+
+/// One repository: its last known state, and the look at it that is under way.
+class GitSignal::Watched {
+  public:
+    Watched(GitSignal& signal, GitRepository repository)
+        : signal_(signal), repository_(std::move(repository)), settle_(signal.loop_, [this] { begin(); }) {
+        begin();
+    }
+
+  private:
+    /// Most changes in a git folder are of the index, and tell of nothing.
+    void hinted(const std::string& folder, const FolderHints& hints) {
+        const bool holdsRefs =
+            folder != repository_.gitFolder().string() && folder != repository_.commonFolder().string();
+        const auto counts = [](const std::string& name) {
+            return GitActivity::repoRoot("/home/repository/.git/" + name, "/home").has_value();
+        };
+        if (holdsRefs || !hints.isAll || std::ranges::any_of(hints.names, counts)) settle();
+    }
+
+    void settle() {
+        const Date now = signal_.loop_.now();
+        if (!settle_.isRunning()) firstHint_ = now;
+        // However long git is busy, what it did so far is told now and then.
+        if (now - firstHint_ < longestBurst) settle_.start(afterChange);
+    }
+
+    void begin() {
+        if (run_) { // one look at a time; there is something new when it ends
+            isLate_ = true;
+            return;
+        }
+        watchFolders();
+        const auto state = repository_.read();
+        if (!state) return;
+        if (state->needsGit) {
+            answers_.clear();
+            askOn();
+            return;
+        }
+        next_ = state->snapshot;
+        if (last_ && last_->head == next_.head) next_.subject = last_->subject;
+        if (!last_ || !next_.head || last_->head == next_.head) return finish();
+        run(repository_.subjectWords(*next_.head), [this](const std::optional<std::string>& subject) {
+            if (subject) next_.subject = subject->substr(0, subject->find('\n'));
+            finish();
+        });
+    }
+
+    /// Asks git for one thing after the other: askGit() is run again with each answer, until it needs no
+    /// further one.
+    void askOn() {
+        std::optional<Words> missing;
+        const auto snapshot = repository_.askGit([&](const Words& words) -> std::optional<std::string> {
+            const auto known = answers_.find(words);
+            if (known != answers_.end()) return known->second;
+            if (!missing) missing = words;
+            return std::nullopt;
+        });
+        if (missing) {
+            run(*missing, [this, words = *missing](const std::optional<std::string>& answer) {
+                answers_[words] = answer;
+                askOn();
+            });
+        } else if (snapshot) {
+            next_ = *snapshot;
+            finish();
+        }
+    }
+
+    /// The new state is known.
+    void finish() {
+        const auto before = std::exchange(last_, next_);
+        const auto event = before ? GitEventClassifier::classify(*before, next_) : std::nullopt;
+        if (!event) return again();
+        const Date now = signal_.loop_.now();
+        const std::string root = repository_.root().string();
+        signal_.tell(root, GitRecords::event(root, *event, now), std::nullopt);
+        if (!GitRecords::bringsChanges(*event) || !before->head || !next_.head) return again();
+        run(GitChanges::listWords({root, *before->head, *next_.head}),
+            [this, root](const std::optional<std::string>& list) {
+                const auto changes = list ? GitChanges::parseList(*list) : std::nullopt;
+                if (changes && changes->fileCount > 0)
+                    signal_.tell(root, std::nullopt,
+                                 GitRecords::changes(root, *changes, signal_.loop_.now()));
+                again();
+            });
+    }
+
+    void again() {
+        if (std::exchange(isLate_, false)) settle();
+    }
+
+    void run(const Words& words, std::function<void(std::optional<std::string>)> done) {
+        run_ = std::make_unique<ChildProcess>(
+            signal_.loop_, words, limits, [this, done = std::move(done)](ChildProcess::Result result) {
+                const auto over = std::move(run_); // the next one may start now
+                signal_.tellTrouble(result.exitStatus ? "" : result.failure);
+                done(result.isSuccess() ? std::optional(std::move(result.output)) : std::nullopt);
+            });
+    }
+
+    void watchFolders() {
+        std::map<std::string, std::unique_ptr<FolderWatch>> watches;
+        for (const Path& folder : foldersOf(repository_)) {
+            auto& watch = watches[folder.string()];
+            if (const auto known = watches_.find(folder.string()); known != watches_.end())
+                watch = std::move(known->second);
+            else
+                watch = std::make_unique<FolderWatch>(
+                    signal_.loop_,
+                    [this, name = folder.string()](const FolderHints& hints) { hinted(name, hints); });
+            watch->watch(folder.string());
+        }
+        watches_ = std::move(watches);
+    }
+
+    GitSignal& signal_;
+    const GitRepository repository_;
+    Timer settle_;
+    Date firstHint_{};
+    std::map<std::string, std::unique_ptr<FolderWatch>> watches_; ///< by folder
+    std::unique_ptr<ChildProcess> run_;
+    std::map<Words, std::optional<std::string>> answers_;
+    std::optional<GitSnapshot> last_;
+    GitSnapshot next_;
+    bool isLate_ = false;
+};
+
+GitSignal::GitSignal(EventLoop& loop, IslandModel& model, EventLoop::Handler changed)
+    : loop_(loop), model_(model), changed_(std::move(changed)), soon_(loop, [this] { look(); }) {}
+
+GitSignal::~GitSignal() = default;
+
+void GitSignal::update() {
+    if (!soon_.isRunning()) soon_.start(afterSessions);
+}
+
+void GitSignal::look() {
+    std::vector<const SessionRecord*> alive;
+    if (model_.settings().git)
+        for (const auto& record : model_.sessions().records)
+            if (record->state != SessionState::ended && !record->cwd.empty() &&
+                !model_.sessions().lost.contains(record->key()))
+                alive.push_back(record.get());
+    std::ranges::stable_sort(alive, std::ranges::greater(), &SessionRecord::updatedAt);
+
+    if (roots_.size() > mostKnownFolders) roots_.clear();
+    const std::string home = QuorvikPaths::home().string();
+    std::set<std::string> wanted;
+    for (const SessionRecord* record : alive) {
+        if (wanted.size() == mostRepositories) break;
+        auto known = roots_.find(record->cwd);
+        if (known == roots_.end())
+            known = roots_.emplace(record->cwd, ProjectRoot::gitRoot(record->cwd, home).value_or("")).first;
+        if (!known->second.empty()) wanted.insert(known->second);
+    }
+    std::erase_if(watched_, [&](const auto& entry) { return !wanted.contains(entry.first); });
+    for (const std::string& root : wanted) {
+        if (watched_.contains(root)) continue;
+        if (auto repository = GitRepository::at(root))
+            watched_.emplace(root, std::make_unique<Watched>(*this, std::move(*repository)));
+    }
+    if (!model_.settings().git) tellTrouble("");
+
+    // What is no longer shown need not be kept.
+    const double longest =
+        std::max(model_.settings().scheduler.doneLinger, model_.settings().scheduler.changesLinger);
+    const auto forgotten = std::erase_if(records_, [&](const auto& entry) {
+        return !model_.settings().git || (loop_.now() - entry.second->stateSince).count() > longest;
+    });
+    if (forgotten > 0) tellModel();
+}
+
+void GitSignal::tell(const std::string&, std::optional<SessionRecord> event,
+                     std::optional<SessionRecord> changes) {
+    for (auto* record : {&event, &changes}) {
+        if (!*record) continue;
+        std::string id = (*record)->sessionID;
+        records_[std::move(id)] = std::make_shared<const SessionRecord>(std::move(**record));
+    }
+    tellModel();
+}
+
+void GitSignal::tellModel() {
+    std::vector<std::shared_ptr<const SessionRecord>> records;
+    for (const auto& [id, record] : records_)
+        records.push_back(record);
+    model_.setSignal("git", std::move(records), loop_.now());
+    changed_();
+}
+
+void GitSignal::tellTrouble(std::string trouble) {
+    if (trouble == trouble_) return;
+    trouble_ = std::move(trouble);
+    std::vector<std::string> troubles;
+    if (!trouble_.empty()) troubles.push_back("git: " + trouble_);
+    model_.setTroubles("git", std::move(troubles), loop_.now());
+    changed_();
+}
+
+} // namespace quorvik

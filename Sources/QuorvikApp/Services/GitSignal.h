@@ -1,0 +1,44 @@
+#pragma once
+
+#include "QuorvikApp/Loop/ChildProcess.h"
+#include "QuorvikApp/Loop/EventLoop.h"
+#include "QuorvikApp/Model/IslandModel.h"
+
+#include <map>
+#include <memory>
+
+namespace quorvik {
+
+/// Tells the model what happens in the repositories in which sessions live. Their files are read shortly
+/// after the last of a burst of changes; git itself is run for what stands in objects only: a commit's
+/// subject, the lines that it changed. It reads and never writes.
+class GitSignal {
+  public:
+    /// `changed` is called after the model has been given something new.
+    GitSignal(EventLoop& loop, IslandModel& model, EventLoop::Handler changed);
+    ~GitSignal();
+
+    /// To be called when sessions or settings have changed.
+    void update();
+
+  private:
+    class Watched;
+    friend class Watched;
+
+    void look();
+    void tell(const std::string& root, std::optional<SessionRecord> event,
+              std::optional<SessionRecord> changes);
+    void tellModel();
+    void tellTrouble(std::string trouble);
+
+    EventLoop& loop_;
+    IslandModel& model_;
+    EventLoop::Handler changed_;
+    Timer soon_;
+    std::map<std::string, std::string> roots_;                ///< of working folders; empty: in none
+    std::map<std::string, std::unique_ptr<Watched>> watched_; ///< by root
+    std::map<std::string, std::shared_ptr<const SessionRecord>> records_; ///< by session id
+    std::string trouble_;
+};
+
+} // namespace quorvik
