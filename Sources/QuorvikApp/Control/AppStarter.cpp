@@ -144,7 +144,13 @@ void start(std::chrono::duration<double> limit, Way way) {
     if (error != 0) fail(std::generic_category().message(error));
     readiness.writeEnd.close();
     copy.close();
-    const std::string answer = firstWords(readiness.readEnd.get(), limit);
+    std::string answer;
+    try {
+        answer = firstWords(readiness.readEnd.get(), limit);
+    } catch (const NoApp&) {
+        ::waitpid(pid, nullptr, WNOHANG); // it may hang
+        throw;
+    }
     while (::waitpid(pid, nullptr, 0) < 0 && errno == EINTR) { // the app is its child, and outlives us
     }
     if (answer != "ready" && answer != "running") fail(Unicode::terminalLine(answer));

@@ -9,8 +9,8 @@
 namespace quorvik {
 
 /// One run of another program, in a session of its own, in "/", without a shell, standard input or any
-/// descriptors of ours. When its time limit is reached, it and everything that it
-/// started get SIGTERM, and SIGKILL two seconds later.
+/// descriptors of ours. When its time limit is reached, it and everything that it started get SIGTERM, and
+/// SIGKILL two seconds later.
 class ChildProcess {
   public:
     struct Limits {

@@ -179,9 +179,7 @@ std::size_t IslandModel::acknowledgeAll(Date now) {
     std::size_t count = 0;
     for (const ShownAlert& shown : alerts_.shown())
         count += acknowledge(shown.key, now);
-    for (const auto& record : sessions_.records)
-        if (canBeAcknowledged(*record)) count += acknowledge(record->key(), now);
-    for (const auto& record : signalRecords())
+    for (const auto& record : shownRecords())
         if (canBeAcknowledged(*record)) count += acknowledge(record->key(), now);
     return count;
 }

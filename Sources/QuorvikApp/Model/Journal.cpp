@@ -8,7 +8,8 @@ void Journal::note(Date when, std::string about, std::string text, std::string_v
     constexpr std::size_t longestText = 500; // bytes; what is noted may come from anybody
     if (about.size() > longestText) about.resize(longestText);
     if (text.size() > longestText) text.resize(longestText);
-    entries_.push_back({when, std::move(about), std::string(request), std::move(text)});
+    entries_.push_back(
+        {when, std::move(about), std::string(request.substr(0, longestText)), std::move(text)});
 }
 
 void Journal::noteAlert(Date when, const std::string& about, const std::string& title) {

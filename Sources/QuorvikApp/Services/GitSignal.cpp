@@ -21,7 +21,7 @@ constexpr Timer::Seconds afterSessions(0.1); ///< sessions change often, their f
 constexpr Timer::Seconds afterChange(0.3);   ///< git writes several files for one thing that it does
 constexpr Timer::Seconds longestBurst(2);
 constexpr std::size_t mostRepositories = 100, mostFolders = 40; ///< the latter of one repository
-constexpr std::size_t mostKnownFolders = 5000;
+constexpr Timer::Seconds rootsStand(30); ///< looking up a folder's repository takes up to a dozen calls
 constexpr ChildProcess::Limits limits{Timer::Seconds(5), 16 << 20};
 
 /// The folders whose entries change when something happens that GitSnapshot tells of.
@@ -120,14 +120,13 @@ class GitSignal::Watched {
         if (!event) return again();
         const Date now = signal_.loop_.now();
         const std::string root = repository_.root().string();
-        signal_.tell(root, GitRecords::event(root, *event, now), std::nullopt);
+        signal_.tell(GitRecords::event(root, *event, now));
         if (!GitRecords::bringsChanges(*event) || !before->head || !next_.head) return again();
         run(GitChanges::listWords({root, *before->head, *next_.head}),
             [this, root](const std::optional<std::string>& list) {
                 const auto changes = list ? GitChanges::parseList(*list) : std::nullopt;
                 if (changes && changes->fileCount > 0)
-                    signal_.tell(root, std::nullopt,
-                                 GitRecords::changes(root, *changes, signal_.loop_.now()));
+                    signal_.tell(GitRecords::changes(root, *changes, signal_.loop_.now()));
                 again();
             });
     }
@@ -190,7 +189,11 @@ void GitSignal::look() {
                 alive.push_back(record.get());
     std::ranges::stable_sort(alive, std::ranges::greater(), &SessionRecord::updatedAt);
 
-    if (roots_.size() > mostKnownFolders) roots_.clear();
+    // A folder may become a repository, and cease to be one.
+    if (const Date now = loop_.now(); rootsSince_ > now || now - rootsSince_ > rootsStand) {
+        roots_.clear();
+        rootsSince_ = now;
+    }
     const std::string home = QuorvikPaths::home().string();
     std::set<std::string> wanted;
     for (const SessionRecord* record : alive) {
@@ -217,13 +220,9 @@ void GitSignal::look() {
     if (forgotten > 0) tellModel();
 }
 
-void GitSignal::tell(const std::string&, std::optional<SessionRecord> event,
-                     std::optional<SessionRecord> changes) {
-    for (auto* record : {&event, &changes}) {
-        if (!*record) continue;
-        std::string id = (*record)->sessionID;
-        records_[std::move(id)] = std::make_shared<const SessionRecord>(std::move(**record));
-    }
+void GitSignal::tell(SessionRecord record) {
+    std::string id = record.sessionID;
+    records_[std::move(id)] = std::make_shared<const SessionRecord>(std::move(record));
     tellModel();
 }
 

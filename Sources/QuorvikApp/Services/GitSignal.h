@@ -26,8 +26,7 @@ class GitSignal {
     friend class Watched;
 
     void look();
-    void tell(const std::string& root, std::optional<SessionRecord> event,
-              std::optional<SessionRecord> changes);
+    void tell(SessionRecord record);
     void tellModel();
     void tellTrouble(std::string trouble);
 
@@ -36,6 +35,7 @@ class GitSignal {
     EventLoop::Handler changed_;
     Timer soon_;
     std::map<std::string, std::string> roots_;                ///< of working folders; empty: in none
+    Date rootsSince_{};                                       ///< when the first of them was looked up
     std::map<std::string, std::unique_ptr<Watched>> watched_; ///< by root
     std::map<std::string, std::shared_ptr<const SessionRecord>> records_; ///< by session id
     std::string trouble_;
