@@ -12,6 +12,11 @@ bool contains(std::span<const std::string_view> names, std::string_view name) {
 
 } // namespace
 
+void Arguments::expectAtMost(std::size_t count, std::string_view command) const {
+    if (words.size() > count)
+        throw UsageError(std::string(command) + ": unexpected argument " + words[count]);
+}
+
 Arguments Arguments::parse(std::span<const std::string> commandLine, std::span<const std::string_view> flags,
                            std::span<const std::string_view> valueOptions) {
     Arguments arguments;

@@ -25,6 +25,9 @@ struct Arguments {
 
     bool has(std::string_view flag) const { return flags.contains(flag); }
 
+    /// Throws UsageError when there are more words: "show: unexpected argument now".
+    void expectAtMost(std::size_t count, std::string_view command) const;
+
     /// Throws UsageError for an option that is in neither list (both with their dashes), and for a value that
     /// is missing, empty or not wanted. "--help" and "-h" are always known, and make the flag "--help".
     static Arguments parse(std::span<const std::string> commandLine, std::span<const std::string_view> flags,

@@ -139,7 +139,9 @@ std::optional<std::string> programOutput(const std::vector<std::string>& words, 
         if (ready <= 0) break;
         char bytes[4096];
         const ssize_t count = ::read(pipe.readEnd.get(), bytes, sizeof bytes);
-        if (count > 0) output.append(bytes, static_cast<std::size_t>(count));
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) break;
+        output.append(bytes, static_cast<std::size_t>(count));
         hasEnded = count == 0;
     }
     if (!hasEnded || !program.endsBy(deadline)) program.kill();

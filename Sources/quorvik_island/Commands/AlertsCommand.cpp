@@ -29,7 +29,7 @@ int run(std::span<const std::string> commandLine) {
     constexpr std::array<std::string_view, 1> flags = {"--json"};
     const Arguments arguments = Arguments::parse(commandLine, flags, {});
     if (arguments.has("--help")) return printHelp(help);
-    if (!arguments.words.empty()) throw UsageError("alerts: unexpected argument " + arguments.words.front());
+    arguments.expectAtMost(0, "alerts");
 
     Console console(arguments.has("--json"));
     const Snapshot snapshot = ControlClient::connect("command", ControlClient::Start::never).snapshot();

@@ -8,6 +8,7 @@
 #include "QuorvikCore/Platform/RunProgram.h"
 
 #include <array>
+#include <chrono>
 
 namespace quorvik::AutostartCommand {
 
@@ -40,8 +41,9 @@ constexpr ProgramPath app = {"--program", "program", programName,
                              [] { return QuorvikPaths::binDirectory() / programName; }};
 
 void tell(const std::vector<std::string>& command, Console& console) {
-    constexpr std::size_t most = 1 << 16; // bytes
-    if (command.empty() || Platform::programOutput(command, most)) return;
+    constexpr std::size_t most = 1 << 16;       // bytes
+    constexpr std::chrono::seconds longest(60); // the service manager may start the app
+    if (command.empty() || Platform::programOutput(command, most, longest)) return;
     console.note("autostart: `" + command.front() +
                  "` was of no use; it takes effect with your next session");
 }
@@ -54,7 +56,7 @@ int run(std::span<const std::string> commandLine) {
     const Arguments arguments = Arguments::parse(commandLine, flags, valueOptions);
     if (arguments.has("--help")) return printHelp(help);
     if (arguments.words.empty()) throw UsageError("autostart: say status, install or uninstall");
-    if (arguments.words.size() > 1) throw UsageError("autostart: unexpected argument " + arguments.words[1]);
+    arguments.expectAtMost(1, "autostart");
     const std::string& action = arguments.words.front();
     if (action != "status" && action != "install" && action != "uninstall")
         throw UsageError("autostart: unknown action " + action);

@@ -97,7 +97,7 @@ int run(std::span<const std::string> commandLine) {
     constexpr std::array<std::string_view, 2> flags = {"--json", "--show-hidden"};
     const Arguments arguments = Arguments::parse(commandLine, flags, {});
     if (arguments.has("--help")) return printHelp(help);
-    if (arguments.words.size() > 1) throw UsageError("requests: unexpected argument " + arguments.words[1]);
+    arguments.expectAtMost(1, "requests");
     if (!arguments.words.empty() && arguments.has("--json"))
         throw UsageError("requests: --json is for all requests");
     if (arguments.words.empty() && arguments.has("--show-hidden"))

@@ -31,7 +31,7 @@ bool isRunning() {
 int run(std::span<const std::string> commandLine) {
     const Arguments arguments = Arguments::parse(commandLine, {}, {});
     if (arguments.has("--help")) return printHelp(help);
-    if (!arguments.words.empty()) throw UsageError("restart: unexpected argument " + arguments.words.front());
+    arguments.expectAtMost(0, "restart");
     if (isRunning()) StopCommand::stopApp();
     ControlClient::connect("command", ControlClient::Start::ifMissing);
     return exitSuccess;

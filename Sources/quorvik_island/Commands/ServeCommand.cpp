@@ -32,7 +32,7 @@ int run(std::span<const std::string> commandLine) {
     constexpr std::array<std::string_view, 1> options = {"--detached"};
     const Arguments arguments = Arguments::parse(commandLine, {}, options);
     if (arguments.has("--help")) return printHelp(help);
-    if (!arguments.words.empty()) throw UsageError("serve: unexpected argument " + arguments.words.front());
+    arguments.expectAtMost(0, "serve");
 
     AppStarter::Readiness readiness;
     if (const auto given = arguments.values.find("--detached"); given != arguments.values.end()) {

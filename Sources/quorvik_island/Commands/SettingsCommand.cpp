@@ -120,7 +120,7 @@ int run(std::span<const std::string> commandLine) {
     if (arguments.has("--help")) return printHelp(help);
     const auto& words = arguments.words;
     const bool toDefault = arguments.has("--default");
-    if (words.size() > 2) throw UsageError("settings: unexpected argument " + words[2]);
+    arguments.expectAtMost(2, "settings");
     if (toDefault && words.size() != 1) throw UsageError("settings: --default goes with one name");
     const SettingRule* rule = words.empty() ? nullptr : settingRule(words.front());
     if (!words.empty() && !rule) throw UsageError("settings: there is no setting " + words.front());

@@ -67,7 +67,7 @@ int run(std::span<const std::string> commandLine) {
     Console console(arguments.has("--json"));
     if (arguments.has("--help")) return printHelp(help);
     if (arguments.words.empty()) throw UsageError("shell: say status, install or uninstall");
-    if (arguments.words.size() > 1) throw UsageError("shell: unexpected argument " + arguments.words[1]);
+    arguments.expectAtMost(1, "shell");
     const std::string& action = arguments.words.front();
     const int minSeconds = minimum(arguments);
 

@@ -189,7 +189,7 @@ int run(std::span<const std::string> commandLine) {
     constexpr std::array<std::string_view, 1> flags = {"--json"};
     const Arguments arguments = Arguments::parse(commandLine, flags, {});
     if (arguments.has("--help")) return printHelp(help);
-    if (!arguments.words.empty()) throw UsageError("show: unexpected argument " + arguments.words.front());
+    arguments.expectAtMost(0, "show");
 
     Console console(arguments.has("--json"));
     const Date now = std::chrono::system_clock::now();

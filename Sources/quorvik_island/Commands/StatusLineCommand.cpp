@@ -63,7 +63,7 @@ int run(std::span<const std::string> commandLine) {
     Console console(arguments.has("--json"));
     if (arguments.has("--help")) return printHelp(help);
     if (arguments.words.empty()) throw UsageError("statusline: say status, install or uninstall");
-    if (arguments.words.size() > 1) throw UsageError("statusline: unexpected argument " + arguments.words[1]);
+    arguments.expectAtMost(1, "statusline");
     const std::string& action = arguments.words.front();
 
     Outcome outcome;

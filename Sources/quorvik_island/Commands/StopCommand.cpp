@@ -44,7 +44,7 @@ void stopApp() {
 int run(std::span<const std::string> commandLine) {
     const Arguments arguments = Arguments::parse(commandLine, {}, {});
     if (arguments.has("--help")) return printHelp(help);
-    if (!arguments.words.empty()) throw UsageError("stop: unexpected argument " + arguments.words.front());
+    arguments.expectAtMost(0, "stop");
     stopApp();
     return exitSuccess;
 }

@@ -21,7 +21,7 @@ alerts, settings. For scripts, which need not sleep then. Prints nothing.
 int run(std::span<const std::string> commandLine) {
     const Arguments arguments = Arguments::parse(commandLine, {}, {});
     if (arguments.has("--help")) return printHelp(help);
-    if (!arguments.words.empty()) throw UsageError("sync: unexpected argument " + arguments.words.front());
+    arguments.expectAtMost(0, "sync");
     ControlClient::connect("command", ControlClient::Start::never).call("sync");
     return exitSuccess;
 }

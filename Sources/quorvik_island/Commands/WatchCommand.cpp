@@ -108,7 +108,7 @@ int run(std::span<const std::string> commandLine) {
     constexpr std::array<std::string_view, 1> valueOptions = {"--format"};
     const Arguments arguments = Arguments::parse(commandLine, flags, valueOptions);
     if (arguments.has("--help")) return printHelp(help);
-    if (!arguments.words.empty()) throw UsageError("watch: unexpected argument " + arguments.words.front());
+    arguments.expectAtMost(0, "watch");
     std::optional<BarLine::Format> format;
     if (!arguments.has("--json")) format = BarLine::Format::plain;
     if (const auto chosen = arguments.values.find("--format"); chosen != arguments.values.end()) {

@@ -26,7 +26,7 @@ everything.
 int run(std::span<const std::string> commandLine) {
     const Arguments arguments = Arguments::parse(commandLine, {}, {});
     if (arguments.has("--help")) return printHelp(help);
-    if (arguments.words.size() > 1) throw UsageError("why: unexpected argument " + arguments.words[1]);
+    arguments.expectAtMost(1, "why");
 
     Console console(false);
     nlohmann::json parameters = nlohmann::json::object();
