@@ -14,6 +14,7 @@
 #include "quorvik_island/Commands/SettingsCommand.h"
 #include "quorvik_island/Commands/ShellIntegrationCommand.h"
 #include "quorvik_island/Commands/ShowCommand.h"
+#include "quorvik_island/Commands/SignalsCommand.h"
 #include "quorvik_island/Commands/StatusCommand.h"
 #include "quorvik_island/Commands/StatusLineCommand.h"
 #include "quorvik_island/Commands/StopCommand.h"
@@ -47,6 +48,7 @@ screen readers).
   open, why                go to an item's terminal, log or page; why it is shown, or is not
   clear                    forget what is over
   settings                 your choices
+  signals                  what the app looks at by itself, and what that costs
   hooks                    connect coding agents with Quorvik, or disconnect them
   shell                    let zsh report long commands
   statusline               let Quorvik draw Claude Code's status line
@@ -80,6 +82,7 @@ constexpr Command commands[] = {
     {"settings", SettingsCommand::run},
     {"shell", ShellIntegrationCommand::run},
     {"show", ShowCommand::run},
+    {"signals", SignalsCommand::run},
     {"status", StatusCommand::run},
     {"statusline", StatusLineCommand::run},
     {"stop", StopCommand::run},

@@ -15,10 +15,13 @@ AppTest::AppTest() {
                              "CODEX_SANDBOX_NETWORK_DISABLED", "QWEN_CODE", "DEVIN_PROJECT_DIR"})
         ::unsetenv(mark);
     ::setenv("QUORVIK_NO_START", "1", 1);
+    writeProgram("bin/docker");
+    ::setenv("PATH", ((home / "bin").string() + ":" + path_).c_str(), 1);
 }
 
 AppTest::~AppTest() {
     ::unsetenv("QUORVIK_NO_START");
+    ::setenv("PATH", path_.c_str(), 1);
 }
 
 void AppTest::startApp() {
@@ -48,6 +51,14 @@ ControlClient& AppTest::control() {
 Snapshot AppTest::synced() {
     control().call("sync");
     return control().snapshot();
+}
+
+SignalStatus AppTest::signal(std::string_view name) {
+    std::vector<SignalStatus> signals;
+    const auto result = control().call("signals");
+    RecordReader(result).required("signals", signals);
+    const auto found = std::ranges::find(signals, name, &SignalStatus::name);
+    return found == signals.end() ? SignalStatus{} : *found;
 }
 
 Program& AppTest::hook(const std::string& source, const std::string& payload) {

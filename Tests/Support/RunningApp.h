@@ -4,7 +4,9 @@
 #include "Tests/Support/TemporaryHome.h"
 
 #include "QuorvikApp/Control/ControlClient.h"
+#include "QuorvikApp/Model/SignalStatus.h"
 
+#include <cstdlib>
 #include <future>
 #include <list>
 #include <memory>
@@ -15,6 +17,7 @@ namespace quorvik::testing {
 /// A test with the real app of its own support folder, and the real programs around it.
 class AppTest : public TemporaryHome {
   protected:
+    /// Containers are those that `bin/docker` lists, which the test may replace: none.
     AppTest();
     ~AppTest() override; ///< ends what it started
 
@@ -29,6 +32,9 @@ class AppTest : public TemporaryHome {
 
     /// What the app shows once everything that was caused before has been published.
     Snapshot synced();
+
+    /// How one of its signals is.
+    SignalStatus signal(std::string_view name);
 
     /// A connection of the test's own.
     ControlClient& control();
@@ -52,6 +58,7 @@ class AppTest : public TemporaryHome {
     std::list<Program> hooks;
 
   private:
+    const std::string path_ = std::getenv("PATH");
     std::unique_ptr<Program> app_;
     std::optional<ControlClient> control_;
 };

@@ -4,6 +4,7 @@
 #include "QuorvikApp/Model/ToolInput.h"
 
 #include "QuorvikCore/Approvals/ApprovalWire.h"
+#include "QuorvikCore/Text/HomePath.h"
 #include "QuorvikCore/Text/Redactor.h"
 
 namespace quorvik {
@@ -13,9 +14,7 @@ namespace {
 using Kind = CardLine::Kind;
 
 std::string folder(std::string_view path, std::string_view home) {
-    const bool isBelow =
-        !home.empty() && path.starts_with(home) && (path.size() == home.size() || path[home.size()] == '/');
-    return VisibleText::shown(isBelow ? "~" + std::string(path.substr(home.size())) : std::string(path));
+    return VisibleText::shown(HomePath::abbreviated(path, home));
 }
 
 std::string headlineOf(const ApprovalRequest& request, const RequestCard& card, std::string_view home) {

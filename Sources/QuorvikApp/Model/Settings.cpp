@@ -28,6 +28,35 @@ bool setSwitch(bool& field, const nlohmann::json& value) {
     return true;
 }
 
+constexpr std::size_t mostServices = 50;
+
+std::string listOf(const std::vector<ServiceSpec>& services) {
+    std::string list;
+    for (const ServiceSpec& service : services)
+        list += (list.empty() ? "" : ", ") + service.text();
+    return list;
+}
+
+/// A list of services with commas between them; the empty text is the empty list.
+bool setServices(std::vector<ServiceSpec>& field, const nlohmann::json& value) {
+    // A single port may well be written as a number.
+    const std::string text = value.is_number_integer() ? value.dump()
+                             : value.is_string()       ? value.get<std::string>()
+                                                       : ",";
+    std::vector<ServiceSpec> services;
+    if (!Unicode::trimmed(text, Unicode::isWhitespaceOrNewline).empty()) {
+        for (std::size_t start = 0; start <= text.size();) {
+            const std::size_t end = std::min(text.find(',', start), text.size());
+            auto service = ServiceSpec::parse(std::string_view(text).substr(start, end - start));
+            if (!service || services.size() == mostServices) return false;
+            services.push_back(std::move(*service));
+            start = end + 1;
+        }
+    }
+    field = std::move(services);
+    return true;
+}
+
 template <double SchedulerConfig::*field>
 constexpr SettingRule schedulerSeconds(std::string_view name, std::string_view meaning) {
     return {name, meaning, "a number of seconds, 0 to 86400",
@@ -52,6 +81,12 @@ constexpr SettingRule rules[] = {
     onOrOff<&Settings::approvals>("approvals", "take agents' requests; off: agents ask by themselves"),
     onOrOff<&Settings::notifications>("notifications", "tell of a request that no front end shows"),
     onOrOff<&Settings::git>("git", "tell what happens in the repositories in which sessions live"),
+    onOrOff<&Settings::servers>("servers", "show the development servers that run below your home folder"),
+    onOrOff<&Settings::containers>("containers", "show containers and Compose projects"),
+    {"services", "ports, containers and Compose projects to watch",
+     "a list such as \"3000, web:8080, docker:my-db, compose:shop\"",
+     [](const Settings& settings) -> nlohmann::json { return listOf(settings.services); },
+     [](Settings& settings, const nlohmann::json& value) { return setServices(settings.services, value); }},
     {"notifyAfter", "how long a request waits unseen before that", "a number of seconds, 0 to 3600",
      [](const Settings& settings) -> nlohmann::json { return settings.notifyAfter; },
      [](Settings& settings, const nlohmann::json& value) {

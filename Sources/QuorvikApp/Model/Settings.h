@@ -1,5 +1,6 @@
 #pragma once
 
+#include "QuorvikCore/Activity/ServiceSpec.h"
 #include "QuorvikCore/Island/IslandItem.h"
 
 #include <nlohmann/json.hpp>
@@ -15,12 +16,15 @@ namespace quorvik {
 /// The user's choices, as `settings.json` in the support folder holds them: an object whose members are the
 /// fields' names. A member that is missing has its default.
 struct Settings {
-    SchedulerConfig scheduler; ///< its seven fields are members of the file under their own names
-    bool alerts = true;        ///< "on" or "off": whether `quorvik alert` is shown
-    bool approvals = true;     ///< "on" or "off"; off: agents ask in their own interface
-    bool notifications = true; ///< "on" or "off": tell of a request that no front end shows
-    bool git = true;           ///< "on" or "off": tell what happens in the repositories of sessions
-    double notifyAfter = 10;   ///< seconds a request may wait unseen before that; 0 to 3600
+    SchedulerConfig scheduler;         ///< its seven fields are members of the file under their own names
+    bool alerts = true;                ///< "on" or "off": whether `quorvik alert` is shown
+    bool approvals = true;             ///< "on" or "off"; off: agents ask in their own interface
+    bool notifications = true;         ///< "on" or "off": tell of a request that no front end shows
+    bool git = true;                   ///< "on" or "off": tell what happens in the repositories of sessions
+    bool servers = true;               ///< "on" or "off": show development servers
+    bool containers = true;            ///< "on" or "off": show containers
+    std::vector<ServiceSpec> services; ///< the services that the user watches by name
+    double notifyAfter = 10;           ///< seconds a request may wait unseen before that; 0 to 3600
 
     /// What a settings file means. What cannot be used is left at its default and named in `problems`, a line
     /// each ("settings: doneLinger must be a number of seconds, 0 to 86400"); the rest holds. An empty text

@@ -4,11 +4,11 @@
 #include "QuorvikApp/Services/AlertService.h"
 #include "QuorvikApp/Services/ApprovalService.h"
 #include "QuorvikApp/Services/ControlService.h"
-#include "QuorvikApp/Services/GitSignal.h"
 #include "QuorvikApp/Services/Log.h"
 #include "QuorvikApp/Services/Notifier.h"
 #include "QuorvikApp/Services/SessionsService.h"
 #include "QuorvikApp/Services/SettingsService.h"
+#include "QuorvikApp/Signals/Signals.h"
 
 #include "QuorvikCore/Platform/Desktop.h"
 #include "QuorvikCore/Platform/FileError.h"
@@ -76,12 +76,13 @@ class RunningApp {
           alerts_(loop_, model_, [this] { noteChange(); }),
           control_(loop_, model_, approvals_,
                    {[this](EventLoop::Handler done) { sync(std::move(done)); }, [this] { stop(); },
-                    [this] { noteChange(); }}),
+                    [this] { noteChange(); }, [this] { signals_.update(); },
+                    [this] { return signals_.statuses(); }}),
           notifier_(
               loop_, model_, approvals_,
               [this](std::string_view request) { return control_.isShown(request); },
               [this] { noteChange(); }),
-          git_(loop_, model_, [this] { noteChange(); }),
+          signals_({loop_, model_, [this] { noteChange(); }, [this] { return control_.hasFrontEnds(); }}),
           settings_(loop_, model_, [this] { settingsChanged(); }),
           sessions_(loop_, model_, [this] { sessionsChanged(); }),
           supportWatch_(loop_, [this](const FolderHints&) { supportFolderChanged(); }),
@@ -181,12 +182,12 @@ class RunningApp {
 
     void settingsChanged() {
         approvals_.settingsChanged();
-        git_.update();
+        signals_.update();
         noteChange();
     }
 
     void sessionsChanged() {
-        git_.update();
+        signals_.update();
         noteChange();
     }
 
@@ -275,7 +276,7 @@ class RunningApp {
     AlertService alerts_;
     ControlService control_;
     Notifier notifier_;
-    GitSignal git_;
+    Signals signals_;
     SettingsService settings_; // it and the next one tell the others of what they find while they are made
     SessionsService sessions_;
     FolderWatch supportWatch_;

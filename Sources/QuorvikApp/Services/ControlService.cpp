@@ -78,6 +78,7 @@ void ControlService::accepted(const std::shared_ptr<LineConnection>& connection)
         (*found)->connection->closeWhenSent(); // whoever only stopped speaking still gets its replies
         frontEnds_.erase(found);
         app_.changed();
+        app_.frontEndsChanged();
     };
     frontEnds_.push_back(std::move(frontEnd));
 }
@@ -119,7 +120,7 @@ void ControlService::handle(const FrontEndPointer& frontEnd, const Message& mess
     if (method == "snapshot" || method == "subscribe") {
         publish(); // so that nobody gets an older state than was there when it asked
         if (!message.id.is_null()) connection.send(resultText(message.id, state_));
-        if (method == "subscribe") frontEnd->isSubscribed = true;
+        if (method == "subscribe" && !std::exchange(frontEnd->isSubscribed, true)) app_.frontEndsChanged();
         return;
     }
     if (method == "sync") {
@@ -137,6 +138,7 @@ void ControlService::handle(const FrontEndPointer& frontEnd, const Message& mess
     if (method == "acknowledge") return reply(acknowledge(message));
     if (method == "pick") return reply(pick(message));
     if (method == "status") return reply(status());
+    if (method == "signals") return reply(signals());
     if (method == "why") {
         const auto key = optionalParameter<std::string>(message, "key").value_or("");
         const std::vector<std::string> lines = model_.why(key, loop_.now());
@@ -184,6 +186,13 @@ nlohmann::json ControlService::status() {
             {"frontEnds", frontEnds},
             {"requests", model_.requests().waiting().size()},
             {"troubles", model_.snapshot(loop_.now()).troubles}};
+}
+
+nlohmann::json ControlService::signals() const {
+    nlohmann::json list = nlohmann::json::array();
+    for (const SignalStatus& signal : app_.signals())
+        list.push_back(signal.toJSON());
+    return {{"signals", list}};
 }
 
 nlohmann::json ControlService::acknowledge(const Message& message) {
@@ -262,6 +271,11 @@ bool ControlService::isShown(std::string_view request) const {
     return std::ranges::any_of(frontEnds_, [&](const FrontEndPointer& frontEnd) {
         return std::ranges::find(frontEnd->shown, request) != frontEnd->shown.end();
     });
+}
+
+bool ControlService::hasFrontEnds() const {
+    return std::ranges::any_of(frontEnds_,
+                               [](const FrontEndPointer& frontEnd) { return frontEnd->isSubscribed; });
 }
 
 void ControlService::stop() {

@@ -3,6 +3,7 @@
 #include "QuorvikApp/Control/Protocol.h"
 #include "QuorvikApp/Loop/LineServer.h"
 #include "QuorvikApp/Model/IslandModel.h"
+#include "QuorvikApp/Model/SignalStatus.h"
 #include "QuorvikApp/Services/ApprovalService.h"
 
 namespace quorvik {
@@ -17,6 +18,9 @@ class ControlService {
         EventLoop::Handler stop;
         /// The model has changed.
         EventLoop::Handler changed;
+        /// A front end has come or gone.
+        EventLoop::Handler frontEndsChanged;
+        std::function<std::vector<SignalStatus>()> signals;
     };
 
     ControlService(EventLoop& loop, IslandModel& model, ApprovalService& approvals, App app);
@@ -30,6 +34,9 @@ class ControlService {
 
     /// Whether this request's card is in front of the user somewhere.
     bool isShown(std::string_view request) const;
+
+    /// Whether somebody follows the state: the live island, a status bar.
+    bool hasFrontEnds() const;
 
     /// Answers what has been asked, takes nothing new, and closes each connection once its front end has
     /// taken everything; connectionCount() then falls to 0.
@@ -59,6 +66,7 @@ class ControlService {
     // The methods of docs/control.md. They throw ControlError for an error reply.
     nlohmann::json hello(FrontEnd& frontEnd, const Message& message);
     nlohmann::json status();
+    nlohmann::json signals() const;
     nlohmann::json acknowledge(const Message& message);
     nlohmann::json pick(const Message& message);
     void answer(const FrontEndPointer& frontEnd, const Message& message);

@@ -26,4 +26,8 @@ std::optional<ProcessInfo> processInfo(std::int32_t pid);
 /// the kernel does not tell: of other users' processes it may not.
 std::vector<std::string> processArguments(std::int32_t pid);
 
+/// The folder in which the process works now. Absent when there is no such process, the folder has been
+/// removed, or the kernel does not tell: of other users' processes it may not.
+std::optional<std::string> workingFolder(std::int32_t pid);
+
 } // namespace quorvik::Platform

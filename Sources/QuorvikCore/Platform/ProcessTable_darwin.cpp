@@ -1,5 +1,6 @@
 #include "QuorvikCore/Platform/ProcessTable.h"
 
+#include <libproc.h>
 #include <sys/proc.h>
 #include <sys/stat.h>
 #include <sys/sysctl.h>
@@ -68,6 +69,15 @@ std::vector<std::string> processArguments(std::int32_t pid) {
         start += arguments.back().size() + 1;
     }
     return arguments;
+}
+
+std::optional<std::string> workingFolder(std::int32_t pid) {
+    proc_vnodepathinfo folders{};
+    constexpr int size = static_cast<int>(sizeof folders);
+    if (::proc_pidinfo(pid, PROC_PIDVNODEPATHINFO, 0, &folders, size) != size) return std::nullopt;
+    const char* path = folders.pvi_cdir.vip_path;
+    if (*path == '\0') return std::nullopt;
+    return std::string(path, ::strnlen(path, sizeof folders.pvi_cdir.vip_path));
 }
 
 } // namespace quorvik::Platform

@@ -6,6 +6,7 @@
 
 #include <charconv>
 #include <ctime>
+#include <filesystem>
 #include <string_view>
 
 namespace quorvik::Platform {
@@ -92,6 +93,14 @@ std::vector<std::string> processArguments(std::int32_t pid) {
         start += arguments.back().size() + 1;
     }
     return arguments;
+}
+
+std::optional<std::string> workingFolder(std::int32_t pid) {
+    const std::string link = "/proc/" + std::to_string(pid) + "/cwd";
+    std::error_code error;
+    const auto folder = std::filesystem::read_symlink(link, error);
+    if (error || !std::filesystem::is_directory(folder, error)) return std::nullopt;
+    return folder.string();
 }
 
 } // namespace quorvik::Platform

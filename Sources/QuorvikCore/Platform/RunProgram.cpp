@@ -1,6 +1,8 @@
 #include "QuorvikCore/Platform/RunProgram.h"
 
+#include "QuorvikCore/Platform/Environment.h"
 #include "QuorvikCore/Platform/FileDescriptor.h"
+#include "QuorvikCore/Platform/Files.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -8,6 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -115,6 +118,17 @@ std::vector<char*> argumentPointers(std::vector<std::string>& words) {
         pointers.push_back(word.data());
     pointers.push_back(nullptr);
     return pointers;
+}
+
+std::optional<std::filesystem::path> findProgram(std::string_view name) {
+    const std::string path = environmentValue("PATH");
+    for (std::size_t start = 0; start <= path.size();) {
+        const std::size_t end = std::min(path.find(':', start), path.size());
+        const auto file = std::filesystem::path(path.substr(start, end - start)) / name;
+        if (Files::isExecutable(file)) return file;
+        start = end + 1;
+    }
+    return std::nullopt;
 }
 
 std::optional<std::string> programOutput(const std::vector<std::string>& words, std::size_t limit,

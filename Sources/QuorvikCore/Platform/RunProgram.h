@@ -2,8 +2,10 @@
 
 #include <chrono>
 #include <cstddef>
+#include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// Runs other programs to their end. The first word is a path, or a name that is searched in the PATH; no
@@ -13,6 +15,9 @@ namespace quorvik::Platform {
 
 /// The words as execve() takes them: pointers into `words`, then a null pointer.
 std::vector<char*> argumentPointers(std::vector<std::string>& words);
+
+/// The program's path when it is found in the PATH, as the system would search it there; else absent.
+std::optional<std::filesystem::path> findProgram(std::string_view name);
 
 /// How a program ended.
 struct ProgramEnd {

@@ -22,7 +22,7 @@ constexpr std::string_view help =
 
 Your choices. Without words it lists them all, a line each, with tabs between the name, the value and what it
 means; with a name it prints that value. With a value too it changes the setting, which a running app takes
-over at once. Values are on and off, or numbers; what a setting takes is said when a value does not fit.
+over at once. Values are on and off, numbers, or a list; what a setting takes is said when a value does not fit.
 
   --default   back to the default
   --json      one object: the settings and their values
@@ -34,6 +34,7 @@ Examples:
   quorvik-island settings
   quorvik-island settings doneLinger 10
   quorvik-island settings notifications off
+  quorvik-island settings services "3000, docker:my-db"
 )";
 
 std::string shown(const nlohmann::json& value) {
@@ -78,7 +79,6 @@ void change(const SettingRule& rule, const std::optional<JSONValue>& value) {
 }
 
 /// Waits until a running app has taken over the change. One that does not answer will see the change by
-/// itself.
 /// itself.
 void tellApp() {
     try {

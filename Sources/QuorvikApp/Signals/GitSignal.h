@@ -1,8 +1,6 @@
 #pragma once
 
-#include "QuorvikApp/Loop/ChildProcess.h"
-#include "QuorvikApp/Loop/EventLoop.h"
-#include "QuorvikApp/Model/IslandModel.h"
+#include "QuorvikApp/Signals/Signal.h"
 
 #include <map>
 #include <memory>
@@ -12,28 +10,24 @@ namespace quorvik {
 /// Tells the model what happens in the repositories in which sessions live. Their files are read shortly
 /// after the last of a burst of changes; git itself is run for what stands in objects only: a commit's
 /// subject, the lines that it changed. It reads and never writes.
-class GitSignal {
+class GitSignal : public Signal {
   public:
-    /// `changed` is called after the model has been given something new.
-    GitSignal(EventLoop& loop, IslandModel& model, EventLoop::Handler changed);
-    ~GitSignal();
+    explicit GitSignal(const SignalContext& context);
+    ~GitSignal() override;
 
-    /// To be called when sessions or settings have changed.
-    void update();
+    void update() override;
 
   private:
     class Watched;
     friend class Watched;
 
-    void look();
+    void look() override;
+    void watchRepositories();
+    void forgetWhatIsOver();
     void tell(SessionRecord record);
     void tellModel();
     void tellTrouble(std::string trouble);
 
-    EventLoop& loop_;
-    IslandModel& model_;
-    EventLoop::Handler changed_;
-    Timer soon_;
     std::map<std::string, std::string> roots_;                ///< of working folders; empty: in none
     Date rootsSince_{};                                       ///< when the first of them was looked up
     std::map<std::string, std::unique_ptr<Watched>> watched_; ///< by root

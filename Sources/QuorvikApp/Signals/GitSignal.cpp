@@ -1,4 +1,4 @@
-#include "QuorvikApp/Services/GitSignal.h"
+#include "QuorvikApp/Signals/GitSignal.h"
 
 #include "QuorvikApp/Model/GitRecords.h"
 
@@ -48,7 +48,8 @@ std::vector<Path> foldersOf(const GitRepository& repository) {
 class GitSignal::Watched {
   public:
     Watched(GitSignal& signal, GitRepository repository)
-        : signal_(signal), repository_(std::move(repository)), settle_(signal.loop_, [this] { begin(); }) {
+        : signal_(signal), repository_(std::move(repository)),
+          settle_(signal.context_.loop, [this] { begin(); }) {
         begin();
     }
 
@@ -64,7 +65,7 @@ class GitSignal::Watched {
     }
 
     void settle() {
-        const Date now = signal_.loop_.now();
+        const Date now = signal_.now();
         if (!settle_.isRunning()) firstHint_ = now;
         // However long git is busy, what it did so far is told now and then.
         if (now - firstHint_ < longestBurst) settle_.start(afterChange);
@@ -75,9 +76,10 @@ class GitSignal::Watched {
             isLate_ = true;
             return;
         }
+        began_ = std::chrono::system_clock::now();
         watchFolders();
         const auto state = repository_.read();
-        if (!state) return;
+        if (!state) return again();
         if (state->needsGit) {
             answers_.clear();
             askOn();
@@ -118,7 +120,7 @@ class GitSignal::Watched {
         const auto before = std::exchange(last_, next_);
         const auto event = before ? GitEventClassifier::classify(*before, next_) : std::nullopt;
         if (!event) return again();
-        const Date now = signal_.loop_.now();
+        const Date now = signal_.now();
         const std::string root = repository_.root().string();
         signal_.tell(GitRecords::event(root, *event, now));
         if (!GitRecords::bringsChanges(*event) || !before->head || !next_.head) return again();
@@ -126,18 +128,20 @@ class GitSignal::Watched {
             [this, root](const std::optional<std::string>& list) {
                 const auto changes = list ? GitChanges::parseList(*list) : std::nullopt;
                 if (changes && changes->fileCount > 0)
-                    signal_.tell(GitRecords::changes(root, *changes, signal_.loop_.now()));
+                    signal_.tell(GitRecords::changes(root, *changes, signal_.now()));
                 again();
             });
     }
 
     void again() {
+        signal_.spent(std::max(Date(std::chrono::system_clock::now()) - began_, Seconds::zero()));
         if (std::exchange(isLate_, false)) settle();
     }
 
     void run(const Words& words, std::function<void(std::optional<std::string>)> done) {
         run_ = std::make_unique<ChildProcess>(
-            signal_.loop_, words, limits, [this, done = std::move(done)](ChildProcess::Result result) {
+            signal_.context_.loop, words, limits,
+            [this, done = std::move(done)](ChildProcess::Result result) {
                 const auto over = std::move(run_); // the next one may start now
                 signal_.tellTrouble(result.exitStatus ? "" : result.failure);
                 done(result.isSuccess() ? std::optional(std::move(result.output)) : std::nullopt);
@@ -152,7 +156,7 @@ class GitSignal::Watched {
                 watch = std::move(known->second);
             else
                 watch = std::make_unique<FolderWatch>(
-                    signal_.loop_,
+                    signal_.context_.loop,
                     [this, name = folder.string()](const FolderHints& hints) { hinted(name, hints); });
             watch->watch(folder.string());
         }
@@ -162,7 +166,7 @@ class GitSignal::Watched {
     GitSignal& signal_;
     const GitRepository repository_;
     Timer settle_;
-    Date firstHint_{};
+    Date firstHint_{}, began_{};
     std::map<std::string, std::unique_ptr<FolderWatch>> watches_; ///< by folder
     std::unique_ptr<ChildProcess> run_;
     std::map<Words, std::optional<std::string>> answers_;
@@ -171,28 +175,41 @@ class GitSignal::Watched {
     bool isLate_ = false;
 };
 
-GitSignal::GitSignal(EventLoop& loop, IslandModel& model, EventLoop::Handler changed)
-    : loop_(loop), model_(model), changed_(std::move(changed)), soon_(loop, [this] { look(); }) {}
+GitSignal::GitSignal(const SignalContext& context) : Signal(context, "git") {}
 
 GitSignal::~GitSignal() = default;
 
 void GitSignal::update() {
-    if (!soon_.isRunning()) soon_.start(afterSessions);
+    if (settings().git) {
+        turnOn(std::nullopt);
+        lookSoon(afterSessions);
+        return;
+    }
+    watched_.clear();
+    records_.clear();
+    trouble_.clear();
+    turnOff("switched off");
 }
 
 void GitSignal::look() {
+    watchRepositories();
+    forgetWhatIsOver();
+    ended(trouble_);
+}
+
+void GitSignal::watchRepositories() {
+    const auto& sessions = context_.model.sessions();
     std::vector<const SessionRecord*> alive;
-    if (model_.settings().git)
-        for (const auto& record : model_.sessions().records)
-            if (record->state != SessionState::ended && !record->cwd.empty() &&
-                !model_.sessions().lost.contains(record->key()))
-                alive.push_back(record.get());
+    for (const auto& record : sessions.records)
+        if (record->state != SessionState::ended && !record->cwd.empty() &&
+            !sessions.lost.contains(record->key()))
+            alive.push_back(record.get());
     std::ranges::stable_sort(alive, std::ranges::greater(), &SessionRecord::updatedAt);
 
     // A folder may become a repository, and cease to be one.
-    if (const Date now = loop_.now(); rootsSince_ > now || now - rootsSince_ > rootsStand) {
+    if (rootsSince_ > now() || now() - rootsSince_ > rootsStand) {
         roots_.clear();
-        rootsSince_ = now;
+        rootsSince_ = now();
     }
     const std::string home = QuorvikPaths::home().string();
     std::set<std::string> wanted;
@@ -209,14 +226,13 @@ void GitSignal::look() {
         if (auto repository = GitRepository::at(root))
             watched_.emplace(root, std::make_unique<Watched>(*this, std::move(*repository)));
     }
-    if (!model_.settings().git) tellTrouble("");
+}
 
-    // What is no longer shown need not be kept.
-    const double longest =
-        std::max(model_.settings().scheduler.doneLinger, model_.settings().scheduler.changesLinger);
-    const auto forgotten = std::erase_if(records_, [&](const auto& entry) {
-        return !model_.settings().git || (loop_.now() - entry.second->stateSince).count() > longest;
-    });
+/// What is no longer shown need not be kept.
+void GitSignal::forgetWhatIsOver() {
+    const double longest = std::max(settings().scheduler.doneLinger, settings().scheduler.changesLinger);
+    const auto forgotten = std::erase_if(
+        records_, [&](const auto& entry) { return (now() - entry.second->stateSince).count() > longest; });
     if (forgotten > 0) tellModel();
 }
 
@@ -227,20 +243,16 @@ void GitSignal::tell(SessionRecord record) {
 }
 
 void GitSignal::tellModel() {
-    std::vector<std::shared_ptr<const SessionRecord>> records;
+    Records records;
     for (const auto& [id, record] : records_)
         records.push_back(record);
-    model_.setSignal("git", std::move(records), loop_.now());
-    changed_();
+    show(std::move(records));
 }
 
 void GitSignal::tellTrouble(std::string trouble) {
     if (trouble == trouble_) return;
     trouble_ = std::move(trouble);
-    std::vector<std::string> troubles;
-    if (!trouble_.empty()) troubles.push_back("git: " + trouble_);
-    model_.setTroubles("git", std::move(troubles), loop_.now());
-    changed_();
+    lookSoon();
 }
 
 } // namespace quorvik

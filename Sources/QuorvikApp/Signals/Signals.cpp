@@ -1,0 +1,29 @@
+#include "QuorvikApp/Signals/Signals.h"
+
+#include "QuorvikApp/Signals/ContainerSignal.h"
+#include "QuorvikApp/Signals/DevServerSignal.h"
+#include "QuorvikApp/Signals/GitSignal.h"
+#include "QuorvikApp/Signals/ServiceSignal.h"
+
+namespace quorvik {
+
+Signals::Signals(const SignalContext& context) {
+    signals_.push_back(std::make_unique<GitSignal>(context));
+    signals_.push_back(std::make_unique<DevServerSignal>(context));
+    signals_.push_back(std::make_unique<ContainerSignal>(context));
+    signals_.push_back(std::make_unique<ServiceSignal>(context));
+}
+
+void Signals::update() {
+    for (const auto& signal : signals_)
+        signal->update();
+}
+
+std::vector<SignalStatus> Signals::statuses() const {
+    std::vector<SignalStatus> statuses;
+    for (const auto& signal : signals_)
+        statuses.push_back(signal->status());
+    return statuses;
+}
+
+} // namespace quorvik

@@ -1,0 +1,81 @@
+#include "quorvik_island/Commands/SignalsCommand.h"
+
+#include "quorvik_island/Age.h"
+#include "quorvik_island/Arguments.h"
+#include "quorvik_island/Console.h"
+
+#include "QuorvikApp/Control/ControlClient.h"
+#include "QuorvikApp/Model/SignalStatus.h"
+
+#include "QuorvikCore/Text/Unicode.h"
+
+#include <array>
+#include <cmath>
+
+namespace quorvik::SignalsCommand {
+
+namespace {
+
+constexpr std::string_view help =
+    R"(usage: quorvik-island signals [--json]
+
+Tells for each of the developer's tools that the app looks at by itself: whether that is on, why it is off or of
+no use, when the app has looked and when it will look again, and what the looks of the last hour took.
+
+  --json   an array of objects: "name", "on", "why" (a text, empty when all is well), "lastLook" and
+           "nextLook" (seconds since 1970; left out when there is none), "looks" and "seconds" (in the last
+           hour)
+
+A signal is switched by the setting of its name.
+
+Examples:
+  quorvik-island settings containers off
+  quorvik-island settings services "3000, docker:my-db"
+)";
+
+/// "containers  on   10 s ago, again in 50 s; 0.21 s for 6 looks in the last hour".
+std::string lineOf(const SignalStatus& signal, Date now) {
+    constexpr std::size_t nameColumns = 12;
+    std::string line = signal.name;
+    line.resize(std::max(nameColumns, line.size() + 1), ' ');
+    line += signal.isOn ? "on   " : "off  ";
+    if (signal.lastLook) line += "looked " + age(*signal.lastLook, now) + " ago";
+    if (signal.isOn && signal.nextLook)
+        line += (signal.lastLook ? ", again in " : "looks in ") + age(now, std::max(*signal.nextLook, now));
+    else if (signal.isOn)
+        line += signal.lastLook ? ", again when something changes" : "looks when something changes";
+    if (signal.looks > 0) {
+        char cost[64];
+        std::snprintf(cost, sizeof cost, "; %.2f s for %lld look%s in the last hour", signal.seconds,
+                      static_cast<long long>(signal.looks), signal.looks == 1 ? "" : "s");
+        line += cost;
+    }
+    if (!signal.why.empty()) line += (line.ends_with(' ') ? "" : "; ") + signal.why;
+    return Unicode::terminalLine(line) + "\n";
+}
+
+} // namespace
+
+int run(std::span<const std::string> commandLine) {
+    constexpr std::array<std::string_view, 1> flags = {"--json"};
+    const Arguments arguments = Arguments::parse(commandLine, flags, {});
+    if (arguments.has("--help")) return printHelp(help);
+    arguments.expectAtMost(0, "signals");
+
+    Console console(arguments.has("--json"));
+    const auto result = ControlClient::connect("command", ControlClient::Start::never).call("signals");
+    std::vector<SignalStatus> signals;
+    RecordReader(result).required("signals", signals);
+    const Date now = std::chrono::system_clock::now();
+    std::string lines;
+    nlohmann::json values = nlohmann::json::array();
+    for (const SignalStatus& signal : signals) {
+        lines += lineOf(signal, now);
+        values.push_back(signal.toJSON());
+    }
+    console.text(lines);
+    console.value(values);
+    return console.exitStatus();
+}
+
+} // namespace quorvik::SignalsCommand

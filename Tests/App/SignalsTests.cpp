@@ -1,0 +1,190 @@
+#include "Tests/Support/RunningApp.h"
+
+#include "QuorvikApp/Model/ContainerServices.h"
+#include "QuorvikApp/Model/ServiceBoard.h"
+
+#include "QuorvikCore/Activity/DevServerDiscovery.h"
+#include "QuorvikCore/Platform/ListeningSockets.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+
+namespace quorvik {
+
+namespace {
+
+using testing::eventually;
+using testing::Program;
+
+Date at(double seconds) {
+    return dateFromSeconds(1'763'700'000 + seconds);
+}
+
+ServiceState service(std::string id, bool isUp, std::string summary = "s") {
+    ServiceState state;
+    state.id = state.label = std::move(id);
+    state.summary = std::move(summary);
+    state.isUp = isUp;
+    return state;
+}
+
+std::string shown(const ServiceBoard& board) {
+    std::string text;
+    for (const auto& record : board.records())
+        text += record->title.value_or("") + " " + std::string(rawValue(record->state)) + ": " +
+                record->summary.value_or("") + " @" +
+                std::to_string(static_cast<int>((record->stateSince - at(0)).count())) + "\n";
+    return text;
+}
+
+} // namespace
+
+TEST(ServiceBoardTests, OnlyWhatWasSeenUpFails) {
+    ServiceBoard board;
+    const struct {
+        double when;
+        std::vector<ServiceState> listed;
+        std::string shown;
+    } looks[] = {
+        {0, {service("a", false), service("b", true)}, "b working: s @0\n"},
+        {5, {service("a", true), service("b", true), service("b", false)}, "a working: s @5\nb working: s @0\n"},
+        {10, {service("a", false, "exited with 2")}, "a failed: down: exited with 2 @10\nb failed: down: gone @10\n"},
+        {15, {service("a", true)}, "a working: s @15\nb failed: down: gone @10\n"},
+        {20, {service("a", false)}, "a failed: down: s, 2 times @20\nb failed: down: gone @10\n"},
+        {25, {service("a", false)}, "a failed: down: s, 2 times @20\n"}, // b is forgotten after 15 seconds
+        {30, {service("a", true, "\x1b[31mred")}, "a working:  [31mred, 2 times @30\n"},
+        {0, {}, "a failed: down: gone, 3 times @0\n"}, // the clock was set back
+    };
+    for (const auto& look : looks) {
+        board.look(look.listed, 15, at(look.when));
+        EXPECT_EQ(shown(board), look.shown) << look.when;
+    }
+    const auto before = board.records();
+    board.look({service("a", false, "gone")}, 15, at(1));
+    EXPECT_EQ(board.records(), before) << "nothing has changed, so the objects are the same";
+}
+
+TEST(ContainerServicesTests, ProjectsAreOneServiceEach) {
+    const std::string listing = "web\trunning\tUp 2 hours\tshop\tweb\n"
+                                "db\texited\tExited (1) 3 minutes ago\tshop\tdb\n"
+                                "once\texited\tExited (0) 3 minutes ago\tjobs\tonce\n"
+                                "solo\trunning\tUp 1 second (unhealthy)\t\t\n"
+                                "ended\texited\tExited (0) 1 second ago\t\t\n"
+                                "lost\texited\tExited (137) 1 second ago\t\t\nnonsense\n";
+    const auto text = [&](const char* watched, bool onlyWatched) {
+        std::vector<ServiceSpec> specs;
+        if (const auto spec = ServiceSpec::parse(watched)) specs.push_back(*spec);
+        const auto states = ContainerServices::of(listing, specs, onlyWatched);
+        std::string result;
+        for (const ServiceState& state : states.services)
+            result += state.id + (state.isUp ? " up: " : " down: ") + state.summary + "\n";
+        for (const std::string& id : states.finished)
+            result += id + " finished\n";
+        return result;
+    };
+    EXPECT_EQ(text("", false), "docker-solo down: unhealthy\ndocker-lost down: exited with 137\n"
+                               "compose-shop down: db\ndocker-ended finished\ncompose-jobs finished\n");
+    EXPECT_EQ(text("docker:ended", true), "docker-ended down: exited with 0\n");
+    EXPECT_EQ(text("docker:web", true), "docker-web up: up\n");
+    EXPECT_EQ(text("compose:jobs", true), "compose-jobs down: 1 of 1 up\n");
+    EXPECT_EQ(text("docker:none", true), "docker-none down: there is none of that name\n");
+    EXPECT_EQ(text("3000", true), "");
+}
+
+/// The real app, with servers and programs beside it.
+class SignalsTests : public testing::AppTest {
+  protected:
+    /// Waits until there is an item with that id whose state and summary are these.
+    ::testing::AssertionResult shows(const std::string& id, const std::string& wanted) {
+        std::string seen;
+        const bool is = eventually([&] {
+            const Snapshot snapshot = synced();
+            seen.clear();
+            for (const SnapshotItem* item : snapshot.items())
+                if (item->id() == id)
+                    seen = std::string(rawValue(item->display)) + " " + item->record->summary.value_or("");
+            return seen == wanted;
+        });
+        return is ? ::testing::AssertionSuccess() : ::testing::AssertionFailure() << id << ": " << seen;
+    }
+
+    /// A web server that works in that folder; its first line names the port.
+    static std::unique_ptr<Program> server(const std::filesystem::path& folder, std::string& port) {
+        auto program = std::make_unique<Program>(
+            std::vector<std::string>{"python3", "-u", "-m", "http.server", "0", "--bind", "127.0.0.1"},
+            [folder] { std::ignore = ::chdir(folder.c_str()); });
+        const std::string line = program->readLine(); // "Serving HTTP on 127.0.0.1 port 43211 (…"
+        const auto start = line.find(" port ") + std::string_view(" port ").size();
+        port = line.substr(start, line.find(' ', start) - start);
+        return program;
+    }
+};
+
+TEST_F(SignalsTests, ShowsDevServersAsTheyComeAndGo) {
+    write("app/package.json", "{}");
+    startApp();
+    control().subscribe();
+    std::string port;
+    auto running = server(home / "app", port);
+    const std::string id = "service-port-" + port;
+    EXPECT_TRUE(shows(id, "working python3, ~/app"));
+    const Snapshot snapshot = synced();
+    for (const SnapshotItem* item : snapshot.items())
+        EXPECT_EQ(item->record->openURL, "http://localhost:" + port);
+#ifdef __linux__
+    // Without lsof the kernel's own tables tell the same.
+    const auto sockets = DevServerDiscovery::parse(Platform::listeningSockets().value_or(""));
+    const auto found = std::ranges::find(sockets, std::stoll(port), &ListeningSocket::port);
+    ASSERT_NE(found, sockets.end());
+    EXPECT_EQ(found->pid, running->pid());
+#endif
+    EXPECT_TRUE(Platform::acceptsConnections(std::stoll(port), std::chrono::seconds(1)));
+    // What the user watches by name is not shown twice.
+    testing::AppTest::island({"settings", "services", "web:" + port});
+    EXPECT_TRUE(shows(id, "working port " + port));
+    ::kill(running->pid(), SIGKILL);
+    running.reset();
+    EXPECT_TRUE(shows(id, "failed down: port " + port));
+    EXPECT_FALSE(Platform::acceptsConnections(std::stoll(port), std::chrono::seconds(1)));
+}
+
+TEST_F(SignalsTests, ShowsContainersAndBearsWithTheirTool) {
+    writeProgram("bin/docker", "#!/bin/sh\ncat \"${0%/*}/listing\"\n");
+    write("bin/listing", "db\trunning\tUp 2 hours\t\t\n");
+    startApp();
+    control().subscribe();
+    EXPECT_TRUE(shows("service-docker-db", "working up"));
+    write("bin/listing", "db\texited\tExited (3) 1 second ago\t\t\n");
+    const auto lookAgain = [&] {
+        testing::AppTest::island({"settings", "containers", "off"});
+        testing::AppTest::island({"settings", "containers", "on"});
+    };
+    lookAgain(); // starts anew: what was never seen up is no failure
+    EXPECT_TRUE(eventually([&] { return signal("containers").looks >= 2; }));
+    EXPECT_TRUE(synced().items().empty());
+    EXPECT_EQ(signal("containers").why, "");
+
+    const struct {
+        const char* program;
+        const char* why;
+    } cases[] = {
+        {"exit 7", "docker ended with status 7"},
+        {"exec yes", "it writes too much"},
+        {"exec sleep 100", "it took too long"},
+        {"kill -9 $$", "it was ended by signal 9"},
+        {"printf '\\377\\0\\t\\t\\n\\t'", ""},
+    };
+    for (const auto& [program, why] : cases) {
+        writeProgram("bin/docker", std::string("#!/bin/sh\n") + program + "\n");
+        const auto before = signal("containers").looks;
+        lookAgain();
+        EXPECT_TRUE(eventually([&] { return signal("containers").looks > before; }));
+        EXPECT_EQ(signal("containers").why, why) << program;
+    }
+    ::kill(app().pid(), SIGTERM);
+    expectAppEnds();
+}
+
+} // namespace quorvik
