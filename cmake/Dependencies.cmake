@@ -39,6 +39,12 @@ find_path(NLOHMANN_JSON_INCLUDE nlohmann/json.hpp REQUIRED)
 add_library(quorvik::json INTERFACE IMPORTED)
 set_property(TARGET quorvik::json PROPERTY INTERFACE_INCLUDE_DIRECTORIES ${NLOHMANN_JSON_INCLUDE})
 quorvik_find_library(plist plist/plist.h plist-2.0)
+# Whether the app shows Xcode's builds: where libplist can be linked as the programs are.
+set(xcode ON)
+if((QUORVIK_STATIC OR APPLE) AND NOT plist_LIBRARY MATCHES "\\.a$")
+  set(xcode OFF)
+endif()
+option(QUORVIK_XCODE "Let the app read Xcode's logs, with libplist" ${xcode})
 
 # Debian names the archive libuv_a.a, Homebrew libuv.a.
 find_path(uv_INCLUDE uv.h REQUIRED)

@@ -4,6 +4,7 @@
 #include "quorvik_island/Commands/AnswerCommand.h"
 #include "quorvik_island/Commands/AutostartCommand.h"
 #include "quorvik_island/Commands/ClearCommand.h"
+#include "quorvik_island/Commands/ClipboardCommand.h"
 #include "quorvik_island/Commands/HooksCommand.h"
 #include "quorvik_island/Commands/LiveCommand.h"
 #include "quorvik_island/Commands/OpenCommand.h"
@@ -48,6 +49,7 @@ screen readers).
   open, why                go to an item's terminal, log or page; why it is shown, or is not
   clear                    forget what is over
   settings                 your choices
+  clipboard                what can be done with what you have copied
   signals                  what the app looks at by itself, and what that costs
   hooks                    connect coding agents with Quorvik, or disconnect them
   shell                    let zsh report long commands
@@ -73,6 +75,7 @@ constexpr Command commands[] = {
     {"answer", AnswerCommand::run},
     {"autostart", AutostartCommand::run},
     {"clear", ClearCommand::run},
+    {"clipboard", ClipboardCommand::run},
     {"hooks", HooksCommand::run},
     {"open", OpenCommand::run},
     {"pick", PickCommand::run},

@@ -77,7 +77,8 @@ class RunningApp {
           control_(loop_, model_, approvals_,
                    {[this](EventLoop::Handler done) { sync(std::move(done)); }, [this] { stop(); },
                     [this] { noteChange(); }, [this] { signals_.update(); },
-                    [this] { return signals_.statuses(); }}),
+                    [this] { return signals_.statuses(); },
+                    [this]() -> ClipboardSignal& { return signals_.clipboard(); }}),
           notifier_(
               loop_, model_, approvals_,
               [this](std::string_view request) { return control_.isShown(request); },

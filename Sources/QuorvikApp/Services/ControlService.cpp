@@ -139,6 +139,7 @@ void ControlService::handle(const FrontEndPointer& frontEnd, const Message& mess
     if (method == "pick") return reply(pick(message));
     if (method == "status") return reply(status());
     if (method == "signals") return reply(signals());
+    if (method == "clipboard") return reply(clipboard(message));
     if (method == "why") {
         const auto key = optionalParameter<std::string>(message, "key").value_or("");
         const std::vector<std::string> lines = model_.why(key, loop_.now());
@@ -193,6 +194,22 @@ nlohmann::json ControlService::signals() const {
     for (const SignalStatus& signal : app_.signals())
         list.push_back(signal.toJSON());
     return {{"signals", list}};
+}
+
+nlohmann::json ControlService::clipboard(const Message& message) {
+    ClipboardSignal& signal = app_.clipboard();
+    const ClipboardItem* item = signal.item();
+    if (!item) throw ControlError(unknownThing, "nothing is offered for what was copied");
+    const auto action = optionalParameter<std::string>(message, "action");
+    if (action == "clear")
+        signal.clear();
+    else if (action == "copy" && !signal.copy())
+        throw ControlError(unknownThing, "there is no whole text that could be copied");
+    else if (action && action != "copy")
+        throw RecordError("action must be copy or clear");
+    nlohmann::json result = {{"canBeCopied", item->canBeCopied}};
+    if (item->text) result["text"] = *item->text;
+    return result;
 }
 
 nlohmann::json ControlService::acknowledge(const Message& message) {

@@ -5,6 +5,7 @@
 #include "QuorvikApp/Model/IslandModel.h"
 #include "QuorvikApp/Model/SignalStatus.h"
 #include "QuorvikApp/Services/ApprovalService.h"
+#include "QuorvikApp/Signals/ClipboardSignal.h"
 
 namespace quorvik {
 
@@ -21,6 +22,7 @@ class ControlService {
         /// A front end has come or gone.
         EventLoop::Handler frontEndsChanged;
         std::function<std::vector<SignalStatus>()> signals;
+        std::function<ClipboardSignal&()> clipboard;
     };
 
     ControlService(EventLoop& loop, IslandModel& model, ApprovalService& approvals, App app);
@@ -67,6 +69,7 @@ class ControlService {
     nlohmann::json hello(FrontEnd& frontEnd, const Message& message);
     nlohmann::json status();
     nlohmann::json signals() const;
+    nlohmann::json clipboard(const Message& message);
     nlohmann::json acknowledge(const Message& message);
     nlohmann::json pick(const Message& message);
     void answer(const FrontEndPointer& frontEnd, const Message& message);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "QuorvikApp/Signals/ClipboardSignal.h"
 #include "QuorvikApp/Signals/Signal.h"
 
 namespace quorvik {
@@ -15,8 +16,11 @@ class Signals {
     /// In the order in which they are listed.
     std::vector<SignalStatus> statuses() const;
 
+    ClipboardSignal& clipboard() { return *clipboard_; }
+
   private:
     std::vector<std::unique_ptr<Signal>> signals_;
+    ClipboardSignal* clipboard_; ///< one of them
 };
 
 } // namespace quorvik
