@@ -42,13 +42,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto read = [&](std::uint64_t offset, std::size_t length) {
         return std::string(text.substr(static_cast<std::size_t>(offset), length));
     };
-    const std::uint64_t end = LinesFromEnd(read, size % 97 + 1, longest).go(0, size, [&](std::string_view line) {
-        CHECK(!lines.empty() && lines.back() == line);
-        lines.pop_back();
-        for (const UsageFigure& figure : CodexUsage::parse(line))
-            check(figure.window);
-        return false;
-    });
+    const std::uint64_t end =
+        LinesFromEnd(read, size % 97 + 1, longest).go(0, size, [&](std::string_view line) {
+            CHECK(!lines.empty() && lines.back() == line);
+            lines.pop_back();
+            for (const UsageFigure& figure : CodexUsage::parse(line))
+                check(figure.window);
+            return false;
+        });
     CHECK(end == start && lines.empty());
     return 0;
 }

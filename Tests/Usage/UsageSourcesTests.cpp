@@ -29,8 +29,8 @@ std::string text(const std::vector<UsageFigure>& figures) {
 }
 
 std::string tokens(const std::string& limits, const std::string& time = "2026-11-21T05:30:30.123Z") {
-    return R"({"timestamp":")" + time + R"(","type":"event_msg","payload":{"type":"token_count","rate_limits":)" +
-           limits + "}}";
+    return R"({"timestamp":")" + time +
+           R"(","type":"event_msg","payload":{"type":"token_count","rate_limits":)" + limits + "}}";
 }
 std::string primary(const std::string& used) {
     return R"({"primary":{"used_percent":)" + used + R"(,"window_minutes":300,"resets_at":1795235501}})";
@@ -77,17 +77,17 @@ TEST_F(UsageSourcesTests, KeepsTheNewestFigureOfSeveralSessions) {
         double after; // seconds
         bool isTaken;
     };
-    for (const auto& [told, after, isTaken] : std::initializer_list<Case>{
-             {window(90), 59, false},
-             {window(90), 60, true},                               // confirmed
-             {window(90.5), 0, true},                              // grows
-             {window(90), -1, true},                               // the clock was set back
-             {window(80), 599, false},                             // a session that has been idle
-             {window(80), 600, true},                              // a falling figure
-             {window(80, now + minutes(100) + minutes(2)), 1, true}, // a moved reset
-             {window(99, now + minutes(90)), 1, false},
-             {window(99, now), 6000, false}, // reset long ago
-             {window(1, now + minutes(1), "claude.seven_day"), 0, true}}) {
+    for (const auto& [told, after, isTaken] :
+         std::initializer_list<Case>{{window(90), 59, false},
+                                     {window(90), 60, true},   // confirmed
+                                     {window(90.5), 0, true},  // grows
+                                     {window(90), -1, true},   // the clock was set back
+                                     {window(80), 599, false}, // a session that has been idle
+                                     {window(80), 600, true},  // a falling figure
+                                     {window(80, now + minutes(100) + minutes(2)), 1, true}, // a moved reset
+                                     {window(99, now + minutes(90)), 1, false},
+                                     {window(99, now), 6000, false}, // reset long ago
+                                     {window(1, now + minutes(1), "claude.seven_day"), 0, true}}) {
         const Date then = now + std::chrono::duration<double>(after);
         const auto figures = ClaudeUsage::updated({&kept, 1}, {&told, 1}, then);
         ASSERT_EQ(figures.has_value(), isTaken) << told.usedPercent << " " << after;
@@ -106,7 +106,8 @@ TEST_F(UsageSourcesTests, UnderstandsLinesOfRollouts) {
                      R"("secondary":{"used_percent":3,"window_minutes":10080,"resets_at":1795626501}})"),
               "codex.primary 300 12.5 1795239100, codex.secondary 10080 3.0 1795626501"},
              {tokens(primary("3"), "2026-11-21T05:30:30Z"), "codex.primary 300 3.0 1795235501"},
-             {tokens(R"({"limit_id":"mini",)" + primary("3").substr(1)), "codex.mini.primary 300 3.0 1795235501"},
+             {tokens(R"({"limit_id":"mini",)" + primary("3").substr(1)),
+              "codex.mini.primary 300 3.0 1795235501"},
              {tokens(R"({"limit_id":"codex",)" + primary("3").substr(1)), "codex.primary 300 3.0 1795235501"},
              {tokens(R"({"limit_id":"\u001b[2J",)" + primary("3").substr(1)), ""},
              {tokens(primary("3"), "yesterday"), ""},
@@ -122,7 +123,8 @@ TEST_F(UsageSourcesTests, UnderstandsLinesOfRollouts) {
 TEST_F(UsageSourcesTests, ReadsRolloutsFromTheirEndsAndOnlyWhatIsNew) {
     CodexUsage usage(home / "sessions");
     EXPECT_EQ(text(usage.read()), "");
-    const std::string first = "sessions/2026/11/20/rollout-a.jsonl", later = "sessions/2026/11/21/rollout-b.jsonl";
+    const std::string first = "sessions/2026/11/20/rollout-a.jsonl",
+                      later = "sessions/2026/11/21/rollout-b.jsonl";
     append("sessions/2026/11/x/rollout-c.jsonl", tokens(primary("99")) + "\n"); // no day
     append("sessions/2026/11/21/notes.jsonl", tokens(primary("99")) + "\n");
     append(first, tokens(primary("10")) + "\n" + tokens("null") + "\n" + std::string(3'000'000, 'x') + "\n");
@@ -157,7 +159,8 @@ TEST_F(UsageSourcesTests, ALookCostsNoMoreThanItsBudget) {
         },
         1000, 5000);
     std::string seen;
-    EXPECT_EQ(lines.go(0, all.size(), [&](std::string_view line) { return seen += line, false; }), all.size());
+    EXPECT_EQ(lines.go(0, all.size(), [&](std::string_view line) { return seen += line, false; }),
+              all.size());
     EXPECT_EQ(seen, "last"); // and not the line that is too long
     EXPECT_EQ(asked, all.size());
     EXPECT_EQ(lines.go(0, all.size(), [&](std::string_view) { return true; }), all.size());
@@ -179,7 +182,8 @@ TEST_F(UsageSourcesTests, FilesThatMakeNoSenseTellNothing) {
         EXPECT_EQ(text(sources.read()), "codex.primary 300 20.0 1795235501") << broken.substr(0, 100);
     }
     write("support/usage/claude.json", good);
-    EXPECT_EQ(text(sources.read()), "claude.five_hour 300 42.5 1795241000, codex.primary 300 20.0 1795235501");
+    EXPECT_EQ(text(sources.read()),
+              "claude.five_hour 300 42.5 1795241000, codex.primary 300 20.0 1795235501");
 }
 
 } // namespace quorvik

@@ -48,8 +48,7 @@ std::vector<UsageWindow> parse(std::string_view statusLineInput) {
     std::vector<UsageWindow> windows;
     for (const auto& [name, minutes] : limits) {
         const auto member = told->second.find(name);
-        const auto object =
-            member == told->second.end() ? std::nullopt : RawJSON::object(member->second);
+        const auto object = member == told->second.end() ? std::nullopt : RawJSON::object(member->second);
         const std::string_view* const used = object ? (*object)["used_percentage"] : nullptr;
         const std::string_view* const resets = object ? (*object)["resets_at"] : nullptr;
         if (!used || !resets) continue;

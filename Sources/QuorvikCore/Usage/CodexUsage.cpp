@@ -110,8 +110,7 @@ std::vector<UsageFigure> CodexUsage::parse(std::string_view line) {
     const auto payload = outline->inside.find("payload");
     if (timestamp == outline->members.end() || payload == outline->inside.end()) return {};
     const auto limits = payload->second.find("rate_limits");
-    const auto object =
-        limits == payload->second.end() ? std::nullopt : RawJSON::object(limits->second);
+    const auto object = limits == payload->second.end() ? std::nullopt : RawJSON::object(limits->second);
     const auto toldAt = moment(RawJSON::string(timestamp->second).value_or(""));
     const auto prefix = object ? prefixOf(*object) : std::nullopt;
     if (!toldAt || !prefix) return {};
