@@ -1,9 +1,10 @@
-// What agents say of the limits of their accounts, whatever is in it. Input: one text, taken as a status
-// line's input, as our file of figures and as lines of a rollout.
+// What agents and services say of the limits of accounts, whatever is in it. Input: one text, taken as a
+// status line's input, a service's answer, credentials, our file of figures and lines of a rollout.
 
 #include "Fuzz/Check.h"
 
 #include "QuorvikCore/Text/LinesFromEnd.h"
+#include "QuorvikCore/Usage/AccountUsage.h"
 #include "QuorvikCore/Usage/ClaudeUsage.h"
 #include "QuorvikCore/Usage/CodexUsage.h"
 
@@ -23,6 +24,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto told = ClaudeUsage::parse(text);
     for (const UsageWindow& window : told)
         check(window);
+    for (const Source agent : {Source::claude, Source::grok})
+        for (const UsageWindow& window : AccountUsage::parse(agent, text))
+            check(window);
+    const auto token = AccountUsage::claudeToken(text, dateFromSeconds(0));
+    const auto request = AccountUsage::request(Source::claude, text, token.value_or("t"));
+    CHECK(!request || request->url.find_first_of("\r\n @") == std::string::npos);
+
     const Date now = dateFromSeconds(1'795'000'000);
     const auto kept = UsageFigures::parse(text);
     CHECK(UsageFigures::parse(UsageFigures::text(kept)) == kept);

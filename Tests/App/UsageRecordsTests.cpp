@@ -27,7 +27,9 @@ std::string told(const UsageRecords& usage) {
 TEST(UsageRecords, TellsStagesAndTheEndOfAnExhaustion) {
     ::setenv("TZ", "UTC", 1);
     UsageRecords usage;
-    const auto week = [](double percent, int days = 3) { return figure("w", 10080, percent, start + days * hours(24)); };
+    const auto week = [](double percent, int days = 3) {
+        return figure("w", 10080, percent, start + days * hours(24));
+    };
     const auto read = [&](std::vector<UsageFigure> figures, Date now) { return usage.update(figures, now); };
     EXPECT_FALSE(read({week(85)}, start)); // old news
     EXPECT_FALSE(usage.nextChange(start));
@@ -35,7 +37,8 @@ TEST(UsageRecords, TellsStagesAndTheEndOfAnExhaustion) {
     EXPECT_EQ(told(usage), "usage-w: 95 % of the weekly limit used, resets Tue 04:30");
     EXPECT_FALSE(read({week(96, 2)}, start)); // a moved reset
     EXPECT_FALSE(read({week(20, 2)}, start)); // a falling figure
-    EXPECT_TRUE(read({week(81, 10), figure("codex.mini.primary", 300, 100, start + hours(2))}, start + hours(1)));
+    EXPECT_TRUE(
+        read({week(81, 10), figure("codex.mini.primary", 300, 100, start + hours(2))}, start + hours(1)));
     EXPECT_EQ(told(usage), "usage-w: 80 % of the weekly limit used, resets 1 Dec 04:30 | "
                            "usage-codex.mini.primary: the 5-hour limit of mini is used up until 06:30");
     EXPECT_EQ(usage.nextChange(start + hours(1)), start + hours(2));

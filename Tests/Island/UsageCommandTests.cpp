@@ -24,7 +24,9 @@ TEST_F(UsageCommandTests, SaysWhatIsUsedAndSinceWhenThatIsKnown) {
     EXPECT_EQ(usage({"--json"}).output, "[]\n");
 
     const Date now = std::chrono::system_clock::now();
-    const auto seconds = [&](double after) { return std::to_string(std::floor(secondsSince1970(now) + after)); };
+    const auto seconds = [&](double after) {
+        return std::to_string(std::floor(secondsSince1970(now) + after));
+    };
     ClaudeUsage::keep(R"({"rate_limits":{"five_hour":{"used_percentage":42.5,"resets_at":)" + seconds(7300) +
                           R"(},"seven_day":{"used_percentage":100,"resets_at":)" + seconds(400'000) + "}}}",
                       now);

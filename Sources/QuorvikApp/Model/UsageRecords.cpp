@@ -64,9 +64,8 @@ bool UsageRecords::update(std::span<const UsageFigure> figures, Date now) {
 }
 
 bool UsageRecords::forget(Date now, double linger) {
-    return std::erase_if(records_, [&](const auto& record) {
-               return (now - record->stateSince).count() > linger;
-           }) > 0;
+    return std::erase_if(records_,
+                         [&](const auto& record) { return (now - record->stateSince).count() > linger; }) > 0;
 }
 
 std::optional<Date> UsageRecords::nextChange(Date now) const {
@@ -74,7 +73,8 @@ std::optional<Date> UsageRecords::nextChange(Date now) const {
     for (const auto& [window, toldAt] : figures_) {
         const auto stage = tracker_.stages().find(window.id);
         const bool isUsedUp = stage != tracker_.stages().end() && stage->second == UsageStage::exhausted;
-        if (isUsedUp && window.resetsAt > now) next = next ? std::min(*next, window.resetsAt) : window.resetsAt;
+        if (isUsedUp && window.resetsAt > now)
+            next = next ? std::min(*next, window.resetsAt) : window.resetsAt;
     }
     return next;
 }

@@ -22,9 +22,9 @@ class UsageRecords {
     bool forget(Date now, double linger);
 
     /// One for each window with something to tell, the latest only: done, of the source git, with the tool
-    /// "Usage", the session id "usage-<window>" and the agent's name as its title. The summary is "80 % of the
-    /// weekly limit used, resets Tue 14:05" (95 likewise), "the weekly limit is used up until 14:05", or "the
-    /// weekly limit has reset".
+    /// "Usage", the session id "usage-<window>" and the agent's name as its title. The summary is "80 % of
+    /// the weekly limit used, resets Tue 14:05" (95 likewise), "the weekly limit is used up until 14:05", or
+    /// "the weekly limit has reset".
     const Records& records() const { return records_; }
 
     /// The next moment at which update() with the same figures would bring another item: a window that is

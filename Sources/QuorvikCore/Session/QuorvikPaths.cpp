@@ -81,6 +81,9 @@ Path installedHookBinary() {
 Path claudeSettings() {
     return home() / ".claude/settings.json";
 }
+Path claudeCredentials() {
+    return home() / ".claude/.credentials.json";
+}
 Path codexHooks() {
     return home() / ".codex/hooks.json";
 }

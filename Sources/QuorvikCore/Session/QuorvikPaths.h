@@ -47,6 +47,7 @@ inline constexpr const char* darwinNotification = "com.quorvik.state-changed";
 
 // The agents' configuration files.
 Path claudeSettings();
+Path claudeCredentials(); ///< its login; only ever read
 Path codexHooks();
 Path grokHooks();
 Path commandCodeSettings();

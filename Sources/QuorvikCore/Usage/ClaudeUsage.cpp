@@ -2,24 +2,14 @@
 
 #include "QuorvikCore/JSON/RawJSON.h"
 #include "QuorvikCore/Platform/FileError.h"
-#include "QuorvikCore/Platform/Files.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
-
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 
 namespace quorvik::ClaudeUsage {
 
 namespace {
-
-struct Limit {
-    std::string_view name;
-    std::int64_t minutes;
-};
-constexpr Limit limits[] = {{"five_hour", 300}, {"seven_day", 10080}};
 
 constexpr Date::duration confirmedAfter = std::chrono::minutes(1);
 constexpr Date::duration surpassedFor = std::chrono::minutes(10);
@@ -29,12 +19,6 @@ constexpr Date::duration sameReset = std::chrono::minutes(1);
 bool isBehind(const UsageWindow& told, const UsageWindow& kept) {
     if (told.resetsAt < kept.resetsAt - sameReset) return true;
     return told.resetsAt <= kept.resetsAt + sameReset && told.usedPercent < kept.usedPercent;
-}
-
-std::vector<UsageFigure> readFrom(const std::filesystem::path& path) {
-    constexpr std::size_t most = 1 << 16; // bytes
-    const auto text = Files::read(path, most);
-    return text ? UsageFigures::parse(*text) : std::vector<UsageFigure>();
 }
 
 } // namespace
@@ -92,18 +76,15 @@ void keep(std::string_view statusLineInput, Date now) {
     if (told.empty()) return;
     try {
         const auto path = file();
-        const auto figures = updated(readFrom(path), told, now);
-        if (!figures) return;
-        QuorvikPaths::ensureDirectory(path.parent_path());
-        const auto temporary = path.parent_path() / (".claude.json." + std::to_string(::getpid()) + ".tmp");
-        Files::replace(path, UsageFigures::text(*figures), temporary, 0600);
+        if (const auto figures = updated(UsageFigures::read(path), told, now))
+            UsageFigures::write(path, *figures);
     } catch (const FileError&) {
         // A full disk, say: there is no file then, or an older one.
     }
 }
 
 std::vector<UsageFigure> read() {
-    return readFrom(file());
+    return UsageFigures::read(file());
 }
 
 } // namespace quorvik::ClaudeUsage

@@ -8,6 +8,13 @@
 /// line keeps the last figures in a file for everybody else.
 namespace quorvik::ClaudeUsage {
 
+/// A limit as the agent and its account call it, and the length of its window.
+struct Limit {
+    std::string_view name;
+    std::int64_t minutes;
+};
+inline constexpr Limit limits[] = {{"five_hour", 300}, {"seven_day", 10080}};
+
 /// The windows "claude.five_hour" and "claude.seven_day" in what a status line gets as its input: each
 /// `rate_limits.five_hour` {used_percentage, resets_at in seconds since 1970}. What is missing, of a wrong
 /// type or cannot be true is left out; empty when the text is no JSON object.

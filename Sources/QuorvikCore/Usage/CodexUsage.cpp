@@ -23,18 +23,6 @@ bool isDigit(char character) {
     return character >= '0' && character <= '9';
 }
 
-/// "2026-11-21T05:30:30.123Z", with or without the fraction, which counts for nothing here.
-std::optional<Date> moment(std::string_view text) {
-    std::string whole(text);
-    if (const auto point = whole.find('.'); point != whole.npos) {
-        auto end = point + 1;
-        while (end < whole.size() && isDigit(whole[end]))
-            ++end;
-        whole.erase(point, end - point);
-    }
-    return ISO8601::parse(whole);
-}
-
 std::optional<double> number(const RawJSON::Object& object, std::string_view name) {
     const std::string_view* const value = object[name];
     return value ? RecordAccess::number(*value) : std::nullopt;
@@ -111,7 +99,7 @@ std::vector<UsageFigure> CodexUsage::parse(std::string_view line) {
     if (timestamp == outline->members.end() || payload == outline->inside.end()) return {};
     const auto limits = payload->second.find("rate_limits");
     const auto object = limits == payload->second.end() ? std::nullopt : RawJSON::object(limits->second);
-    const auto toldAt = moment(RawJSON::string(timestamp->second).value_or(""));
+    const auto toldAt = ISO8601::parseWithoutFraction(RawJSON::string(timestamp->second).value_or(""));
     const auto prefix = object ? prefixOf(*object) : std::nullopt;
     if (!toldAt || !prefix) return {};
     std::vector<UsageFigure> figures;

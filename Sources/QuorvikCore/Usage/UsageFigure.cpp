@@ -1,5 +1,9 @@
 #include "QuorvikCore/Usage/UsageFigure.h"
 
+#include "QuorvikCore/Platform/Files.h"
+
+#include <unistd.h>
+
 #include <algorithm>
 
 namespace quorvik {
@@ -53,6 +57,18 @@ std::vector<UsageFigure> parse(std::string_view text) {
 
 std::string text(std::span<const UsageFigure> figures) {
     return printJSON({{"figures", listJSON(std::vector(figures.begin(), figures.end()))}});
+}
+
+std::vector<UsageFigure> read(const std::filesystem::path& path) {
+    constexpr std::size_t most = 1 << 16; // bytes
+    const auto content = Files::read(path, most);
+    return content ? parse(*content) : std::vector<UsageFigure>();
+}
+
+void write(const std::filesystem::path& path, std::span<const UsageFigure> figures) {
+    Files::createPrivateFolder(path.parent_path());
+    const std::string name = "." + path.filename().string() + "." + std::to_string(::getpid()) + ".tmp";
+    Files::replace(path, text(figures), path.parent_path() / name, 0600);
 }
 
 } // namespace UsageFigures

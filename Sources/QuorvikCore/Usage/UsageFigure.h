@@ -2,6 +2,7 @@
 
 #include "QuorvikCore/Usage/UsageWindow.h"
 
+#include <filesystem>
 #include <optional>
 #include <span>
 #include <string>
@@ -39,6 +40,12 @@ namespace UsageFigures {
 /// Empty for a text that is not exactly what text() makes, of at most 32 figures.
 std::vector<UsageFigure> parse(std::string_view text);
 std::string text(std::span<const UsageFigure> figures);
+
+/// What parse() makes of a file; empty when it cannot be read or has more than 64 KiB.
+std::vector<UsageFigure> read(const std::filesystem::path& path);
+
+/// Replaces the file in one step, readable by its owner only; makes its folder. Throws FileError.
+void write(const std::filesystem::path& path, std::span<const UsageFigure> figures);
 
 } // namespace UsageFigures
 

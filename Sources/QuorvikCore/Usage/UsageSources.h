@@ -4,13 +4,14 @@
 
 namespace quorvik {
 
-/// What agents have left in files about the limits of their accounts. Nothing is asked for over a network.
+/// What is known of the limits of agents' accounts, from files alone: nothing is asked for over a network.
 class UsageSources {
   public:
     UsageSources();
 
-    /// The last figures of each window: Claude Code's (ClaudeUsage), then Codex's (CodexUsage). Takes
-    /// milliseconds when much is new, else less. Never throws for what it finds.
+    /// The last figure of each window: Claude Code's (ClaudeUsage), Codex's (CodexUsage), and what accounts
+    /// have answered (AccountUsage); of one window the one that was told last. Takes milliseconds when much
+    /// is new, else less. Never throws for what it finds.
     std::vector<UsageFigure> read();
 
     /// The folders in which a change may bring other figures. They need not exist yet, and others take their

@@ -111,8 +111,9 @@ int run(std::span<const std::string> commandLine) {
         list.push_back(std::move(members));
     }
     if (list.empty())
-        console.note("usage: no agent has told of its limits; Claude Code does once `quorvik-island statusline "
-                     "install` is done");
+        console.note(
+            "usage: no agent has told of its limits; Claude Code does once `quorvik-island statusline "
+            "install` is done");
     console.text(linesOf(figures, now, Screen::ofStandardOutput()));
     console.value(list);
     return console.exitStatus();
