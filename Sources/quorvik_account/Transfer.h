@@ -9,10 +9,11 @@
 namespace quorvik::Transfer {
 
 struct Answer {
-    std::string failure;          ///< why there is none, one line; never holds a part of the request
-    long status = 0;              ///< of HTTP
-    std::string body;             ///< at most 256 KiB
-    std::int64_t retryAfter = 0; ///< seconds after which the service wants to be asked again; 0: it did not say
+    std::string failure; ///< why there is none, one line; never holds a part of the request
+    long status = 0;     ///< of HTTP
+    std::string body;    ///< at most 256 KiB
+    std::int64_t retryAfter =
+        0; ///< seconds after which the service wants to be asked again; 0: it did not say
 };
 
 /// Makes the request and waits for the whole answer. Follows no redirection (the token is for that service

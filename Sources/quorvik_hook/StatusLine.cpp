@@ -65,7 +65,11 @@ void keepUsage(std::string_view input) {
     sigaddset(&termination, SIGTERM);
     ::pthread_sigmask(SIG_BLOCK, &termination, &before);
     std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow is an error of one write
-    ClaudeUsage::keep(input, std::chrono::system_clock::now());
+    try {
+        ClaudeUsage::keep(input, std::chrono::system_clock::now());
+    } catch (const std::exception&) {
+        // Out of memory, say: nobody would catch it in a thread.
+    }
     ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 

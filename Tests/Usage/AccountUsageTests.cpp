@@ -34,7 +34,8 @@ class Service {
         host = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port));
         thread_ = std::thread([this, answer] {
             const FileDescriptor peer(::accept(listener_.get(), nullptr, nullptr));
-            while (request.find("\r\n\r\n") == request.npos && testing::readMore(peer.get(), request)) {}
+            while (request.find("\r\n\r\n") == request.npos && testing::readMore(peer.get(), request)) {
+            }
             if (answer.empty()) testing::readMore(peer.get(), request); // until the client has had enough
             writeAll(peer.get(), answer.data(), answer.size());
         });
@@ -74,13 +75,15 @@ TEST_F(AccountUsageTests, AsksOnlyHostsOfTheRightForm) {
         const auto request = AccountUsage::request(Source::grok, host, secret);
         EXPECT_EQ(request ? request->url : "", url) << host;
     }
-    for (const std::string& token : {std::string(), std::string("a\r\nX: y"), std::string("ä"), std::string(9000, 'x')})
+    for (const std::string& token :
+         {std::string(), std::string("a\r\nX: y"), std::string("ä"), std::string(9000, 'x')})
         EXPECT_FALSE(AccountUsage::request(Source::claude, "example.org", token));
     EXPECT_FALSE(AccountUsage::request(Source::codex, "example.org", secret));
 }
 
 TEST_F(AccountUsageTests, UnderstandsAnswersAndLogins) {
-    for (const auto& [agent, answer, expected] : std::initializer_list<std::tuple<Source, std::string, std::string>>{
+    for (const auto& [agent, answer, expected] :
+         std::initializer_list<std::tuple<Source, std::string, std::string>>{
              {Source::claude,
               R"({"five_hour":{"utilization":6.5,"resets_at":"2026-11-22T04:59:59.943648+00:00"},)"
               R"("seven_day":{"utilization":35,"resets_at":null},"seven_day_other":null})",
@@ -91,14 +94,17 @@ TEST_F(AccountUsageTests, UnderstandsAnswersAndLogins) {
               "grok.billing 43200 12.25 1796083200\n"},
              {Source::grok, R"({"creditUsagePercent":1,"billingPeriodStart":600,"billingPeriodEnd":1200})",
               "grok.billing 10 1.0 1200\n"},
-             {Source::grok, R"({"creditUsagePercent":1,"billingPeriodStart":1200,"billingPeriodEnd":600})", ""},
-             {Source::grok, R"({"creditUsagePercent":1,"billingPeriodStart":-1e308,"billingPeriodEnd":1e308})", ""},
-             {Source::grok, R"({"creditUsagePercent":"1","billingPeriodStart":6,"billingPeriodEnd":1200})", ""},
+             {Source::grok, R"({"creditUsagePercent":1,"billingPeriodStart":1200,"billingPeriodEnd":600})",
+              ""},
+             {Source::grok,
+              R"({"creditUsagePercent":1,"billingPeriodStart":-1e308,"billingPeriodEnd":1e308})", ""},
+             {Source::grok, R"({"creditUsagePercent":"1","billingPeriodStart":6,"billingPeriodEnd":1200})",
+              ""},
              {Source::claude, "[]", ""}}) {
         std::string text;
         for (const UsageWindow& window : AccountUsage::parse(agent, answer))
-            text += window.id + " " + std::to_string(window.minutes) + " " + printJSON(window.usedPercent) + " " +
-                    std::to_string(static_cast<std::int64_t>(secondsSince1970(window.resetsAt))) + "\n";
+            text += window.id + " " + std::to_string(window.minutes) + " " + printJSON(window.usedPercent) +
+                    " " + std::to_string(static_cast<std::int64_t>(secondsSince1970(window.resetsAt))) + "\n";
         EXPECT_EQ(text, expected) << answer;
     }
     const Date now = dateFromSeconds(1000);

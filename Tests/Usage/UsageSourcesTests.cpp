@@ -128,6 +128,8 @@ TEST_F(UsageSourcesTests, ReadsRolloutsFromTheirEndsAndOnlyWhatIsNew) {
     append("sessions/2026/11/x/rollout-c.jsonl", tokens(primary("99")) + "\n"); // no day
     append("sessions/2026/11/21/notes.jsonl", tokens(primary("99")) + "\n");
     append(first, tokens(primary("10")) + "\n" + tokens("null") + "\n" + std::string(3'000'000, 'x') + "\n");
+    append("sessions/2026/11/21/rollout-long.jsonl",
+           tokens(primary("5")) + "\n" + testing::repeated(std::string(1000, 'x') + "\n", 6000));
     EXPECT_EQ(text(usage.read()), "codex.primary 300 10.0 1795235501");
     EXPECT_EQ(usage.newestFolder(), home / "sessions/2026/11/21");
 

@@ -1,5 +1,4 @@
 #include "QuorvikCore/Platform/Keychain.h"
-
 #include "QuorvikCore/Platform/RunProgram.h"
 
 namespace quorvik::Platform {

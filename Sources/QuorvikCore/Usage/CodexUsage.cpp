@@ -17,7 +17,7 @@ namespace {
 using Path = std::filesystem::path;
 
 constexpr std::size_t mostDays = 7, mostFiles = 8;
-constexpr std::uint64_t mostBytes = 16u << 20; ///< of one look
+constexpr std::uint64_t mostBytes = 4u << 20; ///< of one file in one look
 
 bool isDigit(char character) {
     return character >= '0' && character <= '9';
@@ -141,20 +141,17 @@ void CodexUsage::take(const std::vector<UsageFigure>& figures) {
 
 std::vector<UsageFigure> CodexUsage::read() {
     std::map<std::string, std::uint64_t> readUpTo;
-    std::uint64_t left = mostBytes;
     for (const auto& [path, status] : newestFiles()) {
         const auto known = readUpTo_.find(path.string());
         const bool isShorter = known != readUpTo_.end() && status.size < known->second;
         std::uint64_t begin = known == readUpTo_.end() || isShorter ? 0 : known->second;
-        if (begin < status.size && left > 0) {
+        if (begin < status.size) {
             const auto file = PartlyReadFile::open(path);
             if (!file) continue;
             // The line that this may cut is no JSON then.
-            const std::uint64_t from = status.size - begin > left ? status.size - left : begin;
-            LinesFromEnd lines([&](std::uint64_t offset, std::size_t length) {
-                left -= std::min<std::uint64_t>(left, length);
-                return file->read(offset, length);
-            });
+            const std::uint64_t from = status.size - begin > mostBytes ? status.size - mostBytes : begin;
+            LinesFromEnd lines(
+                [&](std::uint64_t offset, std::size_t length) { return file->read(offset, length); });
             begin = std::max(begin, lines.go(from, status.size, [&](std::string_view line) {
                 const auto figures = parse(line);
                 take(figures);

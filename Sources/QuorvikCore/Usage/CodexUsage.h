@@ -21,10 +21,10 @@ class CodexUsage {
 
     explicit CodexUsage(std::filesystem::path folder) : folder_(std::move(folder)) {}
 
-    /// The newest figure of each window, sorted by id. Reads the files that changed lately from their ends,
-    /// and of those that were read before only what is new: usually some kilobytes, at most 16 MiB in all. A
-    /// session that goes on in a file of more than seven days of work ago is not seen. Figures that were seen
-    /// once stay. Files that are missing or cannot be read count as empty.
+    /// The newest figure of each window, sorted by id. Reads the eight files that changed last from their
+    /// ends, and of those that were read before only what is new: usually some kilobytes, at most the last 4
+    /// MiB of each. A session that goes on in a file of more than seven days of work ago is not seen. Figures
+    /// that were seen once stay. Files that are missing or cannot be read count as empty.
     std::vector<UsageFigure> read();
 
     /// Where a change is likely to bring new figures: the folder of the last day, else the one of all.
