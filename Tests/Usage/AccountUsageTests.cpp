@@ -121,8 +121,9 @@ TEST_F(AccountUsageTests, UnderstandsAnswersAndLogins) {
 TEST_F(AccountUsageTests, KeepsWhatTheServiceTellsAndNeverTellsTheLogin) {
     const std::string program = testing::programPath("quorvik-account");
     if (!std::filesystem::exists(program)) GTEST_SKIP() << "libcurl is not here";
-    const auto ask = [&](const std::string& host, const std::string& token = "") {
-        std::vector<std::string> words = {program, "--seconds", "1", token.empty() ? "claude" : "grok", host};
+    const auto ask = [&](const std::string& host, const std::string& token = "", const char* seconds = "20") {
+        std::vector<std::string> words = {program, "--seconds", seconds, token.empty() ? "claude" : "grok",
+                                          host};
         if (!token.empty()) words.push_back(token);
         return Program::run(words);
     };
@@ -148,7 +149,7 @@ TEST_F(AccountUsageTests, KeepsWhatTheServiceTellsAndNeverTellsTheLogin) {
              {"", says("Timeout was reached")},
              {ok(body), done}}) {
         Service service(answer);
-        EXPECT_EQ(ask(service.host), expected);
+        EXPECT_EQ(ask(service.host, "", answer.empty() ? "1" : "20"), expected);
         EXPECT_EQ(service.request.find("GET /api/oauth/usage HTTP/1.1\r\n"), 0);
         EXPECT_NE(service.request.find("Authorization: Bearer " + secret + "\r\n"), std::string::npos);
     }
