@@ -1,5 +1,5 @@
 # The libraries we stand on. The core: PCRE2 (8 bit, Unicode), utf8proc, nlohmann/json, libplist. The app: libuv, ncurses (wide),
-# CLI11. Static archives are preferred where both exist, so that a program carries what it needs.
+# CLI11. Where it is found, libcurl, for a program of its own. Static archives are preferred where both exist, so that a program carries what it needs.
 function(quorvik_find_library target header library)
   find_path(${target}_INCLUDE ${header} REQUIRED)
   find_library(${target}_LIBRARY NAMES ${CMAKE_STATIC_LIBRARY_PREFIX}${library}.a ${library} REQUIRED)
@@ -68,3 +68,13 @@ set_property(TARGET quorvik::ncurses PROPERTY INTERFACE_COMPILE_DEFINITIONS NCUR
 find_path(CLI11_INCLUDE CLI/CLI.hpp REQUIRED)
 add_library(quorvik::cli11 INTERFACE IMPORTED)
 set_property(TARGET quorvik::cli11 PROPERTY INTERFACE_INCLUDE_DIRECTORIES ${CLI11_INCLUDE})
+
+# Optional. Always the shared library: the static one needs more libraries than Debian has as archives.
+find_path(curl_INCLUDE curl/curl.h)
+find_library(curl_LIBRARY curl)
+if(curl_INCLUDE AND curl_LIBRARY)
+  add_library(quorvik::curl UNKNOWN IMPORTED)
+  set_target_properties(quorvik::curl PROPERTIES
+    IMPORTED_LOCATION ${curl_LIBRARY}
+    INTERFACE_INCLUDE_DIRECTORIES ${curl_INCLUDE})
+endif()

@@ -20,6 +20,7 @@
 #include "quorvik_island/Commands/StatusLineCommand.h"
 #include "quorvik_island/Commands/StopCommand.h"
 #include "quorvik_island/Commands/SyncCommand.h"
+#include "quorvik_island/Commands/UsageCommand.h"
 #include "quorvik_island/Commands/WatchCommand.h"
 #include "quorvik_island/Commands/WhyCommand.h"
 #include "quorvik_island/Console.h"
@@ -48,6 +49,7 @@ screen readers).
   acknowledge, pick        you have seen it; keep it in front
   open, why                go to an item's terminal, log or page; why it is shown, or is not
   clear                    forget what is over
+  usage                    how much of your agents' limits is used
   settings                 your choices
   clipboard                what can be done with what you have copied
   signals                  what the app looks at by itself, and what that costs
@@ -90,6 +92,7 @@ constexpr Command commands[] = {
     {"statusline", StatusLineCommand::run},
     {"stop", StopCommand::run},
     {"sync", SyncCommand::run},
+    {"usage", UsageCommand::run},
     {"watch", WatchCommand::run},
     {"why", WhyCommand::run},
 };
