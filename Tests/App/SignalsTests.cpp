@@ -243,7 +243,7 @@ esac
     EXPECT_EQ(signal("clipboard").why, "nobody looks at the island");
     control().subscribe();
     EXPECT_TRUE(shows("git-clipboard", "done 3 members"));
-    EXPECT_EQ(testing::AppTest::island({"clipboard"}).output.substr(0, 19), "{\n  \"name\": \"value");
+    EXPECT_EQ(testing::AppTest::island({"clipboard"}).output.substr(0, 18), "{\n  \"name\": \"value");
     EXPECT_EQ(testing::AppTest::island({"clipboard", "copy"}).status, 0);
     EXPECT_TRUE(eventually([&] { return std::filesystem::exists(home / "bin/put"); }));
 

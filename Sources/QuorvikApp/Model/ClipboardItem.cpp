@@ -28,7 +28,8 @@ std::string colourForms(const ColorAction& colour) {
     const unsigned red = byte(colour.red), green = byte(colour.green), blue = byte(colour.blue);
     char text[128];
     if (colour.alpha >= 1)
-        std::snprintf(text, sizeof text, "#%02x%02x%02x\nrgb(%u, %u, %u)", red, green, blue, red, green, blue);
+        std::snprintf(text, sizeof text, "#%02x%02x%02x\nrgb(%u, %u, %u)", red, green, blue, red, green,
+                      blue);
     else
         std::snprintf(text, sizeof text, "#%02x%02x%02x%02x\nrgba(%u, %u, %u, %.3g)", red, green, blue,
                       byte(colour.alpha), red, green, blue, colour.alpha);

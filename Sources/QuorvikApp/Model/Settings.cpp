@@ -3,6 +3,7 @@
 #include "QuorvikCore/JSON/RawJSON.h"
 #include "QuorvikCore/JSON/RecordCoding.h"
 #include "QuorvikCore/Text/Unicode.h"
+#include "QuorvikCore/Usage/AccountUsage.h"
 
 #include <algorithm>
 #include <cmath>
@@ -26,6 +27,26 @@ bool setSwitch(bool& field, const nlohmann::json& value) {
     if (value != "on" && value != "off") return false;
     field = value == "on";
     return true;
+}
+
+template <std::string Settings::*field, bool (*isValid)(const std::string&)>
+constexpr SettingRule text(std::string_view name, std::string_view meaning, std::string_view values) {
+    return {name, meaning, values, [](const Settings& settings) -> nlohmann::json { return settings.*field; },
+            [](Settings& settings, const nlohmann::json& value) {
+                if (!value.is_string()) return false;
+                const auto typed = value.get<std::string>();
+                if (!typed.empty() && !isValid(typed)) return false;
+                settings.*field = typed;
+                return true;
+            }};
+}
+
+bool isHost(const std::string& typed) {
+    return AccountUsage::address(typed).has_value();
+}
+
+bool isPath(const std::string& typed) {
+    return typed.starts_with('/') && typed.find('\0') == typed.npos;
 }
 
 constexpr std::size_t mostServices = 50;
@@ -84,6 +105,14 @@ constexpr SettingRule rules[] = {
     onOrOff<&Settings::servers>("servers", "show the development servers that run below your home folder"),
     onOrOff<&Settings::containers>("containers", "show containers and Compose projects"),
     onOrOff<&Settings::xcode>("xcode", "show Xcode's builds and test runs"),
+    onOrOff<&Settings::usage>("usage", "tell when much of an agent's limits is used"),
+    onOrOff<&Settings::accounts>("accounts", "ask the services named below, over the network, about limits"),
+    text<&Settings::claudeHost, isHost>("claudeHost", "the host to ask about Claude's limits",
+                                        "a host, or nothing"),
+    text<&Settings::grokHost, isHost>("grokHost", "the host to ask about Grok's limits",
+                                      "a host, or nothing"),
+    text<&Settings::grokTokenFile, isPath>("grokTokenFile", "the file with the token for that host",
+                                           "an absolute path, or nothing"),
     onOrOff<&Settings::clipboard>("clipboard",
                                   "offer quick actions for traces, JSON and colours that you copy"),
     {"services", "ports, containers and Compose projects to watch",

@@ -16,14 +16,18 @@ namespace quorvik {
 /// The user's choices, as `settings.json` in the support folder holds them: an object whose members are the
 /// fields' names. A member that is missing has its default.
 struct Settings {
-    SchedulerConfig scheduler;         ///< its seven fields are members of the file under their own names
-    bool alerts = true;                ///< "on" or "off": whether `quorvik alert` is shown
-    bool approvals = true;             ///< "on" or "off"; off: agents ask in their own interface
-    bool notifications = true;         ///< "on" or "off": tell of a request that no front end shows
-    bool git = true;                   ///< "on" or "off": tell what happens in the repositories of sessions
-    bool servers = true;               ///< "on" or "off": show development servers
-    bool containers = true;            ///< "on" or "off": show containers
-    bool xcode = true;                 ///< "on" or "off": show Xcode's builds and test runs
+    SchedulerConfig scheduler; ///< its seven fields are members of the file under their own names
+    bool alerts = true;        ///< "on" or "off": whether `quorvik alert` is shown
+    bool approvals = true;     ///< "on" or "off"; off: agents ask in their own interface
+    bool notifications = true; ///< "on" or "off": tell of a request that no front end shows
+    bool git = true;           ///< "on" or "off": tell what happens in the repositories of sessions
+    bool servers = true;       ///< "on" or "off": show development servers
+    bool containers = true;    ///< "on" or "off": show containers
+    bool xcode = true;         ///< "on" or "off": show Xcode's builds and test runs
+    bool usage = true;         ///< "on" or "off": tell when much of an agent's limits is used
+    bool accounts = false; ///< "on" or "off": ask the services named below, over the network, about limits
+    std::string claudeHost, grokHost;  ///< "api.example.org"; empty: it is not asked
+    std::string grokTokenFile;         ///< an absolute path: the file with the token for grokHost
     bool clipboard = false;            ///< "on" or "off": offer quick actions for what is copied
     std::vector<ServiceSpec> services; ///< the services that the user watches by name
     double notifyAfter = 10;           ///< seconds a request may wait unseen before that; 0 to 3600

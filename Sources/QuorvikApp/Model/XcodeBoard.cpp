@@ -29,7 +29,8 @@ std::string summaryOf(const XcodeActivity& activity) {
 
 SessionRecord recordOf(const std::string& project, const XcodeActivity& activity, Date now) {
     const std::string scheme = activity.scheme.empty() ? project : activity.scheme;
-    SessionRecord record(Source::build, "xcode-" + std::string(rawValue(activity.kind)) + "-" + scheme, "", now);
+    SessionRecord record(Source::build, "xcode-" + std::string(rawValue(activity.kind)) + "-" + scheme, "",
+                         now);
     record.state = activity.failed() ? SessionState::failed : SessionState::done;
     record.tool = "Xcode";
     record.title = Unicode::terminalLine(scheme);

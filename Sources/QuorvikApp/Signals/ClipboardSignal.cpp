@@ -77,8 +77,9 @@ void ClipboardSignal::take(std::string copied) {
     if (known_ == hash) return ended();
     known_ = hash;
     using Offered = std::optional<ClipboardItem>;
-    runInBackground<Offered>([copied = std::move(copied), now = now()] { return ClipboardItem::of(copied, now); },
-                             [this](Offered offered) { offer(std::move(offered)); });
+    runInBackground<Offered>(
+        [copied = std::move(copied), now = now()] { return ClipboardItem::of(copied, now); },
+        [this](Offered offered) { offer(std::move(offered)); });
 }
 
 void ClipboardSignal::offer(std::optional<ClipboardItem> item) {
@@ -102,9 +103,8 @@ void ClipboardSignal::clear() {
 void ClipboardSignal::put(const std::string& text) {
     // The text is an argument, never a part of the shell's own text.
     writer_ = std::make_unique<ChildProcess>(
-        context_.loop,
-        Words{"sh", "-c", "printf %s \"$1\" | " + programs_->put + " >/dev/null", "sh", text}, brief,
-        [](const ChildProcess::Result&) {});
+        context_.loop, Words{"sh", "-c", "printf %s \"$1\" | " + programs_->put + " >/dev/null", "sh", text},
+        brief, [](const ChildProcess::Result&) {});
 }
 
 } // namespace quorvik

@@ -35,7 +35,7 @@ class ClipboardSignal : public Signal {
 
     std::optional<Platform::ClipboardPrograms> programs_;
     std::unique_ptr<ChildProcess> watcher_, writer_;
-    std::string failure_; ///< why the watcher has ended
+    std::string failure_;              ///< why the watcher has ended
     std::optional<std::string> stamp_; ///< of the last look, where there is no watcher
     std::optional<std::size_t> known_; ///< hash of the text that was looked at last
     std::optional<ClipboardItem> item_;

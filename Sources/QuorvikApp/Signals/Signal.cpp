@@ -63,12 +63,21 @@ void Signal::begin() {
 }
 
 void Signal::ended(std::string trouble) {
+    const bool isFailure = !trouble.empty();
+    end(std::move(trouble), isFailure);
+}
+
+void Signal::endedWith(std::string note) {
+    end(std::move(note), false);
+}
+
+void Signal::end(std::string why, bool isFailure) {
     if (!std::exchange(isLooking_, false)) return;
     const Date end = std::chrono::system_clock::now();
     spent(std::max(end - lastLook_.value_or(end), Seconds::zero()));
     lastLook_ = end;
-    failures_ = trouble.empty() ? 0 : failures_ + 1;
-    why_ = std::move(trouble);
+    failures_ = isFailure ? failures_ + 1 : 0;
+    why_ = std::move(why);
 
     constexpr int mostDoublings = 10;
     if (isLate_ && failures_ == 0) {

@@ -62,6 +62,9 @@ class Signal {
     /// The look is over. `trouble` is why it gave nothing; empty when it did.
     void ended(std::string trouble = "");
 
+    /// The same for a look that gave something, if not all: `note` says what is missing.
+    void endedWith(std::string note);
+
     /// Adds to what the signal has cost.
     void spent(Seconds time);
 
@@ -91,6 +94,7 @@ class Signal {
 
   private:
     void begin();
+    void end(std::string why, bool isFailure);
 
     struct Cost {
         Date when{};

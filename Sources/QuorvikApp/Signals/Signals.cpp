@@ -4,6 +4,7 @@
 #include "QuorvikApp/Signals/DevServerSignal.h"
 #include "QuorvikApp/Signals/GitSignal.h"
 #include "QuorvikApp/Signals/ServiceSignal.h"
+#include "QuorvikApp/Signals/UsageSignal.h"
 #include "QuorvikApp/Signals/XcodeSignal.h"
 
 namespace quorvik {
@@ -14,6 +15,7 @@ Signals::Signals(const SignalContext& context) {
     signals_.push_back(std::make_unique<ContainerSignal>(context));
     signals_.push_back(std::make_unique<ServiceSignal>(context));
     signals_.push_back(makeXcodeSignal(context));
+    signals_.push_back(std::make_unique<UsageSignal>(context));
     auto clipboard = std::make_unique<ClipboardSignal>(context);
     clipboard_ = clipboard.get();
     signals_.push_back(std::move(clipboard));

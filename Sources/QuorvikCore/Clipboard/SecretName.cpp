@@ -13,11 +13,24 @@ namespace {
 
 /// For each of SecretScanner's patterns.
 constexpr std::array<std::string_view, SecretScanner::secretPatterns.size()> names = {
-    "a private key",    "an API key",       "a Stripe key",     "a webhook secret",
-    "a GitHub token",   "a GitHub token",   "a GitLab token",   "a Slack token",
-    "an AWS key",       "a Google key",     "an npm token",     "a Hugging Face token",
-    "a SendGrid key",   "a Shopify token",  "a JSON web token", "a bearer token",
-    "a password in a web address", "a password or key"};
+    "a private key",
+    "an API key",
+    "a Stripe key",
+    "a webhook secret",
+    "a GitHub token",
+    "a GitHub token",
+    "a GitLab token",
+    "a Slack token",
+    "an AWS key",
+    "a Google key",
+    "an npm token",
+    "a Hugging Face token",
+    "a SendGrid key",
+    "a Shopify token",
+    "a JSON web token",
+    "a bearer token",
+    "a password in a web address",
+    "a password or key"};
 
 constexpr std::size_t longest = 8192; ///< bytes: the engine's time may grow with the square of a text
 

@@ -1,5 +1,4 @@
 #include "QuorvikCore/Platform/ClipboardPrograms.h"
-
 #include "QuorvikCore/Platform/Environment.h"
 #include "QuorvikCore/Platform/RunProgram.h"
 
@@ -27,13 +26,16 @@ std::optional<ClipboardPrograms> clipboardPrograms(std::string& missing) {
     }
     if (!environmentValue("DISPLAY").empty()) {
         const auto xclip = [](std::string_view target) {
-            return ClipboardPrograms::Words{"xclip", "-selection", "clipboard", "-out", "-target",
-                                            std::string(target)};
+            return ClipboardPrograms::Words{"xclip", "-selection", "clipboard",
+                                            "-out",  "-target",    std::string(target)};
         };
         if (findProgram("xclip"))
-            return ClipboardPrograms{
-                {}, xclip("TIMESTAMP"), xclip("TARGETS"), xclip("UTF8_STRING"), "xclip -selection clipboard",
-                concealed};
+            return ClipboardPrograms{{},
+                                     xclip("TIMESTAMP"),
+                                     xclip("TARGETS"),
+                                     xclip("UTF8_STRING"),
+                                     "xclip -selection clipboard",
+                                     concealed};
         missing = "there is no xclip here";
         return std::nullopt;
     }
