@@ -6,7 +6,7 @@
 #include "QuorvikCore/Platform/Files.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 
-#include <unistd.h>
+#include <algorithm>
 
 namespace quorvik {
 
@@ -14,10 +14,14 @@ namespace {
 
 constexpr std::size_t maxFileSize = 1 << 20;
 
+/// After a look that failed; twice as long after each further one.
+constexpr Timer::Seconds firstRetry(0.5), lastRetry(30);
+
 } // namespace
 
 SettingsService::SettingsService(EventLoop& loop, IslandModel& model, EventLoop::Handler changed)
-    : loop_(loop), model_(model), changed_(std::move(changed)) {
+    : loop_(loop), model_(model), changed_(std::move(changed)), retry_(loop, [this] { reload(); }),
+      retryAfter_(firstRetry) {
     if (const auto text = Files::read(QuorvikPaths::memoryFile(), maxFileSize)) {
         savedMemory_ = *text;
         model_.setMemory(Memory::parse(*text));
@@ -33,8 +37,14 @@ void SettingsService::reload() {
     if (!content && error != std::errc::no_such_file_or_directory) {
         problems.push_back("settings: " + std::string(FileError("read", file, error.value()).what()));
         model_.setTroubles("settings", std::move(problems), loop_.now());
-        return; // what was in force stays so
+        // What was in force stays so. Nobody tells when it can be read again: too many files may be open.
+        lastText_.reset();
+        retry_.start(retryAfter_);
+        retryAfter_ = std::min(2 * retryAfter_, lastRetry);
+        return changed_();
     }
+    retry_.stop();
+    retryAfter_ = firstRetry;
     const std::string text = content.value_or("");
     if (lastText_ == text) return;
     lastText_ = text;

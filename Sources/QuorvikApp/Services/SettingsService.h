@@ -22,7 +22,9 @@ class SettingsService {
     EventLoop& loop_;
     IslandModel& model_;
     EventLoop::Handler changed_;
-    std::optional<std::string> lastText_; ///< of the settings file; absent before the first look
+    std::optional<std::string> lastText_; ///< of the settings file; absent when the last look failed
+    Timer retry_;
+    Timer::Seconds retryAfter_;
     std::string savedMemory_;
 };
 
