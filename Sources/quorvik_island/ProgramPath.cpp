@@ -16,21 +16,18 @@ std::string ProgramPath::of(const Arguments& arguments) const {
     return (running.parent_path() / name).string();
 }
 
-std::string ProgramPath::runnableOf(const Arguments& arguments) const {
+std::string ProgramPath::runnableOf(const Arguments& arguments, Console& console) const {
     std::string program = of(arguments);
     if (!Files::isExecutable(program))
         throw EditError("there is no " + std::string(what) + " at " + program + "; name one with " +
                         std::string(option));
-    return program;
-}
-
-std::string ProgramPath::warningAbout(const std::string& program, const Arguments& arguments) const {
     const auto folder = std::filesystem::path(program).parent_path().parent_path(); // of "bin/quorvik-hook"
     std::error_code ignored;
-    if (arguments.values.contains(option) || !std::filesystem::exists(folder / "CMakeCache.txt", ignored))
-        return "";
-    return "your settings will point into a build folder, at " + program +
-           "; to install, run cmake --install " + shellQuoted(folder.native()) + " and then this again";
+    if (!arguments.values.contains(option) && std::filesystem::exists(folder / "CMakeCache.txt", ignored))
+        console.note("your settings will point into a build folder, at " + program +
+                     "; to install, run cmake --install " + shellQuoted(folder.native()) +
+                     " and then this again");
+    return program;
 }
 
 } // namespace quorvik

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "quorvik_island/Arguments.h"
+#include "quorvik_island/Console.h"
 
 #include "QuorvikCore/Session/QuorvikPaths.h"
 
@@ -20,12 +21,10 @@ struct ProgramPath {
     /// The absolute path.
     std::string of(const Arguments& arguments) const;
 
-    /// The absolute path of a program that can be run. Throws EditError when there is none.
-    std::string runnableOf(const Arguments& arguments) const;
-
-    /// A warning for somebody into whose file the path is about to be written: the program stands in a build
-    /// folder, which may not stay. Empty for any other program, and when an option names it.
-    std::string warningAbout(const std::string& program, const Arguments& arguments) const;
+    /// The absolute path of a program that can be run, to be written into a user's file. Throws EditError
+    /// when there is none. Warns when it stands in a build folder, which may not stay, unless an option names
+    /// it.
+    std::string runnableOf(const Arguments& arguments, Console& console) const;
 };
 
 /// Written into agents' settings; without it agents would report an error at every event.

@@ -1,17 +1,22 @@
 #include "Tests/Support/RunningApp.h"
+#include "Tests/Support/Terminal.h"
 
 #include "QuorvikApp/Model/Memory.h"
+#include "QuorvikApp/Model/RequestBoard.h"
 
+#include "QuorvikCore/Approvals/ApprovalWire.h"
 #include "QuorvikCore/Platform/FileLock.h"
 #include "QuorvikCore/Platform/LineSocket.h"
 #include "QuorvikCore/Platform/ServerSocket.h"
 #include "QuorvikCore/Session/SessionStore.h"
 
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -237,8 +242,19 @@ TEST_F(AppTests, AnswersEveryAlertAsTheValidatorWould) {
     write(support / "settings.json", R"({"approvals":"off","doneLinger":"soon"})");
     EXPECT_EQ(waiting.finish(), (Program::Result{0, "", ""}));
     EXPECT_EQ(hook("claude", bash()).finish(), (Program::Result{0, "", ""}));
+    const auto wrong =
+        std::vector<std::string>{"settings: doneLinger must be a number of seconds, 0 to 86400"};
+    EXPECT_EQ(synced().troubles, wrong);
+    // A file that cannot be read for a while: what was in force stays so, and the same file is read again.
+    std::filesystem::copy_file(support / "settings.json", home / "aside");
+    std::filesystem::create_symlink(home, home / "folder");
+    std::filesystem::rename(home / "folder", support / "settings.json");
     EXPECT_EQ(synced().troubles,
-              std::vector<std::string>{"settings: doneLinger must be a number of seconds, 0 to 86400"});
+              (std::vector<std::string>{"settings: could not read " + (support / "settings.json").string() +
+                                        ": Is a directory"}));
+    EXPECT_EQ(hook("claude", bash()).finish(), (Program::Result{0, "", ""}));
+    std::filesystem::rename(home / "aside", support / "settings.json");
+    EXPECT_TRUE(eventually([&] { return control().snapshot().troubles == wrong; })) << "without being asked";
     ::kill(app().pid(), SIGTERM);
     const auto end = app().finish();
     EXPECT_NE(end.errors.find("doneLinger must be"), std::string::npos);
@@ -313,6 +329,17 @@ TEST_F(AppTests, StartsInTheBackgroundOnDemandOnly) {
     EXPECT_EQ(::getsid(pid), pid) << "in a session of its own";
     EXPECT_EQ(ControlClient::connect("watch", ControlClient::Start::ifMissing).hello().at("pid"), pid);
     EXPECT_EQ(modeOf(support / "app.log"), 0600U);
+    // Nor does it matter what stands where the log should be.
+    const auto log = support / "app.log";
+    const std::function<void()> obstacles[] = {[&] { std::filesystem::create_directory(log); },
+                                               [&] { ASSERT_EQ(::mkfifo(log.c_str(), 0600), 0); }};
+    for (const auto& block : obstacles) {
+        client.call("stop");
+        EXPECT_TRUE(eventually([&] { return FileLock::tryAcquire(support / "app.lock").has_value(); }));
+        std::filesystem::remove(log);
+        block();
+        client = ControlClient::connect("island", ControlClient::Start::ifMissing);
+    }
     client.call("stop");
     EXPECT_TRUE(eventually([&] { return FileLock::tryAcquire(support / "app.lock").has_value(); }));
     // What stands in the way is said to whoever wanted it.
@@ -379,6 +406,59 @@ TEST_F(AppTests, ManyAtOnceEachGetTheirOwn) {
     synced();
     EXPECT_TRUE(eventually([&] { return descriptors() < 40; })) << descriptors();
 #endif
+}
+
+TEST_F(AppTests, GivesANewFrontEndEveryRequestThatWaitsHoweverLarge) {
+    constexpr int most = RequestBoard::mostWaiting;
+    rlimit descriptors{};
+    ::getrlimit(RLIMIT_NOFILE, &descriptors);
+    descriptors.rlim_cur = std::min<rlim_t>(descriptors.rlim_max, 4096);
+    ::setrlimit(RLIMIT_NOFILE, &descriptors);
+    startApp();
+    std::vector<FileDescriptor> asking;
+    const auto ask = [&](int number) {
+        std::string line = R"({"id":"r)" + std::to_string(number) +
+                           R"(","source":"claude","sessionID":"s","cwd":"/w","input":")";
+        line += std::string(ApprovalWire::maxLine - 3 - line.size(), 'x') + "\"}\n";
+        int error = 0;
+        asking.push_back(
+            connectedSocket((support / "approval.sock").string(), std::chrono::seconds(20), error));
+        ASSERT_TRUE(writeAll(asking.back().get(), line.data(), line.size()));
+    };
+    for (int index = 0; index < most; ++index)
+        ask(index);
+    EXPECT_TRUE(eventually([&] { return control().call("status").at("requests") == most; }));
+    ask(most);
+    char byte;
+    EXPECT_EQ(::recv(asking.back().get(), &byte, 1, 0), 0) << "turned away, and its agent asks by itself";
+    const std::string shown = island({"requests", "--json"}).output; // not parsed: that takes seconds here
+    EXPECT_GT(shown.size(), most * (ApprovalWire::maxLine - 100));
+    for (int index = 0; index < most; ++index)
+        EXPECT_NE(shown.find("\"id\":\"r" + std::to_string(index) + "\""), shown.npos) << index;
+    EXPECT_EQ(answer("r500", {{"decision", "deny"}}), "");
+    EXPECT_GT(::recv(asking[500].get(), &byte, 1, 0), 0);
+}
+
+TEST_F(AppTests, ALogThatNobodyReadsHoldsNothingUp) {
+    const auto complain = [&] {
+        nlohmann::json settings;
+        for (int index = 0; index < 100; ++index)
+            settings[std::string(2'000, 'x') + std::to_string(index)] = 1;
+        write("support/settings.json", settings.dump());
+        EXPECT_EQ(synced().troubles.size(), 100U);
+        control().call("stop");
+    };
+    startApp(); // with a pipe for what it says, which is not read here before its end
+    complain();
+    const auto end = app().finish();
+    EXPECT_EQ(end.status, 0);
+    EXPECT_GT(end.errors.size(), 30'000U); // what the pipe held
+
+    std::filesystem::remove(support / "settings.json");
+    Terminal window({programPath("quorvik-island"), "serve"});
+    ASSERT_TRUE(connects());
+    complain();
+    EXPECT_EQ(window.finish(), 0);
 }
 
 TEST_F(AppTests, FrontEndsAreToldWhatTheyDoWrong) {
@@ -459,6 +539,24 @@ TEST_F(AppTests, AFullDiskKeepsNobodyFromAnswering) {
     ASSERT_EQ(troubles.size(), 1U);
     EXPECT_TRUE(troubles.front().starts_with("what you wave away and pick is not kept: "))
         << troubles.front();
+
+    // A file that cannot be read when the app starts is not written over: its choices come back with it.
+    const auto file = support / "memory.json", aside = home / "aside";
+    std::filesystem::remove_all(file);
+    EXPECT_TRUE(synced().troubles.empty());
+    ::kill(app().pid(), SIGTERM);
+    app().finish();
+    std::filesystem::rename(file, aside);
+    std::filesystem::create_directory(file);
+    writeRecord("g", SessionState::failed);
+    startApp();
+    EXPECT_EQ(synced().troubles.size(), 1U);
+    EXPECT_EQ(control().call("acknowledge", {{"key", "build-g"}}).at("acknowledged"), 1);
+    EXPECT_EQ(ids(synced()), "build-f claude-s");
+    std::filesystem::remove(file);
+    std::filesystem::rename(aside, file);
+    EXPECT_EQ(ids(synced()), "claude-s");
+    EXPECT_EQ(Memory::parse(contentOf(file)).acknowledged.size(), 2U);
 }
 
 TEST_F(AppTests, TellsTheDesktopOfWhatNobodySees) {
@@ -520,21 +618,30 @@ TEST_F(AppTests, SaysThatItIsReadyAndWhatStandsInItsWay) {
     control().call("stop");
     expectAppEnds();
 
-    // A file of the user's, where the alerts' socket should be: the rest works, and the file stays.
-    // Nor is there a folder where sessions should be, of which the reason is told, not what follows from it.
+    // A file or a folder of the user's, where a socket should be: the rest works, they stay, and it is said
+    // once. Nor is there a folder where sessions should be, of which the reason is told, not what follows
+    // from it.
     write("support/alert.sock", "mine");
+    std::filesystem::create_directory(support / "approval.sock");
     std::filesystem::remove_all(sessions);
     std::filesystem::create_symlink(home / "nowhere", sessions);
     startApp();
     EXPECT_EQ(synced().troubles,
               (std::vector<std::string>{"could not create the folder " + sessions.string() +
                                             ": No such file or directory",
+                                        "requests of agents cannot arrive: could not listen at " +
+                                            (support / "approval.sock").string() + ": File exists",
                                         "alerts cannot arrive: could not listen at " +
                                             (support / "alert.sock").string() + ": File exists"}));
     std::filesystem::remove(sessions);
     EXPECT_EQ(contentOf(support / "alert.sock"), "mine");
+    std::filesystem::remove(support / "approval.sock");
+    write("support/other", ""); // a change there makes it look again
+    EXPECT_EQ(synced().troubles.size(), 2U);
     ::kill(app().pid(), SIGTERM);
-    EXPECT_EQ(app().finish().status, 0);
+    const auto end = app().finish();
+    EXPECT_EQ(end.status, 0);
+    EXPECT_EQ(std::ranges::count(end.errors, '\n'), 2) << end.errors;
     if (::geteuid() != 0) return; // only root can be two users
 
     // With a long path the sockets stand in /tmp, where another user may have been first.

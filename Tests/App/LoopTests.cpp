@@ -123,6 +123,29 @@ TEST_F(LoopTests, HearsLinesAndBoundsWhatPeersMayCost) {
     EXPECT_EQ(server.connectionCount(), 1U);
 }
 
+TEST_F(LoopTests, PeersThatSayNothingKeepNobodyOut) {
+    const ServerSocket listening = ServerSocket::publish(path);
+    std::vector<std::string> heard;
+    LineLimits patient = limits;
+    patient.firstLine = Seconds(3600);
+    int closed = 0;
+    LineServer server(loop, patient, [&](const std::shared_ptr<LineConnection>& connection) {
+        connection->onLine = [&](const std::string& line) { heard.push_back(line); };
+        connection->onClosed = [&] { ++closed; };
+    });
+    server.listen(listening.descriptor());
+    const int first = connect();
+    ASSERT_EQ(::send(first, "first\n", 6, 0), 6);
+    for (int index = 0; index < 30; ++index)
+        ASSERT_EQ(::send(connect(), "not whole", 9, 0), 9);
+    ASSERT_EQ(::send(connect(), "last\n", 5, 0), 5);
+    ASSERT_TRUE(turnUntil(loop, [&] { return heard.size() == 2; }));
+    EXPECT_EQ(heard, (std::vector<std::string>{"first", "last"}));
+    EXPECT_EQ(closed, 29); // the oldest of them, as many as it took
+    ASSERT_EQ(::send(first, "more\n", 5, 0), 5);
+    ASSERT_TRUE(turnUntil(loop, [&] { return heard.back() == "more"; })) << "who has spoken stays";
+}
+
 TEST_F(LoopTests, SparesSlowReadersWhatWasOvertakenAndDropsThoseThatStall) {
     const ServerSocket listening = ServerSocket::publish(path);
     std::shared_ptr<LineConnection> connection;

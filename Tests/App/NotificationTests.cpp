@@ -17,7 +17,7 @@ TEST(NotificationTests, TextsAreShownAndDoNothing) {
               (std::vector<std::string>{"notify-send", "--app-name=Quorvik", "--urgency=critical",
                                         "--print-id", "--wait", "--replace-id=7", "--action=deny=Deny",
                                         "--action=show=Show", "--", permission.title,
-                                        "echo \"\\\\074b&gt;\" &amp;&amp; `rm` %s\nin /w&lt;b&gt;"}));
+                                        "echo &quot;\\\\074b&gt;&quot; &amp;&amp; `rm` %s\nin /w&lt;b&gt;"}));
     const auto script = osascriptCommand(permission);
     EXPECT_EQ(script.at(4), "display notification (item 2 of argv) with title (item 1 of argv)");
     EXPECT_EQ(script.at(7), permission.title);

@@ -11,7 +11,7 @@ namespace {
 
 /// A record as GitHub's documentation shows it, every member included.
 nlohmann::json example(const char* name) {
-    const auto folder = std::filesystem::path(__FILE__).parent_path() / "examples";
+    const auto folder = std::filesystem::path(QUORVIK_SOURCE_DIR) / "Tests/GitHub/examples";
     return *parseJSON(testing::contentOf(folder / (std::string(name) + ".json")));
 }
 

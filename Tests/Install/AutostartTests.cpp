@@ -99,6 +99,8 @@ TEST_F(AutostartTests, TheCommandWritesAUnit) {
                                                          " is not Quorvik's; it is left alone\n"}));
     EXPECT_EQ(autostart("uninstall").output, "foreign\n" + file.string() + "\n");
     EXPECT_EQ(contentOf(file), "[Unit]\n");
+    const auto unnamed = Program::run({programPath("quorvik-island"), "autostart", "install"});
+    EXPECT_TRUE(unnamed.errors.starts_with("quorvik-island: your settings will point into a build folder"));
 }
 
 } // namespace quorvik

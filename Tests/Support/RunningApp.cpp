@@ -27,14 +27,18 @@ AppTest::~AppTest() {
 void AppTest::startApp() {
     control_.reset();
     app_ = std::make_unique<Program>(std::vector<std::string>{programPath("quorvik-island"), "serve"});
-    ASSERT_TRUE(eventually([] {
+    ASSERT_TRUE(connects());
+}
+
+bool AppTest::connects() {
+    return eventually([this] {
         try {
-            ControlClient::connect("command", ControlClient::Start::never);
+            control_ = ControlClient::connect("command", ControlClient::Start::never);
             return true;
         } catch (const NoApp&) {
             return false;
         }
-    }));
+    });
 }
 
 void AppTest::expectAppEnds(int status, const std::string& errors) {

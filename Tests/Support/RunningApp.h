@@ -24,6 +24,9 @@ class AppTest : public TemporaryHome {
     /// Starts `quorvik-island serve` and waits until it can be connected to.
     void startApp();
 
+    /// Waits until control() is a connection to an app that has just been started. False if there is none.
+    bool connects();
+
     /// The same program, as it runs.
     Program& app() { return *app_; }
 

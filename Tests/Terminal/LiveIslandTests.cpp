@@ -226,6 +226,7 @@ TEST_F(LiveIslandTests, InLinesWithNumbers) {
     startApp();
     Terminal terminal({programPath(programs[std::size(programs) - 1]), "--plain"}, chooseTerminal);
     terminal.waitFor("Type help");
+    terminal.waitFor("No coding agent was found");
     askForPermission("git push");
     terminal.waitFor("command: git push");
     terminal.waitFor("1 allow");

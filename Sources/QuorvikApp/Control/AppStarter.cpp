@@ -173,7 +173,9 @@ Readiness detach(int readinessDescriptor) {
         // The app will meet the same error, and report it.
     }
     const std::string log = QuorvikPaths::appLog().string();
-    FileDescriptor file(::open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, 0600));
+    // O_NONBLOCK: opening a named pipe would wait for a reader.
+    FileDescriptor file(
+        ::open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
     if (!file) file = FileDescriptor(::open("/dev/null", O_WRONLY | O_CLOEXEC));
     const FileDescriptor input(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     ::dup2(input.get(), STDIN_FILENO);

@@ -11,7 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <deque>
-#include <set>
+#include <vector>
 
 namespace quorvik {
 
@@ -86,6 +86,12 @@ class PipeConnection : public LineConnection {
 
     bool isOpen() const override { return pipe_->connection != nullptr; }
     const Platform::PeerProcess& peer() const override { return peer_; }
+
+    /// Whether a whole line has come.
+    bool hasSpoken() const { return hasSpoken_; }
+
+    /// Ends the connection as if it had broken.
+    void drop() { noteEnd(End::broken); }
 
   private:
     /// How the other side ended: `silent` sends no more but may read; `broken` does neither.
@@ -278,7 +284,13 @@ struct LineServer::Inner : std::enable_shared_from_this<LineServer::Inner> {
         });
     }
 
+    /// Somebody waits to be accepted.
     void acceptAll() {
+        if (connections.size() >= limits.peers) {
+            uv_poll_stop(&poll->handle); // until one of them goes
+            // Chosen only after the turn, when what the others have sent has been read.
+            return loop.later([kept = shared_from_this()] { kept->makeRoom(); });
+        }
         while (connections.size() < limits.peers) {
             FileDescriptor socket(::accept(listening, nullptr, nullptr));
             if (!socket) {
@@ -288,7 +300,14 @@ struct LineServer::Inner : std::enable_shared_from_this<LineServer::Inner> {
             }
             take(std::move(socket));
         }
-        uv_poll_stop(&poll->handle); // until one of them goes
+    }
+
+    /// Drops the peer that has been silent for longest, if there is one.
+    void makeRoom() {
+        if (connections.size() < limits.peers) return;
+        const auto silent = std::ranges::find_if(
+            connections, [](const auto& connection) { return !connection->hasSpoken(); });
+        if (silent != connections.end()) (*silent)->drop();
     }
 
     void take(FileDescriptor socket) {
@@ -297,7 +316,7 @@ struct LineServer::Inner : std::enable_shared_from_this<LineServer::Inner> {
         if (!peer || peer->user != ::geteuid()) return;
         const auto connection = std::make_shared<PipeConnection>(
             loop, limits, *peer, [this](PipeConnection* gone) { forget(gone); });
-        connections.insert(connection);
+        connections.push_back(connection);
         // Called before anything that arrives is reported, so that the owner can set its handlers.
         loop.later([kept = shared_from_this(), connection] {
             if (kept->accepted && connection->isOpen()) kept->accepted(connection);
@@ -322,8 +341,8 @@ struct LineServer::Inner : std::enable_shared_from_this<LineServer::Inner> {
     Accepted accepted; ///< empty once the server is gone
     std::shared_ptr<Poll> poll;
     int listening = -1;
-    std::set<std::shared_ptr<PipeConnection>> connections;
-    Timer pause; ///< runs while nobody is accepted
+    std::vector<std::shared_ptr<PipeConnection>> connections; ///< the oldest first
+    Timer pause;                                              ///< runs while nobody is accepted
 };
 
 LineServer::LineServer(EventLoop& loop, const LineLimits& limits, Accepted accepted)

@@ -14,7 +14,8 @@ namespace quorvik {
 struct LineLimits {
     std::size_t lineBytes;    ///< a line, without its line feed, must be shorter
     std::size_t outputBytes;  ///< of lines waiting to be taken; a peer with more is dropped
-    std::size_t peers;        ///< at once; further ones wait in the system's queue
+    std::size_t peers;        ///< at once; a further one takes the place of the oldest that has sent no line
+                              ///< yet, or waits in the system's queue
     Timer::Seconds firstLine; ///< within which a peer must have sent a line
     Timer::Seconds stalled;   ///< a peer that takes nothing for so long is dropped
 };

@@ -1,5 +1,6 @@
 #include "QuorvikApp/Model/BarLine.h"
 
+#include "QuorvikCore/Text/Markup.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 namespace quorvik::BarLine {
@@ -21,22 +22,6 @@ std::string replaced(std::string_view text, std::string_view found, std::string_
     for (std::size_t at; (at = text.find(found)) != text.npos; text.remove_prefix(at + found.size()))
         result.append(text.substr(0, at)).append(replacement);
     return result.append(text);
-}
-
-/// Escapes the text for the content and the attributes of XML.
-std::string escapedMarkup(std::string_view text) {
-    std::string result;
-    for (const char c : text) {
-        switch (c) {
-        case '&': result += "&amp;"; break;
-        case '<': result += "&lt;"; break;
-        case '>': result += "&gt;"; break;
-        case '"': result += "&quot;"; break;
-        case '\'': result += "&#39;"; break;
-        default: result += c;
-        }
-    }
-    return result;
 }
 
 std::string itemLine(const SnapshotItem& item) {
@@ -86,7 +71,7 @@ std::string tooltip(const Snapshot& snapshot) {
         if (++count > tooltipLines) return text + std::to_string(items.size() - tooltipLines) + " more";
         std::string line = itemLine(*item);
         if (item->record->summary) line += ": " + *item->record->summary;
-        text += escapedMarkup(fitted(line, tooltipColumns));
+        text += markupEscaped(fitted(line, tooltipColumns));
     }
     return text;
 }
@@ -95,7 +80,7 @@ std::string tooltip(const Snapshot& snapshot) {
 
 std::string escaped(Format format, std::string_view line) {
     switch (format) {
-    case Format::waybar: return escapedMarkup(line);
+    case Format::waybar: return markupEscaped(line);
     case Format::polybar:
         return replaced(line, "%{", "%\u2060{"); // it has no escape: a word joiner parts them
     case Format::tmux: {

@@ -115,9 +115,8 @@ void say(const nlohmann::json& suggestion, std::vector<std::string>& sentences) 
 } // namespace
 
 bool ignoresBareAllow(const ApprovalRequest& request) {
-    constexpr std::array<std::string_view, 3> tools = {"ExitPlanMode", "AskUserQuestion",
-                                                       "ask_user_question"};
-    return request.isQuestion() || std::ranges::find(tools, request.tool.value_or("")) != tools.end();
+    const std::string tool = request.tool.value_or("");
+    return request.isQuestion() || Question::isTool(tool) || tool == "ExitPlanMode";
 }
 
 std::vector<std::string> grantsOf(const ApprovalRequest& request) {

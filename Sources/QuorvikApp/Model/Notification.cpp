@@ -1,5 +1,6 @@
 #include "QuorvikApp/Model/Notification.h"
 
+#include "QuorvikCore/Text/Markup.h"
 #include "QuorvikCore/Text/Number.h"
 #include "QuorvikCore/Text/Unicode.h"
 
@@ -16,15 +17,8 @@ constexpr std::string_view denyAction = "deny", showAction = "show";
 /// desktop takes the rest for markup.
 std::string escapedBody(std::string_view text) {
     std::string result;
-    for (const char c : text) {
-        switch (c) {
-        case '&': result += "&amp;"; break;
-        case '<': result += "&lt;"; break;
-        case '>': result += "&gt;"; break;
-        case '\\': result += R"(\\)"; break;
-        default: result += c;
-        }
-    }
+    for (const char c : markupEscaped(text))
+        result.append(c == '\\' ? 2 : 1, c);
     return result;
 }
 

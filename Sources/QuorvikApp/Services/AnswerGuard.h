@@ -16,8 +16,9 @@ struct Verdict {
 };
 
 /// An agent that may run commands could answer for itself. So a process may not answer that descends from the
-/// process of an agent's session, or whose environment bears an agent's own mark. This keeps out the ordinary
-/// ways, not a determined process of the same user.
+/// process of an agent's session, whose environment (or that of a process it descends from) bears an agent's
+/// own mark, or whose parents have ended and left it in the terminal session of an agent. This keeps out the
+/// ordinary ways, not a determined process of the same user.
 Verdict judge(std::int32_t pid, std::span<const std::shared_ptr<const SessionRecord>> records);
 
 } // namespace quorvik::AnswerGuard

@@ -169,9 +169,10 @@ class RunningApp {
         }
     }
 
-    /// For what no hint tells: a settings file that is a link to elsewhere, say.
+    /// For what no hint tells: a settings file that is a link to elsewhere, say, or room on a full disk.
     void slowLook() {
         settings_.reload();
+        noteChange();
         lookAtOwnSockets(Retry::yes);
     }
 

@@ -6,21 +6,26 @@
 #include "QuorvikCore/Platform/Files.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 
-#include <unistd.h>
+#include <algorithm>
 
 namespace quorvik {
 
 namespace {
 
-constexpr std::size_t maxFileSize = 1 << 20;
+constexpr std::size_t maxSettingsSize = 1 << 20, maxMemorySize = 16 << 20; // bytes
+
+/// After a look that failed; twice as long after each further one.
+constexpr Timer::Seconds firstRetry(0.5), lastRetry(30);
 
 } // namespace
 
 SettingsService::SettingsService(EventLoop& loop, IslandModel& model, EventLoop::Handler changed)
-    : loop_(loop), model_(model), changed_(std::move(changed)) {
-    if (const auto text = Files::read(QuorvikPaths::memoryFile(), maxFileSize)) {
-        savedMemory_ = *text;
-        model_.setMemory(Memory::parse(*text));
+    : loop_(loop), model_(model), changed_(std::move(changed)), retry_(loop, [this] { reload(); }),
+      retryAfter_(firstRetry) {
+    try {
+        readMemory();
+    } catch (const FileError&) {
+        // saveMemory() reads it again before it writes, and says what is wrong.
     }
     reload();
 }
@@ -28,13 +33,19 @@ SettingsService::SettingsService(EventLoop& loop, IslandModel& model, EventLoop:
 void SettingsService::reload() {
     std::error_code error;
     const std::filesystem::path file = QuorvikPaths::settingsFile();
-    const auto content = Files::read(file, maxFileSize, &error);
+    const auto content = Files::read(file, maxSettingsSize, &error);
     std::vector<std::string> problems;
     if (!content && error != std::errc::no_such_file_or_directory) {
         problems.push_back("settings: " + std::string(FileError("read", file, error.value()).what()));
         model_.setTroubles("settings", std::move(problems), loop_.now());
-        return; // what was in force stays so
+        // What was in force stays so. Nobody tells when it can be read again: too many files may be open.
+        lastText_.reset();
+        retry_.start(retryAfter_);
+        retryAfter_ = std::min(2 * retryAfter_, lastRetry);
+        return changed_();
     }
+    retry_.stop();
+    retryAfter_ = firstRetry;
     const std::string text = content.value_or("");
     if (lastText_ == text) return;
     lastText_ = text;
@@ -46,14 +57,30 @@ void SettingsService::reload() {
     changed_();
 }
 
+void SettingsService::readMemory() {
+    std::error_code error;
+    const std::filesystem::path file = QuorvikPaths::memoryFile();
+    savedMemory_ = Files::read(file, maxMemorySize, &error);
+    if (!savedMemory_ && error != std::errc::no_such_file_or_directory)
+        throw FileError("read", file, error.value());
+    if (!savedMemory_) savedMemory_.emplace();
+    // What has been chosen meanwhile is added.
+    Memory memory = Memory::parse(*savedMemory_);
+    memory.acknowledged.insert(model_.memory().acknowledged.begin(), model_.memory().acknowledged.end());
+    if (model_.memory().pick) memory.pick = model_.memory().pick;
+    model_.setMemory(std::move(memory));
+}
+
 void SettingsService::saveMemory() {
-    std::string text = model_.memory().text();
-    if (text == savedMemory_) return;
     const std::filesystem::path file = QuorvikPaths::memoryFile();
     std::vector<std::string> troubles;
     try {
-        Files::replace(file, text, file.string() + ".tmp", 0600); // one app writes it, so one name will do
-        savedMemory_ = std::move(text);
+        if (!savedMemory_) readMemory();
+        std::string text = model_.memory().text();
+        if (text != savedMemory_) {
+            Files::replace(file, text, file.string() + ".tmp", 0600); // one app writes it: one name will do
+            savedMemory_ = std::move(text);
+        }
     } catch (const FileError& failure) {
         troubles.push_back("what you wave away and pick is not kept: " + std::string(failure.what()));
     }

@@ -15,15 +15,19 @@ class SettingsService {
     void reload();
 
     /// Writes the user's choices if they differ from what is in the file: in one step, so that after any end
-    /// of the process the file is the old one or the new one.
+    /// of the process the file is the old one or the new one. A file that cannot be read stays as it is.
     void saveMemory();
 
   private:
+    void readMemory();
+
     EventLoop& loop_;
     IslandModel& model_;
     EventLoop::Handler changed_;
-    std::optional<std::string> lastText_; ///< of the settings file; absent before the first look
-    std::string savedMemory_;
+    std::optional<std::string> lastText_; ///< of the settings file; absent when the last look failed
+    Timer retry_;
+    Timer::Seconds retryAfter_;
+    std::optional<std::string> savedMemory_; ///< the text of that file; absent while it cannot be read
 };
 
 } // namespace quorvik

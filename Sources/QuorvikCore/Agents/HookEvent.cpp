@@ -189,7 +189,7 @@ std::optional<std::string> HookEvent::toolInputText(const HookPayload& payload, 
 }
 
 bool HookEvent::isQuestionTool() const {
-    return toolName == "AskUserQuestion" || toolName == "ask_user_question";
+    return toolName && Question::isTool(*toolName);
 }
 
 std::vector<Question> HookEvent::questions() const {

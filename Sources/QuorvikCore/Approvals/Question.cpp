@@ -34,6 +34,10 @@ std::optional<Question> parseOne(const nlohmann::json& object) {
 
 } // namespace
 
+bool Question::isTool(std::string_view name) {
+    return name == "AskUserQuestion" || name == "ask_user_question";
+}
+
 std::optional<std::vector<Question>> Question::parse(const nlohmann::json& value) {
     if (!isListOfObjects(value, maxQuestions)) return std::nullopt;
     std::vector<Question> questions;

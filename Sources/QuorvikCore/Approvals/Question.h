@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace quorvik {
@@ -28,6 +29,9 @@ struct Question {
 
     static constexpr std::size_t maxQuestions = 4;
     static constexpr std::size_t maxOptions = 6;
+
+    /// Whether the tool of that name, of whichever agent, puts questions to the user.
+    static bool isTool(std::string_view name);
 
     /// An agent's question list: 1 to 4 objects, each with a "question" and 1 to 6 "options" that have a
     /// "label"; texts that must be there must not be empty, and what may be missing ("header", "description",

@@ -4,6 +4,7 @@
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/Files.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
+#include "QuorvikCore/Text/Markup.h"
 
 #include <unistd.h>
 
@@ -24,19 +25,6 @@ std::string unitQuoted(std::string_view text) {
         quoted += c;
     }
     return quoted + '"';
-}
-
-std::string xmlEscaped(std::string_view text) {
-    std::string escaped;
-    for (const char c : text) {
-        switch (c) {
-        case '&': escaped += "&amp;"; break;
-        case '<': escaped += "&lt;"; break;
-        case '>': escaped += "&gt;"; break;
-        default: escaped += c;
-        }
-    }
-    return escaped;
 }
 
 std::string unit(const Start& start) {
@@ -68,7 +56,9 @@ WantedBy=default.target
 }
 
 std::string agent(const Start& start) {
-    const auto string = [](std::string_view text) { return "<string>" + xmlEscaped(text) + "</string>\n"; };
+    const auto string = [](std::string_view text) {
+        return "<string>" + markupEscaped(text) + "</string>\n";
+    };
     std::string text = R"(<?xml version="1.0" encoding="UTF-8"?>
 <!DOCTYPE plist PUBLIC "-//Apple//DTD PLIST 1.0//EN" "http://www.apple.com/DTDs/PropertyList-1.0.dtd">
 <!-- )" + std::string(marker) +

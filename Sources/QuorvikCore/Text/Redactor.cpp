@@ -237,7 +237,6 @@ void Line::hide(SecretRule rule) {
     rewrite.finish(search.settledEnd());
 }
 
-/// The steps between a tidy text and its short form.
 /// Whether the text is nothing but letters and digits of ASCII.
 bool isOneWord(std::string_view text) {
     return Platform::firstPosition(text, 0, 1, [](const char* from) {
@@ -246,6 +245,7 @@ bool isOneWord(std::string_view text) {
            }) == text.size();
 }
 
+/// Shortens paths and hides secrets in a tidy text.
 void mask(Line& line, const Folders& folders, Rules rules) {
     if (line.isWhole() && isOneWord(line.text())) {
         // Folders have slashes, and all but tokens some sign. Of the known ones two begin with a letter and

@@ -66,7 +66,7 @@ int run(std::span<const std::string> commandLine) {
     try {
         EditOutcome change;
         if (action == "install")
-            change = Autostart::install(manager, Autostart::Start::now(app.runnableOf(arguments)));
+            change = Autostart::install(manager, Autostart::Start::now(app.runnableOf(arguments, console)));
         if (action == "uninstall") change = Autostart::uninstall(manager);
         if (action == "install") tell(Autostart::noticeOfInstall(manager), console);
         if (change.changed && action == "uninstall") tell(Autostart::noticeOfUninstall(manager), console);

@@ -151,9 +151,7 @@ int run(std::span<const std::string> commandLine) {
     std::string hookPath, missing; // missing: why there is nothing to install
     try {
         const bool installs = action == Action::install && !targets.empty();
-        hookPath = installs ? hookProgram.runnableOf(arguments) : hookProgram.of(arguments);
-        const std::string warning = installs ? hookProgram.warningAbout(hookPath, arguments) : "";
-        if (!warning.empty()) console.note(warning);
+        hookPath = installs ? hookProgram.runnableOf(arguments, console) : hookProgram.of(arguments);
     } catch (const EditError& error) {
         missing = error.what();
         console.fail(missing);

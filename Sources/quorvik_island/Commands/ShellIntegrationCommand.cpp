@@ -47,9 +47,7 @@ int minimum(const Arguments& arguments) {
 EditOutcome apply(const std::string& action, const Arguments& arguments, int minSeconds, Console& console) {
     const auto rc = ShellIntegration::zshrcURL(), script = ShellIntegration::scriptURL();
     if (action == "install") {
-        const std::string cli = commandLineTool.runnableOf(arguments);
-        const std::string warning = commandLineTool.warningAbout(cli, arguments);
-        if (!warning.empty()) console.note(warning);
+        const std::string cli = commandLineTool.runnableOf(arguments, console);
         return ShellIntegration::install(cli, minSeconds, rc, script);
     }
     // "remove" is the older name of this action.

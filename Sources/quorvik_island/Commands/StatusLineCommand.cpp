@@ -43,9 +43,7 @@ Outcome apply(const std::string& action, const HookTarget& target, const Argumen
     const auto original = StatusLineInstaller::originalFile();
     if (action == "status") return {StatusLineInstaller::status(target), {}};
     if (action == "install") {
-        const std::string hookPath = hookProgram.runnableOf(arguments);
-        const std::string warning = hookProgram.warningAbout(hookPath, arguments);
-        if (!warning.empty()) console.note(warning);
+        const std::string hookPath = hookProgram.runnableOf(arguments, console);
         return {{Status::Kind::on, {}}, {StatusLineInstaller::install(target, hookPath, original)}};
     }
     if (action != "uninstall") throw UsageError("statusline: unknown action " + action);

@@ -26,9 +26,12 @@ class PlainIsland {
         frontEnd_.connect(ControlClient::Start::ifMissing);
         frontEnd_.awaitConnection(patience);
         if (frontEnd_.view.isFirstRun()) {
-            for (const FoundAgent& agent : frontEnd_.view.agents())
+            const auto& agents = frontEnd_.view.agents();
+            for (const FoundAgent& agent : agents)
                 line(agent.name + ": " + agent.status);
-            line("No coding agent is connected with Quorvik yet. Type connect to connect those above.");
+            line(agents.empty()
+                     ? "No coding agent was found in your home folder."
+                     : "No coding agent is connected with Quorvik yet. Type connect to connect those above.");
         }
         while (!ended_) {
             tell();
