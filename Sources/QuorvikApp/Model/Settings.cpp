@@ -83,6 +83,7 @@ constexpr SettingRule rules[] = {
     onOrOff<&Settings::git>("git", "tell what happens in the repositories in which sessions live"),
     onOrOff<&Settings::servers>("servers", "show the development servers that run below your home folder"),
     onOrOff<&Settings::containers>("containers", "show containers and Compose projects"),
+    onOrOff<&Settings::github>("github", "ask GitHub, through gh, for pull requests and deployments"),
     {"services", "ports, containers and Compose projects to watch",
      "a list such as \"3000, web:8080, docker:my-db, compose:shop\"",
      [](const Settings& settings) -> nlohmann::json { return listOf(settings.services); },

@@ -23,6 +23,7 @@ struct Settings {
     bool git = true;                   ///< "on" or "off": tell what happens in the repositories of sessions
     bool servers = true;               ///< "on" or "off": show development servers
     bool containers = true;            ///< "on" or "off": show containers
+    bool github = false;               ///< "on" or "off": ask GitHub through `gh` for news and deployments
     std::vector<ServiceSpec> services; ///< the services that the user watches by name
     double notifyAfter = 10;           ///< seconds a request may wait unseen before that; 0 to 3600
 

@@ -2,6 +2,7 @@
 
 #include "QuorvikApp/Signals/ContainerSignal.h"
 #include "QuorvikApp/Signals/DevServerSignal.h"
+#include "QuorvikApp/Signals/GitHubSignal.h"
 #include "QuorvikApp/Signals/GitSignal.h"
 #include "QuorvikApp/Signals/ServiceSignal.h"
 
@@ -12,6 +13,7 @@ Signals::Signals(const SignalContext& context) {
     signals_.push_back(std::make_unique<DevServerSignal>(context));
     signals_.push_back(std::make_unique<ContainerSignal>(context));
     signals_.push_back(std::make_unique<ServiceSignal>(context));
+    signals_.push_back(std::make_unique<GitHubSignal>(context));
 }
 
 void Signals::update() {
