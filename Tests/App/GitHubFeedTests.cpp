@@ -32,8 +32,8 @@ nlohmann::json deployment(int id, const char* environment, double created) {
     return {{"id", id}, {"environment", environment}, {"created_at", ISO8601::text(at(created))}};
 }
 
-std::string answer(const nlohmann::json& body, const std::string& headers = "") {
-    return "HTTP/2.0 200 OK\nDate: x\r\n" + headers + "\r\n" + body.dump();
+std::string answer(const std::vector<nlohmann::json>& list, const std::string& headers = "") {
+    return "HTTP/2.0 200 OK\nDate: x\r\n" + headers + "\r\n" + nlohmann::json(list).dump();
 }
 
 /// A feed whose looks are answered from a table.
@@ -100,7 +100,7 @@ TEST_F(GitHubFeedTests, ShowsWhatIsNewAndAsksForNoMoreThanThat) {
         {100, answer({news(3, "author", 99)}), R"({"state":"MERGED"})", list + details,
          "Pull request, o/r#3, done: Merged: T  @https://github.com/o/r/pull/3\n"},
         {191, answer({news(3, "author", 99)}), "", list, ""}, // it has lingered
-        {200, answer(nlohmann::json::array()), "", list, ""},
+        {200, answer({}), "", list, ""},
     };
     for (const auto& step : looks) {
         replies = {{"notifications", step.notifications}, {"pr view", step.pullRequest}};
@@ -116,7 +116,7 @@ TEST_F(GitHubFeedTests, ShowsWhatIsNewAndAsksForNoMoreThanThat) {
 }
 
 TEST_F(GitHubFeedTests, KeepsToItsBudget) {
-    nlohmann::json many;
+    std::vector<nlohmann::json> many;
     for (int id = 100; id < 150; ++id)
         many.push_back(news(id, "author", 1));
     replies["notifications"] = answer(many);
@@ -167,8 +167,7 @@ TEST_F(GitHubFeedTests, HeedsWhatGitHubRefuses) {
     // A repository that the user may not see is asked for again an hour later; a limit ends the look.
     feed = {};
     feed.restart(at(0));
-    replies = {{"notifications", answer(nlohmann::json::array())},
-               {"deployments", "HTTP/2.0 404 Not Found\n"}};
+    replies = {{"notifications", answer({})}, {"deployments", "HTTP/2.0 404 Not Found\n"}};
     const std::string deployments = "repos/o/r/deployments?per_page=10\n";
     EXPECT_EQ(look(0), list + deployments);
     EXPECT_EQ(look(3599), list);
@@ -190,15 +189,14 @@ TEST_F(GitHubFeedTests, FollowsDeployments) {
     const auto asked = [](const std::string& id) {
         return "repos/o/r/deployments" + id + "statuses?per_page=1\n";
     };
-    const auto deployments = [](std::initializer_list<nlohmann::json> some) { return answer(some); };
     const struct {
         double when;
         std::map<std::string, std::string> replies;
         std::string asked, shown;
     } looks[] = {
         {0,
-         {{"deployments?", deployments({deployment(2, "live", -9), deployment(9, "live", -10),
-                                        deployment(1, "test", -600), deployment(0, "x", -9999)})},
+         {{"deployments?", answer({deployment(2, "live", -9), deployment(9, "live", -10),
+                                   deployment(1, "test", -600), deployment(0, "x", -9999)})},
           {old, status("failure", -500, "")},
           {live, status("queued", -8, "https://log")}},
          listed + asked(live) + asked(old),
@@ -210,12 +208,12 @@ TEST_F(GitHubFeedTests, FollowsDeployments) {
          "Deployment, o/r, failed: live failed: a @\n"},
         {180, {}, "", "Deployment, o/r, failed: live failed: a @\n"},
         {300,
-         {{"deployments?", deployments({deployment(3, "live", 200), deployment(2, "live", -9)})},
+         {{"deployments?", answer({deployment(3, "live", 200), deployment(2, "live", -9)})},
           {newer, status("success", 250, "http://site")}},
          listed + asked(newer),
          "Deployment, o/r, done: live succeeded: a @http://site\n"},
         {390, {}, "", ""}, // it has lingered
-        {600, {{"deployments?", deployments({})}}, listed, ""},
+        {600, {{"deployments?", answer({})}}, listed, ""},
     };
     repositories = {{"o/r", "/r"}};
     for (const auto& step : looks) {
@@ -226,14 +224,14 @@ TEST_F(GitHubFeedTests, FollowsDeployments) {
     }
     // What is under way for hours, and what no session lives in any more, is forgotten.
     replies = {{"notifications", "HTTP/2.0 304 Not Modified\n"},
-               {"deployments?", deployments({deployment(2, "live", 900)})},
+               {"deployments?", answer({deployment(2, "live", 900)})},
                {live, status("pending", 900, "")}};
     look(900);
     EXPECT_EQ(feed.records().at(0)->cwd, "/r");
     replies["deployments?"] = "";
     look(900 + 7201);
     EXPECT_EQ(shown(), "");
-    replies["deployments?"] = deployments({deployment(2, "live", 900)});
+    replies["deployments?"] = answer({deployment(2, "live", 900)});
     look(9000);
     repositories.clear();
     EXPECT_EQ(look(9060), list);
