@@ -159,7 +159,7 @@ std::optional<Words> GitHubFeed::nextOfDeployments(Date now) {
 void GitHubFeed::answered(const GitHubReply& reply, Date now) {
     if (!question_) return;
     const Question question = *std::exchange(question_, std::nullopt);
-    if (isRefusal(reply, question.about, now)) return;
+    if (isRefusal(reply, now)) return;
     switch (question.about) {
     case About::notifications: return notificationsArrived(reply, now);
     case About::pullRequest: return pullRequestArrived(question.name, reply, now);
@@ -168,13 +168,13 @@ void GitHubFeed::answered(const GitHubReply& reply, Date now) {
     }
 }
 
-/// Whether GitHub wants no more questions for now. A repository that the user may not see is none of it.
-bool GitHubFeed::isRefusal(const GitHubReply& reply, About about, Date now) {
+/// Whether GitHub wants no more questions for now. Something that the user may not see (403) is none of it.
+bool GitHubFeed::isRefusal(const GitHubReply& reply, Date now) {
     if (reply.status != 403 && reply.status != 429 && reply.status < 500) return false;
     double wait = static_cast<double>(reply.number("retry-after").value_or(0));
     if (wait == 0 && reply.number("x-ratelimit-remaining") == 0)
         wait = static_cast<double>(reply.number("x-ratelimit-reset").value_or(0)) - secondsSince1970(now);
-    if (reply.status == 403 && wait <= 0 && about != About::notifications) return false;
+    if (reply.status == 403 && wait <= 0) return false;
     trouble_ = refusal_ = "GitHub answered with status " + std::to_string(reply.status);
     refusedAt_ = now;
     refusedFor_ = std::clamp(std::ceil(wait), 0.0, longestRefusal);

@@ -96,7 +96,7 @@ class GitHubFeed {
 
     double blockedFor(Date now) const;
     std::optional<Words> nextOfDeployments(Date now);
-    bool isRefusal(const GitHubReply& reply, About about, Date now);
+    bool isRefusal(const GitHubReply& reply, Date now);
     void notificationsArrived(const GitHubReply& reply, Date now);
     void pullRequestArrived(const std::string& id, const GitHubReply& reply, Date now);
     void listArrived(Repository& repository, const GitHubReply& reply, Date now);
