@@ -1,6 +1,8 @@
 #include "Tests/Support/TemporaryHome.h"
 
 #include "QuorvikCore/GitHub/Deployment.h"
+#include "QuorvikCore/GitHub/GitHubReply.h"
+#include "QuorvikCore/GitHub/GitHubRepository.h"
 #include "QuorvikCore/GitHub/PullRequest.h"
 
 #include <sstream>
@@ -62,6 +64,44 @@ TEST(GitHub, FindsTheWebPageOfASubject) {
         const auto subject = notification("PullRequest", "", url);
         EXPECT_EQ(Page(subject.htmlURL("https://w/"), subject.number()), page) << url;
     }
+}
+
+TEST(GitHub, TakesApartWhatGHPrints) {
+    const auto text = [](const std::string& output) {
+        const auto reply = GitHubReply::parse(output);
+        std::string parts = std::to_string(reply.status);
+        for (const auto& [name, value] : reply.headers)
+            parts += " " + name + "=" + value;
+        return parts + (reply.body ? " " + reply.body->dump() : "") + (reply.list() ? " list" : "");
+    };
+    for (const auto& [output, parts] : std::initializer_list<std::pair<std::string, std::string>>{
+             {"HTTP/2.0 200 OK\nETag: W/\"a:b\"\r\nx-Poll-Interval:60 \nno header\r\n\r\n[1]",
+              "200 etag=W/\"a:b\" x-poll-interval=60 [1] list"},
+             {"HTTP/1.1 304 Not Modified\r\n\r\n", "304"},
+             {"HTTP/1.1 404\nA: 1\nA: 2", "404 a=1"},
+             {"HTTP/2.0 403 Forbidden\n\n[", "403"},
+             {"{\"a\":1}\n", "0 {\"a\":1}"},
+             {"HTTP/2.0 2000 OK\n\n[]", "0"},
+             {"[]", "0 []"},
+             {"HTTP/2.0 200 OK\n\n[" + std::string(3 << 20, ' ') + "]", "200"},
+             {"", "0"}})
+        EXPECT_EQ(text(output), parts) << output.substr(0, 99);
+    const auto reply = GitHubReply::parse("HTTP/2.0 200 OK\nA: 60\nB: -1\nC: 1 day\n");
+    EXPECT_EQ(reply.number("a"), 60);
+    for (const char* header : {"b", "c", "d"})
+        EXPECT_EQ(reply.number(header), std::nullopt) << header;
+}
+
+TEST(GitHub, NamesTheRepositoryOfARemote) {
+    for (const char* remote :
+         {"git@github.com:o/n.r.git", "https://github.com/o/n.r", "https://user:x@GitHub.com/o/n.r.git/",
+          "ssh://git@ssh.github.com:443/o/n.r.git", "git://github.com/o/n.r/", "github.com:/o/n.r"})
+        EXPECT_EQ(GitHubRepository::nameOf(remote), "o/n.r") << remote;
+    for (const char* remote :
+         {"", "/srv/github.com/o/r", "git@gitlab.com:o/r", "https://github.com.evil.org/o/r", "github.com:o",
+          "https://evil.org/github.com:o/r", "https://github.com/o/r/s", "github.com:../r", "github.com:o/..",
+          "github.com:o/r?x", "github.com:o/\nr", "github.com:/", "https://evil.org:80@x/o/r"})
+        EXPECT_EQ(GitHubRepository::nameOf(remote), std::nullopt) << remote;
 }
 
 TEST(PullRequestClassifier, PicksWhatIsWorthShowing) {

@@ -18,7 +18,11 @@ constexpr Timer::Seconds outputAfterEnd(0.2);
 
 std::vector<std::string> environment(ChildProcess::Locale locale) {
     auto variables = Platform::environment();
-    if (locale == ChildProcess::Locale::plain) variables["LC_ALL"] = "C";
+    if (locale == ChildProcess::Locale::plain) {
+        variables["LC_ALL"] = "C";
+        for (const char* colours : {"CLICOLOR_FORCE", "FORCE_COLOR", "GH_FORCE_TTY"})
+            variables.erase(colours);
+    }
     variables["GIT_OPTIONAL_LOCKS"] = "0";
     variables["GIT_TERMINAL_PROMPT"] = "0";
     std::vector<std::string> texts;

@@ -31,7 +31,7 @@ class ChildProcess {
 
     /// The language of what it prints and shows.
     enum class Locale {
-        plain, ///< C: for programs whose output is read here
+        plain, ///< C, and no colours: for programs whose output is read here
         users,
     };
 

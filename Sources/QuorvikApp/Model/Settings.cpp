@@ -115,6 +115,7 @@ constexpr SettingRule rules[] = {
                                            "an absolute path, or nothing"),
     onOrOff<&Settings::clipboard>("clipboard",
                                   "offer quick actions for traces, JSON and colours that you copy"),
+    onOrOff<&Settings::github>("github", "ask GitHub, through gh, for pull requests and deployments"),
     {"services", "ports, containers and Compose projects to watch",
      "a list such as \"3000, web:8080, docker:my-db, compose:shop\"",
      [](const Settings& settings) -> nlohmann::json { return listOf(settings.services); },

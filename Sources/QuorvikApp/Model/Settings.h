@@ -28,6 +28,7 @@ struct Settings {
     bool accounts = false; ///< "on" or "off": ask the services named below, over the network, about limits
     std::string claudeHost, grokHost;  ///< "api.example.org"; empty: it is not asked
     std::string grokTokenFile;         ///< an absolute path: the file with the token for grokHost
+    bool github = false;               ///< "on" or "off": ask GitHub through `gh` for news and deployments
     bool clipboard = false;            ///< "on" or "off": offer quick actions for what is copied
     std::vector<ServiceSpec> services; ///< the services that the user watches by name
     double notifyAfter = 10;           ///< seconds a request may wait unseen before that; 0 to 3600

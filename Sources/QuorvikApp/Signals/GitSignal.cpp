@@ -4,8 +4,6 @@
 
 #include "QuorvikCore/Activity/GitActivity.h"
 #include "QuorvikCore/Activity/GitRepository.h"
-#include "QuorvikCore/Session/ProjectRoot.h"
-#include "QuorvikCore/Session/QuorvikPaths.h"
 
 #include <algorithm>
 #include <set>
@@ -21,7 +19,6 @@ constexpr Timer::Seconds afterSessions(0.1); ///< sessions change often, their f
 constexpr Timer::Seconds afterChange(0.3);   ///< git writes several files for one thing that it does
 constexpr Timer::Seconds longestBurst(2);
 constexpr std::size_t mostRepositories = 100, mostFolders = 40; ///< the latter of one repository
-constexpr Timer::Seconds rootsStand(30); ///< looking up a folder's repository takes up to a dozen calls
 constexpr ChildProcess::Limits limits{Timer::Seconds(5), 16 << 20};
 
 /// The folders whose entries change when something happens that GitSnapshot tells of.
@@ -198,28 +195,7 @@ void GitSignal::look() {
 }
 
 void GitSignal::watchRepositories() {
-    const auto& sessions = context_.model.sessions();
-    std::vector<const SessionRecord*> alive;
-    for (const auto& record : sessions.records)
-        if (record->state != SessionState::ended && !record->cwd.empty() &&
-            !sessions.lost.contains(record->key()))
-            alive.push_back(record.get());
-    std::ranges::stable_sort(alive, std::ranges::greater(), &SessionRecord::updatedAt);
-
-    // A folder may become a repository, and cease to be one.
-    if (rootsSince_ > now() || now() - rootsSince_ > rootsStand) {
-        roots_.clear();
-        rootsSince_ = now();
-    }
-    const std::string home = QuorvikPaths::home().string();
-    std::set<std::string> wanted;
-    for (const SessionRecord* record : alive) {
-        if (wanted.size() == mostRepositories) break;
-        auto known = roots_.find(record->cwd);
-        if (known == roots_.end())
-            known = roots_.emplace(record->cwd, ProjectRoot::gitRoot(record->cwd, home).value_or("")).first;
-        if (!known->second.empty()) wanted.insert(known->second);
-    }
+    const std::set<std::string> wanted = roots_.of(context_.model.sessions(), mostRepositories, now());
     std::erase_if(watched_, [&](const auto& entry) { return !wanted.contains(entry.first); });
     for (const std::string& root : wanted) {
         if (watched_.contains(root)) continue;

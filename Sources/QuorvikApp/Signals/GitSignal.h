@@ -1,5 +1,6 @@
 #pragma once
 
+#include "QuorvikApp/Signals/LiveRepositories.h"
 #include "QuorvikApp/Signals/Signal.h"
 
 #include <map>
@@ -28,9 +29,8 @@ class GitSignal : public Signal {
     void tellModel();
     void tellTrouble(std::string trouble);
 
-    std::map<std::string, std::string> roots_;                ///< of working folders; empty: in none
-    Date rootsSince_{};                                       ///< when the first of them was looked up
-    std::map<std::string, std::unique_ptr<Watched>> watched_; ///< by root
+    LiveRepositories roots_;
+    std::map<std::string, std::unique_ptr<Watched>> watched_;             ///< by root
     std::map<std::string, std::shared_ptr<const SessionRecord>> records_; ///< by session id
     std::string trouble_;
 };

@@ -27,7 +27,7 @@ void Signal::turnOn(std::optional<Seconds> interval) {
         why_.clear();
         failures_ = 0;
         lookSoon();
-    } else if (isShorter && failures_ == 0) {
+    } else if (isShorter && failures_ == 0 && !isLooking_) { // else ended() heeds it
         lookSoon(*interval);
     }
 }

@@ -2,6 +2,7 @@
 
 #include "QuorvikApp/Signals/ContainerSignal.h"
 #include "QuorvikApp/Signals/DevServerSignal.h"
+#include "QuorvikApp/Signals/GitHubSignal.h"
 #include "QuorvikApp/Signals/GitSignal.h"
 #include "QuorvikApp/Signals/ServiceSignal.h"
 #include "QuorvikApp/Signals/UsageSignal.h"
@@ -19,6 +20,7 @@ Signals::Signals(const SignalContext& context) {
     auto clipboard = std::make_unique<ClipboardSignal>(context);
     clipboard_ = clipboard.get();
     signals_.push_back(std::move(clipboard));
+    signals_.push_back(std::make_unique<GitHubSignal>(context));
 }
 
 void Signals::update() {

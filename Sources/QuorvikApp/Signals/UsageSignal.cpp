@@ -101,11 +101,14 @@ void UsageSignal::readFiles() {
         std::vector<UsageFigure> figures;
         std::vector<std::filesystem::path> folders;
     };
-    runInBackground<Found>([sources = sources_] { return Found{sources->read(), sources->folders()}; },
-                           [this](const Found& read) {
-                               watchFolders(read.folders);
-                               found(read.figures);
-                           });
+    runInBackground<Found>(
+        [sources = sources_] {
+            return Found{sources->read(), sources->folders()};
+        },
+        [this](const Found& read) {
+            watchFolders(read.folders);
+            found(read.figures);
+        });
 }
 
 void UsageSignal::found(const std::vector<UsageFigure>& figures) {
@@ -116,7 +119,8 @@ void UsageSignal::found(const std::vector<UsageFigure>& figures) {
     std::string troubles;
     for (const Account& account : accounts_)
         if (!account.words.empty() && !account.failure.empty())
-            troubles += (troubles.empty() ? "" : "; ") + account.words.front() + "'s account: " + account.failure;
+            troubles +=
+                (troubles.empty() ? "" : "; ") + account.words.front() + "'s account: " + account.failure;
     endedWith(std::move(troubles));
     if (const auto next = records_.nextChange(now()))
         lookSoon(std::max(*next - now(), Seconds(1))); // a limit that was used up has reset
