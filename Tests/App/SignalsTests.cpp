@@ -6,6 +6,7 @@
 
 #include "QuorvikCore/Activity/DevServerDiscovery.h"
 #include "QuorvikCore/Platform/ListeningSockets.h"
+#include "QuorvikCore/Usage/ClaudeUsage.h"
 
 #include <unistd.h>
 
@@ -219,6 +220,33 @@ TEST_F(SignalsTests, ShowsContainersAndBearsWithTheirTool) {
     }
     ::kill(app().pid(), SIGTERM);
     expectAppEnds();
+}
+
+TEST_F(SignalsTests, TellsOfLimitsAndAsksNobodyUnlessToldTo) {
+    const auto use = [](double percent) {
+        const Date now = std::chrono::system_clock::now();
+        const UsageWindow window{"claude.seven_day", Source::claude, 10080, percent,
+                                 now + std::chrono::hours(50)};
+        UsageFigures::write(ClaudeUsage::file(), std::vector<UsageFigure>{{window, now}});
+    };
+    use(70);
+    startApp();
+    EXPECT_TRUE(eventually([&] { return signal("usage").looks > 0; }));
+    EXPECT_TRUE(synced().items().empty());
+    use(96);
+    EXPECT_TRUE(eventually([&] {
+        const Snapshot snapshot = synced();
+        const auto items = snapshot.items();
+        return items.size() == 1 && items[0]->id() == "git-usage-claude.seven_day" &&
+               items[0]->record->summary.value_or("").starts_with("95 % of the weekly limit used, resets ");
+    }));
+    // Nobody listens at this port; without libcurl there is no program to ask.
+    testing::AppTest::island({"settings", "claudeHost", "http://127.0.0.1:9"});
+    EXPECT_EQ(signal("usage").why, "");
+    testing::AppTest::island({"settings", "accounts", "on"});
+    EXPECT_TRUE(eventually([&] { return signal("usage").why.starts_with("claude's account: "); }));
+    testing::AppTest::island({"settings", "accounts", "off"});
+    EXPECT_TRUE(eventually([&] { return signal("usage").why.empty(); }));
 }
 
 TEST_F(SignalsTests, OffersActionsForWhatIsCopiedAndKeepsNoSecret) {

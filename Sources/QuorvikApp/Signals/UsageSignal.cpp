@@ -1,7 +1,9 @@
 #include "QuorvikApp/Signals/UsageSignal.h"
 
 #include "QuorvikCore/Platform/Environment.h"
+#include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/Files.h"
+#include "QuorvikCore/Session/QuorvikPaths.h"
 #include "QuorvikCore/Usage/AccountUsage.h"
 
 #include <algorithm>
@@ -21,6 +23,10 @@ constexpr const char* secondsForAnswer = "8";
 void UsageSignal::update() {
     if (settings().usage) {
         setAccounts();
+        try {
+            QuorvikPaths::ensureDirectory(QuorvikPaths::usageDirectory()); // so that it can be watched
+        } catch (const FileError&) {
+        }
         return turnOn(interval);
     }
     records_ = {};
