@@ -2,13 +2,14 @@
 
 #include "QuorvikApp/Signals/ContainerSignal.h"
 #include "QuorvikApp/Signals/DevServerSignal.h"
-#include "QuorvikApp/Signals/GitSignal.h"
 #include "QuorvikApp/Signals/ServiceSignal.h"
 
 namespace quorvik {
 
 Signals::Signals(const SignalContext& context) {
-    signals_.push_back(std::make_unique<GitSignal>(context));
+    auto git = std::make_unique<GitSignal>(context);
+    git_ = git.get();
+    signals_.push_back(std::move(git));
     signals_.push_back(std::make_unique<DevServerSignal>(context));
     signals_.push_back(std::make_unique<ContainerSignal>(context));
     signals_.push_back(std::make_unique<ServiceSignal>(context));

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QuorvikApp/Signals/Signal.h"
+#include "QuorvikApp/Signals/GitSignal.h"
 
 namespace quorvik {
 
@@ -15,8 +15,11 @@ class Signals {
     /// In the order in which they are listed.
     std::vector<SignalStatus> statuses() const;
 
+    GitSignal& git() { return *git_; }
+
   private:
     std::vector<std::unique_ptr<Signal>> signals_;
+    GitSignal* git_;
 };
 
 } // namespace quorvik
