@@ -140,9 +140,9 @@ TEST(SheetTests, KeysScrollOpenAndGoBack) {
         const char* key;
         std::size_t selected, first; ///< rows in view afterwards
     };
-    const Row rows[] = {{"j", 1, 0},  {"WheelUp", 0, 0}, {"PgDn", 6, 6},  {"PgUp", 0, 0},   {"G", 99, 93},
-                        {"k", 98, 93}, {"g", 0, 0},      {"PgDn", 6, 6},  {"PgDn", 12, 12}, {"Up", 11, 11},
-                        {"G", 99, 93}, {"PgDn", 99, 93}, {"PgUp", 93, 87}, {"x", 93, 87}};
+    const Row rows[] = {{"j", 1, 0},   {"WheelUp", 0, 0}, {"PgDn", 6, 6},   {"PgUp", 0, 0},   {"G", 99, 93},
+                        {"k", 98, 93}, {"g", 0, 0},       {"PgDn", 6, 6},   {"PgDn", 12, 12}, {"Up", 11, 11},
+                        {"G", 99, 93}, {"PgDn", 99, 93},  {"PgUp", 93, 87}, {"x", 93, 87}};
     constexpr ScreenSize size{10, 40};
     for (const Row& row : rows) {
         EXPECT_TRUE(view.key({row.key}, at(2)).empty());
@@ -199,7 +199,8 @@ TEST(SheetTests, NoKeyReachesACardBehindASheet) {
         return frame;
     };
     EXPECT_FALSE(show(1).card);
-    EXPECT_NE(textOf(view, 12, 80).find("\n 1 request waits: n shows it · Esc goes back\n"), std::string::npos);
+    EXPECT_NE(textOf(view, 12, 80).find("\n 1 request waits: n shows it · Esc goes back\n"),
+              std::string::npos);
     for (const char* key : {"a", "A", "d", "t", "v", "1", "w", "x", "p", "o", "/"}) {
         EXPECT_TRUE(view.key({key}, at(2)).empty()) << key;
         EXPECT_EQ(view.mode(), View::Mode::items) << key;

@@ -10,8 +10,8 @@
 
 namespace quorvik {
 
-/// A list that lies over the items: the files behind a "Changes" item, or the difference of one of them. Until
-/// its content has come it is empty.
+/// A list that lies over the items: the files behind a "Changes" item, or the difference of one of them.
+/// Until its content has come it is empty.
 struct Sheet {
     struct Text {
         std::string text;
