@@ -1,4 +1,5 @@
 #include "Tests/Support/RunningApp.h"
+#include "Tests/Support/Terminal.h"
 
 #include "QuorvikCore/Session/SessionRecord.h"
 
@@ -179,6 +180,16 @@ TEST_F(GitSignalTests, TellsTheFilesOfChangesAndWhatDiffersInThem) {
     EXPECT_EQ(cut["shortened"], true);
     EXPECT_GT(cut["lines"].size(), 1000);
     EXPECT_LT(printJSON(cut).size(), std::size_t{1} << 20);
+
+    ::setenv("TERM", "xterm-256color", 1);
+    testing::Terminal terminal({testing::programPath("quorvik-island")});
+    terminal.waitFor("in 5 files");
+    terminal.type("/in 5 files\r\r");
+    terminal.waitFor("moved → there");
+    terminal.type("j\r");
+    terminal.waitFor("+ two");
+    terminal.type("\x1b\x1bq");
+    EXPECT_EQ(terminal.finish(), 0);
 
     EXPECT_EQ(errorOf("changes", {{"key", "git-changes-/nowhere"}}, "no changes are known under"), 12);
     EXPECT_EQ(errorOf("diff", {{"key", key}, {"path", "moved"}}, "no file moved was changed"), 12);
