@@ -190,6 +190,13 @@ TEST_F(GitSignalTests, TellsTheFilesOfChangesAndWhatDiffersInThem) {
     terminal.waitFor("+ two");
     terminal.type("\x1b\x1bq");
     EXPECT_EQ(terminal.finish(), 0);
+    testing::Terminal plain({testing::programPath("quorvik-island"), "--plain"});
+    plain.waitFor("in 5 files");
+    plain.type("changes\n");
+    plain.waitFor(" binary (binary)");
+    plain.waitFor(" moved → there +0 −0  renamed");
+    plain.type("q\n");
+    EXPECT_EQ(plain.finish(), 0);
 
     EXPECT_EQ(errorOf("changes", {{"key", "git-changes-/nowhere"}}, "no changes are known under"), 12);
     EXPECT_EQ(errorOf("diff", {{"key", key}, {"path", "moved"}}, "no file moved was changed"), 12);

@@ -209,6 +209,10 @@ TEST(SheetTests, NoKeyReachesACardBehindASheet) {
     EXPECT_TRUE(view.key({"a"}, at(3)).empty()); // the card has not been drawn yet
     EXPECT_TRUE(show(4).card);
     EXPECT_TRUE(view.key({"a"}, at(4.1)).empty());
+    view.key({"G"}, at(4.9));
+    EXPECT_EQ(view.key({"Enter"}, at(5)).at(0).kind, Effect::Kind::look);
+    EXPECT_TRUE(view.key({"a"}, at(5)).empty()); // though the screen still shows the card
+    view.key({"Esc"}, at(5));
     EXPECT_EQ(view.key({"a"}, at(5)).at(0).id, "r");
 }
 

@@ -3,6 +3,7 @@
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace quorvik {
 

@@ -69,6 +69,11 @@ class View {
     /// Changes the view as the key demands. Returns what the caller has to do besides.
     std::vector<Effect> key(const Key& key, Moment now);
 
+    /// For front ends without keys: opens the sheet of the first item that has one. Returns what the caller
+    /// has to do besides; nothing when no item has a sheet.
+    std::vector<Effect> openChanges();
+    void closeSheets() { sheets_.closeAll(); }
+
     // Output: what draw() needs.
 
     enum class Mode { items, help, filter, reason, ownWords };
@@ -121,6 +126,7 @@ class View {
     Effects actOnCard(KeyAction action, const Key& key, Moment now);
     Effects actOnItem(KeyAction action, const Key& key);
     Effects actOnSheet(KeyAction action, const Key& key);
+    Effects openSheet(const SnapshotItem& item);
     Effects look() const;
     Effects answer(ApprovalResponse response, Moment now);
     Effects confirm(Moment now);

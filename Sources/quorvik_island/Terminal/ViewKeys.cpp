@@ -182,6 +182,18 @@ View::Effects View::look() const {
     return {{.kind = Effect::Kind::look, .id = sheet.item, .path = sheet.path, .to = sheet.to}};
 }
 
+View::Effects View::openSheet(const SnapshotItem& item) {
+    sheets_.open(item.id(), itemLabel(*item.record));
+    return look();
+}
+
+View::Effects View::openChanges() {
+    const auto items = snapshot_->items();
+    const auto item = std::ranges::find_if(
+        items, [](const SnapshotItem* each) { return GitRecords::isChanges(*each->record); });
+    return item == items.end() ? Effects() : openSheet(**item);
+}
+
 /// A sheet hides the items and the card, so their keys do nothing here.
 View::Effects View::actOnSheet(KeyAction action, const Key& key) {
     switch (action) {
@@ -210,10 +222,7 @@ View::Effects View::actOnItem(KeyAction action, const Key& key) {
     if (entries.empty()) return {};
     const Entry& entry = entries[selectedIndex(entries)];
     const bool hasSheet = entry.item && !isExample() && GitRecords::isChanges(*entry.item->record);
-    if (hasSheet && key.name == "Enter") {
-        sheets_.open(entry.key(), itemLabel(*entry.item->record));
-        return look();
-    }
+    if (hasSheet && key.name == "Enter") return openSheet(*entry.item);
     if (action == KeyAction::unfold) {
         unfolded_.insert(entry.key());
         return {};
