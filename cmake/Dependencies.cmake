@@ -1,5 +1,5 @@
 # The libraries we stand on. The core: PCRE2 (8 bit, Unicode), utf8proc, nlohmann/json, libplist. The app: libuv, ncurses (wide),
-# CLI11. Static archives are preferred where both exist, so that a program carries what it needs.
+# CLI11. Where it is found, libcurl, for a program of its own. Static archives are preferred where both exist, so that a program carries what it needs.
 function(quorvik_find_library target header library)
   find_path(${target}_INCLUDE ${header} REQUIRED)
   find_library(${target}_LIBRARY NAMES ${CMAKE_STATIC_LIBRARY_PREFIX}${library}.a ${library} REQUIRED)
@@ -39,6 +39,12 @@ find_path(NLOHMANN_JSON_INCLUDE nlohmann/json.hpp REQUIRED)
 add_library(quorvik::json INTERFACE IMPORTED)
 set_property(TARGET quorvik::json PROPERTY INTERFACE_INCLUDE_DIRECTORIES ${NLOHMANN_JSON_INCLUDE})
 quorvik_find_library(plist plist/plist.h plist-2.0)
+# Whether the app shows Xcode's builds: where libplist can be linked as the programs are.
+set(xcode ON)
+if((QUORVIK_STATIC OR APPLE) AND NOT plist_LIBRARY MATCHES "\\.a$")
+  set(xcode OFF)
+endif()
+option(QUORVIK_XCODE "Let the app read Xcode's logs, with libplist" ${xcode})
 
 # Debian names the archive libuv_a.a, Homebrew libuv.a.
 find_path(uv_INCLUDE uv.h REQUIRED)
@@ -62,3 +68,13 @@ set_property(TARGET quorvik::ncurses PROPERTY INTERFACE_COMPILE_DEFINITIONS NCUR
 find_path(CLI11_INCLUDE CLI/CLI.hpp REQUIRED)
 add_library(quorvik::cli11 INTERFACE IMPORTED)
 set_property(TARGET quorvik::cli11 PROPERTY INTERFACE_INCLUDE_DIRECTORIES ${CLI11_INCLUDE})
+
+# Optional. Always the shared library: the static one needs more libraries than Debian has as archives.
+find_path(curl_INCLUDE curl/curl.h)
+find_library(curl_LIBRARY curl)
+if(curl_INCLUDE AND curl_LIBRARY)
+  add_library(quorvik::curl UNKNOWN IMPORTED)
+  set_target_properties(quorvik::curl PROPERTIES
+    IMPORTED_LOCATION ${curl_LIBRARY}
+    INTERFACE_INCLUDE_DIRECTORIES ${curl_INCLUDE})
+endif()

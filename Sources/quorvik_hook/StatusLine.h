@@ -7,8 +7,10 @@
 namespace quorvik::StatusLine {
 
 /// Draws it on standard output. The user's own status line, if one was saved when ours was installed, takes
-/// the place of this process, run by a shell: it gets our standard input unread, our environment (COLUMNS,
-/// LINES) and our standard output. Without a saved one, prints ownLine() of standard input.
+/// the place of this process, run by a shell: it gets our standard input as it comes, our environment
+/// (COLUMNS, LINES) and our standard output. Without a saved one, prints ownLine() of standard input. What
+/// the input says of the account's limits is kept (ClaudeUsage), after the line is drawn, or while the user's
+/// own is.
 void run();
 
 /// One short line: the model, the folder, how full the context window is and how much of the account's limits

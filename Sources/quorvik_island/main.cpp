@@ -4,6 +4,7 @@
 #include "quorvik_island/Commands/AnswerCommand.h"
 #include "quorvik_island/Commands/AutostartCommand.h"
 #include "quorvik_island/Commands/ClearCommand.h"
+#include "quorvik_island/Commands/ClipboardCommand.h"
 #include "quorvik_island/Commands/HooksCommand.h"
 #include "quorvik_island/Commands/LiveCommand.h"
 #include "quorvik_island/Commands/OpenCommand.h"
@@ -19,6 +20,7 @@
 #include "quorvik_island/Commands/StatusLineCommand.h"
 #include "quorvik_island/Commands/StopCommand.h"
 #include "quorvik_island/Commands/SyncCommand.h"
+#include "quorvik_island/Commands/UsageCommand.h"
 #include "quorvik_island/Commands/WatchCommand.h"
 #include "quorvik_island/Commands/WhyCommand.h"
 #include "quorvik_island/Console.h"
@@ -47,7 +49,9 @@ screen readers).
   acknowledge, pick        you have seen it; keep it in front
   open, why                go to an item's terminal, log or page; why it is shown, or is not
   clear                    forget what is over
+  usage                    how much of your agents' limits is used
   settings                 your choices
+  clipboard                what can be done with what you have copied
   signals                  what the app looks at by itself, and what that costs
   hooks                    connect coding agents with Quorvik, or disconnect them
   shell                    let zsh report long commands
@@ -73,6 +77,7 @@ constexpr Command commands[] = {
     {"answer", AnswerCommand::run},
     {"autostart", AutostartCommand::run},
     {"clear", ClearCommand::run},
+    {"clipboard", ClipboardCommand::run},
     {"hooks", HooksCommand::run},
     {"open", OpenCommand::run},
     {"pick", PickCommand::run},
@@ -87,6 +92,7 @@ constexpr Command commands[] = {
     {"statusline", StatusLineCommand::run},
     {"stop", StopCommand::run},
     {"sync", SyncCommand::run},
+    {"usage", UsageCommand::run},
     {"watch", WatchCommand::run},
     {"why", WhyCommand::run},
 };

@@ -2,6 +2,7 @@
 #include "Tests/Support/TemporaryHome.h"
 
 #include "QuorvikCore/Session/ProcessInspector.h"
+#include "QuorvikCore/Usage/ClaudeUsage.h"
 
 #include <csignal>
 
@@ -37,6 +38,39 @@ TEST_F(StatusLineTests, SaysWhatThePayloadTells) {
             {std::string(2 << 20, ' '), ""},
         })
         EXPECT_EQ(draw(payload), (Program::Result{0, line, ""}));
+}
+
+TEST_F(StatusLineTests, KeepsTheUsage) {
+    const std::string told = R"({"rate_limits":{"five_hour":{"used_percentage":42.5,"resets_at":9e9}}})";
+    const auto file = support / "usage/claude.json";
+    const auto keeps = [&](const std::string& payload, const std::string& output) {
+        EXPECT_EQ(draw(payload), (Program::Result{0, output, ""}));
+        EXPECT_EQ(namesIn(file.parent_path()), std::vector<std::string>{"claude.json"}); // and no leftovers
+        const auto figures = ClaudeUsage::read();
+        const UsageWindow window = {"claude.five_hour", Source::claude, 300, 42.5, dateFromSeconds(9e9)};
+        ASSERT_EQ(figures.size(), 1);
+        EXPECT_EQ(figures[0].window, window);
+        EXPECT_EQ(modeOf(file), 0600u);
+    };
+    keeps(told, "5h 43%\n");
+    const auto time = std::filesystem::last_write_time(file);
+    keeps(told, "5h 43%\n");
+    EXPECT_EQ(std::filesystem::last_write_time(file), time); // nothing new
+    saveOriginal("cat");
+    std::filesystem::remove(file);
+    keeps(told, told); // from under the user's own
+    std::filesystem::remove(file);
+    saveOriginal(
+        R"(until [ -e \"$QUORVIK_HOME/usage/claude.json\" ]; do sleep 0.01; done; echo mine)"); // reads
+                                                                                                // nothing
+    keeps(told, "mine\n");
+
+    const std::string large = told + std::string(300'000, ' '); // more than a pipe holds
+    saveOriginal("wc -c");
+    EXPECT_NE(draw(large).output.find(std::to_string(large.size())), std::string::npos);
+    std::filesystem::remove_all(support / "usage");
+    write("support/usage", "in the way");
+    EXPECT_EQ(draw(large).status, 0);
 }
 
 TEST_F(StatusLineTests, RunsTheUsersOwn) {

@@ -28,6 +28,7 @@ std::filesystem::path newFolder() {
 TemporaryHome::TemporaryHome()
     : home(newFolder()), support(home / "support"), sessions(support / "sessions") {
     ::setenv("HOME", home.c_str(), 1);
+    ::unsetenv("CODEX_HOME");
     ::setenv("QUORVIK_HOME", support.c_str(), 1);
     ::setenv("LC_ALL", "C.UTF-8", 1);
     ::setenv("TZ", "UTC", 1);

@@ -19,6 +19,12 @@ TEST(ISO8601, ReadsInternetDateTimes) {
     EXPECT_EQ(secondsOf("9999-12-31T23:59:59Z"), 253402300799);
     EXPECT_EQ(secondsOf("0000-01-01T00:00:00Z"), -62167219200);
 
+    EXPECT_EQ(ISO8601::parseWithoutFraction("2011-01-26T19:01:12.943648+00:00"),
+              ISO8601::parse("2011-01-26T19:01:12Z"));
+    for (const std::string_view text :
+         {"2011-01-26T19:01:12.Z", "2011-01-26T19:01.5:12Z", "2011.1-26T19:01:12Z", "."})
+        EXPECT_FALSE(ISO8601::parseWithoutFraction(text)) << text;
+
     const std::string_view whole = "2023-03-01T10:20:30+01:00";
     for (std::size_t length = 0; length < whole.size(); ++length)
         EXPECT_EQ(ISO8601::parse(whole.substr(0, length)).has_value(),

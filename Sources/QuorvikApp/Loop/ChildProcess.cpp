@@ -37,8 +37,9 @@ struct ChildProcess::Inner : std::enable_shared_from_this<ChildProcess::Inner> {
         std::weak_ptr<Inner> owner;
     };
 
-    Inner(EventLoop& loop_, const Limits& limits_, Done done_)
-        : loop(loop_), limits(limits_), done(std::move(done_)), deadline(loop_, [this] { expired(); }) {}
+    Inner(EventLoop& loop_, const Limits& limits_, Done done_, Listener listener_)
+        : loop(loop_), limits(limits_), done(std::move(done_)), listener(std::move(listener_)),
+          deadline(loop_, [this] { expired(); }) {}
 
     void start(std::vector<std::string> arguments, Locale locale) {
         process = std::make_shared<Process>();
@@ -108,6 +109,16 @@ struct ChildProcess::Inner : std::enable_shared_from_this<ChildProcess::Inner> {
             if (!inner->process) inner->finish();
             return;
         }
+        if (inner->listener) {
+            const std::string chunk(buffer->base, static_cast<std::size_t>(count));
+            inner->loop.later([weak = std::weak_ptr(inner), chunk] {
+                const auto kept = weak.lock();
+                if (!kept || !kept->done) return;
+                const Listener call = kept->listener; // it may destroy its owner
+                call(chunk);
+            });
+            return;
+        }
         inner->result.output.append(buffer->base, static_cast<std::size_t>(count));
         if (inner->result.output.size() > inner->limits.outputBytes) {
             inner->result.output.resize(inner->limits.outputBytes);
@@ -156,6 +167,7 @@ struct ChildProcess::Inner : std::enable_shared_from_this<ChildProcess::Inner> {
     EventLoop& loop;
     const Limits limits;
     Done done;
+    const Listener listener;
     Result result;
     std::shared_ptr<Process> process; ///< null before it runs, and once it has ended
     std::shared_ptr<Output> output;
@@ -164,8 +176,8 @@ struct ChildProcess::Inner : std::enable_shared_from_this<ChildProcess::Inner> {
 };
 
 ChildProcess::ChildProcess(EventLoop& loop, const std::vector<std::string>& arguments, const Limits& limits,
-                           Done done, Locale locale)
-    : inner_(std::make_shared<Inner>(loop, limits, std::move(done))) {
+                           Done done, Locale locale, Listener listener)
+    : inner_(std::make_shared<Inner>(loop, limits, std::move(done), std::move(listener))) {
     inner_->start(arguments, locale);
 }
 

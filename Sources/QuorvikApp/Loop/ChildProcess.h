@@ -2,8 +2,10 @@
 
 #include "QuorvikApp/Loop/EventLoop.h"
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace quorvik {
@@ -35,10 +37,14 @@ class ChildProcess {
 
     using Done = std::function<void(Result)>;
 
+    /// Is called with what a program prints, as it comes: some bytes, no whole lines. Result::output then
+    /// stays empty, and what it prints has no limit.
+    using Listener = std::function<void(std::string_view)>;
+
     /// Starts the program. `arguments[0]` is searched in the PATH. `done` is called once, never before the
     /// constructor returns. Destroying the object ends the program, and `done` is then not called.
     ChildProcess(EventLoop& loop, const std::vector<std::string>& arguments, const Limits& limits, Done done,
-                 Locale locale = Locale::plain);
+                 Locale locale = Locale::plain, Listener listener = {});
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;

@@ -23,6 +23,8 @@ struct Settings {
     bool git = true;                   ///< "on" or "off": tell what happens in the repositories of sessions
     bool servers = true;               ///< "on" or "off": show development servers
     bool containers = true;            ///< "on" or "off": show containers
+    bool xcode = true;                 ///< "on" or "off": show Xcode's builds and test runs
+    bool clipboard = false;            ///< "on" or "off": offer quick actions for what is copied
     std::vector<ServiceSpec> services; ///< the services that the user watches by name
     double notifyAfter = 10;           ///< seconds a request may wait unseen before that; 0 to 3600
 

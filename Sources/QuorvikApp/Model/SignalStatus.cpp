@@ -3,7 +3,8 @@
 namespace quorvik {
 
 nlohmann::json SignalStatus::toJSON() const {
-    nlohmann::json object = {{"name", name}, {"on", isOn}, {"why", why}, {"looks", looks}, {"seconds", seconds}};
+    nlohmann::json object = {
+        {"name", name}, {"on", isOn}, {"why", why}, {"looks", looks}, {"seconds", seconds}};
     if (lastLook) object["lastLook"] = secondsSince1970(*lastLook);
     if (nextLook) object["nextLook"] = secondsSince1970(*nextLook);
     return object;

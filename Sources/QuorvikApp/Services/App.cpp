@@ -77,11 +77,8 @@ class RunningApp {
           control_(loop_, model_, approvals_,
                    {[this](EventLoop::Handler done) { sync(std::move(done)); }, [this] { stop(); },
                     [this] { noteChange(); }, [this] { signals_.update(); },
-                    [this] { return signals_.statuses(); },
-                    [this](std::string_view key) { return signals_.git().changes(key); },
-                    [this](const GitChanges::Range& range, const FileChange& file, DiffDone done) {
-                        signals_.git().diff(range, file, std::move(done));
-                    }}),
+                    [this] { return signals_.statuses(); }, [this]() -> GitSignal& { return signals_.git(); },
+                    [this]() -> ClipboardSignal& { return signals_.clipboard(); }}),
           notifier_(
               loop_, model_, approvals_,
               [this](std::string_view request) { return control_.isShown(request); },

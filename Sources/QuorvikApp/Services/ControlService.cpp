@@ -141,6 +141,7 @@ void ControlService::handle(const FrontEndPointer& frontEnd, const Message& mess
     if (method == "signals") return reply(signals());
     if (method == "changes") return reply(changes(message).toJSON());
     if (method == "diff") return diff(frontEnd, message);
+    if (method == "clipboard") return reply(clipboard(message));
     if (method == "why") {
         const auto key = optionalParameter<std::string>(message, "key").value_or("");
         const std::vector<std::string> lines = model_.why(key, loop_.now());
@@ -199,7 +200,7 @@ nlohmann::json ControlService::signals() const {
 
 const ItemChanges& ControlService::changes(const Message& message) const {
     const auto key = parameter<std::string>(message, "key");
-    const ItemChanges* changes = app_.changes(key);
+    const ItemChanges* changes = app_.git().changes(key);
     if (!changes) throw ControlError(unknownThing, "no changes are known under " + key);
     return *changes;
 }
@@ -212,12 +213,28 @@ void ControlService::diff(const FrontEndPointer& frontEnd, const Message& messag
         throw ControlError(unknownThing, "newer changes have taken the place of these");
     const auto file = std::ranges::find(changes.set.files, path, &FileChange::path);
     if (file == changes.set.files.end()) throw ControlError(unknownThing, "no file " + path + " was changed");
-    app_.diff(changes.range, *file,
-              [connection = frontEnd->connection, promise = frontEnd->connection->promise(),
-               id = message.id](const std::optional<FileDiff>& diff, const std::string& why) {
-                  if (!id.is_null())
-                      connection->send(diff ? result(id, diffJSON(*diff)) : error(id, toolFailed, why));
-              });
+    app_.git().diff(changes.range, *file,
+                    [connection = frontEnd->connection, promise = frontEnd->connection->promise(),
+                     id = message.id](const std::optional<FileDiff>& diff, const std::string& why) {
+                        if (!id.is_null())
+                            connection->send(diff ? result(id, diffJSON(*diff)) : error(id, toolFailed, why));
+                    });
+}
+
+nlohmann::json ControlService::clipboard(const Message& message) {
+    ClipboardSignal& signal = app_.clipboard();
+    const ClipboardItem* item = signal.item();
+    if (!item) throw ControlError(unknownThing, "nothing is offered for what was copied");
+    const auto action = optionalParameter<std::string>(message, "action");
+    if (action == "clear")
+        signal.clear();
+    else if (action == "copy" && !signal.copy())
+        throw ControlError(unknownThing, "there is no whole text that could be copied");
+    else if (action && action != "copy")
+        throw RecordError("action must be copy or clear");
+    nlohmann::json result = {{"canBeCopied", item->canBeCopied}};
+    if (item->text) result["text"] = *item->text;
+    return result;
 }
 
 nlohmann::json ControlService::acknowledge(const Message& message) {

@@ -3,9 +3,10 @@
 #include "QuorvikApp/Control/Protocol.h"
 #include "QuorvikApp/Loop/LineServer.h"
 #include "QuorvikApp/Model/IslandModel.h"
-#include "QuorvikApp/Model/ItemChanges.h"
 #include "QuorvikApp/Model/SignalStatus.h"
 #include "QuorvikApp/Services/ApprovalService.h"
+#include "QuorvikApp/Signals/ClipboardSignal.h"
+#include "QuorvikApp/Signals/GitSignal.h"
 
 namespace quorvik {
 
@@ -22,9 +23,8 @@ class ControlService {
         /// A front end has come or gone.
         EventLoop::Handler frontEndsChanged;
         std::function<std::vector<SignalStatus>()> signals;
-        /// What the item with that key stands for; null when it stands for no changes of git's.
-        std::function<const ItemChanges*(std::string_view key)> changes;
-        std::function<void(const GitChanges::Range&, const FileChange&, DiffDone)> diff;
+        std::function<GitSignal&()> git;
+        std::function<ClipboardSignal&()> clipboard;
     };
 
     ControlService(EventLoop& loop, IslandModel& model, ApprovalService& approvals, App app);
@@ -73,6 +73,7 @@ class ControlService {
     nlohmann::json signals() const;
     const ItemChanges& changes(const Message& message) const;
     void diff(const FrontEndPointer& frontEnd, const Message& message) const;
+    nlohmann::json clipboard(const Message& message);
     nlohmann::json acknowledge(const Message& message);
     nlohmann::json pick(const Message& message);
     void answer(const FrontEndPointer& frontEnd, const Message& message);

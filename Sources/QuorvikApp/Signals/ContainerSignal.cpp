@@ -13,8 +13,9 @@ namespace {
 constexpr Timer::Seconds whileWatched(10), otherwise(60);
 
 /// The five fields that ServiceSpec::dockerStates() takes.
-constexpr const char* fields = "{{.Names}}\t{{.State}}\t{{.Status}}\t{{.Label \"com.docker.compose.project\"}}\t"
-                               "{{.Label \"com.docker.compose.service\"}}";
+constexpr const char* fields =
+    "{{.Names}}\t{{.State}}\t{{.Status}}\t{{.Label \"com.docker.compose.project\"}}\t"
+    "{{.Label \"com.docker.compose.service\"}}";
 
 } // namespace
 
@@ -37,8 +38,7 @@ void ContainerSignal::look() {
 }
 
 void ContainerSignal::listed(const std::string& listing) {
-    const auto states =
-        ContainerServices::of(listing, settings().services, !settings().containers);
+    const auto states = ContainerServices::of(listing, settings().services, !settings().containers);
     board_.keepOnly([&](const std::string& id) {
         return std::ranges::find(states.finished, id) == states.finished.end();
     });

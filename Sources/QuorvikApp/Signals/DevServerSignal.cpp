@@ -65,7 +65,8 @@ void DevServerSignal::look() {
     // Looking up whose sockets they are takes a walk over all processes. It is only worth it when there are
     // others than before.
     const auto table = Platform::listenerTable();
-    const bool isKnown = table && table == table_ && lastListing_ <= now() && now() - lastListing_ < listingStands;
+    const bool isKnown =
+        table && table == table_ && lastListing_ <= now() && now() - lastListing_ < listingStands;
     if (isKnown) return found(servers_);
     table_ = table;
     lastListing_ = now();
@@ -74,9 +75,10 @@ void DevServerSignal::look() {
 
 void DevServerSignal::list() {
     if (Platform::findProgram("lsof"))
-        return run({"lsof", "-nP", "-iTCP", "-sTCP:LISTEN", "-F", "pcn"},
-                   [this](std::string listing) { listed(std::move(listing)); },
-                   1); // also when nothing listens, or something could not be looked at
+        return run(
+            {"lsof", "-nP", "-iTCP", "-sTCP:LISTEN", "-F", "pcn"},
+            [this](std::string listing) { listed(std::move(listing)); },
+            1); // also when nothing listens, or something could not be looked at
     runInBackground<std::optional<std::string>>(Platform::listeningSockets,
                                                 [this](std::optional<std::string> listing) {
                                                     if (!listing) return ended("there is no lsof here");
@@ -86,7 +88,9 @@ void DevServerSignal::list() {
 
 void DevServerSignal::listed(std::string listing) {
     runInBackground<std::vector<ServiceState>>(
-        [listing = std::move(listing), home = QuorvikPaths::home().string()] { return devServers(listing, home); },
+        [listing = std::move(listing), home = QuorvikPaths::home().string()] {
+            return devServers(listing, home);
+        },
         [this](const std::vector<ServiceState>& servers) { found(servers); });
 }
 

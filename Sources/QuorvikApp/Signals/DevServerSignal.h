@@ -8,8 +8,8 @@
 namespace quorvik {
 
 /// Shows the development servers that run below the user's home folder. It only looks: at what listens, and
-/// where those processes work. While somebody looks at the island: every second for a minute after anything happened
-/// there, then every 5. Else every 30.
+/// where those processes work. While somebody looks at the island: every second for a minute after anything
+/// happened there, then every 5. Else every 30.
 class DevServerSignal : public Signal {
   public:
     explicit DevServerSignal(const SignalContext& context) : Signal(context, "servers") {}

@@ -47,8 +47,9 @@ void ServiceSignal::update() {
 }
 
 void ServiceSignal::look() {
-    runInBackground<std::vector<ServiceState>>([watched = watched_] { return statesOf(watched); },
-                                               [this](const std::vector<ServiceState>& states) { looked(states); });
+    runInBackground<std::vector<ServiceState>>(
+        [watched = watched_] { return statesOf(watched); },
+        [this](const std::vector<ServiceState>& states) { looked(states); });
 }
 
 void ServiceSignal::looked(const std::vector<ServiceState>& states) {

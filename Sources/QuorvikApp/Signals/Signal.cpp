@@ -9,7 +9,8 @@ namespace {
 
 constexpr Timer::Seconds longestPause(600); ///< between looks of a signal whose tool fails
 constexpr Timer::Seconds remembered(3600);  ///< costs
-constexpr ChildProcess::Limits limits{Timer::Seconds(5), 16 << 20};
+constexpr Timer::Seconds longestRun(5);
+constexpr std::size_t mostOutput = 16 << 20; ///< bytes
 
 } // namespace
 
@@ -86,12 +87,22 @@ void Signal::spent(Seconds time) {
 
 void Signal::run(const Words& words, std::function<void(std::string)> done, int highest) {
     program_ = std::make_unique<ChildProcess>(
-        context_.loop, words, limits,
+        context_.loop, words, ChildProcess::Limits{longestRun, mostOutput},
         [this, done = std::move(done), program = words.front(), highest](ChildProcess::Result result) {
             const auto over = std::move(program_); // the next one may start now
             if (result.exitStatus && *result.exitStatus <= highest) return done(std::move(result.output));
             ended(result.exitStatus ? program + " ended with status " + std::to_string(*result.exitStatus)
                                     : result.failure);
+        });
+}
+
+void Signal::tryRun(const Words& words, std::size_t mostBytes,
+                    std::function<void(std::optional<std::string>)> done) {
+    program_ = std::make_unique<ChildProcess>(
+        context_.loop, words, ChildProcess::Limits{longestRun, mostBytes},
+        [this, done = std::move(done)](ChildProcess::Result result) {
+            const auto over = std::move(program_); // the next one may start now
+            done(result.isSuccess() ? std::optional(std::move(result.output)) : std::nullopt);
         });
 }
 

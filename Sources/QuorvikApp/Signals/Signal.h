@@ -69,6 +69,11 @@ class Signal {
     /// says, there is no call, and the look ends with that trouble.
     void run(const Words& words, std::function<void(std::string)> done, int highest = 0);
 
+    /// Runs a program of this look, whose failure is no trouble of the signal's: `done` gets its output, or
+    /// nothing when it failed or printed more than `mostBytes`.
+    void tryRun(const Words& words, std::size_t mostBytes,
+                std::function<void(std::optional<std::string>)> done);
+
     /// Runs `work` on another thread as a part of this look.
     template <typename Result>
     void runInBackground(std::function<Result()> work, std::function<void(Result)> done) {

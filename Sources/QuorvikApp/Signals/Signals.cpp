@@ -3,6 +3,7 @@
 #include "QuorvikApp/Signals/ContainerSignal.h"
 #include "QuorvikApp/Signals/DevServerSignal.h"
 #include "QuorvikApp/Signals/ServiceSignal.h"
+#include "QuorvikApp/Signals/XcodeSignal.h"
 
 namespace quorvik {
 
@@ -13,6 +14,10 @@ Signals::Signals(const SignalContext& context) {
     signals_.push_back(std::make_unique<DevServerSignal>(context));
     signals_.push_back(std::make_unique<ContainerSignal>(context));
     signals_.push_back(std::make_unique<ServiceSignal>(context));
+    signals_.push_back(makeXcodeSignal(context));
+    auto clipboard = std::make_unique<ClipboardSignal>(context);
+    clipboard_ = clipboard.get();
+    signals_.push_back(std::move(clipboard));
 }
 
 void Signals::update() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "QuorvikApp/Signals/ClipboardSignal.h"
 #include "QuorvikApp/Signals/GitSignal.h"
 
 namespace quorvik {
@@ -16,10 +17,12 @@ class Signals {
     std::vector<SignalStatus> statuses() const;
 
     GitSignal& git() { return *git_; }
+    ClipboardSignal& clipboard() { return *clipboard_; }
 
   private:
     std::vector<std::unique_ptr<Signal>> signals_;
-    GitSignal* git_;
+    GitSignal* git_; ///< one of them, like the next
+    ClipboardSignal* clipboard_;
 };
 
 } // namespace quorvik

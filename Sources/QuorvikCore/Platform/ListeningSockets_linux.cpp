@@ -1,5 +1,4 @@
 #include "QuorvikCore/Platform/ListeningSockets.h"
-
 #include "QuorvikCore/Platform/ProcessTable.h"
 
 #include <unistd.h>

@@ -43,6 +43,9 @@ Path backupsDirectory() {
 Path binDirectory() {
     return supportDirectory() / "bin";
 }
+Path usageDirectory() {
+    return supportDirectory() / "usage";
+}
 
 Path alertSocket() {
     return socketPath("alert.sock", "-alert.sock");
@@ -78,6 +81,9 @@ Path installedHookBinary() {
 Path claudeSettings() {
     return home() / ".claude/settings.json";
 }
+Path claudeCredentials() {
+    return home() / ".claude/.credentials.json";
+}
 Path codexHooks() {
     return home() / ".codex/hooks.json";
 }
@@ -95,6 +101,11 @@ Path qwenSettings() {
 }
 Path copilotHooks() {
     return home() / ".copilot/hooks/quorvik.json";
+}
+
+Path codexRollouts() {
+    const std::string chosen = Platform::environmentValue("CODEX_HOME");
+    return (chosen.empty() ? home() / ".codex" : Path(chosen)) / "sessions";
 }
 
 Path kimiConfig() {

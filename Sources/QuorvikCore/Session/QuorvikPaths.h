@@ -18,6 +18,7 @@ Path sessionsDirectory(); ///< one JSON file per session
 Path logsDirectory();     ///< output of supervised commands
 Path backupsDirectory();  ///< copies of users' files made before an edit
 Path binDirectory();      ///< installed programs
+Path usageDirectory();    ///< the last figures of agents' limits
 
 /// The app's sockets, in the support folder. A socket's path has little room (104 bytes on macOS): one of
 /// more than 99 bytes is replaced by "/tmp/quorvik-<uid>-alert.sock" and "/tmp/quorvik-<uid>.sock". The app
@@ -46,13 +47,15 @@ inline constexpr const char* darwinNotification = "com.quorvik.state-changed";
 
 // The agents' configuration files.
 Path claudeSettings();
+Path claudeCredentials(); ///< its login; only ever read
 Path codexHooks();
 Path grokHooks();
 Path commandCodeSettings();
 Path devinConfig();
 Path qwenSettings();
 Path copilotHooks();
-Path kimiConfig(); ///< in ".kimi", or in ".kimi-code" if only that one exists
+Path codexRollouts(); ///< a folder: what Codex notes of its sessions; in $CODEX_HOME, else in ".codex"
+Path kimiConfig();    ///< in ".kimi", or in ".kimi-code" if only that one exists
 Path piExtension();
 
 /// Creates the folder and missing parents with permissions 0700; an existing folder is left as it is.

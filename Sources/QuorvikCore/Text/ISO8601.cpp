@@ -1,5 +1,7 @@
 #include "QuorvikCore/Text/ISO8601.h"
 
+#include <algorithm>
+
 namespace quorvik::ISO8601 {
 
 namespace {
@@ -64,6 +66,14 @@ std::optional<std::chrono::sys_seconds> parse(std::string_view text) {
     if (parts.failed || !parts.rest.empty() || !date.ok() || hour > 23 || minute > 59 || second > 59)
         return std::nullopt;
     return sys_days(date) + hours(hour) + minutes(minute) + seconds(second) - offset;
+}
+
+std::optional<std::chrono::sys_seconds> parseWithoutFraction(std::string_view text) {
+    constexpr std::size_t point = std::string_view("2011-01-26T19:01:12").size();
+    if (text.size() <= point || text[point] != '.') return parse(text);
+    const auto end = std::min(text.find_first_not_of("0123456789", point + 1), text.size());
+    if (end == point + 1) return std::nullopt;
+    return parse(std::string(text.substr(0, point)).append(text.substr(end)));
 }
 
 std::string text(std::chrono::sys_time<std::chrono::duration<double>> moment) {

@@ -14,6 +14,9 @@ namespace quorvik::ISO8601 {
 /// names no moment: February 30, 24:00:00, a leap second, an offset of 24 hours or more.
 std::optional<std::chrono::sys_seconds> parse(std::string_view text);
 
+/// As parse(), for a moment whose seconds may have a fraction ("…:12.345Z"), which is dropped.
+std::optional<std::chrono::sys_seconds> parseWithoutFraction(std::string_view text);
+
 /// The other way round, to the second: "2011-01-26T19:01:12Z".
 std::string text(std::chrono::sys_time<std::chrono::duration<double>> moment);
 
