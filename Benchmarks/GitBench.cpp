@@ -15,7 +15,8 @@ namespace {
 
 /// A difference of one file, of so many bytes.
 std::string difference(std::size_t bytes) {
-    std::string text = "diff --git a/file b/file\nindex 1111111..2222222 100644\n--- a/file\n+++ b/file\n@@ -1,9 +1,9 @@\n";
+    std::string text =
+        "diff --git a/file b/file\nindex 1111111..2222222 100644\n--- a/file\n+++ b/file\n@@ -1,9 +1,9 @@\n";
     while (text.size() < bytes)
         text += "-the line as it was before\n+the line as it is now\n the line between\n";
     return text;
@@ -33,7 +34,8 @@ int main(int argc, char** argv) {
     const auto snapshot = [&] { sink += repository->read()->snapshot.head.value_or("").size(); };
     const auto bare = [&] {
         constexpr std::size_t most = 64 << 20;
-        for (const char* name : {"HEAD", "config", "packed-refs", "logs/HEAD", "refs/stash", "refs/heads/main"})
+        for (const char* name :
+             {"HEAD", "config", "packed-refs", "logs/HEAD", "refs/stash", "refs/heads/main"})
             sink += Files::read(repository->gitFolder() / name, most).value_or("").size();
     };
     const auto status = [&] {
@@ -44,8 +46,10 @@ int main(int argc, char** argv) {
 
     const std::string small = difference(10 << 20), large = difference(100 << 20);
     const auto parsed = [&](const std::string& text) { sink += GitChanges::parseDiff(text)->size(); };
-    bench::compare("a difference of 100 MB", 5, [&] { parsed(large); }, "one of 10 MB", [&] { parsed(small); });
-    bench::compare("the same", 5, [&] { parsed(large); }, "counting its lines",
-                   [&] { sink += static_cast<std::size_t>(std::ranges::count(large, '\n')); });
+    bench::compare(
+        "a difference of 100 MB", 5, [&] { parsed(large); }, "one of 10 MB", [&] { parsed(small); });
+    bench::compare(
+        "the same", 5, [&] { parsed(large); }, "counting its lines",
+        [&] { sink += static_cast<std::size_t>(std::ranges::count(large, '\n')); });
     if (sink == 0) std::printf("?\n");
 }

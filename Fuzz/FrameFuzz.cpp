@@ -1,6 +1,8 @@
 #include "Fuzz/Check.h"
 #include "quorvik_island/Terminal/View.h"
 
+#include "QuorvikApp/Model/GitRecords.h"
+
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <string>
@@ -35,6 +37,7 @@ SnapshotItem item(Choices& from) {
                          dateFromSeconds(static_cast<double>(from.below(200)) * 60));
     record.title = from.text();
     record.tool = from.text();
+    if (from.below(4) == 0) record = GitRecords::changes(from.text(), {}, dateFromSeconds(0));
     record.summary = from.text();
     const auto display = static_cast<DisplayState>(from.below(6));
     return {std::make_shared<const SessionRecord>(std::move(record)), display, from.below(2) == 0};
@@ -62,6 +65,25 @@ Snapshot snapshot(Choices& from) {
     }
     snapshot.troubles = {from.text()};
     return snapshot;
+}
+
+/// What the app answers to a sheet that asks for its content.
+nlohmann::json answerTo(const Effect& look, Choices& from) {
+    if (from.below(8) == 0) return {{"files", from.text()}};
+    if (!look.path.empty()) {
+        FileDiff diff{.path = look.path, .notes = {from.text()}, .isShortened = from.below(2) == 0};
+        for (std::size_t count = from.below(20); count > 0; --count)
+            diff.lines.push_back(
+                {static_cast<DiffLine::Kind>(from.below(5)), from.below(200), {}, from.text()});
+        return diffJSON(diff);
+    }
+    ItemChanges changes{{"", "", "2"}, {.fileCount = 3}};
+    for (std::size_t count = from.below(4); count > 0; --count)
+        changes.set.files.push_back({.path = from.text(),
+                                     .oldPath = from.text(),
+                                     .status = static_cast<FileChange::Status>(from.below(7)),
+                                     .isBinary = from.below(2) == 0});
+    return changes.toJSON();
 }
 
 std::vector<VisibleText::Range> someSecrets(std::string_view text) {
@@ -95,6 +117,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         for (std::size_t count = from.below(4); count > 0; --count) {
             const Key key{keys[from.below(std::size(keys))], from.below(30), 0};
             for (const Effect& effect : view.key(key, {now.wall, seconds + 0.5})) {
+                if (effect.kind == Effect::Kind::look) view.looked(answerTo(effect, from));
                 if (effect.kind != Effect::Kind::answer) continue;
                 if (effect.response.decision == ApprovalDecision::deny) continue;
                 CHECK(frame.card && frame.card->request == effect.id); // only what is in view

@@ -175,6 +175,7 @@ TEST_F(GitRepositoryTests, CountsWhatGitCounts) {
     write("work/sp ace", "1\r\n2\n");
     write("work/new", "");
     write("work/tab\there", "n\n");
+    write("work/[l\xFFst]", "n\n");
     git(root, {"add", "-A"});
     git(root, {"commit", "-q", "-m", "second"});
     const std::string second = git(root, {"rev-parse", "HEAD"});
@@ -205,9 +206,10 @@ TEST_F(GitRepositoryTests, CountsWhatGitCounts) {
         {"sp ace", {std::nullopt, Status::modified, 1, 1, false, " 1,1 -2 +2"}},
         {"new", {std::nullopt, Status::added, 0, 0, false, ""}},
         {"tab\there", {std::nullopt, Status::added, 1, 0, false, "+1"}},
+        {"[l\xEF\xBF\xBDst]", {std::nullopt, Status::added, 1, 0, false, "+1"}},
     };
     EXPECT_EQ(set->fileCount, static_cast<std::int64_t>(wanted.size()));
-    EXPECT_EQ(std::pair(set->added, set->removed), std::pair(std::int64_t{4}, std::int64_t{3}));
+    EXPECT_EQ(std::pair(set->added, set->removed), std::pair(std::int64_t{5}, std::int64_t{3}));
     for (const FileChange& file : set->files) {
         ASSERT_TRUE(wanted.contains(file.path)) << file.path;
         const Row& row = wanted.at(file.path);

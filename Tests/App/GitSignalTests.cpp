@@ -1,4 +1,5 @@
 #include "Tests/Support/RunningApp.h"
+#include "Tests/Support/Terminal.h"
 
 #include "QuorvikCore/Session/SessionRecord.h"
 
@@ -7,6 +8,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <map>
 
 namespace quorvik {
 
@@ -32,6 +34,29 @@ class GitSignalTests : public testing::AppTest {
         write(std::filesystem::relative(root / "file", home), content);
         git(root, {"add", "-A"});
         git(root, {"commit", "-q", "-m", subject});
+    }
+
+    /// Commits until the island tells of it: until the repository is watched, what happens there is nobody's
+    /// business.
+    void commitUntilSeen(const std::filesystem::path& root) {
+        EXPECT_TRUE(eventually([&] {
+            commit(root, "tick", std::to_string(std::rand()));
+            const Snapshot snapshot = synced();
+            return std::ranges::any_of(snapshot.items(), [](const SnapshotItem* item) {
+                return item->record->source == Source::git;
+            });
+        }));
+    }
+
+    /// The app's error to that request; 0 without one.
+    int errorOf(const std::string& method, const nlohmann::json& params, const std::string& why) {
+        try {
+            control().call(method, params);
+        } catch (const ControlError& error) {
+            EXPECT_NE(std::string(error.what()).find(why), std::string::npos) << error.what();
+            return error.code();
+        }
+        return 0;
     }
 
     std::filesystem::path repository(const std::string& name) {
@@ -72,13 +97,7 @@ TEST_F(GitSignalTests, TellsWhatHappensWhereSessionsLive) {
     startApp();
     startSession("a", root / "src");
     synced();
-    // Until the repository is watched, what happens there is nobody's business.
-    EXPECT_TRUE(eventually([&] {
-        commit(root, "tick", std::to_string(std::rand()));
-        const Snapshot snapshot = synced();
-        return std::ranges::any_of(
-            snapshot.items(), [](const SnapshotItem* item) { return item->record->source == Source::git; });
-    }));
+    commitUntilSeen(root);
     commit(root, "Fix \x1b[31mthe login", "1\ntwo\n3\n");
     EXPECT_TRUE(shows("Committed: Fix  [31mthe login"));
     EXPECT_TRUE(shows("+3 −1 in 1 file"));
@@ -111,28 +130,95 @@ TEST_F(GitSignalTests, AsksGitWhereFilesDoNotTell) {
     git(root, {"config", "include.path", "more"}); // settings elsewhere
     startApp();
     startSession("a", root);
-    EXPECT_TRUE(eventually([&] {
-        commit(root, "tick", std::to_string(std::rand()));
-        const Snapshot snapshot = synced();
-        return std::ranges::any_of(
-            snapshot.items(), [](const SnapshotItem* item) { return item->record->source == Source::git; });
-    }));
+    commitUntilSeen(root);
     EXPECT_TRUE(shows("Committed: tick"));
+}
+
+TEST_F(GitSignalTests, TellsTheFilesOfChangesAndWhatDiffersInThem) {
+    const auto root = repository("app");
+    const std::string odd = "o\x1b[31m \"d\\\t*d";
+    startApp();
+    startSession("a", root);
+    commitUntilSeen(root);
+    write("app/moved", "1\n2\n3\n4\n5\n");
+    std::string lines;
+    for (int line = 0; line < 19'000; ++line)
+        lines += "a line of a long file, number " + std::to_string(line) + "\n";
+    write("app/long", lines);
+    commit(root, "before", "1\n2\n");
+    EXPECT_TRUE(shows("Committed: before"));
+    std::filesystem::rename(root / "moved", root / "there");
+    write("app/" + odd, "x\n");
+    write("app/long", "");
+    write("app/binary", std::string("\0\1", 2));
+    commit(root, "after", "1\ntwo\n");
+    EXPECT_TRUE(shows("+2 −19001 in 5 files"));
+
+    const nlohmann::json key = "git-changes-" + root.string();
+    const auto changes = control().call("changes", {{"key", key}});
+    std::map<std::string, nlohmann::json> files;
+    for (const auto& file : changes["files"])
+        files[file["path"]] = file;
+    EXPECT_EQ(files.size(), 5);
+    EXPECT_EQ(changes["shortened"], false);
+    EXPECT_EQ(files["there"]["oldPath"], "moved");
+    EXPECT_EQ(files["there"]["status"], "renamed");
+    EXPECT_EQ(files[odd]["status"], "added");
+    EXPECT_EQ(files["binary"]["binary"], true);
+    const auto diff = [&](const std::string& name) {
+        return control().call("diff", {{"key", key}, {"path", name}, {"to", changes["to"]}});
+    };
+    using JSON = nlohmann::json;
+    EXPECT_EQ(diff("file")["lines"], (JSON{{{"kind", "hunk"}, {"text", "@@ -1,2 +1,2 @@"}},
+                                           {{"kind", "context"}, {"old", 1}, {"new", 1}, {"text", "1"}},
+                                           {{"kind", "removed"}, {"old", 2}, {"text", "2"}},
+                                           {{"kind", "added"}, {"new", 2}, {"text", "two"}}}));
+    EXPECT_EQ(diff(odd)["lines"].back(), (JSON{{"kind", "added"}, {"new", 1}, {"text", "x"}}));
+    EXPECT_EQ(diff("there")["oldPath"], "moved");
+    EXPECT_EQ(diff("binary")["binary"], true);
+    const auto cut = diff("long");
+    EXPECT_EQ(cut["shortened"], true);
+    EXPECT_GT(cut["lines"].size(), 1000);
+    EXPECT_LT(printJSON(cut).size(), std::size_t{1} << 20);
+
+    ::setenv("TERM", "xterm-256color", 1);
+    testing::Terminal terminal({testing::programPath("quorvik-island")});
+    terminal.waitFor("in 5 files");
+    terminal.type("/in 5 files\r\r");
+    terminal.waitFor("moved → there");
+    terminal.type("j\r");
+    terminal.waitFor("+ two");
+    terminal.type("\x1b\x1bq");
+    EXPECT_EQ(terminal.finish(), 0);
+    testing::Terminal plain({testing::programPath("quorvik-island"), "--plain"});
+    plain.waitFor("in 5 files");
+    plain.type("changes\n");
+    plain.waitFor(" binary (binary)");
+    plain.waitFor(" moved → there +0 −0  renamed");
+    plain.type("q\n");
+    EXPECT_EQ(plain.finish(), 0);
+
+    EXPECT_EQ(errorOf("changes", {{"key", "git-changes-/nowhere"}}, "no changes are known under"), 12);
+    EXPECT_EQ(errorOf("diff", {{"key", key}, {"path", "moved"}}, "no file moved was changed"), 12);
+    EXPECT_EQ(errorOf("diff", {{"key", key}, {"path", "file"}, {"to", "1"}}, "newer changes"), 12);
+    std::filesystem::remove_all(root / ".git");
+    EXPECT_EQ(errorOf("diff", {{"key", key}, {"path", "file"}}, "git failed: it ended with status 12"), 16);
 }
 
 TEST_F(GitSignalTests, AGitThatHangsOrIsMissingCostsNobodyAnything) {
     const auto root = repository("app");
-    // Stands for a git that hangs, in a network folder say.
-    writeProgram("hanging/git", "#!/bin/sh\nexec sleep 100\n");
-    const std::string path = std::getenv("PATH");
-    ::setenv("PATH", ((home / "hanging").string() + ":" + path).c_str(), 1);
     startApp();
-    ::setenv("PATH", path.c_str(), 1);
     startSession("a", root);
-    EXPECT_TRUE(eventually([&] {
-        commit(root, "tick", std::to_string(std::rand()));
-        return signal("git").why == "it took too long";
-    }));
+    commitUntilSeen(root);
+    EXPECT_TRUE(shows(" in 1 file"));
+    // Stands for a git that hangs, in a network folder say.
+    writeProgram("bin/git",
+                 "#!/bin/sh\n[ \"$1\" = -C ] || exec sleep 100\nPATH=${PATH#*:} exec git \"$@\"\n");
+    commit(root, "tock", "tock\n");
+    EXPECT_EQ(errorOf("diff", {{"key", "git-changes-" + root.string()}, {"path", "file"}},
+                      "git failed: it took too long"),
+              16);
+    EXPECT_TRUE(eventually([&] { return signal("git").why == "it took too long"; }));
     ::kill(app().pid(), SIGTERM);
     expectAppEnds();
 }

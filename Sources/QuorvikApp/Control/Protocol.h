@@ -28,7 +28,8 @@ enum Code : int {
     unknownThing = 12,
     unfitAnswer = 13,
     agentRefused = 14,
-    requestsWait = 15
+    requestsWait = 15,
+    toolFailed = 16
 };
 
 /// A request or a notification of JSON-RPC, taken apart.

@@ -3,6 +3,7 @@
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace quorvik::GitRecords {
 
@@ -21,7 +22,9 @@ SessionRecord record(const Path& root, const std::string& kind, std::string tool
     return record;
 }
 
-std::string counts(std::int64_t added, std::int64_t removed) {
+constexpr std::string_view changesTool = "Changes";
+
+std::string lineCounts(std::int64_t added, std::int64_t removed) {
     return "+" + std::to_string(added) + " −" + std::to_string(removed);
 }
 
@@ -38,7 +41,7 @@ std::string largest(const ChangeSet& changes) {
     for (auto file = files.begin(); file != end; ++file) {
         text += text.empty() ? "" : ", ";
         text += Unicode::terminalLine((*file)->path);
-        text += (*file)->isBinary ? " (binary)" : " " + counts((*file)->added, (*file)->removed);
+        text += (*file)->isBinary ? " (binary)" : " " + lineCounts((*file)->added, (*file)->removed);
     }
     if (changes.fileCount > static_cast<std::int64_t>(std::min(files.size(), mostNamed))) text += ", …";
     return text;
@@ -53,13 +56,34 @@ SessionRecord event(const Path& root, const GitEvent& event, Date now) {
 }
 
 SessionRecord changes(const Path& root, const ChangeSet& changes, Date now) {
-    SessionRecord item =
-        record(root, "changes", "Changes",
-               counts(changes.added, changes.removed) + " in " + std::to_string(changes.fileCount) +
-                   (changes.fileCount == 1 ? " file" : " files"),
-               now);
+    SessionRecord item = record(root, "changes", std::string(changesTool), counts(changes), now);
     item.detail = largest(changes);
     return item;
+}
+
+bool isChanges(const SessionRecord& record) {
+    return record.source == Source::git && record.tool == changesTool;
+}
+
+std::string counts(const ChangeSet& changes) {
+    return lineCounts(changes.added, changes.removed) + " in " + std::to_string(changes.fileCount) +
+           (changes.fileCount == 1 ? " file" : " files");
+}
+
+std::optional<FileDiff> diffOf(std::string_view path, std::string_view output) {
+    std::optional<FileDiff> whole;
+    for (FileDiff& piece : GitChanges::parseDiff(output).value_or(std::vector<FileDiff>())) {
+        if (piece.path != path) continue;
+        if (!whole) {
+            whole = std::move(piece);
+            continue;
+        }
+        std::ranges::move(piece.lines, std::back_inserter(whole->lines));
+        std::ranges::move(piece.notes, std::back_inserter(whole->notes));
+        whole->isBinary = whole->isBinary || piece.isBinary;
+        whole->isShortened = whole->isShortened || piece.isShortened;
+    }
+    return whole;
 }
 
 bool bringsChanges(const GitEvent& event) {

@@ -77,7 +77,7 @@ class RunningApp {
           control_(loop_, model_, approvals_,
                    {[this](EventLoop::Handler done) { sync(std::move(done)); }, [this] { stop(); },
                     [this] { noteChange(); }, [this] { signals_.update(); },
-                    [this] { return signals_.statuses(); },
+                    [this] { return signals_.statuses(); }, [this]() -> GitSignal& { return signals_.git(); },
                     [this]() -> ClipboardSignal& { return signals_.clipboard(); }}),
           notifier_(
               loop_, model_, approvals_,

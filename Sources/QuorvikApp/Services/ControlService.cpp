@@ -139,6 +139,8 @@ void ControlService::handle(const FrontEndPointer& frontEnd, const Message& mess
     if (method == "pick") return reply(pick(message));
     if (method == "status") return reply(status());
     if (method == "signals") return reply(signals());
+    if (method == "changes") return reply(changes(message).toJSON());
+    if (method == "diff") return diff(frontEnd, message);
     if (method == "clipboard") return reply(clipboard(message));
     if (method == "why") {
         const auto key = optionalParameter<std::string>(message, "key").value_or("");
@@ -194,6 +196,29 @@ nlohmann::json ControlService::signals() const {
     for (const SignalStatus& signal : app_.signals())
         list.push_back(signal.toJSON());
     return {{"signals", list}};
+}
+
+const ItemChanges& ControlService::changes(const Message& message) const {
+    const auto key = parameter<std::string>(message, "key");
+    const ItemChanges* changes = app_.git().changes(key);
+    if (!changes) throw ControlError(unknownThing, "no changes are known under " + key);
+    return *changes;
+}
+
+void ControlService::diff(const FrontEndPointer& frontEnd, const Message& message) const {
+    const ItemChanges& changes = this->changes(message);
+    const auto path = parameter<std::string>(message, "path");
+    const auto to = optionalParameter<std::string>(message, "to");
+    if (to && to != changes.range.to)
+        throw ControlError(unknownThing, "newer changes have taken the place of these");
+    const auto file = std::ranges::find(changes.set.files, path, &FileChange::path);
+    if (file == changes.set.files.end()) throw ControlError(unknownThing, "no file " + path + " was changed");
+    app_.git().diff(changes.range, *file,
+                    [connection = frontEnd->connection, promise = frontEnd->connection->promise(),
+                     id = message.id](const std::optional<FileDiff>& diff, const std::string& why) {
+                        if (!id.is_null())
+                            connection->send(diff ? result(id, diffJSON(*diff)) : error(id, toolFailed, why));
+                    });
 }
 
 nlohmann::json ControlService::clipboard(const Message& message) {

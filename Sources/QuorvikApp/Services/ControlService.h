@@ -6,6 +6,7 @@
 #include "QuorvikApp/Model/SignalStatus.h"
 #include "QuorvikApp/Services/ApprovalService.h"
 #include "QuorvikApp/Signals/ClipboardSignal.h"
+#include "QuorvikApp/Signals/GitSignal.h"
 
 namespace quorvik {
 
@@ -22,6 +23,7 @@ class ControlService {
         /// A front end has come or gone.
         EventLoop::Handler frontEndsChanged;
         std::function<std::vector<SignalStatus>()> signals;
+        std::function<GitSignal&()> git;
         std::function<ClipboardSignal&()> clipboard;
     };
 
@@ -69,6 +71,8 @@ class ControlService {
     nlohmann::json hello(FrontEnd& frontEnd, const Message& message);
     nlohmann::json status();
     nlohmann::json signals() const;
+    const ItemChanges& changes(const Message& message) const;
+    void diff(const FrontEndPointer& frontEnd, const Message& message) const;
     nlohmann::json clipboard(const Message& message);
     nlohmann::json acknowledge(const Message& message);
     nlohmann::json pick(const Message& message);

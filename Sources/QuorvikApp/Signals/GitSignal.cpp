@@ -20,6 +20,9 @@ constexpr Timer::Seconds afterChange(0.3);   ///< git writes several files for o
 constexpr Timer::Seconds longestBurst(2);
 constexpr std::size_t mostRepositories = 100, mostFolders = 40; ///< the latter of one repository
 constexpr ChildProcess::Limits limits{Timer::Seconds(5), 16 << 20};
+constexpr ChildProcess::Limits diffLimits{Timer::Seconds(5), 4 << 20}; ///< more than anybody reads
+constexpr std::size_t mostDiffs = 4;                                   ///< at once
+constexpr Timer::Seconds changesStand(3600);
 
 /// The folders whose entries change when something happens that GitSnapshot tells of.
 std::vector<Path> foldersOf(const GitRepository& repository) {
@@ -121,13 +124,12 @@ class GitSignal::Watched {
         const std::string root = repository_.root().string();
         signal_.tell(GitRecords::event(root, *event, now));
         if (!GitRecords::bringsChanges(*event) || !before->head || !next_.head) return again();
-        run(GitChanges::listWords({root, *before->head, *next_.head}),
-            [this, root](const std::optional<std::string>& list) {
-                const auto changes = list ? GitChanges::parseList(*list) : std::nullopt;
-                if (changes && changes->fileCount > 0)
-                    signal_.tell(GitRecords::changes(root, *changes, signal_.now()));
-                again();
-            });
+        const GitChanges::Range range{root, *before->head, *next_.head};
+        run(GitChanges::listWords(range), [this, range](const std::optional<std::string>& list) {
+            auto changes = list ? GitChanges::parseList(*list) : std::nullopt;
+            if (changes && changes->fileCount > 0) signal_.tell({range, std::move(*changes)});
+            again();
+        });
     }
 
     void again() {
@@ -184,6 +186,7 @@ void GitSignal::update() {
     }
     watched_.clear();
     records_.clear();
+    changes_.clear();
     trouble_.clear();
     turnOff("switched off");
 }
@@ -210,12 +213,56 @@ void GitSignal::forgetWhatIsOver() {
     const auto forgotten = std::erase_if(
         records_, [&](const auto& entry) { return (now() - entry.second->stateSince).count() > longest; });
     if (forgotten > 0) tellModel();
+    const double readable = std::max(longest, changesStand.count());
+    std::erase_if(changes_,
+                  [&](const auto& entry) { return (now() - entry.second.since).count() > readable; });
 }
 
 void GitSignal::tell(SessionRecord record) {
     std::string id = record.sessionID;
     records_[std::move(id)] = std::make_shared<const SessionRecord>(std::move(record));
     tellModel();
+}
+
+void GitSignal::tell(ItemChanges changes) {
+    SessionRecord record = GitRecords::changes(changes.range.root, changes.set, now());
+    changes_[record.key()] = {now(), std::move(changes)};
+    if (changes_.size() > mostRepositories)
+        changes_.erase(
+            std::ranges::min_element(changes_, {}, [](const auto& entry) { return entry.second.since; }));
+    tell(std::move(record));
+}
+
+const ItemChanges* GitSignal::changes(std::string_view key) const {
+    const auto known = changes_.find(key);
+    return known == changes_.end() ? nullptr : &known->second.changes;
+}
+
+void GitSignal::diff(const GitChanges::Range& range, const FileChange& file, DiffDone done) {
+    if (diffs_.size() == mostDiffs) {
+        context_.loop.later(
+            [done = std::move(done)] { done(std::nullopt, "git is asked too much at once"); });
+        return;
+    }
+    const std::uint64_t number = ++diffCount_;
+    diffs_[number] = std::make_unique<ChildProcess>(
+        context_.loop, GitChanges::diffWords(range, file), diffLimits,
+        [this, number, path = file.path, done = std::move(done)](const ChildProcess::Result& result) {
+            const auto over = diffs_.extract(number);
+            std::string_view output = result.output;
+            // Of a difference without end the beginning is shown, up to its last whole line.
+            const bool isCut = !result.exitStatus && output.size() == diffLimits.outputBytes;
+            if (isCut) output = output.substr(0, output.rfind('\n') + 1);
+            if (!result.isSuccess() && !isCut)
+                return done(std::nullopt,
+                            "git failed: " + (result.exitStatus ? "it ended with status " +
+                                                                      std::to_string(*result.exitStatus)
+                                                                : result.failure));
+            auto diff = GitRecords::diffOf(path, output);
+            if (!diff) return done(std::nullopt, "git told of no difference");
+            diff->isShortened = diff->isShortened || isCut;
+            done(std::move(diff), "");
+        });
 }
 
 void GitSignal::tellModel() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "QuorvikApp/Model/ItemChanges.h"
 #include "QuorvikApp/Signals/LiveRepositories.h"
 #include "QuorvikApp/Signals/Signal.h"
 
@@ -18,6 +19,13 @@ class GitSignal : public Signal {
 
     void update() override;
 
+    /// What the item with that key stands for; null when it stands for no changes. It is known for a while
+    /// longer than the item is shown, for whoever is still reading.
+    const ItemChanges* changes(std::string_view key) const;
+
+    /// Asks git for the difference of one of the files. `done` is called once, and never before this returns.
+    void diff(const GitChanges::Range& range, const FileChange& file, DiffDone done);
+
   private:
     class Watched;
     friend class Watched;
@@ -26,12 +34,20 @@ class GitSignal : public Signal {
     void watchRepositories();
     void forgetWhatIsOver();
     void tell(SessionRecord record);
+    void tell(ItemChanges changes);
     void tellModel();
     void tellTrouble(std::string trouble);
 
     LiveRepositories roots_;
     std::map<std::string, std::unique_ptr<Watched>> watched_;             ///< by root
     std::map<std::string, std::shared_ptr<const SessionRecord>> records_; ///< by session id
+    struct KnownChanges {
+        Date since{};
+        ItemChanges changes;
+    };
+    std::map<std::string, KnownChanges, std::less<>> changes_; ///< by the item's key
+    std::map<std::uint64_t, std::unique_ptr<ChildProcess>> diffs_;
+    std::uint64_t diffCount_ = 0; ///< ever asked for
     std::string trouble_;
 };
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "QuorvikApp/Signals/ClipboardSignal.h"
-#include "QuorvikApp/Signals/Signal.h"
+#include "QuorvikApp/Signals/GitSignal.h"
 
 namespace quorvik {
 
@@ -16,11 +16,13 @@ class Signals {
     /// In the order in which they are listed.
     std::vector<SignalStatus> statuses() const;
 
+    GitSignal& git() { return *git_; }
     ClipboardSignal& clipboard() { return *clipboard_; }
 
   private:
     std::vector<std::unique_ptr<Signal>> signals_;
-    ClipboardSignal* clipboard_; ///< one of them
+    GitSignal* git_; ///< one of them, like the next
+    ClipboardSignal* clipboard_;
 };
 
 } // namespace quorvik

@@ -327,6 +327,24 @@ std::vector<std::string> gitWords(const Range& range) {
             "--ignore-submodules=none"};
 }
 
+/// Names one path, whatever signs are in it. What stood in the place of a repaired character is not known, so
+/// anything may.
+std::string pathspec(const std::string& path) {
+    constexpr std::string_view repaired = "\xEF\xBF\xBD";
+    if (path.find(repaired) == path.npos) return ":(top,literal)" + path;
+    std::string spec = ":(top,glob)";
+    for (std::size_t at = 0; at < path.size(); ++at) {
+        if (path.compare(at, repaired.size(), repaired) == 0) {
+            spec += '*';
+            at += repaired.size() - 1;
+        } else {
+            if (std::string_view("*?[]\\").find(path[at]) != std::string_view::npos) spec += '\\';
+            spec += path[at];
+        }
+    }
+    return spec;
+}
+
 void addStates(const Range& range, std::vector<std::string>& words) {
     words.push_back(range.from);
     if (range.to) words.push_back(*range.to);
@@ -354,9 +372,8 @@ std::vector<std::string> diffWords(const Range& range, const FileChange& file) {
          {"--patch", "--unified=3", "--inter-hunk-context=0", "--src-prefix=a/", "--dst-prefix=b/"})
         words.emplace_back(word);
     addStates(range, words);
-    // Paths are taken as they are, whatever signs are in them.
-    if (file.oldPath) words.push_back(":(top,literal)" + *file.oldPath);
-    words.push_back(":(top,literal)" + file.path);
+    if (file.oldPath) words.push_back(pathspec(*file.oldPath));
+    words.push_back(pathspec(file.path));
     return words;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "QuorvikCore/JSON/RawValue.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -21,6 +23,10 @@ struct FileChange {
 
     bool operator==(const FileChange&) const = default;
 };
+
+template <>
+inline constexpr std::array<std::string_view, 7> rawValues<FileChange::Status> = {
+    "modified", "added", "deleted", "renamed", "copied", "typeChanged", "unmerged"};
 
 /// The files that differ, and their sums.
 struct ChangeSet {
@@ -48,6 +54,10 @@ struct DiffLine {
 
     bool operator==(const DiffLine&) const = default;
 };
+
+template <>
+inline constexpr std::array<std::string_view, 5> rawValues<DiffLine::Kind> = {"hunk", "context", "added",
+                                                                              "removed", "note"};
 
 /// The difference of one file.
 struct FileDiff {
@@ -85,7 +95,9 @@ struct Range {
 /// the form of the output, and runs none of the programs that a repository may name in its settings.
 std::vector<std::string> listWords(const Range& range);
 
-/// The words of the command whose output parseDiff() reads: the difference of one of the files.
+/// The words of the command whose output parseDiff() reads: the difference of one of the files. The output
+/// may tell of others beside it when the path had to be repaired, and of the file twice when its type
+/// changed.
 std::vector<std::string> diffWords(const Range& range, const FileChange& file);
 
 /// Reads the output of `git diff --raw --numstat -z`, or of `--numstat -z` alone, which does not tell added

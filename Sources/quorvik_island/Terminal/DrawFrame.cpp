@@ -2,6 +2,7 @@
 #include "quorvik_island/Age.h"
 #include "quorvik_island/Terminal/CardRows.h"
 #include "quorvik_island/Terminal/FrameTexts.h"
+#include "quorvik_island/Terminal/SheetRows.h"
 #include "quorvik_island/Terminal/View.h"
 
 #include "QuorvikCore/Text/Unicode.h"
@@ -43,6 +44,8 @@ class Drawing {
         const std::size_t bottom = rows < 2 ? 0 : hasNotice && rows > fewRows ? 2 : 1;
         if (view_.mode() == View::Mode::help)
             drawHelp(rows - bottom);
+        else if (view_.sheets().isOpen())
+            drawSheet(view_.sheets().upper(), rows - bottom, frame_);
         else
             drawItems(rows - bottom);
         while (frame_.rows.size() < rows - bottom)

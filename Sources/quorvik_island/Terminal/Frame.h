@@ -107,6 +107,13 @@ struct Frame {
     };
     std::optional<Card> card;
 
+    /// The part of a sheet that is in the picture: its first row and how many. Rows of the screen then belong
+    /// to rows of the sheet in place of entries. Absent when there is none, or an empty one.
+    struct SheetPart {
+        std::size_t top = 0, shown = 0;
+    };
+    std::optional<SheetPart> sheet;
+
     /// The next moment at which the picture differs though nothing happens; absent when there is none.
     std::optional<Date> nextChange;
 

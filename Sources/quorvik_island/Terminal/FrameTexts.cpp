@@ -51,6 +51,25 @@ std::vector<std::string> details(const SessionRecord& record) {
     return lines;
 }
 
+namespace {
+
+/// What is said below a sheet. A request that waits behind it comes before everything else.
+std::string sheetNotice(const View& view) {
+    const std::size_t waiting = view.card() ? view.snapshot().requests.size() : 0;
+    std::string text;
+    if (waiting > 0)
+        text =
+            std::to_string(waiting) + (waiting == 1 ? " request waits" : " requests wait") + ": n shows it";
+    const Sheet& sheet = view.sheets().upper();
+    const std::string other = !view.message().empty()           ? view.message()
+                              : !view.whyDisconnected().empty() ? view.whyDisconnected()
+                              : sheet.path.empty() ? "Enter shows what differs in the file, Esc goes back"
+                                                   : "Esc goes back";
+    return text.empty() ? other : text + " · " + other;
+}
+
+} // namespace
+
 std::string notice(const View& view) {
     switch (view.mode()) {
     case View::Mode::filter: return "/" + view.typed();
@@ -59,6 +78,7 @@ std::string notice(const View& view) {
     case View::Mode::help: return "j and k scroll, every other key goes back";
     case View::Mode::items: break;
     }
+    if (view.sheets().isOpen()) return sheetNotice(view);
     if (!view.message().empty()) return view.message();
     if (!view.whyDisconnected().empty()) return view.whyDisconnected() + " (r tries again)";
     if (view.isExample()) return "an example; Esc ends it";

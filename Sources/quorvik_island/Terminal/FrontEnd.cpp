@@ -22,6 +22,7 @@ void FrontEnd::lose(const std::string& why) {
     constexpr double pause = 2; // seconds; an idle island wakes up less than once a second
     client_.reset();
     answers_.clear();
+    looks_.clear();
     shown_.clear();
     retryAt_ = steadySeconds() + pause;
     view.disconnected(why);
@@ -67,6 +68,14 @@ void FrontEnd::read() {
                 continue;
             }
             const auto& reply = std::get<ControlClient::Reply>(*message);
+            if (looks_.erase(reply.id) > 0) {
+                if (reply.id != lastLook_) continue;
+                if (reply.error)
+                    view.notLooked(reply.error->what());
+                else
+                    view.looked(reply.result);
+                continue;
+            }
             const auto answer = answers_.extract(reply.id);
             if (!reply.error) continue;
             if (answer.empty())
@@ -96,6 +105,15 @@ bool FrontEnd::perform(const Effect& effect) {
             nlohmann::json params = effect.response.toJSON();
             params["id"] = effect.id;
             answers_[client.send("answer", params)] = effect.id;
+        });
+        return true;
+    case Effect::Kind::look:
+        if (!client_) view.notLooked("Quorvik is not running");
+        talk([&](ControlClient& client) {
+            nlohmann::json params = {{"key", effect.id}};
+            if (!effect.path.empty()) params.update({{"path", effect.path}, {"to", effect.to}});
+            lastLook_ = client.send(effect.path.empty() ? "changes" : "diff", params);
+            looks_.insert(lastLook_);
         });
         return true;
     case Effect::Kind::acknowledge:

@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 
 namespace quorvik {
 
@@ -65,6 +66,8 @@ class FrontEnd {
     double retryAt_ = 0;
     std::string shown_;                           ///< the request of which the app was told last
     std::map<std::int64_t, std::string> answers_; ///< number of the awaited reply → the request answered
+    std::set<std::int64_t> looks_;                ///< numbers of awaited replies that are for sheets
+    std::int64_t lastLook_ = 0;                   ///< the only one of them that is still wanted
 };
 
 /// Seconds of a clock that is never set.

@@ -22,12 +22,13 @@ std::string_view nameOf(View::Mode mode) {
 }
 
 nlohmann::json effectJSON(const Effect& effect) {
-    constexpr std::array<std::string_view, 10> names = {"answer", "acknowledge", "pick",    "unpick",
+    constexpr std::array<std::string_view, 11> names = {"answer", "acknowledge", "pick",    "unpick",
                                                         "open",   "connect",     "refresh", "redraw",
-                                                        "mouse",  "suspend"};
+                                                        "mouse",  "look",        "suspend"};
     const auto index = static_cast<std::size_t>(effect.kind);
     nlohmann::json json = {{"kind", index < names.size() ? names[index] : "quit"}};
     if (!effect.id.empty()) json["id"] = effect.id;
+    if (!effect.path.empty()) json["path"] = effect.path;
     if (effect.kind == Effect::Kind::answer) json["response"] = effect.response.toJSON();
     return json;
 }
@@ -136,9 +137,19 @@ class JSONIsland {
                                 {"message", view.message()},
                                 {"unfolded", unfolded},
                                 {"effects", effects_},
+                                {"sheet", nullptr},
                                 {"selected", nullptr},
                                 {"card", nullptr}};
         if (!entries.empty()) state["selected"] = entries[view.selectedIndex(entries)].key();
+        if (view.sheets().isOpen()) {
+            const Sheet& sheet = view.sheets().upper();
+            state["sheet"] = {{"item", sheet.item},
+                              {"path", sheet.path},
+                              {"waits", sheet.isWaiting},
+                              {"rows", sheet.rows.size()},
+                              {"selected", sheet.selected}};
+            if (view.mode() == View::Mode::items) state["mode"] = sheet.path.empty() ? "changes" : "diff";
+        }
         if (const CardState* card = view.card())
             state["card"] = {{"request", card->id()},
                              {"headline", card->card().headline},

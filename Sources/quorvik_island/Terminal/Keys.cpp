@@ -20,6 +20,8 @@ constexpr KeyRule table[] = {
     {question, KeyAction::back, {"Left", "h"}, "h ←", "back to the question before"},
     {question, KeyAction::deny, {"d"}, "d", "refuse to answer; you may say why"},
     {question, KeyAction::ask, {"t"}, "t", "answer in the agent's own terminal"},
+    {sheet, KeyAction::unfold, {"Enter", "Right", "l", "Click"}, "Enter →", "what differs in the file"},
+    {sheet, KeyAction::fold, {"Esc", "Left", "h"}, "Esc ←", "back, and from the first to the list"},
     {firstRun, KeyAction::connect, {"c"}, "c", "connect the agents that are here"},
     {firstRun, KeyAction::example, {"d"}, "d", "show a moving example"},
     {everywhere, KeyAction::down, {"j", "Down", "WheelDown"}, "j ↓", "down"},
@@ -28,7 +30,11 @@ constexpr KeyRule table[] = {
     {everywhere, KeyAction::last, {"G", "End"}, "G", "to the last"},
     {everywhere, KeyAction::pageDown, {"PgDn", "Ctrl-D", " "}, "PgDn", "read on in the card; a page down"},
     {everywhere, KeyAction::pageUp, {"PgUp", "Ctrl-U"}, "PgUp", "back in the card; a page up"},
-    {everywhere, KeyAction::unfold, {"Enter", "Right", "l", "Click"}, "Enter →", "unfold"},
+    {everywhere,
+     KeyAction::unfold,
+     {"Enter", "Right", "l", "Click"},
+     "Enter →",
+     "unfold; Enter on changes of git's: their files"},
     {everywhere, KeyAction::fold, {"Esc"}, "Esc", "fold; leave the filter"},
     {everywhere, KeyAction::nextRequest, {"n", "Tab"}, "n", "the next request that waits"},
     {everywhere, KeyAction::previousRequest, {"N"}, "N", "the one before"},
@@ -64,6 +70,7 @@ std::string_view heading(KeyPlace place) {
     switch (place) {
     case permission: return "A permission";
     case question: return "A question";
+    case sheet: return "Changes in git";
     case firstRun: return "As long as no agent is connected";
     case everywhere: break;
     }

@@ -52,7 +52,7 @@ enum class KeyAction {
 };
 
 /// Where a key has its meaning. A rule of a narrower place goes before one of `everywhere`.
-enum class KeyPlace { permission, question, firstRun, everywhere };
+enum class KeyPlace { permission, question, sheet, firstRun, everywhere };
 
 /// One row of the table of keys, by which keys are understood and the help is made.
 struct KeyRule {

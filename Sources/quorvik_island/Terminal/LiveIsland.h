@@ -19,7 +19,7 @@ int inLines(const IslandServices& services);
 /// `row` and `column`), `resize` ([rows, columns]), `snapshot` (as docs/control.md has it) and `time`
 /// (seconds since 1970; from then on time stands still). After each line, and whenever the app has said
 /// something, prints one with what there is to see: `frame` (lines), `size`, `cursor`, `mode`, `selected`,
-/// `card`, `message`, `typed`, `filter`, `unfolded`, and `effects` of the keys.
+/// `card`, `sheet`, `message`, `typed`, `filter`, `unfolded`, and `effects` of the keys.
 int asJSON(const IslandServices& services);
 
 } // namespace quorvik::LiveIsland

@@ -69,6 +69,7 @@ class PlainIsland {
             line(drawable(view.message()));
             view.say("");
         }
+        tellSheet();
         const CardState* card = view.card();
         const bool isOpen = card && !card->isSent;
         if (request_ && (!card || card->id() != request_->id())) {
@@ -85,6 +86,20 @@ class PlainIsland {
             isSent_ = false;
             put();
         }
+    }
+
+    /// Prints the files that were asked for, once they have come.
+    void tellSheet() {
+        const Sheets& sheets = frontEnd_.view.sheets();
+        if (!sheets.isOpen() || sheets.upper().isWaiting) return;
+        line(drawable(sheets.upper().title));
+        for (const Sheet::Row& row : sheets.upper().rows) {
+            std::string text = row.text + (row.tail.empty() ? "" : " ");
+            for (const Sheet::Text& piece : row.tail)
+                text += piece.text;
+            line(" " + drawable(text));
+        }
+        frontEnd_.view.closeSheets();
     }
 
     /// Puts the request. Input that was typed before is discarded, since it was not meant for this request.
@@ -119,11 +134,16 @@ class PlainIsland {
         if (typed == "q" || typed == "quit") {
             ended_ = true;
         } else if (typed == "help") {
-            line("A number answers the request that is shown last. list tells what is going on. connect "
-                 "connects coding agents. q quits.");
+            line("A number answers the request that is shown last. list tells what is going on. changes "
+                 "tells the files of the first changes in git. connect connects coding agents. q quits.");
         } else if (typed == "list") {
             for (const std::string& each : changesInWords({}, frontEnd_.view.snapshot()))
                 line(each);
+        } else if (typed == "changes") {
+            const auto effects = frontEnd_.view.openChanges();
+            if (effects.empty()) line("No changes in git are shown.");
+            for (const Effect& effect : effects)
+                frontEnd_.perform(effect);
         } else if (typed == "connect") {
             services_.connectAgents();
             frontEnd_.findAgents();

@@ -43,7 +43,20 @@ void View::show(std::shared_ptr<const Snapshot> snapshot) {
 void View::disconnected(std::string why) {
     disconnected_ = std::move(why);
     cards_.clear();
+    sheets_.fail(); // the answer will not come
     placeCard();
+}
+
+void View::looked(const nlohmann::json& reply) {
+    try {
+        sheets_.fill(reply);
+    } catch (const RecordError& error) {
+        notLooked("the app said what nobody understands: " + std::string(error.what()));
+    }
+}
+
+void View::notLooked(std::string why) {
+    if (sheets_.fail()) say(std::move(why));
 }
 
 void View::refused(std::string_view request, std::string message) {
@@ -146,7 +159,8 @@ void View::placeCard(bool moved) {
 }
 
 void View::drawn(const Frame& frame, Moment now) {
-    entryOfRow_ = frame.entryOfRow;
+    sheets_.drawn(frame);
+    entryOfRow_ = sheets_.isOpen() ? std::vector<std::size_t>() : frame.entryOfRow;
     drawnSnapshot_ = snapshot_;
     pageRows_ = std::max<std::size_t>(frame.card ? frame.card->shown : frame.size.rows / 2, 1);
     const std::string page = frame.card ? frame.card->page : "";
@@ -164,10 +178,12 @@ void View::drawn(const Frame& frame, Moment now) {
 
 bool View::cardTakesKeys(Moment now) const {
     const CardState* card = this->card();
-    return card && !card->isSent && card->page() == drawnPage_ && now.steady - drawnSince_ >= tooSoon;
+    return card && !card->isSent && !sheets_.isOpen() && card->page() == drawnPage_ &&
+           now.steady - drawnSince_ >= tooSoon;
 }
 
 KeyPlace View::place() const {
+    if (sheets_.isOpen()) return KeyPlace::sheet;
     if (const CardState* card = this->card())
         return card->isQuestion() ? KeyPlace::question : KeyPlace::permission;
     return isFirstRun() ? KeyPlace::firstRun : KeyPlace::everywhere;

@@ -3,6 +3,7 @@
 #include "quorvik_island/Terminal/CardState.h"
 #include "quorvik_island/Terminal/Frame.h"
 #include "quorvik_island/Terminal/Keys.h"
+#include "quorvik_island/Terminal/Sheet.h"
 
 #include <map>
 #include <memory>
@@ -25,12 +26,14 @@ struct Effect {
         refresh,       ///< read everything again, reconnect
         redraw,        ///< draw every cell: others may have written on the screen
         toggleMouse,   ///< take the mouse, or leave it to the terminal
+        look,          ///< ask the app for what a sheet shows; its answer goes to looked() or notLooked()
         suspend,       ///< back to the shell
         quit
     };
     Kind kind;
     std::string id;
     ApprovalResponse response{}; ///< of `answer`
+    std::string path{}, to{};    ///< of `look`: as in Sheet; `id` is the item's key
 };
 
 /// A coding agent that is on this machine, for somebody who starts the island for the first time.
@@ -57,12 +60,19 @@ class View {
     void found(std::vector<FoundAgent> agents) { agents_ = std::move(agents); }
     void say(std::string message) { message_ = std::move(message); } ///< one line, until the next key
     void refused(std::string_view request, std::string message);     ///< an answer did not reach its hook
+    void looked(const nlohmann::json& reply); ///< dropped when the sheet that asked is closed
+    void notLooked(std::string why);          ///< likewise
     void drawn(const Frame& frame, Moment now);
     void notDrawn() { drawnPage_.clear(); } ///< something else has been on the screen
     void tick(Moment now);                  ///< moves the example on
 
     /// Changes the view as the key demands. Returns what the caller has to do besides.
     std::vector<Effect> key(const Key& key, Moment now);
+
+    /// For front ends without keys: opens the sheet of the first item that has one. Returns what the caller
+    /// has to do besides; nothing when no item has a sheet.
+    std::vector<Effect> openChanges();
+    void closeSheets() { sheets_.closeAll(); }
 
     // Output: what draw() needs.
 
@@ -97,8 +107,9 @@ class View {
     std::size_t helpScroll() const { return helpScroll_; }
     std::optional<Date> nextExample(Moment now) const; ///< when tick() changes something
     KeyPlace place() const;
+    const Sheets& sheets() const { return sheets_; }
 
-    /// Whether keys for the card count: the card has been in view for a third of a second.
+    /// Whether keys for the card count: the card has been in view for a third of a second, and still is.
     bool cardTakesKeys(Moment now) const;
 
   private:
@@ -113,7 +124,10 @@ class View {
     Effects helpKey(const Key& key);
     Effects act(KeyAction action, const Key& key, Moment now);
     Effects actOnCard(KeyAction action, const Key& key, Moment now);
-    Effects actOnItem(KeyAction action);
+    Effects actOnItem(KeyAction action, const Key& key);
+    Effects actOnSheet(KeyAction action, const Key& key);
+    Effects openSheet(const SnapshotItem& item);
+    Effects look() const;
     Effects answer(ApprovalResponse response, Moment now);
     Effects confirm(Moment now);
     void click(const Key& key);
@@ -132,6 +146,7 @@ class View {
     Mode mode_ = Mode::items;
     std::vector<FoundAgent> agents_;
     std::size_t helpScroll_ = 0;
+    Sheets sheets_;
     std::string drawnPage_; ///< of the card in the last frame; empty when there was none
     double drawnSince_ = 0; ///< steady
     std::size_t pageRows_ = 1;

@@ -1,6 +1,8 @@
 #include "quorvik_island/Terminal/Example.h"
 #include "quorvik_island/Terminal/View.h"
 
+#include "QuorvikApp/Model/GitRecords.h"
+
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
@@ -9,6 +11,23 @@
 // What keys do to the view.
 
 namespace quorvik {
+
+namespace {
+
+/// Whether the key means the same whatever is on the screen.
+bool isForAll(KeyAction action) {
+    switch (action) {
+    case KeyAction::help:
+    case KeyAction::refresh:
+    case KeyAction::redraw:
+    case KeyAction::mouse:
+    case KeyAction::suspend:
+    case KeyAction::quit: return true;
+    default: return false;
+    }
+}
+
+} // namespace
 
 void View::startTyping(Mode mode, std::string typed) {
     mode_ = mode;
@@ -158,10 +177,52 @@ View::Effects View::actOnCard(KeyAction action, const Key& key, Moment now) {
     }
 }
 
-View::Effects View::actOnItem(KeyAction action) {
+View::Effects View::look() const {
+    const Sheet& sheet = sheets_.upper();
+    return {{.kind = Effect::Kind::look, .id = sheet.item, .path = sheet.path, .to = sheet.to}};
+}
+
+View::Effects View::openSheet(const SnapshotItem& item) {
+    sheets_.open(item.id(), itemLabel(*item.record));
+    return look();
+}
+
+View::Effects View::openChanges() {
+    const auto items = snapshot_->items();
+    const auto item = std::ranges::find_if(
+        items, [](const SnapshotItem* each) { return GitRecords::isChanges(*each->record); });
+    return item == items.end() ? Effects() : openSheet(**item);
+}
+
+/// A sheet hides the items and the card, so their keys do nothing here.
+View::Effects View::actOnSheet(KeyAction action, const Key& key) {
+    switch (action) {
+    case KeyAction::up:
+    case KeyAction::down: sheets_.move(action == KeyAction::up ? -1 : 1); return {};
+    case KeyAction::first: sheets_.select(0); return {};
+    case KeyAction::last: sheets_.select(SIZE_MAX); return {};
+    case KeyAction::pageUp:
+    case KeyAction::pageDown: sheets_.movePage(action == KeyAction::pageDown); return {};
+    case KeyAction::unfold:
+        if (key.name == "Click" && !sheets_.click(key.row)) return {};
+        return sheets_.openSelected() ? look() : Effects();
+    case KeyAction::fold: sheets_.close(); return {};
+    case KeyAction::nextRequest:
+    case KeyAction::previousRequest:
+        if (!card()) return {};
+        sheets_.closeAll();
+        nextRequest(0); // the card that has been behind
+        return {};
+    default: return {};
+    }
+}
+
+View::Effects View::actOnItem(KeyAction action, const Key& key) {
     const auto entries = this->entries();
     if (entries.empty()) return {};
     const Entry& entry = entries[selectedIndex(entries)];
+    const bool hasSheet = entry.item && !isExample() && GitRecords::isChanges(*entry.item->record);
+    if (hasSheet && key.name == "Enter") return openSheet(*entry.item);
     if (action == KeyAction::unfold) {
         unfolded_.insert(entry.key());
         return {};
@@ -177,6 +238,7 @@ View::Effects View::actOnItem(KeyAction action) {
 }
 
 View::Effects View::act(KeyAction action, const Key& key, Moment now) {
+    if (sheets_.isOpen() && !isForAll(action)) return actOnSheet(action, key);
     CardState* card = this->card();
     switch (action) {
     case KeyAction::up:
@@ -198,7 +260,7 @@ View::Effects View::act(KeyAction action, const Key& key, Moment now) {
             click(key);
             return {};
         }
-        return actOnItem(action);
+        return actOnItem(action, key);
     case KeyAction::fold: {
         if (isExample()) {
             exampleSince_.reset();
@@ -213,7 +275,7 @@ View::Effects View::act(KeyAction action, const Key& key, Moment now) {
     case KeyAction::previousRequest: nextRequest(-1); return {};
     case KeyAction::acknowledge:
     case KeyAction::pick:
-    case KeyAction::open: return actOnItem(action);
+    case KeyAction::open: return actOnItem(action, key);
     case KeyAction::filter: startTyping(Mode::filter, filter_); return {};
     case KeyAction::example:
         real_ = snapshot_;
