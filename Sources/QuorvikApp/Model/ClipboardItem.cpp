@@ -38,6 +38,10 @@ std::string colourForms(const ColorAction& colour) {
 
 } // namespace
 
+bool ClipboardItem::isOne(const SessionRecord& record) {
+    return record.source == Source::git && record.tool == "Clipboard";
+}
+
 std::optional<ClipboardItem> ClipboardItem::of(std::string_view copied, Date now) {
     const auto action = ClipboardClassifier::classify(copied);
     if (!action) return std::nullopt;

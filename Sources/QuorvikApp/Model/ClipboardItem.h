@@ -20,6 +20,9 @@ struct ClipboardItem {
     /// Whether `text` may take the copied text's place: it is whole.
     bool canBeCopied = false;
 
+    /// Whether a record is such an item's.
+    static bool isOne(const SessionRecord& record);
+
     /// Absent when there is nothing to offer. Of the text itself nothing is kept beyond what is shown.
     static std::optional<ClipboardItem> of(std::string_view copied, Date now);
 };

@@ -63,8 +63,10 @@ std::string sheetNotice(const View& view) {
     const Sheet& sheet = view.sheets().upper();
     const std::string other = !view.message().empty()           ? view.message()
                               : !view.whyDisconnected().empty() ? view.whyDisconnected()
-                              : sheet.path.empty() ? "Enter shows what differs in the file, Esc goes back"
-                                                   : "Esc goes back";
+                              : sheet.kind == Sheet::Kind::files
+                                  ? "Enter shows what differs in the file, Esc goes back"
+                              : sheet.kind == Sheet::Kind::clipboard ? "Enter does it, Esc goes back"
+                                                                     : "Esc goes back";
     return text.empty() ? other : text + " · " + other;
 }
 

@@ -112,9 +112,13 @@ bool FrontEnd::perform(const Effect& effect) {
         talk([&](ControlClient& client) {
             nlohmann::json params = {{"key", effect.id}};
             if (!effect.path.empty()) params.update({{"path", effect.path}, {"to", effect.to}});
-            lastLook_ = client.send(effect.path.empty() ? "changes" : "diff", params);
+            constexpr const char* methods[] = {"changes", "diff", "clipboard"};
+            lastLook_ = client.send(methods[static_cast<std::size_t>(effect.sheet)], params);
             looks_.insert(lastLook_);
         });
+        return true;
+    case Effect::Kind::useClipboard:
+        talk([&](ControlClient& client) { client.send("clipboard", {{"action", effect.id}}); });
         return true;
     case Effect::Kind::acknowledge:
         talk([&](ControlClient& client) { client.send("acknowledge", {{"key", effect.id}}); });

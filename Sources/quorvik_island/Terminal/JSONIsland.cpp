@@ -22,9 +22,9 @@ std::string_view nameOf(View::Mode mode) {
 }
 
 nlohmann::json effectJSON(const Effect& effect) {
-    constexpr std::array<std::string_view, 11> names = {"answer", "acknowledge", "pick",    "unpick",
-                                                        "open",   "connect",     "refresh", "redraw",
-                                                        "mouse",  "look",        "suspend"};
+    constexpr std::array<std::string_view, 12> names = {"answer", "acknowledge", "pick",      "unpick",
+                                                        "open",   "connect",     "refresh",   "redraw",
+                                                        "mouse",  "look",        "clipboard", "suspend"};
     const auto index = static_cast<std::size_t>(effect.kind);
     nlohmann::json json = {{"kind", index < names.size() ? names[index] : "quit"}};
     if (!effect.id.empty()) json["id"] = effect.id;
@@ -148,7 +148,9 @@ class JSONIsland {
                               {"waits", sheet.isWaiting},
                               {"rows", sheet.rows.size()},
                               {"selected", sheet.selected}};
-            if (view.mode() == View::Mode::items) state["mode"] = sheet.path.empty() ? "changes" : "diff";
+            if (view.mode() == View::Mode::items)
+                state["mode"] =
+                    std::array{"changes", "diff", "clipboard"}[static_cast<std::size_t>(sheet.kind)];
         }
         if (const CardState* card = view.card())
             state["card"] = {{"request", card->id()},

@@ -20,7 +20,11 @@ constexpr KeyRule table[] = {
     {question, KeyAction::back, {"Left", "h"}, "h ←", "back to the question before"},
     {question, KeyAction::deny, {"d"}, "d", "refuse to answer; you may say why"},
     {question, KeyAction::ask, {"t"}, "t", "answer in the agent's own terminal"},
-    {sheet, KeyAction::unfold, {"Enter", "Right", "l", "Click"}, "Enter →", "what differs in the file"},
+    {sheet,
+     KeyAction::unfold,
+     {"Enter", "Right", "l", "Click"},
+     "Enter →",
+     "what differs in the file; do it"},
     {sheet, KeyAction::fold, {"Esc", "Left", "h"}, "Esc ←", "back, and from the first to the list"},
     {firstRun, KeyAction::connect, {"c"}, "c", "connect the agents that are here"},
     {firstRun, KeyAction::example, {"d"}, "d", "show a moving example"},
@@ -70,7 +74,7 @@ std::string_view heading(KeyPlace place) {
     switch (place) {
     case permission: return "A permission";
     case question: return "A question";
-    case sheet: return "Changes in git";
+    case sheet: return "Changes in git, and what was copied";
     case firstRun: return "As long as no agent is connected";
     case everywhere: break;
     }

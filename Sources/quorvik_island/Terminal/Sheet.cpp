@@ -66,9 +66,9 @@ Form formOf(DiffLine::Kind kind) {
 
 } // namespace
 
-void Sheets::open(std::string item, std::string label) {
+void Sheets::open(Sheet::Kind kind, std::string item, std::string label) {
     label_ = std::move(label);
-    open_ = {{.item = std::move(item), .title = label_}};
+    open_ = {{.kind = kind, .item = std::move(item), .title = label_}};
     drawnRows_.clear();
 }
 
@@ -76,10 +76,19 @@ bool Sheets::openSelected() {
     const Sheet& files = upper();
     if (files.selected >= files.rows.size() || files.rows[files.selected].opens.empty()) return false;
     const Sheet::Row& row = files.rows[files.selected];
-    Sheet sheet{.item = files.item, .path = row.opens, .title = row.text, .to = files.to};
+    Sheet sheet{.kind = Sheet::Kind::difference,
+                .item = files.item,
+                .path = row.opens,
+                .title = row.text,
+                .to = files.to};
     open_.push_back(std::move(sheet));
     drawnRows_.clear();
     return true;
+}
+
+std::string Sheets::selectedAction() const {
+    const Sheet& sheet = upper();
+    return sheet.selected < sheet.rows.size() ? sheet.rows[sheet.selected].action : "";
 }
 
 void Sheets::close() {
@@ -95,10 +104,11 @@ bool Sheets::fail() {
 
 void Sheets::fill(const nlohmann::json& reply) {
     if (!isOpen() || !upper().isWaiting) return;
-    if (upper().path.empty())
-        fillFiles(ItemChanges::fromJSON(reply));
-    else
-        fillDiff(diffFromJSON(reply));
+    switch (upper().kind) {
+    case Sheet::Kind::files: fillFiles(ItemChanges::fromJSON(reply)); break;
+    case Sheet::Kind::difference: fillDiff(diffFromJSON(reply)); break;
+    case Sheet::Kind::clipboard: fillClipboard(reply); break;
+    }
     open_.back().isWaiting = false;
     drawnRows_.clear();
 }
@@ -143,6 +153,21 @@ void Sheets::fillDiff(const FileDiff& diff) {
     if (diff.isBinary) add("a binary file, which has no lines");
     if (diff.isShortened) add("… the rest is left out");
     if (sheet.rows.empty()) add("no line differs");
+}
+
+void Sheets::fillClipboard(const nlohmann::json& reply) {
+    std::optional<std::string> text;
+    bool canBeCopied = false;
+    const RecordReader reader(reply);
+    reader.optional("text", text);
+    reader.required("canBeCopied", canBeCopied);
+    Sheet& sheet = open_.back();
+    if (canBeCopied)
+        sheet.rows.push_back({.text = "Copy this instead", .style = Style::strong, .action = "copy"});
+    sheet.rows.push_back({.text = "Empty the clipboard", .style = Style::strong, .action = "clear"});
+    for (std::string_view rest = text ? std::string_view(*text) : ""; !rest.empty();)
+        sheet.rows.push_back({.text = lineText(Unicode::takeLine(rest))});
+    if (!text) sheet.rows.push_back({"It is neither kept nor shown.", Style::note});
 }
 
 void Sheets::select(std::size_t row) {

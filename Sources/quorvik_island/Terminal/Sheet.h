@@ -10,9 +10,10 @@
 
 namespace quorvik {
 
-/// A list that lies over the items: the files behind a "Changes" item, or the difference of one of them.
-/// Until its content has come it is empty.
+/// A list that lies over the items: the files behind a "Changes" item, the difference of one of them, or what
+/// can be done with what was copied. Until its content has come it is empty.
 struct Sheet {
+    enum class Kind { files, difference, clipboard };
     struct Text {
         std::string text;
         Style style = Style::plain;
@@ -23,10 +24,12 @@ struct Sheet {
         std::string before;     ///< line numbers and sign; all rows of a difference give it the same width
         std::vector<Text> tail; ///< behind the text, and in view even if that is long
         std::string opens;      ///< path of the file whose difference Enter shows; may be empty
+        std::string action{};   ///< what Enter does with the clipboard: "copy", "clear"; may be empty
     };
 
+    Kind kind = Kind::files;
     std::string item;  ///< key
-    std::string path;  ///< of the file whose difference it is; empty: it is the list of files
+    std::string path;  ///< of the file whose difference it is; else empty
     std::string title; ///< what it shows
     std::string to;    ///< the newer of the two commits, once the list has come
     bool isWaiting = true;
@@ -41,11 +44,14 @@ class Sheets {
     bool isOpen() const { return !open_.empty(); }
     const Sheet& upper() const { return open_.back(); } ///< there must be one
 
-    /// Opens the list of an item's files. `label` names the item.
-    void open(std::string item, std::string label);
+    /// Opens an item's first sheet. `label` names the item.
+    void open(Sheet::Kind kind, std::string item, std::string label);
 
     /// Opens what the selected row stands for; false when that is nothing.
     bool openSelected();
+
+    /// What Enter does with the clipboard; empty when the selected row stands for nothing of that kind.
+    std::string selectedAction() const;
 
     /// Closes the uppermost sheet.
     void close();
@@ -74,6 +80,7 @@ class Sheets {
   private:
     void fillFiles(const ItemChanges& changes);
     void fillDiff(const FileDiff& diff);
+    void fillClipboard(const nlohmann::json& reply);
 
     std::vector<Sheet> open_;
     std::string label_;

@@ -24,7 +24,10 @@ class SheetDrawing {
         if (sheet_.rows.empty()) {
             RowWriter row = writer();
             row.skip(marker);
-            row.add(sheet_.isWaiting ? "git is being asked…" : "no file differs", Style::faint);
+            row.add(!sheet_.isWaiting                       ? "no file differs"
+                    : sheet_.kind == Sheet::Kind::clipboard ? "looking…"
+                                                            : "git is being asked…",
+                    Style::faint);
             push(row.take(), Frame::noEntry);
             return;
         }

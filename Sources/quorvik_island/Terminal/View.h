@@ -27,13 +27,15 @@ struct Effect {
         redraw,        ///< draw every cell: others may have written on the screen
         toggleMouse,   ///< take the mouse, or leave it to the terminal
         look,          ///< ask the app for what a sheet shows; its answer goes to looked() or notLooked()
+        useClipboard,  ///< `id` is the action: "copy" or "clear"
         suspend,       ///< back to the shell
         quit
     };
     Kind kind;
     std::string id;
     ApprovalResponse response{}; ///< of `answer`
-    std::string path{}, to{};    ///< of `look`: as in Sheet; `id` is the item's key
+    Sheet::Kind sheet{};         ///< of `look`, as the next two; `id` is the item's key
+    std::string path{}, to{};    ///< as in Sheet
 };
 
 /// A coding agent that is on this machine, for somebody who starts the island for the first time.

@@ -1,6 +1,7 @@
 #include "quorvik_island/Terminal/Example.h"
 #include "quorvik_island/Terminal/View.h"
 
+#include "QuorvikApp/Model/ClipboardItem.h"
 #include "QuorvikApp/Model/GitRecords.h"
 
 #include "QuorvikCore/Text/Unicode.h"
@@ -179,11 +180,16 @@ View::Effects View::actOnCard(KeyAction action, const Key& key, Moment now) {
 
 View::Effects View::look() const {
     const Sheet& sheet = sheets_.upper();
-    return {{.kind = Effect::Kind::look, .id = sheet.item, .path = sheet.path, .to = sheet.to}};
+    return {{.kind = Effect::Kind::look,
+             .id = sheet.item,
+             .sheet = sheet.kind,
+             .path = sheet.path,
+             .to = sheet.to}};
 }
 
 View::Effects View::openSheet(const SnapshotItem& item) {
-    sheets_.open(item.id(), itemLabel(*item.record));
+    const bool isChanges = GitRecords::isChanges(*item.record);
+    sheets_.open(isChanges ? Sheet::Kind::files : Sheet::Kind::clipboard, item.id(), itemLabel(*item.record));
     return look();
 }
 
@@ -205,6 +211,11 @@ View::Effects View::actOnSheet(KeyAction action, const Key& key) {
     case KeyAction::pageDown: sheets_.movePage(action == KeyAction::pageDown); return {};
     case KeyAction::unfold:
         if (key.name == "Click" && !sheets_.click(key.row)) return {};
+        if (const std::string wanted = sheets_.selectedAction(); !wanted.empty()) {
+            sheets_.closeAll();
+            say(wanted == "copy" ? "copied" : "the clipboard is empty");
+            return {{Effect::Kind::useClipboard, wanted}};
+        }
         return sheets_.openSelected() ? look() : Effects();
     case KeyAction::fold: sheets_.close(); return {};
     case KeyAction::nextRequest:
@@ -221,7 +232,9 @@ View::Effects View::actOnItem(KeyAction action, const Key& key) {
     const auto entries = this->entries();
     if (entries.empty()) return {};
     const Entry& entry = entries[selectedIndex(entries)];
-    const bool hasSheet = entry.item && !isExample() && GitRecords::isChanges(*entry.item->record);
+    const bool hasSheet =
+        entry.item && !isExample() &&
+        (GitRecords::isChanges(*entry.item->record) || ClipboardItem::isOne(*entry.item->record));
     if (hasSheet && key.name == "Enter") return openSheet(*entry.item);
     if (action == KeyAction::unfold) {
         unfolded_.insert(entry.key());
