@@ -22,6 +22,9 @@ struct SessionFolder {
     std::set<std::string, std::less<>> lost;
 
     std::vector<std::string> corrupt, unsupported; ///< paths, sorted
+
+    /// Whether they hold the same objects.
+    bool operator==(const SessionFolder&) const = default;
 };
 
 /// Everything there is to show and to answer, and the rules for it. No I/O and no clock: each event is passed

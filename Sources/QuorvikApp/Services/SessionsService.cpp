@@ -95,11 +95,10 @@ void SessionsService::look(Look look) {
     if (error && error != std::errc::no_such_file_or_directory) {
         // What is shown stays as it was: a folder that cannot be read says nothing about the sessions.
         troubles.emplace_back(FileError("list", folder, error.value()).what());
-        model_.setTroubles("sessions", std::move(troubles), loop_.now());
-        return changed_();
+        return tellTroubles(std::move(troubles));
     }
     if (!isWatched) troubles.push_back(std::move(whyUnwatched));
-    model_.setTroubles("sessions", std::move(troubles), loop_.now());
+    tellTroubles(std::move(troubles));
 
     std::map<std::string, File, std::less<>> found;
     for (const SessionStore::LoadResult& content : results) {
@@ -122,6 +121,13 @@ void SessionsService::look(Look look) {
     tellModel();
 }
 
+void SessionsService::tellTroubles(std::vector<std::string> troubles) {
+    if (troubles == toldTroubles_) return;
+    toldTroubles_ = troubles;
+    model_.setTroubles("sessions", std::move(troubles), loop_.now());
+    changed_();
+}
+
 void SessionsService::tellModel() {
     SessionFolder folder;
     std::error_code error;
@@ -136,6 +142,8 @@ void SessionsService::tellModel() {
             folder.corrupt.push_back(path); // what ended while we looked has left nothing behind
         }
     }
+    if (folder == told_) return;
+    told_ = folder;
     model_.setSessions(std::move(folder), loop_.now());
     changed_();
 }

@@ -39,6 +39,7 @@ class SessionsService {
     void look(Look look);
     bool readNamed(const std::string& name);
     void tellModel();
+    void tellTroubles(std::vector<std::string> troubles);
     static bool isLost(const SessionRecord& record);
 
     EventLoop& loop_;
@@ -48,6 +49,8 @@ class SessionsService {
     Timer slowLook_, soonLook_;
     SessionStore::LoadCache cache_;
     std::map<std::string, File, std::less<>> files_; ///< by path
+    SessionFolder told_;                             ///< to the model
+    std::vector<std::string> toldTroubles_;          ///< likewise
 };
 
 } // namespace quorvik

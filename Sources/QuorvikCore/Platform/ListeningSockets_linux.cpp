@@ -1,6 +1,13 @@
+#include "QuorvikCore/Platform/FileDescriptor.h"
 #include "QuorvikCore/Platform/ListeningSockets.h"
 #include "QuorvikCore/Platform/ProcessTable.h"
 
+#include <arpa/inet.h>
+#include <linux/inet_diag.h>
+#include <linux/netlink.h>
+#include <linux/sock_diag.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -8,6 +15,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <sstream>
 #include <string_view>
 #include <vector>
 
@@ -15,46 +23,75 @@ namespace quorvik::Platform {
 
 namespace {
 
-constexpr std::size_t fieldCount = 10;
+struct Listener {
+    std::uint64_t inode;
+    int port;
+};
 
-std::vector<std::string_view> wordsOf(std::string_view line) {
-    std::vector<std::string_view> words;
-    for (std::size_t from = 0; words.size() < fieldCount;) {
-        from = line.find_first_not_of(' ', from);
-        if (from == line.npos) break;
-        const std::size_t to = std::min(line.find(' ', from), line.size());
-        words.push_back(line.substr(from, to - from));
-        from = to;
-    }
-    return words;
-}
-
-/// Calls `use` with the words of each listening socket's line: 1 is "0100007F:0BB8", address and port in
-/// hexadecimal digits, 9 the socket's inode. The tables are described in proc(5).
-template <typename Use>
-void forEachListener(const Use& use) {
-    for (const char* table : {"/proc/net/tcp", "/proc/net/tcp6"}) {
-        std::ifstream lines(table);
-        std::string line;
-        std::getline(lines, line); // the heads of the columns
-        while (std::getline(lines, line)) {
-            const auto words = wordsOf(line);
-            constexpr std::string_view listening = "0A";
-            // The kernel lists them first. Connections, of which there may be very many, are not read.
-            if (words.size() < fieldCount || words[3] != listening) break;
-            use(words);
+/// Asks the kernel for the listening sockets of one family (sock_diag(7)). False when it does not answer such
+/// questions.
+bool askKernel(std::uint8_t family, std::vector<Listener>& listeners) {
+    const FileDescriptor socket(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG));
+    struct {
+        nlmsghdr header;
+        inet_diag_req_v2 question;
+    } request{};
+    request.header.nlmsg_len = sizeof request;
+    request.header.nlmsg_type = SOCK_DIAG_BY_FAMILY;
+    request.header.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
+    request.question.sdiag_family = family;
+    request.question.sdiag_protocol = IPPROTO_TCP;
+    constexpr int listening = 10; // TCP_LISTEN
+    request.question.idiag_states = 1u << listening;
+    if (!socket || ::send(socket.get(), &request, sizeof request, 0) < 0) return false;
+    for (;;) {
+        alignas(nlmsghdr) char answer[32'768];
+        const ssize_t size = ::recv(socket.get(), answer, sizeof answer, 0);
+        if (size <= 0) return false;
+        auto left = static_cast<unsigned>(size);
+        for (auto* message = reinterpret_cast<nlmsghdr*>(answer); NLMSG_OK(message, left);
+             message = NLMSG_NEXT(message, left)) {
+            if (message->nlmsg_type == NLMSG_DONE) return true;
+            if (message->nlmsg_type != SOCK_DIAG_BY_FAMILY) return false; // an error
+            const auto* found = static_cast<const inet_diag_msg*>(NLMSG_DATA(message));
+            listeners.push_back({found->idiag_inode, ntohs(found->id.idiag_sport)});
         }
     }
 }
 
-std::optional<int> portOf(std::string_view address) {
-    const auto colon = address.rfind(':');
-    int port = 0;
-    if (colon == address.npos) return std::nullopt;
-    const auto [end, error] =
-        std::from_chars(address.data() + colon + 1, address.data() + address.size(), port, 16);
-    if (error != std::errc() || end != address.data() + address.size()) return std::nullopt;
-    return port;
+/// The same from the kernel's tables of all connections, described in proc(5), whose reading takes
+/// milliseconds: of a line, the second word is "0100007F:0BB8", address and port in hexadecimal digits, the
+/// fourth "0A" for a listener, the tenth the inode.
+void readTable(const char* table, std::vector<Listener>& listeners) {
+    std::ifstream lines(table);
+    std::string line;
+    std::getline(lines, line); // the heads of the columns
+    while (std::getline(lines, line)) {
+        std::istringstream text(line);
+        std::string number, local, remote, state, ignored;
+        Listener listener{};
+        text >> number >> local >> remote >> state;
+        if (state != "0A") return; // the kernel lists them first
+        for (int word = 0; word < 5; ++word)
+            text >> ignored;
+        const auto colon = local.rfind(':');
+        if (!(text >> listener.inode) || colon == local.npos) continue;
+        const char* const end = local.data() + local.size();
+        const auto [last, error] = std::from_chars(local.data() + colon + 1, end, listener.port, 16);
+        if (error == std::errc() && last == end) listeners.push_back(listener);
+    }
+}
+
+/// In an order that depends on nothing but the sockets.
+std::vector<Listener> allListeners() {
+    std::vector<Listener> listeners;
+    if (!askKernel(AF_INET, listeners) || !askKernel(AF_INET6, listeners)) {
+        listeners.clear();
+        readTable("/proc/net/tcp", listeners);
+        readTable("/proc/net/tcp6", listeners);
+    }
+    std::ranges::sort(listeners, {}, &Listener::inode);
+    return listeners;
 }
 
 /// The inode in "socket:[4711]", what a descriptor of a socket links to.
@@ -68,9 +105,8 @@ std::string_view inodeOf(std::string_view target) {
 
 std::optional<std::string> listeningSockets() {
     std::map<std::string, int, std::less<>> ports; // by inode
-    forEachListener([&](const std::vector<std::string_view>& words) {
-        if (const auto port = portOf(words[1])) ports.emplace(words[9], *port);
-    });
+    for (const Listener& listener : allListeners())
+        ports.emplace(std::to_string(listener.inode), listener.port);
     std::string listing;
     if (ports.empty()) return listing;
     std::error_code error;
@@ -100,9 +136,8 @@ std::optional<std::string> listeningSockets() {
 
 std::optional<std::string> listenerTable() {
     std::string table;
-    forEachListener([&](const std::vector<std::string_view>& words) {
-        table.append(words[1]).append(" ").append(words[9]).append("\n");
-    });
+    for (const Listener& listener : allListeners())
+        table += std::to_string(listener.inode) + " " + std::to_string(listener.port) + "\n";
     return table;
 }
 
