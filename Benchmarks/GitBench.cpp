@@ -15,10 +15,11 @@ namespace {
 
 /// A difference of one file, of so many bytes.
 std::string difference(std::size_t bytes) {
-    std::string text =
-        "diff --git a/file b/file\nindex 1111111..2222222 100644\n--- a/file\n+++ b/file\n@@ -1,9 +1,9 @@\n";
-    while (text.size() < bytes)
-        text += "-the line as it was before\n+the line as it is now\n the line between\n";
+    std::string text = "diff --git a/file b/file\nindex 1111111..2222222 100644\n--- a/file\n+++ b/file\n";
+    for (std::size_t line = 1; text.size() < bytes; line += 2) {
+        const std::string at = std::to_string(line);
+        text += "@@ -" + at + ",2 +" + at + ",2 @@\n-as it was before\n+as it is now\n the line between\n";
+    }
     return text;
 }
 

@@ -294,6 +294,23 @@ TEST(GitChangesTests, ReflogsAndPackedRefsBeingWritten) {
     EXPECT_EQ(packedRef(packed, "refs/heads/ab"), std::string(40, 'b'));
     EXPECT_FALSE(packedRef(packed, "refs/heads/bad"));
     EXPECT_FALSE(packedRef(packed, "heads/a"));
+
+    // Sorted, the file is searched by halves, else from its start.
+    std::vector<std::string> names;
+    for (int number = 0; number < 300; ++number)
+        names.push_back("refs/heads/" + std::to_string(number * number % 307));
+    std::ranges::sort(names);
+    for (const char* heading :
+         {"# pack-refs with: peeled fully-peeled sorted \n", "# pack-refs with: peeled \n", ""}) {
+        std::string many = heading;
+        for (std::size_t index = 0; index < names.size(); ++index)
+            many += id + " " + names[index] + "\n" + (index % 3 == 0 ? "^" + id + "\n" : "");
+        for (const std::string& name : names) {
+            EXPECT_EQ(packedRef(many, name), id) << heading << name;
+            EXPECT_FALSE(packedRef(many, name + "x")) << heading;
+        }
+        EXPECT_FALSE(packedRef(many, "refs/heads/")) << heading;
+    }
 }
 
 } // namespace quorvik

@@ -122,15 +122,51 @@ std::optional<std::string> newestReflogMessage(std::string_view reflog) {
     return std::string(line.substr(tab + 1));
 }
 
+namespace {
+
+/// One line of a file of packed refs: "<id> <name>". Lines that begin with "^" belong to the line before.
+struct PackedLine {
+    std::size_t begin, end; ///< in the file, without the line feed
+    std::string_view id, name;
+};
+
+/// The line in which that byte stands; of one that belongs to another, that one.
+PackedLine packedLineAt(std::string_view packedRefs, std::size_t at) {
+    std::size_t begin = at;
+    do {
+        const std::size_t before = begin == 0 ? packedRefs.npos : packedRefs.rfind('\n', begin - 1);
+        begin = before == packedRefs.npos ? 0 : before + 1;
+    } while (begin > 0 && packedRefs[begin] == '^' && --begin > 0);
+    const std::size_t end = std::min(packedRefs.find('\n', begin), packedRefs.size());
+    const std::string_view line = packedRefs.substr(begin, end - begin);
+    const std::size_t blank = std::min(line.find(' '), line.size());
+    return {begin, end, line.substr(0, blank), line.substr(std::min(blank + 1, line.size()))};
+}
+
+} // namespace
+
 std::optional<std::string> packedRef(std::string_view packedRefs, std::string_view ref) {
+    const std::size_t heading = packedRefs.starts_with('#') ? packedRefs.find('\n') : packedRefs.npos;
+    const bool isSorted =
+        heading != packedRefs.npos && packedRefs.substr(0, heading).find(" sorted") != packedRefs.npos;
+    if (isSorted) { // as git has written it for years, and trusts it to be; there may be megabytes
+        std::size_t from = heading + 1, to = packedRefs.size();
+        while (from < to) {
+            const PackedLine line = packedLineAt(packedRefs, from + (to - from) / 2);
+            if (line.name == ref && isObjectID(line.id)) return std::string(line.id);
+            if (line.name < ref)
+                from = std::max(line.end + 1, from + (to - from) / 2 + 1);
+            else
+                to = std::min(line.begin, to - 1);
+        }
+        return std::nullopt;
+    }
     // The name with what stands around it: a blank before, a line's end behind.
     const std::string wanted = " " + std::string(ref) + "\n";
     for (std::size_t at = packedRefs.find(wanted); at != packedRefs.npos;
          at = packedRefs.find(wanted, at + 1)) {
-        const std::size_t before = packedRefs.rfind('\n', at);
-        const std::size_t start = before == packedRefs.npos ? 0 : before + 1;
-        const std::string_view id = packedRefs.substr(start, at - start);
-        if (isObjectID(id)) return std::string(id);
+        const PackedLine line = packedLineAt(packedRefs, at);
+        if (isObjectID(line.id)) return std::string(line.id);
     }
     return std::nullopt;
 }
