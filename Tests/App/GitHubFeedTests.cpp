@@ -5,6 +5,7 @@
 #include "QuorvikCore/Text/ISO8601.h"
 
 #include <algorithm>
+#include <csignal>
 #include <functional>
 
 namespace quorvik {
