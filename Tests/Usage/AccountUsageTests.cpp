@@ -34,17 +34,26 @@ class Service {
         host = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port));
         thread_ = std::thread([this, answer] {
             const FileDescriptor peer(::accept(listener_.get(), nullptr, nullptr));
-            while (request.find("\r\n\r\n") == request.npos && testing::readMore(peer.get(), request)) {
+            while (request_.find("\r\n\r\n") == request_.npos && testing::readMore(peer.get(), request_)) {
             }
-            if (answer.empty()) testing::readMore(peer.get(), request); // until the client has had enough
+            if (answer.empty()) testing::readMore(peer.get(), request_); // until the client has had enough
             writeAll(peer.get(), answer.data(), answer.size());
         });
     }
-    ~Service() { thread_.join(); }
+    ~Service() {
+        if (thread_.joinable()) thread_.join();
+    }
 
-    std::string host, request;
+    /// What the client has sent, once it has had its answer.
+    const std::string& request() {
+        thread_.join();
+        return request_;
+    }
+
+    std::string host;
 
   private:
+    std::string request_;
     FileDescriptor listener_;
     std::thread thread_;
 };
@@ -150,8 +159,9 @@ TEST_F(AccountUsageTests, KeepsWhatTheServiceTellsAndNeverTellsTheLogin) {
              {ok(body), done}}) {
         Service service(answer);
         EXPECT_EQ(ask(service.host, "", answer.empty() ? "1" : "20"), expected);
-        EXPECT_EQ(service.request.find("GET /api/oauth/usage HTTP/1.1\r\n"), 0);
-        EXPECT_NE(service.request.find("Authorization: Bearer " + secret + "\r\n"), std::string::npos);
+        const std::string& request = service.request();
+        EXPECT_EQ(request.find("GET /api/oauth/usage HTTP/1.1\r\n"), 0);
+        EXPECT_NE(request.find("Authorization: Bearer " + secret + "\r\n"), std::string::npos);
     }
     EXPECT_EQ(testing::namesIn(support / "usage"), std::vector<std::string>{"account-claude.json"});
     EXPECT_EQ(testing::modeOf(AccountUsage::file(Source::claude)), 0600u);
