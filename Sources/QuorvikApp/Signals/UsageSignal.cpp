@@ -23,6 +23,7 @@ constexpr const char* secondsForAnswer = "8";
 void UsageSignal::update() {
     if (settings().usage) {
         setAccounts();
+        if (isOn()) return;
         try {
             QuorvikPaths::ensureDirectory(QuorvikPaths::usageDirectory()); // so that it can be watched
         } catch (const FileError&) {
