@@ -76,9 +76,10 @@ void ControlService::accepted(const std::shared_ptr<LineConnection>& connection)
             frontEnds_, [&](const FrontEndPointer& other) { return other.get() == raw; });
         if (found == frontEnds_.end()) return;
         (*found)->connection->closeWhenSent(); // whoever only stopped speaking still gets its replies
+        const bool wasFrontEnd = (*found)->isSubscribed;
         frontEnds_.erase(found);
         app_.changed();
-        app_.frontEndsChanged();
+        if (wasFrontEnd) app_.frontEndsChanged();
     };
     frontEnds_.push_back(std::move(frontEnd));
 }
