@@ -235,6 +235,18 @@ TEST_F(LoopTests, RunsOtherProgramsWithinTheirLimits) {
     ASSERT_TRUE(turnUntil(loop, [&] { return missing.has_value(); }));
     EXPECT_EQ(missing->failure, "could not run /none/such: no such file or directory");
 
+    // More than a pipe holds or an argument may be; a program may end without having read it.
+    for (const auto& [script, output] :
+         {std::pair{"wc -c | tr -d ' '", "300000\n"}, {"echo unread", "unread\n"}}) {
+        std::optional<ChildProcess::Result> result;
+        const ChildProcess reader(
+            loop, {"sh", "-c", script}, {Seconds(10), 10'000},
+            [&](ChildProcess::Result done) { result = std::move(done); }, ChildProcess::Locale::plain, {},
+            std::string(300'000, 'x'));
+        ASSERT_TRUE(turnUntil(loop, [&] { return result.has_value(); })) << script;
+        EXPECT_EQ(result->output, output);
+    }
+
     // One that does not heed the signal that asks it to end is killed.
     std::optional<ChildProcess::Result> stubborn;
     ChildProcess ignoring(loop, {"sh", "-c", "trap '' INT; while :; do sleep 1; done"}, {Seconds(60), 100},

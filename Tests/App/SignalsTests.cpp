@@ -257,7 +257,7 @@ case "$*" in
 *TIMESTAMP) cat stamp ;;
 *TARGETS) cat types ;;
 *UTF8_STRING) echo >> reads; cat text ;;
-*) cat > put ;;
+*) cat > putting; mv putting put ;;
 esac
 )");
     ::setenv("DISPLAY", ":0", 1);
@@ -274,6 +274,7 @@ esac
     EXPECT_EQ(testing::AppTest::island({"clipboard"}).output.substr(0, 18), "{\n  \"name\": \"value");
     EXPECT_EQ(testing::AppTest::island({"clipboard", "copy"}).status, 0);
     EXPECT_TRUE(eventually([&] { return std::filesystem::exists(home / "bin/put"); }));
+    EXPECT_EQ(nlohmann::json::parse(testing::contentOf(home / "bin/put")), nlohmann::json::parse(json));
 
     const auto copied = [&](const char* stamp, const std::string& types, const std::string& text) {
         write("bin/text", text);

@@ -40,12 +40,16 @@ struct ChildProcess::Inner : std::enable_shared_from_this<ChildProcess::Inner> {
     struct Output : Handle<Output, uv_pipe_t> {
         std::weak_ptr<Inner> owner;
     };
+    struct Input : Handle<Input, uv_pipe_t> {
+        uv_write_t request{};
+        std::string text;
+    };
 
     Inner(EventLoop& loop_, const Limits& limits_, Done done_, Listener listener_)
         : loop(loop_), limits(limits_), done(std::move(done_)), listener(std::move(listener_)),
           deadline(loop_, [this] { expired(); }) {}
 
-    void start(std::vector<std::string> arguments, Locale locale) {
+    void start(std::vector<std::string> arguments, Locale locale, std::string text) {
         process = std::make_shared<Process>();
         output = std::make_shared<Output>();
         process->loop = output->loop = &loop;
@@ -58,6 +62,15 @@ struct ChildProcess::Inner : std::enable_shared_from_this<ChildProcess::Inner> {
         std::vector<char*> names = Platform::argumentPointers(variables);
         uv_stdio_container_t streams[3] = {};
         streams[0].flags = UV_IGNORE; // libuv puts /dev/null there
+        std::shared_ptr<Input> input;
+        if (!text.empty()) {
+            input = std::make_shared<Input>();
+            input->text = std::move(text);
+            uv_pipe_init(loop.handle(), &input->handle, 0); // cannot fail
+            input->opened();
+            streams[0].flags = static_cast<uv_stdio_flags>(UV_CREATE_PIPE | UV_READABLE_PIPE);
+            streams[0].data.stream = reinterpret_cast<uv_stream_t*>(&input->handle);
+        }
         streams[1].flags = static_cast<uv_stdio_flags>(UV_CREATE_PIPE | UV_WRITABLE_PIPE);
         streams[1].data.stream = reinterpret_cast<uv_stream_t*>(&output->handle);
         streams[2].flags = UV_IGNORE;
@@ -75,12 +88,24 @@ struct ChildProcess::Inner : std::enable_shared_from_this<ChildProcess::Inner> {
         if (error != 0) {
             process->close();
             process.reset();
+            if (input) input->close();
             result.failure = "could not run " + arguments.front() + ": " + uv_strerror(error);
             outputEnded = true;
             return finish();
         }
+        if (input) write(*input);
         uv_read_start(reinterpret_cast<uv_stream_t*>(&output->handle), allocate, arrived);
         deadline.start(limits.time);
+    }
+
+    /// Writes as the program reads. A program that ends without having read all of it ends the writing.
+    static void write(Input& input) {
+        const uv_buf_t text = uv_buf_init(input.text.data(), static_cast<unsigned>(input.text.size()));
+        const auto written = [](uv_write_t* request, int) {
+            static_cast<Input*>(request->handle->data)->close();
+        };
+        if (uv_write(&input.request, reinterpret_cast<uv_stream_t*>(&input.handle), &text, 1, written) != 0)
+            input.close();
     }
 
     static void exited(uv_process_t* handle, std::int64_t status, int signal) {
@@ -180,9 +205,9 @@ struct ChildProcess::Inner : std::enable_shared_from_this<ChildProcess::Inner> {
 };
 
 ChildProcess::ChildProcess(EventLoop& loop, const std::vector<std::string>& arguments, const Limits& limits,
-                           Done done, Locale locale, Listener listener)
+                           Done done, Locale locale, Listener listener, std::string input)
     : inner_(std::make_shared<Inner>(loop, limits, std::move(done), std::move(listener))) {
-    inner_->start(arguments, locale);
+    inner_->start(arguments, locale, std::move(input));
 }
 
 ChildProcess::~ChildProcess() {

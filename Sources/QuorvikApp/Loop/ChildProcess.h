@@ -10,9 +10,9 @@
 
 namespace quorvik {
 
-/// One run of another program, in a session of its own, in "/", without a shell, standard input or any
-/// descriptors of ours. When its time limit is reached, it and everything that it started get SIGTERM, and
-/// SIGKILL two seconds later.
+/// One run of another program, in a session of its own, in "/", without a shell or any descriptors of ours.
+/// When its time limit is reached, it and everything that it started get SIGTERM, and SIGKILL two seconds
+/// later.
 class ChildProcess {
   public:
     struct Limits {
@@ -41,10 +41,11 @@ class ChildProcess {
     /// stays empty, and what it prints has no limit.
     using Listener = std::function<void(std::string_view)>;
 
-    /// Starts the program. `arguments[0]` is searched in the PATH. `done` is called once, never before the
-    /// constructor returns. Destroying the object ends the program, and `done` is then not called.
+    /// Starts the program. `arguments[0]` is searched in the PATH. Its standard input is `input`, whatever
+    /// the size; nobody else sees it, unlike arguments. `done` is called once, never before the constructor
+    /// returns. Destroying the object ends the program, and `done` is then not called.
     ChildProcess(EventLoop& loop, const std::vector<std::string>& arguments, const Limits& limits, Done done,
-                 Locale locale = Locale::plain, Listener listener = {});
+                 Locale locale = Locale::plain, Listener listener = {}, std::string input = {});
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <thread>
 
@@ -15,6 +16,7 @@ namespace quorvik {
 EventLoop::EventLoop() : loop_(std::make_unique<uv_loop_t>()), now_(std::chrono::system_clock::now()) {
     if (const int error = uv_loop_init(loop_.get()); error != 0)
         throwLoopError("start the event loop", error);
+    std::signal(SIGPIPE, SIG_IGN); // libuv writes with write(2)
 }
 
 EventLoop::~EventLoop() {

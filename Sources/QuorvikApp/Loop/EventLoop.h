@@ -26,6 +26,8 @@ class LoopError : public std::runtime_error {
 /// What happened is only noted while the loop turns. The handlers run after the turn, one after the other,
 /// and find one time for all of them. So no handler ever runs inside another one, and a handler may destroy
 /// whatever it likes, its own source included. For one thread.
+///
+/// From the first loop on, the process ignores SIGPIPE: a peer that went away is an error of one write.
 class EventLoop {
   public:
     using Handler = std::function<void()>;

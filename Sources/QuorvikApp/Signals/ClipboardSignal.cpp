@@ -100,11 +100,10 @@ void ClipboardSignal::clear() {
     if (programs_) put("");
 }
 
-void ClipboardSignal::put(const std::string& text) {
-    // The text is an argument, never a part of the shell's own text.
+void ClipboardSignal::put(std::string text) {
     writer_ = std::make_unique<ChildProcess>(
-        context_.loop, Words{"sh", "-c", "printf %s \"$1\" | " + programs_->put + " >/dev/null", "sh", text},
-        brief, [](const ChildProcess::Result&) {});
+        context_.loop, programs_->put, brief, [](const ChildProcess::Result&) {}, ChildProcess::Locale::plain,
+        ChildProcess::Listener(), std::move(text));
 }
 
 } // namespace quorvik

@@ -31,7 +31,7 @@ class ClipboardSignal : public Signal {
     void read();
     void offer(std::optional<ClipboardItem> item);
     void take(std::string copied);
-    void put(const std::string& text);
+    void put(std::string text);
 
     std::optional<Platform::ClipboardPrograms> programs_;
     std::unique_ptr<ChildProcess> watcher_, writer_;

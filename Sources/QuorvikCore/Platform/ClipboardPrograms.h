@@ -13,10 +13,10 @@ struct ClipboardPrograms {
 
     Words
         watch; ///< prints a line after each change, and does not end; empty: there is none, `stamp` is asked
-    Words stamp;     ///< prints what differs after each change; empty when there is `watch`
-    Words types;     ///< prints the types of what was copied, a line each
-    Words text;      ///< prints what was copied, as UTF-8
-    std::string put; ///< for the shell: takes its standard input as what was copied
+    Words stamp; ///< prints what differs after each change; empty when there is `watch`
+    Words types; ///< prints the types of what was copied, a line each
+    Words text;  ///< prints what was copied, as UTF-8
+    Words put;   ///< takes its standard input, UTF-8, as what was copied
 
     /// A type that password managers add to what nobody else shall read.
     std::string_view concealed;

@@ -18,6 +18,9 @@ for (let known = board.changeCount; ; delay(1)) {
 constexpr const char* typesScript =
     "ObjC.import('AppKit'); ObjC.deepUnwrap($.NSPasteboard.generalPasteboard.types).join('\\n')";
 
+// They take the text's encoding from the locale.
+constexpr const char* unicode = "LC_ALL=en_US.UTF-8";
+
 // https://nspasteboard.org
 constexpr std::string_view concealed = "org.nspasteboard.ConcealedType";
 
@@ -27,8 +30,8 @@ std::optional<ClipboardPrograms> clipboardPrograms(std::string&) {
     return ClipboardPrograms{{"osascript", "-l", "JavaScript", "-e", watchScript},
                              {},
                              {"osascript", "-l", "JavaScript", "-e", typesScript},
-                             {"pbpaste"},
-                             "pbcopy",
+                             {"env", unicode, "pbpaste"},
+                             {"env", unicode, "pbcopy"},
                              concealed};
 }
 

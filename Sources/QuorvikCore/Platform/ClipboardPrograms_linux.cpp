@@ -19,7 +19,7 @@ std::optional<ClipboardPrograms> clipboardPrograms(std::string& missing) {
                                      {},
                                      {"wl-paste", "--list-types"},
                                      {"wl-paste", "--no-newline", "--type", "text"},
-                                     "wl-copy",
+                                     {"wl-copy"},
                                      concealed};
         missing = "there is no wl-paste here (package wl-clipboard)";
         return std::nullopt;
@@ -34,7 +34,7 @@ std::optional<ClipboardPrograms> clipboardPrograms(std::string& missing) {
                                      xclip("TIMESTAMP"),
                                      xclip("TARGETS"),
                                      xclip("UTF8_STRING"),
-                                     "xclip -selection clipboard",
+                                     {"xclip", "-selection", "clipboard"},
                                      concealed};
         missing = "there is no xclip here";
         return std::nullopt;
