@@ -14,8 +14,8 @@ namespace quorvik {
 
 namespace {
 
-constexpr Timer::Seconds whileActive(1), whileWatched(5), otherwise(30);
-constexpr Timer::Seconds activityLasts(20); ///< an idle island is to wake the app less than once a second
+constexpr Timer::Seconds whileActive(0.8), whileWatched(5), otherwise(30); // shown within a second
+constexpr Timer::Seconds activityLasts(15); ///< an idle island is to wake the app less than once a second
 
 /// A process may move to another folder, and hand its socket to another process.
 constexpr Timer::Seconds listingStands(60);

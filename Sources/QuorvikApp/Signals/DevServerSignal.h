@@ -8,7 +8,7 @@
 namespace quorvik {
 
 /// Shows the development servers that run below the user's home folder. It only looks: at what listens, and
-/// where those processes work. While somebody looks at the island: every second for 20 seconds after anything
+/// where those processes work. While somebody looks at the island: every 0.8 seconds for 15 after anything
 /// happened there, then every 5. Else every 30.
 class DevServerSignal : public Signal {
   public:
