@@ -98,6 +98,15 @@ class RunningApp {
         ownLook_.start(ownInterval);
     }
 
+    /// Removes the sockets' names, also when the app could not start. Connections that still wait to be
+    /// accepted are refused.
+    ~RunningApp() {
+        for (Service& service : services_)
+            if (service.socket) service.socket->withdraw();
+    }
+    RunningApp(const RunningApp&) = delete;
+    RunningApp& operator=(const RunningApp&) = delete;
+
     /// Throws AppError when front ends cannot connect.
     void publishSockets() {
         for (Service& service : services_)
@@ -248,14 +257,6 @@ class RunningApp {
         loop_.stop();
     }
 
-  public:
-    /// Removes the sockets' names. Connections that still wait to be accepted are refused.
-    void withdraw() {
-        for (Service& service : services_)
-            if (service.socket) service.socket->withdraw();
-    }
-
-  private:
     static constexpr std::size_t controlIndex = 2;
 
     /// nohup(1) wants it to outlive its terminal. Looked at before the loop takes the signal.
@@ -303,7 +304,6 @@ Outcome run(const std::function<void()>& ready) {
         ready();
         Platform::reportReady();
         app.run();
-        app.withdraw();
     } catch (const FileError& error) {
         throw AppError(error.what());
     } catch (const LoopError& error) {
