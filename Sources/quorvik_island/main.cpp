@@ -25,6 +25,7 @@
 #include "quorvik_island/Commands/WhyCommand.h"
 #include "quorvik_island/Console.h"
 
+#include "QuorvikCore/Platform/BuildInfo.h"
 #include "QuorvikCore/Platform/FileDescriptor.h"
 
 #include <algorithm>
@@ -110,6 +111,7 @@ int dispatch(std::span<const std::string> words) {
         const std::string& first = words.front();
         if (first == "--help" || first == "-h" || (first == "help" && words.size() == 1))
             return printHelp(help);
+        if (first == "--version" && words.size() == 1) return BuildInfo::print("quorvik-island");
         if (first.starts_with('-')) return LiveCommand::run(words);
         const std::vector<std::string> askForHelp = {"--help"};
         if (first == "help") return commandNamed(words[1]).run(askForHelp);
