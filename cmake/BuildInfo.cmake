@@ -1,4 +1,4 @@
-# Writes the C++ file OUTPUT, which names VERSION and the commit of the clone SOURCE; no commit when SOURCE is none, such as an
+# Writes the C++ file OUTPUT, which names VERSION, its DATE and the commit of the clone SOURCE; no commit when SOURCE is none, such as an
 # unpacked archive inside somebody's own repository. Leaves the file alone when it says so already, so that nothing is compiled
 # again.
 set(commit "")
@@ -15,6 +15,10 @@ file(CONFIGURE OUTPUT "${OUTPUT}" CONTENT [[
 
 std::string_view quorvik::BuildInfo::version() {
     return "@VERSION@";
+}
+
+std::string_view quorvik::BuildInfo::date() {
+    return "@DATE@";
 }
 
 std::string_view quorvik::BuildInfo::commit() {

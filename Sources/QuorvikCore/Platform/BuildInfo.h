@@ -9,6 +9,9 @@ namespace quorvik::BuildInfo {
 /// "0.1.0".
 std::string_view version();
 
+/// "2026-11-22": the day of this version, of which manual pages tell.
+std::string_view date();
+
 /// The abbreviated commit, "5a40340"; empty when the source was no clone of the repository.
 std::string_view commit();
 
