@@ -1,5 +1,6 @@
 #include "quorvik_account/Transfer.h"
 
+#include "QuorvikCore/Platform/BuildInfo.h"
 #include "QuorvikCore/Platform/FileDescriptor.h"
 #include "QuorvikCore/Platform/Files.h"
 #include "QuorvikCore/Text/Number.h"
@@ -75,6 +76,7 @@ int ask(Source agent, const std::vector<std::string>& words, std::chrono::second
 }
 
 int run(std::vector<std::string> words) {
+    if (words == std::vector<std::string>{"--version"}) return BuildInfo::print("quorvik-account");
     if (words == std::vector<std::string>{"--help"}) {
         std::cout << help;
         return exitSuccess;

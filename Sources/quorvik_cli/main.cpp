@@ -4,6 +4,7 @@
 
 #include "QuorvikCore/Alerts/AlertClient.h"
 #include "QuorvikCore/Alerts/AlertValidator.h"
+#include "QuorvikCore/Platform/BuildInfo.h"
 #include "QuorvikCore/Platform/FileDescriptor.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 
@@ -40,6 +41,7 @@ int dispatch(std::vector<std::string> words) {
         return exitSuccess; // whatever it was told, a prompt must not suffer
     }
     if (name == "alert") return alert(words);
+    if (name == "--version" && words.empty()) return BuildInfo::print("quorvik");
     if (name != "run") return usage();
     if (!words.empty() && words.front() == "--") words.erase(words.begin());
     return words.empty() ? usage() : RunCommand::run(words);

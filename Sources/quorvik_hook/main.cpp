@@ -1,6 +1,7 @@
 #include "quorvik_hook/AgentEvent.h"
 #include "quorvik_hook/StatusLine.h"
 
+#include "QuorvikCore/Platform/BuildInfo.h"
 #include "QuorvikCore/Platform/FileDescriptor.h"
 #include "QuorvikCore/Platform/Files.h"
 
@@ -46,6 +47,10 @@ bool print(const std::string& reply) {
 }
 
 void run(const std::vector<std::string_view>& words) {
+    if (words.size() == 1 && words.front() == "--version") { // no agent says only that
+        BuildInfo::print("quorvik-hook");
+        return;
+    }
     const Options options = parse(words);
     if (options.statusLine) return StatusLine::run();
     if (!options.agent || !isAgent(*options.agent)) return;

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "quorvik_island/CommandLine/CommandTable.h"
+
 #include <map>
 #include <set>
 #include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace quorvik {
@@ -23,15 +26,23 @@ struct Arguments {
     std::set<std::string, std::less<>> flags;
     std::map<std::string, std::string, std::less<>> values; ///< of the options with one; the last counts
 
+    /// Every mention of the options whose order counts (OptionRow::isRepeated), with its value; a flag's is
+    /// empty.
+    std::vector<std::pair<std::string, std::string>> mentions;
+
     bool has(std::string_view flag) const { return flags.contains(flag); }
 
-    /// Throws UsageError when there are more words: "show: unexpected argument now".
-    void expectAtMost(std::size_t count, std::string_view command) const;
+    /// The value of an option; null when it was not given.
+    const std::string* value(std::string_view option) const;
 
-    /// Throws UsageError for an option that is in neither list (both with their dashes), and for a value that
-    /// is missing, empty or not wanted. "--help" and "-h" are always known, and make the flag "--help".
-    static Arguments parse(std::span<const std::string> commandLine, std::span<const std::string_view> flags,
-                           std::span<const std::string_view> valueOptions);
+    /// Throws UsageError for an option that is not of the command, naming the nearest one ("unknown option
+    /// --jsn, did you mean --json?"), and for a value that is missing, empty or not wanted. Unless "--help"
+    /// or
+    /// "-h" is there, which makes the flag "--help", also for more words than the command takes ("show:
+    /// unexpected argument now"), for one that is none of the fixed words ("hooks: unknown action instal, did
+    /// you mean install?"), and for a first one that is missing where it is a fixed word ("hooks: say status,
+    /// install or uninstall").
+    static Arguments parse(const CommandRow& command, std::span<const std::string> commandLine);
 };
 
 } // namespace quorvik

@@ -13,18 +13,10 @@
 
 namespace quorvik {
 
-int printHelp(std::string_view text) {
-    Console console(false);
-    console.text(text);
-    return console.exitStatus();
-}
-
 void Console::print(std::string_view text) {
     if (writeAll(STDOUT_FILENO, text.data(), text.size())) return;
-    failed_ = true;
     const int error = errno;
-    const bool isUnwanted = error == EPIPE; // the reader has seen enough
-    if (!isUnwanted) note("could not write the output: " + std::generic_category().message(error));
+    if (error != EPIPE) fail("could not write the output: " + std::generic_category().message(error));
 }
 
 void Console::line(std::string_view text) {

@@ -9,9 +9,6 @@ namespace quorvik {
 /// Exit statuses of the program.
 enum ExitStatus : int { exitSuccess = 0, exitFailure = 1, exitUsage = 3 };
 
-/// Prints a help text on standard output; returns the exit status.
-int printHelp(std::string_view text);
-
 /// What one run says: results on standard output, failures on standard error, a line each.
 class Console {
   public:
@@ -38,7 +35,8 @@ class Console {
     /// A failure: "quorvik-island: <message>". The run goes on, and ends with exitFailure.
     void fail(std::string_view message);
 
-    /// exitFailure after a failure, or when results could not be written.
+    /// exitFailure after a failure, or when results could not be written. A reader that has seen enough, and
+    /// closed its end, is no failure.
     int exitStatus() const { return failed_ ? exitFailure : exitSuccess; }
 
   private:

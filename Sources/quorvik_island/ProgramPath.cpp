@@ -8,8 +8,8 @@
 namespace quorvik {
 
 std::string ProgramPath::of(const Arguments& arguments) const {
-    if (const auto chosen = arguments.values.find(option); chosen != arguments.values.end())
-        return std::filesystem::absolute(chosen->second).lexically_normal().string();
+    if (const std::string* chosen = arguments.value(option))
+        return std::filesystem::absolute(*chosen).lexically_normal().string();
     const auto usual = std::filesystem::absolute(installed());
     const auto running = Platform::runningProgram();
     if (Files::isExecutable(usual) || running.empty()) return usual.string();
@@ -23,7 +23,7 @@ std::string ProgramPath::runnableOf(const Arguments& arguments, Console& console
                         std::string(option));
     const auto folder = std::filesystem::path(program).parent_path().parent_path(); // of "bin/quorvik-hook"
     std::error_code ignored;
-    if (!arguments.values.contains(option) && std::filesystem::exists(folder / "CMakeCache.txt", ignored))
+    if (!arguments.value(option) && std::filesystem::exists(folder / "CMakeCache.txt", ignored))
         console.note("your settings will point into a build folder, at " + program +
                      "; to install, run cmake --install " + shellQuoted(folder.native()) +
                      " and then this again");

@@ -5,8 +5,12 @@
 #include "quorvik_island/Commands/AutostartCommand.h"
 #include "quorvik_island/Commands/ClearCommand.h"
 #include "quorvik_island/Commands/ClipboardCommand.h"
+#include "quorvik_island/Commands/CompleteCommand.h"
+#include "quorvik_island/Commands/CompletionCommand.h"
+#include "quorvik_island/Commands/HelpCommand.h"
 #include "quorvik_island/Commands/HooksCommand.h"
 #include "quorvik_island/Commands/LiveCommand.h"
+#include "quorvik_island/Commands/ManCommand.h"
 #include "quorvik_island/Commands/OpenCommand.h"
 #include "quorvik_island/Commands/PickCommand.h"
 #include "quorvik_island/Commands/RequestsCommand.h"
@@ -25,11 +29,13 @@
 #include "quorvik_island/Commands/WhyCommand.h"
 #include "quorvik_island/Console.h"
 
+#include "QuorvikCore/Platform/BuildInfo.h"
 #include "QuorvikCore/Platform/FileDescriptor.h"
 
 #include <algorithm>
 #include <csignal>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -37,48 +43,24 @@ namespace quorvik {
 
 namespace {
 
-constexpr std::string_view help =
-    R"(usage: quorvik-island [--plain] | <command> …
-
-Your side of Quorvik, in a terminal. Without a command it is the island itself, live (--plain: in lines, for
-screen readers).
-
-  show, watch              what the island shows, now or a line for every change (for status bars)
-  requests, answer         what agents wait for; allow it, deny it, or answer the questions
-  alerts                   the alerts that are shown
-  acknowledge, pick        you have seen it; keep it in front
-  open, why                go to an item's terminal, log or page; why it is shown, or is not
-  clear                    forget what is over
-  usage                    how much of your agents' limits is used
-  settings                 your choices
-  clipboard                what can be done with what you have copied
-  signals                  what the app looks at by itself, and what that costs
-  hooks                    connect coding agents with Quorvik, or disconnect them
-  shell                    let zsh report long commands
-  statusline               let Quorvik draw Claude Code's status line
-  serve, status, stop, restart, sync, autostart
-                           the app, to which everything reports
-
-`quorvik-island help <command>` says more. Results go to standard output, failures to standard error.
-Exit status: 0 done, 1 something failed, 3 the command line does not make sense.
-
-Examples:
-  quorvik-island hooks install     connect every agent that is found
-)";
-
-struct Command {
-    std::string_view name;
-    int (*run)(std::span<const std::string> commandLine);
+/// What runs the commands of the table.
+struct Handler {
+    std::string_view command;
+    int (*run)(const Arguments& arguments);
 };
 
-constexpr Command commands[] = {
+constexpr Handler handlers[] = {
     {"acknowledge", AcknowledgeCommand::run},
     {"alerts", AlertsCommand::run},
     {"answer", AnswerCommand::run},
     {"autostart", AutostartCommand::run},
     {"clear", ClearCommand::run},
     {"clipboard", ClipboardCommand::run},
+    {"complete", CompleteCommand::run},
+    {"completion", CompletionCommand::run},
+    {"help", HelpCommand::run},
     {"hooks", HooksCommand::run},
+    {"man", ManCommand::run},
     {"open", OpenCommand::run},
     {"pick", PickCommand::run},
     {"requests", RequestsCommand::run},
@@ -97,25 +79,32 @@ constexpr Command commands[] = {
     {"why", WhyCommand::run},
 };
 
-const Command& commandNamed(const std::string& name) {
-    const Command* command = std::ranges::find(commands, name, &Command::name);
-    if (command == std::end(commands)) throw UsageError("unknown command " + name);
-    return *command;
+int live(std::span<const std::string> words) {
+    const ProgramRow& program = CommandTable::island();
+    const Arguments arguments = Arguments::parse(program.self, words);
+    if (arguments.has("--help")) return HelpCommand::print(program, program.self);
+    if (arguments.has("--version")) return BuildInfo::print(program.name);
+    return LiveCommand::run(arguments);
+}
+
+int run(const CommandRow& command, std::span<const std::string> words) {
+    const Handler* handler = std::ranges::find(handlers, command.name, &Handler::command);
+    if (handler == std::end(handlers)) throw std::logic_error("nothing runs " + std::string(command.name));
+    if (command.takesRawWords) return handler->run({.words = {words.begin(), words.end()}});
+    const Arguments arguments = Arguments::parse(command, words);
+    if (arguments.has("--help")) return HelpCommand::print(CommandTable::island(), command);
+    return handler->run(arguments);
 }
 
 int dispatch(std::span<const std::string> words) {
     std::string helpCommand = "quorvik-island --help"; // for who got the command line wrong
     try {
-        if (words.empty()) return LiveCommand::run(words);
+        if (words.empty() || words.front().starts_with('-')) return live(words);
         const std::string& first = words.front();
-        if (first == "--help" || first == "-h" || (first == "help" && words.size() == 1))
-            return printHelp(help);
-        if (first.starts_with('-')) return LiveCommand::run(words);
-        const std::vector<std::string> askForHelp = {"--help"};
-        if (first == "help") return commandNamed(words[1]).run(askForHelp);
-        const Command& command = commandNamed(first);
-        helpCommand = "quorvik-island " + first + " --help";
-        return command.run(words.subspan(1));
+        const CommandRow* command = CommandTable::command(CommandTable::island(), first);
+        if (!command) throw UsageError(HelpCommand::unknown(first));
+        if (first != "help") helpCommand = "quorvik-island " + first + " --help";
+        return run(*command, words.subspan(1));
     } catch (const UsageError& error) {
         Console(false).fail(std::string(error.what()) + " (see " + helpCommand + ")");
         return exitUsage;

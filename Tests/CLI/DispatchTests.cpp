@@ -2,7 +2,10 @@
 #include "Tests/Support/Program.h"
 #include "Tests/Support/TemporaryHome.h"
 
+#include "QuorvikCore/Platform/BuildInfo.h"
+
 #include <chrono>
+#include <regex>
 
 namespace quorvik {
 
@@ -26,6 +29,16 @@ TEST_F(DispatchTests, SaysHowItIsUsed) {
         EXPECT_EQ(quorvik(words), (Program::Result{3, "", usage}));
     for (const std::vector<std::string>& words : {std::vector<std::string>{"shell"}, {"shell", "nonsense"}})
         EXPECT_EQ(quorvik(words), (Program::Result{0, "", ""})); // a prompt must not suffer
+}
+
+TEST_F(DispatchTests, EveryProgramTellsItsVersion) {
+    for (const std::string name : {"quorvik", "quorvik-hook", "quorvik-island", "quorvik-account"}) {
+        if (!std::filesystem::exists(programPath(name))) continue; // built where libcurl is
+        const auto result = Program::run({programPath(name), "--version"});
+        EXPECT_EQ(result, (Program::Result{0, BuildInfo::line(name) + "\n", ""}));
+        const std::regex form(name + " \\d+\\.\\d+\\.\\d+ \\(([0-9a-f]{7,}, )?\\w+ \\w+\\)\n");
+        EXPECT_TRUE(std::regex_match(result.output, form)) << result.output;
+    }
 }
 
 TEST_F(DispatchTests, PassesItsWordsOn) {

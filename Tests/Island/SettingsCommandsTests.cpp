@@ -3,8 +3,6 @@
 
 #include "QuorvikCore/JSON/RecordCoding.h"
 
-#include <algorithm>
-
 namespace quorvik {
 
 using namespace testing;
@@ -25,43 +23,6 @@ class SettingsCommandsTests : public TemporaryHome {
 
     const std::filesystem::path hook = writeProgram("support/bin/quorvik-hook");
 };
-
-TEST_F(SettingsCommandsTests, HelpGoesToOutputAndMistakesToErrors) {
-    for (const std::vector<std::string>& words : {std::vector<std::string>{"--help"},
-                                                  {"help"},
-                                                  {"hooks", "--help"},
-                                                  {"help", "shell"},
-                                                  {"statusline", "install", "-h"}}) {
-        const auto result = island(words);
-        EXPECT_EQ(result.status, 0);
-        EXPECT_TRUE(result.output.starts_with("usage: quorvik-island ")) << result.output;
-        EXPECT_LT(std::ranges::count(result.output, '\n'), 35);
-    }
-    for (const auto& [words, why] : std::initializer_list<std::pair<std::vector<std::string>, std::string>>{
-             {{"hook"}, "unknown command hook"},
-             {{"help", "hook"}, "unknown command hook"},
-             {{"hooks"}, "hooks: say status, install or uninstall"},
-             {{"hooks", "Status"}, "hooks: unknown action Status"},
-             {{"hooks", "install", "claude", "git"}, "unknown agent git"},
-             {{"hooks", "status", "--all", "pi"}, "name agents or say --all, not both"},
-             {{"hooks", "status", "--force=1"}, "unknown option --force"},
-             {{"hooks", "status", "--all=1"}, "--all takes no value"},
-             {{"hooks", "status", "--hook-path"}, "--hook-path needs a value"},
-             {{"hooks", "status", "--", "--all"}, "unknown agent --all"},
-             {{"shell"}, "shell: say status, install or uninstall"},
-             {{"shell", "off"}, "shell: unknown action off"},
-             {{"shell", "status", "now"}, "shell: unexpected argument now"},
-             {{"shell", "install", "--min-seconds", "0"}, "--min-seconds must be 1 to 86400"},
-             {{"shell", "install", "--min-seconds", "1.5"}, "--min-seconds must be 1 to 86400"},
-             {{"show", "now"}, "show: unexpected argument now"},
-             {{"statusline"}, "statusline: say status, install or uninstall"},
-             {{"statusline", "on"}, "statusline: unknown action on"},
-             {{"statusline", "status", "claude"}, "statusline: unexpected argument claude"}})
-        EXPECT_EQ(island(words),
-                  failed(3, why + " (see quorvik-island " +
-                                (why.starts_with("unknown command") ? "" : words[0] + " ") + "--help)"));
-    EXPECT_FALSE(std::filesystem::exists(home / ".claude"));
-}
 
 TEST_F(SettingsCommandsTests, HooksGoInAndOutOfTheAgentsThatAreFound) {
     const std::string none =

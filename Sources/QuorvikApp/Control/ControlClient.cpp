@@ -6,6 +6,7 @@
 
 #include "QuorvikCore/JSON/RawJSON.h"
 #include "QuorvikCore/JSON/RecordCoding.h"
+#include "QuorvikCore/Platform/BuildInfo.h"
 #include "QuorvikCore/Platform/LineSocket.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 
@@ -97,7 +98,7 @@ ControlClient ControlClient::connect(std::string_view role, Start start, Seconds
         try {
             client.hello_ = client.call("hello",
                                         {{"protocol", ControlProtocol::version},
-                                         {"version", Version::text()},
+                                         {"version", BuildInfo::version()},
                                          {"program", Version::program()},
                                          {"role", role}},
                                         patience);
@@ -120,11 +121,11 @@ ControlClient ControlClient::connect(std::string_view role, Start start, Seconds
         return sayHello(startAndConnect());
     }
     const std::string itsVersion = client.hello_.value("version", "");
-    if (start == Start::never || !Version::isOlder(itsVersion, Version::text())) return client;
+    if (start == Start::never || !Version::isOlder(itsVersion, BuildInfo::version())) return client;
 
     // An upgrade: a newer front end replaces the older app, which refuses while a request waits there.
     try {
-        client.call("stop", {{"replacedBy", Version::text()}});
+        client.call("stop", {{"replacedBy", BuildInfo::version()}});
     } catch (const ControlError& refusal) {
         throw NoApp("an older Quorvik (" + itsVersion + ", " + client.hello_.value("program", "") +
                     ") still runs, where " + refusal.what() +

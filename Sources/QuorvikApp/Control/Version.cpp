@@ -26,10 +26,6 @@ std::vector<long> numbers(std::string_view version) {
 
 } // namespace
 
-std::string_view text() {
-    return QUORVIK_VERSION;
-}
-
 std::string program() {
     const auto path = Platform::runningProgram();
     return path.empty() ? "quorvik-island" : path.string();

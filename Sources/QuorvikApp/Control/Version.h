@@ -3,11 +3,8 @@
 #include <string>
 #include <string_view>
 
-/// The version of this program, and the order of versions.
+/// The running program among its versions; which one it is tells BuildInfo.
 namespace quorvik::Version {
-
-/// "0.1.0".
-std::string_view text();
 
 /// The path of the running program, for people; "quorvik-island" when the system does not tell.
 std::string program();

@@ -6,6 +6,7 @@
 #include "QuorvikApp/Services/Log.h"
 
 #include "QuorvikCore/JSON/RecordCoding.h"
+#include "QuorvikCore/Platform/BuildInfo.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 
 #include <unistd.h>
@@ -161,12 +162,13 @@ nlohmann::json ControlService::hello(FrontEnd& frontEnd, const Message& message)
     frontEnd.program =
         optionalParameter<std::string>(message, "program").value_or("").substr(0, longestProgram);
     if (protocol != ControlProtocol::version)
-        throw ControlError(noHello, "Quorvik " + std::string(Version::text()) + " (" + Version::program() +
-                                        ") speaks protocol " + std::to_string(ControlProtocol::version) +
-                                        ", not " + std::to_string(protocol));
+        throw ControlError(noHello, "Quorvik " + std::string(BuildInfo::version()) + " (" +
+                                        Version::program() + ") speaks protocol " +
+                                        std::to_string(ControlProtocol::version) + ", not " +
+                                        std::to_string(protocol));
     frontEnd.saidHello = true;
     return {{"protocol", ControlProtocol::version},
-            {"version", Version::text()},
+            {"version", BuildInfo::version()},
             {"program", Version::program()},
             {"pid", ::getpid()},
             {"startedAt", secondsSince1970(startedAt_)}};
@@ -181,7 +183,7 @@ nlohmann::json ControlService::status() {
                                  {"program", other->program},
                                  {"pid", other->connection->peer().pid},
                                  {"since", secondsSince1970(other->since)}});
-    return {{"version", Version::text()},
+    return {{"version", BuildInfo::version()},
             {"program", Version::program()},
             {"pid", ::getpid()},
             {"startedAt", secondsSince1970(startedAt_)},

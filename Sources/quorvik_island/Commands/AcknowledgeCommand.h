@@ -1,13 +1,12 @@
 #pragma once
 
-#include <span>
-#include <string>
+#include "quorvik_island/Arguments.h"
 
 /// `quorvik-island acknowledge`: the user has seen it.
 namespace quorvik::AcknowledgeCommand {
 
-/// Takes the words after "acknowledge" and returns the exit status. Throws UsageError, and ControlError and
+/// Takes what came after "acknowledge" and returns the exit status. Throws UsageError, and ControlError and
 /// NoApp.
-int run(std::span<const std::string> commandLine);
+int run(const Arguments& arguments);
 
 } // namespace quorvik::AcknowledgeCommand

@@ -1,12 +1,11 @@
 #pragma once
 
-#include <span>
-#include <string>
+#include "quorvik_island/Arguments.h"
 
 /// `quorvik-island alerts`: the alerts that are shown.
 namespace quorvik::AlertsCommand {
 
-/// Takes the words after "alerts" and returns the exit status. Throws UsageError, and ControlError and NoApp.
-int run(std::span<const std::string> commandLine);
+/// Takes what came after "alerts" and returns the exit status. Throws UsageError, and ControlError and NoApp.
+int run(const Arguments& arguments);
 
 } // namespace quorvik::AlertsCommand

@@ -13,31 +13,6 @@ namespace quorvik::AnswerCommand {
 
 namespace {
 
-constexpr std::string_view help =
-    R"(usage: quorvik-island answer <id> allow|always|deny|ask [--message <text>]
-       quorvik-island answer <id> allow --choose <label>…|--text <text> [--next …]
-
-Answers what an agent asks. `quorvik-island requests` tells the ids.
-
-  allow    this once; of questions: here are the answers
-  always   this, and from now on what `requests` says that it grants
-  deny     no; --message tells the agent why
-  ask      the agent asks in its own interface
-
-Questions are answered in their order, with --next between two of them:
-
-  --choose <label>   an option of the question; several where it takes several
-  --text <text>      an answer in your own words
-
-Exit status: 0 when the agent has been given the answer; 1 when the request is withdrawn, answered already,
-unknown, or takes no such answer; 3 when the command line does not make sense. An agent cannot answer, for
-itself or for another.
-
-Examples:
-  quorvik-island answer 3f2504e0 deny --message "not on a Friday"
-  quorvik-island answer 9a0c0305 allow --choose Red --choose Green --next --text "as small as it can be"
-)";
-
 /// What was typed for one question: labels, or one text.
 struct TypedAnswer {
     std::vector<std::string> labels;
@@ -46,8 +21,8 @@ struct TypedAnswer {
     bool isEmpty() const { return labels.empty() && !text; }
 };
 
-struct CommandLine {
-    bool wantsHelp = false;
+/// One answer as it was typed.
+struct Typed {
     std::string id;
     ApprovalResponse response; ///< without answers
     std::vector<TypedAnswer> answers;
@@ -63,72 +38,50 @@ constexpr std::string_view outcome(ApprovalDecision decision) {
     return "left to the agent's own interface";
 }
 
-std::optional<ApprovalDecision> decisionOf(std::string_view word) {
-    if (word == "always") return ApprovalDecision::allowAlways;
-    if (word == rawValue(ApprovalDecision::allowAlways)) return std::nullopt; // one word for it is enough
-    return fromRawValue<ApprovalDecision>(word);
+/// `word` is one of the four that the command takes.
+ApprovalDecision decisionOf(std::string_view word) {
+    return fromRawValue<ApprovalDecision>(word).value_or(ApprovalDecision::allowAlways); // "always"
 }
 
-void addAnswer(std::vector<TypedAnswer>& answers, const std::string& option, std::string value) {
-    if (answers.empty()) answers.emplace_back();
-    TypedAnswer& answer = answers.back();
-    const bool isText = option == "--text";
-    if (answer.text || (isText && !answer.labels.empty()))
-        throw UsageError("answer: a question takes options or one text; --next begins the next question");
-    if (isText)
-        answer.text = std::move(value);
-    else
-        answer.labels.push_back(std::move(value));
-}
-
-/// The order of these options counts, so they are read one by one.
-CommandLine parse(std::span<const std::string> commandLine) {
-    CommandLine parsed;
-    std::vector<std::string> words;
-    bool optionsEnded = false;
-    for (std::size_t index = 0; index < commandLine.size(); ++index) {
-        const std::string& word = commandLine[index];
-        if (optionsEnded || !word.starts_with('-')) {
-            words.push_back(word);
-        } else if (word == "--") {
-            optionsEnded = true;
-        } else if (word == "--help" || word == "-h") {
-            parsed.wantsHelp = true;
-        } else if (word == "--next") {
-            if (parsed.answers.empty() || parsed.answers.back().isEmpty())
+/// The answers to the questions, as the order of the options tells them.
+std::vector<TypedAnswer> answersIn(const Arguments& arguments) {
+    std::vector<TypedAnswer> answers;
+    for (const auto& [option, value] : arguments.mentions) {
+        if (option == "--next") {
+            if (answers.empty() || answers.back().isEmpty())
                 throw UsageError("answer: there is no answer before --next");
-            parsed.answers.emplace_back();
-        } else {
-            const std::size_t equals = word.find('=');
-            const std::string option = word.substr(0, equals);
-            if (option != "--message" && option != "--choose" && option != "--text")
-                throw UsageError("unknown option " + option);
-            std::string value;
-            if (equals != word.npos)
-                value = word.substr(equals + 1);
-            else if (index + 1 < commandLine.size())
-                value = commandLine[++index];
-            if (value.empty()) throw UsageError(option + " needs a value");
-            if (option == "--message")
-                parsed.response.message = std::move(value);
-            else
-                addAnswer(parsed.answers, option, std::move(value));
+            answers.emplace_back();
+            continue;
         }
+        if (answers.empty()) answers.emplace_back();
+        TypedAnswer& answer = answers.back();
+        const bool isText = option == "--text";
+        if (answer.text || (isText && !answer.labels.empty()))
+            throw UsageError("answer: a question takes options or one text; --next begins the next question");
+        if (isText)
+            answer.text = value;
+        else
+            answer.labels.push_back(value);
     }
-    if (parsed.wantsHelp) return parsed;
+    return answers;
+}
+
+Typed typed(const Arguments& arguments) {
+    Typed typed;
+    typed.answers = answersIn(arguments);
+    const auto& words = arguments.words;
     if (words.size() < 2) throw UsageError("answer: say which request, and allow, always, deny or ask");
-    if (words.size() > 2) throw UsageError("answer: unexpected argument " + words[2]);
-    const auto decision = decisionOf(words[1]);
-    if (!decision) throw UsageError("answer: unknown decision " + words[1]);
-    parsed.id = words[0];
-    parsed.response.decision = *decision;
-    if (parsed.response.message && decision != ApprovalDecision::deny)
+    const ApprovalDecision decision = decisionOf(words[1]);
+    typed.id = words[0];
+    typed.response.decision = decision;
+    if (const std::string* message = arguments.value("--message")) typed.response.message = *message;
+    if (typed.response.message && decision != ApprovalDecision::deny)
         throw UsageError("answer: --message goes with deny");
-    if (!parsed.answers.empty() && decision != ApprovalDecision::allow)
+    if (!typed.answers.empty() && decision != ApprovalDecision::allow)
         throw UsageError("answer: answers go with allow");
-    if (!parsed.answers.empty() && parsed.answers.back().isEmpty())
+    if (!typed.answers.empty() && typed.answers.back().isEmpty())
         throw UsageError("answer: there is no answer after --next");
-    return parsed;
+    return typed;
 }
 
 /// Why the labels do not answer the question; empty when they do.
@@ -148,10 +101,11 @@ std::string whyNoChoice(const Question& question, const std::vector<std::string>
 
 /// The answers as they travel, one text a question. Throws ControlError for a choice that `request` (null:
 /// not known here) does not offer; all else is the app's to check.
-std::vector<std::string> answerTexts(const std::vector<TypedAnswer>& typed, const ApprovalRequest* request) {
+std::vector<std::string> answerTexts(const std::vector<TypedAnswer>& answers,
+                                     const ApprovalRequest* request) {
     constexpr int unfit = 13; // docs/control.md
     std::vector<std::string> texts;
-    for (const TypedAnswer& answer : typed) {
+    for (const TypedAnswer& answer : answers) {
         const std::size_t index = texts.size();
         if (request && request->isQuestion() && index < request->questions->size()) {
             const std::string why = whyNoChoice((*request->questions)[index], answer.labels);
@@ -166,9 +120,8 @@ std::vector<std::string> answerTexts(const std::vector<TypedAnswer>& typed, cons
 
 } // namespace
 
-int run(std::span<const std::string> commandLine) {
-    CommandLine parsed = parse(commandLine);
-    if (parsed.wantsHelp) return printHelp(help);
+int run(const Arguments& arguments) {
+    Typed parsed = typed(arguments);
 
     Console console(false);
     ControlClient client = ControlClient::connect("command", ControlClient::Start::never);

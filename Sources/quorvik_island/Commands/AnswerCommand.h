@@ -1,12 +1,11 @@
 #pragma once
 
-#include <span>
-#include <string>
+#include "quorvik_island/Arguments.h"
 
 /// `quorvik-island answer`: gives an agent the user's answer.
 namespace quorvik::AnswerCommand {
 
-/// Takes the words after "answer" and returns the exit status. Throws UsageError, and ControlError and NoApp.
-int run(std::span<const std::string> commandLine);
+/// Takes what came after "answer" and returns the exit status. Throws UsageError, and ControlError and NoApp.
+int run(const Arguments& arguments);
 
 } // namespace quorvik::AnswerCommand

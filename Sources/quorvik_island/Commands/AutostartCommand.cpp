@@ -7,34 +7,11 @@
 #include "QuorvikCore/Install/Autostart.h"
 #include "QuorvikCore/Platform/RunProgram.h"
 
-#include <array>
 #include <chrono>
 
 namespace quorvik::AutostartCommand {
 
 namespace {
-
-constexpr std::string_view help =
-    R"(usage: quorvik-island autostart status|install|uninstall [--program <path>] [--json]
-
-Lets the app start with your session, by a unit for systemd or an agent for launchd. Without it the app is
-started by the first live island or `watch`.
-
-Prints how things stand (after the change), and where the file is:
-  installed      up to date
-  notInstalled   nothing of ours is there
-  stale          edited, of another version, or the program is gone: install again
-  foreign        there is a file of that name that is not ours; it is left alone
-
-A file of ours that was edited is copied before it is changed. The app that runs now goes on.
-
-  --program <path>  the app; by default the installed quorvik-island, else this program
-  --json            one JSON object instead of lines
-
-Examples:
-  quorvik-island autostart install
-  systemctl --user start quorvik      not only with the next session, but now
-)";
 
 constexpr const char* programName = "quorvik-island";
 constexpr ProgramPath app = {"--program", "program", programName,
@@ -50,16 +27,8 @@ void tell(const std::vector<std::string>& command, Console& console) {
 
 } // namespace
 
-int run(std::span<const std::string> commandLine) {
-    constexpr std::array<std::string_view, 1> flags = {"--json"};
-    constexpr std::array<std::string_view, 1> valueOptions = {app.option};
-    const Arguments arguments = Arguments::parse(commandLine, flags, valueOptions);
-    if (arguments.has("--help")) return printHelp(help);
-    if (arguments.words.empty()) throw UsageError("autostart: say status, install or uninstall");
-    arguments.expectAtMost(1, "autostart");
+int run(const Arguments& arguments) {
     const std::string& action = arguments.words.front();
-    if (action != "status" && action != "install" && action != "uninstall")
-        throw UsageError("autostart: unknown action " + action);
 
     Console console(arguments.has("--json"));
     const auto manager = Platform::serviceManager();

@@ -1,12 +1,11 @@
 #pragma once
 
-#include <span>
-#include <string>
+#include "quorvik_island/Arguments.h"
 
 /// `quorvik-island autostart`: lets the app start with the session.
 namespace quorvik::AutostartCommand {
 
-/// Takes the words after "autostart" and returns the exit status. Throws UsageError.
-int run(std::span<const std::string> commandLine);
+/// Takes what came after "autostart" and returns the exit status. Throws UsageError.
+int run(const Arguments& arguments);
 
 } // namespace quorvik::AutostartCommand

@@ -6,32 +6,9 @@
 
 #include "QuorvikCore/Session/QuorvikPaths.h"
 
-#include <array>
-
 namespace quorvik::ClearCommand {
 
-namespace {
-
-constexpr std::string_view help =
-    R"(usage: quorvik-island clear [--json]
-
-Removes the records of all sessions that are over: failed, done, ended, not yet begun, or of a process that
-is gone. What is at work or waits for you stays, and so do the logs of commands. An agent whose last turn
-failed is back on the island with its next event.
-
-Prints how many records were removed.
-
-  --json   one object: "removed"
-)";
-
-} // namespace
-
-int run(std::span<const std::string> commandLine) {
-    constexpr std::array<std::string_view, 1> flags = {"--json"};
-    const Arguments arguments = Arguments::parse(commandLine, flags, {});
-    if (arguments.has("--help")) return printHelp(help);
-    arguments.expectAtMost(0, "clear");
-
+int run(const Arguments& arguments) {
     Console console(arguments.has("--json"));
     const auto folder = QuorvikPaths::sessionsDirectory();
     const Sessions sessions = Sessions::load(folder);

@@ -1,13 +1,12 @@
 #pragma once
 
-#include <span>
-#include <string>
+#include "quorvik_island/Arguments.h"
 
 /// `quorvik-island clear`: forgets what is over.
 namespace quorvik::ClearCommand {
 
-/// Takes the words after "clear" and returns the exit status. Throws UsageError, and FileError when the
+/// Takes what came after "clear" and returns the exit status. Throws UsageError, and FileError when the
 /// sessions cannot be listed.
-int run(std::span<const std::string> commandLine);
+int run(const Arguments& arguments);
 
 } // namespace quorvik::ClearCommand

@@ -9,30 +9,8 @@
 
 namespace quorvik::ClipboardCommand {
 
-namespace {
-
-constexpr std::string_view help =
-    R"(usage: quorvik-island clipboard [copy|clear]
-
-What Quorvik offers for what you have copied: a stack trace made short, JSON made readable, a colour in its
-other forms. Without a word it is printed.
-
-  copy    put it in the place of what you have copied
-  clear   empty the clipboard: after a password, say
-
-Off unless you switch it on, and only while the island is open somewhere:
-  quorvik-island settings clipboard on
-)";
-
-} // namespace
-
-int run(std::span<const std::string> commandLine) {
-    const Arguments arguments = Arguments::parse(commandLine, {}, {});
-    if (arguments.has("--help")) return printHelp(help);
-    arguments.expectAtMost(1, "clipboard");
+int run(const Arguments& arguments) {
     const std::string action = arguments.words.empty() ? "" : arguments.words.front();
-    if (!action.empty() && action != "copy" && action != "clear")
-        throw UsageError("clipboard: unknown action " + action);
 
     Console console(false);
     nlohmann::json parameters = nlohmann::json::object();

@@ -1,13 +1,12 @@
 #pragma once
 
-#include <span>
-#include <string>
+#include "quorvik_island/Arguments.h"
 
 /// `quorvik-island clipboard`: the quick action for what was copied.
 namespace quorvik::ClipboardCommand {
 
-/// Takes the words after "clipboard" and returns the exit status. Throws UsageError, and ControlError and
+/// Takes what came after "clipboard" and returns the exit status. Throws UsageError, and ControlError and
 /// NoApp.
-int run(std::span<const std::string> commandLine);
+int run(const Arguments& arguments);
 
 } // namespace quorvik::ClipboardCommand

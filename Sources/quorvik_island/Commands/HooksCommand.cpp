@@ -1,6 +1,7 @@
 #include "quorvik_island/Commands/HooksCommand.h"
 
 #include "quorvik_island/Arguments.h"
+#include "quorvik_island/CommandLine/NearestName.h"
 #include "quorvik_island/Console.h"
 #include "quorvik_island/ProgramPath.h"
 
@@ -9,40 +10,20 @@
 #include "QuorvikCore/Session/QuorvikPaths.h"
 
 #include <algorithm>
-#include <array>
 #include <vector>
 
 namespace quorvik::HooksCommand {
 
 namespace {
 
-constexpr std::string_view help =
-    R"(usage: quorvik-island hooks status|install|uninstall [<agent>…|--all] [--hook-path <path>] [--json]
-
-Connects coding agents with Quorvik, through the hooks in their own settings.
-
-  status      one line per agent: its name, a tab, and one of
-                installed      up to date
-                notInstalled   nothing of ours in the agent's settings
-                stale          out of date, or the hook program is gone: install again
-                unreadable: …  the settings cannot be read; they are left alone
-  install     adds our hooks, or brings them up to date; your own stay
-  uninstall   takes our hooks out again
-
-Agents: claude codex grok commandcode devin qwen copilot pi kimi. Without names: those that have a
-configuration folder in your home folder. Files are copied before they are changed; each run says where to.
-
-  --all               every agent, also those that were not found
-  --hook-path <path>  the hook program; by default the installed one, else the one beside this program
-  --json              one JSON array instead of lines
-
-Examples:
-  quorvik-island hooks status
-  quorvik-island hooks install claude codex
-  quorvik-island hooks uninstall --all
-)";
-
 enum class Action { status, install, uninstall };
+
+std::string didYouMean(const std::string& name) {
+    std::vector<std::string_view> agents;
+    for (const Source source : agentSources())
+        agents.push_back(rawValue(source));
+    return NearestName::question(name, agents);
+}
 
 std::vector<HookTarget> chosenTargets(const Arguments& arguments, std::span<const std::string> names) {
     std::vector<HookTarget> targets;
@@ -55,7 +36,7 @@ std::vector<HookTarget> chosenTargets(const Arguments& arguments, std::span<cons
     };
     for (const std::string& name : names) {
         const auto source = fromRawValue<Source>(name);
-        if (!source || !isAgent(*source)) throw UsageError("unknown agent " + name);
+        if (!source || !isAgent(*source)) throw UsageError("unknown agent " + name + didYouMean(name));
         add(*source);
     }
     if (all) {
@@ -122,21 +103,14 @@ void change(Action action, const HookTarget& target, const std::string& hookPath
 }
 
 Action actionNamed(const std::string& name) {
-    if (name == "status") return Action::status;
     if (name == "install") return Action::install;
-    if (name == "uninstall") return Action::uninstall;
-    throw UsageError("hooks: unknown action " + name);
+    return name == "uninstall" ? Action::uninstall : Action::status;
 }
 
 } // namespace
 
-int run(std::span<const std::string> commandLine) {
-    constexpr std::array<std::string_view, 2> flags = {"--all", "--json"};
-    constexpr std::array<std::string_view, 1> valueOptions = {hookProgram.option};
-    const Arguments arguments = Arguments::parse(commandLine, flags, valueOptions);
+int run(const Arguments& arguments) {
     Console console(arguments.has("--json"));
-    if (arguments.has("--help")) return printHelp(help);
-    if (arguments.words.empty()) throw UsageError("hooks: say status, install or uninstall");
     const Action action = actionNamed(arguments.words.front());
     const auto targets = chosenTargets(arguments, std::span(arguments.words).subspan(1));
 

@@ -1,12 +1,11 @@
 #pragma once
 
-#include <span>
-#include <string>
+#include "quorvik_island/Arguments.h"
 
 /// `quorvik-island hooks`: our hooks in the settings of coding agents.
 namespace quorvik::HooksCommand {
 
-/// Takes the words after "hooks" and returns the exit status. Throws UsageError.
-int run(std::span<const std::string> commandLine);
+/// Takes what came after "hooks" and returns the exit status. Throws UsageError.
+int run(const Arguments& arguments);
 
 } // namespace quorvik::HooksCommand

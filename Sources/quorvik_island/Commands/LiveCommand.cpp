@@ -13,24 +13,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 
 namespace quorvik::LiveCommand {
 
 namespace {
-
-constexpr std::string_view help =
-    R"(usage: quorvik-island [--plain | --json-ui]
-
-The island, live in this terminal: what is going on, and what waits for your answer. It starts the app when
-that does not run. ? shows the keys, q quits.
-
-  --plain     lines instead of a screen, with numbered choices, for screen readers; also when ACCESSIBLE is set
-  --json-ui   for programs: a JSON object per line in (keys, resize), one out with what is to be seen
-
-NO_COLOR takes the colours away. Should a terminal ever be left without echo: `stty sane`.
-)";
 
 bool isSet(const char* name) {
     return !Platform::environmentValue(name).empty();
@@ -58,9 +45,8 @@ std::vector<FoundAgent> findAgents() {
 }
 
 void connectAgents() {
-    const std::vector<std::string> words = {"install"};
     try {
-        HooksCommand::run(words);
+        HooksCommand::run({.words = {"install"}});
     } catch (const std::exception& error) {
         Console(false).fail(error.what());
     }
@@ -88,11 +74,7 @@ bool open(const std::string& key) {
 
 } // namespace
 
-int run(std::span<const std::string> commandLine) {
-    constexpr std::array<std::string_view, 2> flags = {"--plain", "--json-ui"};
-    const Arguments arguments = Arguments::parse(commandLine, flags, {});
-    if (arguments.has("--help")) return printHelp(help);
-    if (!arguments.words.empty()) throw UsageError("unknown command " + arguments.words.front());
+int run(const Arguments& arguments) {
     IslandServices services{.look = {.secrets = RequestCard::credentials, .home = Platform::homeFolder()},
                             .colours = !isSet("NO_COLOR"),
                             .findAgents = findAgents,

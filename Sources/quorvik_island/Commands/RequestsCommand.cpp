@@ -10,36 +10,9 @@
 #include "QuorvikCore/Platform/Environment.h"
 #include "QuorvikCore/Text/Unicode.h"
 
-#include <array>
-
 namespace quorvik::RequestsCommand {
 
 namespace {
-
-constexpr std::string_view help =
-    R"help(usage: quorvik-island requests [--json]
-       quorvik-island requests <id> [--show-hidden]
-
-Prints what agents wait for, the oldest first: a line each, with tabs between
-
-  its id, which `quorvik-island answer` takes
-  the agent's mark
-  how long it has waited
-  the tool and its most telling argument, secrets masked; of questions the number too
-  what "always" would grant, where that is offered
-
-An answer is decided upon more than this line. With an id it prints all of that request: the whole input (a
-command, an edit as lines with "-" and "+", else JSON), the questions with their options, and what "always"
-would grant. Characters that deceive the eye are escapes there, and credentials are hidden, except where a
-shell would run something.
-
-  --show-hidden   credentials too
-  --json          one array: the requests as the hooks sent them, with "receivedAt", in seconds since 1970
-
-Examples:
-  quorvik-island requests --json | jq -r '.[] | .id, .input'
-  quorvik-island answer "$(quorvik-island requests | head -n 1 | cut -f 1)" deny
-)help";
 
 std::string_view sign(CardLine::Kind kind) {
     switch (kind) {
@@ -93,11 +66,7 @@ std::string what(const ApprovalRequest& request) {
     return Unicode::terminalLine(text.empty() || summary.empty() ? text + summary : text + ": " + summary);
 }
 
-int run(std::span<const std::string> commandLine) {
-    constexpr std::array<std::string_view, 2> flags = {"--json", "--show-hidden"};
-    const Arguments arguments = Arguments::parse(commandLine, flags, {});
-    if (arguments.has("--help")) return printHelp(help);
-    arguments.expectAtMost(1, "requests");
+int run(const Arguments& arguments) {
     if (!arguments.words.empty() && arguments.has("--json"))
         throw UsageError("requests: --json is for all requests");
     if (arguments.words.empty() && arguments.has("--show-hidden"))

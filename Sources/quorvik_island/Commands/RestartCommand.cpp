@@ -10,13 +10,6 @@ namespace quorvik::RestartCommand {
 
 namespace {
 
-constexpr std::string_view help =
-    R"(usage: quorvik-island restart
-
-Ends the app if it runs, and starts it; what is shown elsewhere attaches itself again. Agents whose requests
-wait then ask in their own interface.
-)";
-
 bool isRunning() {
     try {
         ControlClient::connect("command", ControlClient::Start::never);
@@ -28,10 +21,7 @@ bool isRunning() {
 
 } // namespace
 
-int run(std::span<const std::string> commandLine) {
-    const Arguments arguments = Arguments::parse(commandLine, {}, {});
-    if (arguments.has("--help")) return printHelp(help);
-    arguments.expectAtMost(0, "restart");
+int run(const Arguments&) {
     if (isRunning()) StopCommand::stopApp();
     ControlClient::connect("command", ControlClient::Start::ifMissing);
     return exitSuccess;

@@ -1,13 +1,12 @@
 #pragma once
 
-#include <span>
-#include <string>
+#include "quorvik_island/Arguments.h"
 
 /// `quorvik-island restart`: ends the app and starts it again.
 namespace quorvik::RestartCommand {
 
-/// Takes the words after "restart" and returns the exit status. Throws UsageError, and ControlError and
+/// Takes what came after "restart" and returns the exit status. Throws UsageError, and ControlError and
 /// NoApp.
-int run(std::span<const std::string> commandLine);
+int run(const Arguments& arguments);
 
 } // namespace quorvik::RestartCommand

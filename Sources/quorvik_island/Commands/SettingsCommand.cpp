@@ -1,6 +1,7 @@
 #include "quorvik_island/Commands/SettingsCommand.h"
 
 #include "quorvik_island/Arguments.h"
+#include "quorvik_island/CommandLine/NearestName.h"
 #include "quorvik_island/Console.h"
 
 #include "QuorvikApp/Control/ControlClient.h"
@@ -10,32 +11,11 @@
 #include "QuorvikCore/Session/QuorvikPaths.h"
 #include "QuorvikCore/Text/Unicode.h"
 
-#include <array>
 #include <utility>
 
 namespace quorvik::SettingsCommand {
 
 namespace {
-
-constexpr std::string_view help =
-    R"(usage: quorvik-island settings [<name> [<value>|--default]] [--json]
-
-Your choices. Without words it lists them all, a line each, with tabs between the name, the value and what it
-means; with a name it prints that value. With a value too it changes the setting, which a running app takes
-over at once. Values are on and off, numbers, or a list; what a setting takes is said when a value does not fit.
-
-  --default   back to the default
-  --json      one object: the settings and their values
-
-The file is settings.json in Quorvik's folder. What is wrong with it is said on standard error, and changes
-nothing else: the rest of the file holds.
-
-Examples:
-  quorvik-island settings
-  quorvik-island settings doneLinger 10
-  quorvik-island settings notifications off
-  quorvik-island settings services "3000, docker:my-db"
-)";
 
 std::string shown(const nlohmann::json& value) {
     if (value.is_string()) return value.get<std::string>();
@@ -112,18 +92,22 @@ void print(const Settings& settings, const SettingRule* only, Console& console) 
     console.value(values);
 }
 
+std::string didYouMean(const std::string& name) {
+    std::vector<std::string_view> names;
+    for (const SettingRule& rule : settingRules())
+        names.push_back(rule.name);
+    return NearestName::question(name, names);
+}
+
 } // namespace
 
-int run(std::span<const std::string> commandLine) {
-    constexpr std::array<std::string_view, 2> flags = {"--json", "--default"};
-    const Arguments arguments = Arguments::parse(commandLine, flags, {});
-    if (arguments.has("--help")) return printHelp(help);
+int run(const Arguments& arguments) {
     const auto& words = arguments.words;
     const bool toDefault = arguments.has("--default");
-    arguments.expectAtMost(2, "settings");
     if (toDefault && words.size() != 1) throw UsageError("settings: --default goes with one name");
     const SettingRule* rule = words.empty() ? nullptr : settingRule(words.front());
-    if (!words.empty() && !rule) throw UsageError("settings: there is no setting " + words.front());
+    if (!words.empty() && !rule)
+        throw UsageError("settings: there is no setting " + words.front() + didYouMean(words.front()));
 
     Console console(arguments.has("--json"));
     if (toDefault || words.size() == 2) {

@@ -1,13 +1,12 @@
 #pragma once
 
-#include <span>
-#include <string>
+#include "quorvik_island/Arguments.h"
 
 /// `quorvik-island settings`: the user's choices.
 namespace quorvik::SettingsCommand {
 
-/// Takes the words after "settings" and returns the exit status. Throws UsageError, and EditError and
+/// Takes what came after "settings" and returns the exit status. Throws UsageError, and EditError and
 /// FileError when the file cannot be changed.
-int run(std::span<const std::string> commandLine);
+int run(const Arguments& arguments);
 
 } // namespace quorvik::SettingsCommand

@@ -1,12 +1,11 @@
 #pragma once
 
-#include <span>
-#include <string>
+#include "quorvik_island/Arguments.h"
 
 /// `quorvik-island shell`: our script in the user's zsh.
 namespace quorvik::ShellIntegrationCommand {
 
-/// Takes the words after "shell" and returns the exit status. Throws UsageError.
-int run(std::span<const std::string> commandLine);
+/// Takes what came after "shell" and returns the exit status. Throws UsageError.
+int run(const Arguments& arguments);
 
 } // namespace quorvik::ShellIntegrationCommand

@@ -16,37 +16,12 @@
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <utility>
 
 namespace quorvik::ShowCommand {
 
 namespace {
-
-constexpr std::string_view help =
-    R"(usage: quorvik-island show [--json]
-
-Prints what the island shows: a line each, the most urgent first.
-
-  ◆ CC   awaiting     2 min  Fix the login bug  Bash npm install
-
-"◆" stands before the item in the notch itself, "•" before those beside it, nothing before those that do
-not fit there. Then who it is, its state, for how long, the task or tool, and what is happening. A terminal
-that is wide enough also shows where the output of a failed command is. Prints nothing when there is nothing
-to show. Sessions whose process is gone count as ended. What failed is shown until somebody has seen it:
-`quorvik-island acknowledge` says so, `quorvik-island clear` forgets it. Files that hold no readable record
-are named on standard error. Without the app it prints the same, but no alerts.
-
-  --json   one object: "primary" (null when there is nothing to show), "bubbles" and "overflow", each item
-           with "id", "display", "quiet", "needsAttention", "mark", "label", and "record", the session record;
-           and, instead of standard error, the paths of unreadable files, "corrupt" and "unsupported" (of
-           another version). With "requests", "alerts", "revision" and more, as the app publishes them
-
-Examples:
-  quorvik-island show
-  quorvik-island show --json | jq -r '.primary.label // empty'
-)";
 
 /// SGR parameters.
 std::string_view style(const SnapshotItem& item) {
@@ -185,12 +160,7 @@ Snapshot shownWithoutApp(const Sessions& sessions, Date now) {
 
 } // namespace
 
-int run(std::span<const std::string> commandLine) {
-    constexpr std::array<std::string_view, 1> flags = {"--json"};
-    const Arguments arguments = Arguments::parse(commandLine, flags, {});
-    if (arguments.has("--help")) return printHelp(help);
-    arguments.expectAtMost(0, "show");
-
+int run(const Arguments& arguments) {
     Console console(arguments.has("--json"));
     const Date now = std::chrono::system_clock::now();
     Sessions sessions;

@@ -1,13 +1,12 @@
 #pragma once
 
-#include <span>
-#include <string>
+#include "quorvik_island/Arguments.h"
 
 /// `quorvik-island show`: what the island shows right now.
 namespace quorvik::ShowCommand {
 
-/// Takes the words after "show" and returns the exit status. Throws UsageError, and FileError when the
+/// Takes what came after "show" and returns the exit status. Throws UsageError, and FileError when the
 /// sessions cannot be listed.
-int run(std::span<const std::string> commandLine);
+int run(const Arguments& arguments);
 
 } // namespace quorvik::ShowCommand

@@ -9,29 +9,11 @@
 
 #include "QuorvikCore/Text/Unicode.h"
 
-#include <array>
 #include <cmath>
 
 namespace quorvik::SignalsCommand {
 
 namespace {
-
-constexpr std::string_view help =
-    R"(usage: quorvik-island signals [--json]
-
-Tells for each of the developer's tools that the app looks at by itself: whether that is on, why it is off or of
-no use, when the app has looked and when it will look again, and what the looks of the last hour took.
-
-  --json   an array of objects: "name", "on", "why" (a text, empty when all is well), "lastLook" and
-           "nextLook" (seconds since 1970; left out when there is none), "looks" and "seconds" (in the last
-           hour)
-
-A signal is switched by the setting of its name.
-
-Examples:
-  quorvik-island settings containers off
-  quorvik-island settings services "3000, docker:my-db"
-)";
 
 /// "containers  on   10 s ago, again in 50 s; 0.21 s for 6 looks in the last hour".
 std::string lineOf(const SignalStatus& signal, Date now) {
@@ -56,12 +38,7 @@ std::string lineOf(const SignalStatus& signal, Date now) {
 
 } // namespace
 
-int run(std::span<const std::string> commandLine) {
-    constexpr std::array<std::string_view, 1> flags = {"--json"};
-    const Arguments arguments = Arguments::parse(commandLine, flags, {});
-    if (arguments.has("--help")) return printHelp(help);
-    arguments.expectAtMost(0, "signals");
-
+int run(const Arguments& arguments) {
     Console console(arguments.has("--json"));
     const auto result = ControlClient::connect("command", ControlClient::Start::never).call("signals");
     std::vector<SignalStatus> signals;

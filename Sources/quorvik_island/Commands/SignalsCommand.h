@@ -1,13 +1,12 @@
 #pragma once
 
-#include <span>
-#include <string>
+#include "quorvik_island/Arguments.h"
 
 /// `quorvik-island signals`: what the app looks at by itself, and what that costs.
 namespace quorvik::SignalsCommand {
 
-/// Takes the words after "signals" and returns the exit status. Throws UsageError, ControlError, NoApp and
+/// Takes what came after "signals" and returns the exit status. Throws UsageError, ControlError, NoApp and
 /// RecordError.
-int run(std::span<const std::string> commandLine);
+int run(const Arguments& arguments);
 
 } // namespace quorvik::SignalsCommand

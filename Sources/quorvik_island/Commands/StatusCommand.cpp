@@ -10,25 +10,10 @@
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
-#include <array>
 
 namespace quorvik::StatusCommand {
 
 namespace {
-
-constexpr std::string_view help =
-    R"(usage: quorvik-island status [--json]
-
-Tells how the app is: since when it runs, who is attached, what waits, what does not work and why. Exit
-status 0 when it runs, 1 when not.
-
-  --json   one object: "running"; when it does not run "error", else "version", "program", "pid",
-           "startedAt", "folder", "revision", "frontEnds" (each "role", "program", "pid", "since"),
-           "requests" (how many wait) and "troubles" (texts)
-
-Example:
-  quorvik-island status --json | jq -r '.troubles[]?'
-)";
 
 /// "12 min: version 0.1.0, process 4711, /usr/bin/quorvik-island". `of` describes the app or a front end;
 /// `since` is the name of the member with the time, which differs between the two.
@@ -64,12 +49,7 @@ std::string linesOf(const nlohmann::json& status, const Snapshot& snapshot) {
 
 } // namespace
 
-int run(std::span<const std::string> commandLine) {
-    constexpr std::array<std::string_view, 1> flags = {"--json"};
-    const Arguments arguments = Arguments::parse(commandLine, flags, {});
-    if (arguments.has("--help")) return printHelp(help);
-    arguments.expectAtMost(0, "status");
-
+int run(const Arguments& arguments) {
     Console console(arguments.has("--json"));
     try {
         ControlClient client = ControlClient::connect("command", ControlClient::Start::never);

@@ -1,12 +1,11 @@
 #pragma once
 
-#include <span>
-#include <string>
+#include "quorvik_island/Arguments.h"
 
 /// `quorvik-island status`: how the app is.
 namespace quorvik::StatusCommand {
 
-/// Takes the words after "status" and returns the exit status. Throws UsageError, and ControlError and NoApp.
-int run(std::span<const std::string> commandLine);
+/// Takes what came after "status" and returns the exit status. Throws UsageError, and ControlError and NoApp.
+int run(const Arguments& arguments);
 
 } // namespace quorvik::StatusCommand

@@ -6,29 +6,9 @@
 
 #include "QuorvikCore/Install/StatusLineInstaller.h"
 
-#include <array>
-
 namespace quorvik::StatusLineCommand {
 
 namespace {
-
-constexpr std::string_view help =
-    R"(usage: quorvik-island statusline status|install|uninstall [--hook-path <path>] [--json]
-
-Makes Quorvik the status line of Claude Code, through which it learns your usage limits. Your own status
-line is kept, and comes back with uninstall.
-
-Prints how things stand (after the change): "on", "off", or "unreadable: …" when Claude Code's settings
-cannot be read; they are then left alone. More lines say where the old settings were copied to, and where
-your own status line is when it could not be put back.
-
-  --hook-path <path>  the hook program; by default the installed one, else the one beside this program
-  --json              one JSON object instead of lines
-
-Examples:
-  quorvik-island statusline install
-  quorvik-island statusline status --json
-)";
 
 using Status = StatusLineInstaller::Status;
 
@@ -46,7 +26,6 @@ Outcome apply(const std::string& action, const HookTarget& target, const Argumen
         const std::string hookPath = hookProgram.runnableOf(arguments, console);
         return {{Status::Kind::on, {}}, {StatusLineInstaller::install(target, hookPath, original)}};
     }
-    if (action != "uninstall") throw UsageError("statusline: unknown action " + action);
     const auto removal = StatusLineInstaller::uninstall(target, original);
     if (!removal.unreadable.empty()) throw EditError(removal.unreadable);
     return {{Status::Kind::off, {}}, removal};
@@ -54,21 +33,13 @@ Outcome apply(const std::string& action, const HookTarget& target, const Argumen
 
 } // namespace
 
-int run(std::span<const std::string> commandLine) {
-    constexpr std::array<std::string_view, 1> flags = {"--json"};
-    constexpr std::array<std::string_view, 1> valueOptions = {hookProgram.option};
-    const Arguments arguments = Arguments::parse(commandLine, flags, valueOptions);
+int run(const Arguments& arguments) {
     Console console(arguments.has("--json"));
-    if (arguments.has("--help")) return printHelp(help);
-    if (arguments.words.empty()) throw UsageError("statusline: say status, install or uninstall");
-    arguments.expectAtMost(1, "statusline");
     const std::string& action = arguments.words.front();
 
     Outcome outcome;
     try {
         outcome = apply(action, HookTarget::claude(), arguments, console);
-    } catch (const UsageError&) {
-        throw;
     } catch (const std::exception& error) {
         console.fail("statusline: " + std::string(error.what()));
         console.value({{"error", error.what()}});

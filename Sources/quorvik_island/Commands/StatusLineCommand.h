@@ -1,12 +1,11 @@
 #pragma once
 
-#include <span>
-#include <string>
+#include "quorvik_island/Arguments.h"
 
 /// `quorvik-island statusline`: our status line in Claude Code's settings.
 namespace quorvik::StatusLineCommand {
 
-/// Takes the words after "statusline" and returns the exit status. Throws UsageError.
-int run(std::span<const std::string> commandLine);
+/// Takes what came after "statusline" and returns the exit status. Throws UsageError.
+int run(const Arguments& arguments);
 
 } // namespace quorvik::StatusLineCommand

@@ -11,19 +11,6 @@
 
 namespace quorvik::StopCommand {
 
-namespace {
-
-constexpr std::string_view help =
-    R"(usage: quorvik-island stop
-
-Ends the app, and waits until it is gone. Agents whose requests wait then ask in their own interface; nothing
-else is lost. The live island and `watch` start no other app; those that you open from then on do.
-
-Exit status: 1 when no app runs.
-)";
-
-} // namespace
-
 void stopApp() {
     using Clock = std::chrono::steady_clock;
     ControlClient client = ControlClient::connect("command", ControlClient::Start::never);
@@ -41,10 +28,7 @@ void stopApp() {
     }
 }
 
-int run(std::span<const std::string> commandLine) {
-    const Arguments arguments = Arguments::parse(commandLine, {}, {});
-    if (arguments.has("--help")) return printHelp(help);
-    arguments.expectAtMost(0, "stop");
+int run(const Arguments&) {
     stopApp();
     return exitSuccess;
 }

@@ -1,13 +1,12 @@
 #pragma once
 
-#include <span>
-#include <string>
+#include "quorvik_island/Arguments.h"
 
 /// `quorvik-island stop`: ends the app.
 namespace quorvik::StopCommand {
 
-/// Takes the words after "stop" and returns the exit status. Throws UsageError, and ControlError and NoApp.
-int run(std::span<const std::string> commandLine);
+/// Takes what came after "stop" and returns the exit status. Throws UsageError, and ControlError and NoApp.
+int run(const Arguments& arguments);
 
 /// Ends the running app and waits until it is gone. Throws ControlError, and NoApp when none runs or it does
 /// not end.

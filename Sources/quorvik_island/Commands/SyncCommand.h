@@ -1,12 +1,11 @@
 #pragma once
 
-#include <span>
-#include <string>
+#include "quorvik_island/Arguments.h"
 
 /// `quorvik-island sync`: waits until the app has caught up.
 namespace quorvik::SyncCommand {
 
-/// Takes the words after "sync" and returns the exit status. Throws UsageError, and ControlError and NoApp.
-int run(std::span<const std::string> commandLine);
+/// Takes what came after "sync" and returns the exit status. Throws UsageError, and ControlError and NoApp.
+int run(const Arguments& arguments);
 
 } // namespace quorvik::SyncCommand

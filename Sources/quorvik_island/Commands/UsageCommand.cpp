@@ -11,27 +11,11 @@
 #include "QuorvikCore/Usage/UsageSources.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 namespace quorvik::UsageCommand {
 
 namespace {
-
-constexpr std::string_view help =
-    R"(usage: quorvik-island usage [--json]
-
-Prints the rate limits of your agents' accounts, a line each: how much is used, when it starts afresh, and
-whether that is from the agent (of the last five minutes) or from an earlier time. Works without the app, and
-asks nobody: Claude Code's figures come from its status line (see `quorvik-island statusline`), Codex's from
-its own notes of its sessions.
-
-  --json   one array: of each limit "id", "agent", "minutes" (its length), "usedPercent", "resetsAt" and
-           "toldAt" (both in seconds since 1970), "isCurrent", and "stage" (0, 80, 95 or 100)
-
-Example:
-  quorvik-island usage --json | jq -r '.[] | "\(.id) \(.usedPercent) %"'
-)";
 
 std::string bar(double percent, std::size_t cells) {
     const auto full = static_cast<std::size_t>(std::lround(percent / 100 * static_cast<double>(cells)));
@@ -91,12 +75,7 @@ std::string linesOf(const std::vector<UsageFigure>& figures, Date now, const Scr
 
 } // namespace
 
-int run(std::span<const std::string> commandLine) {
-    constexpr std::array<std::string_view, 1> flags = {"--json"};
-    const Arguments arguments = Arguments::parse(commandLine, flags, {});
-    if (arguments.has("--help")) return printHelp(help);
-    arguments.expectAtMost(0, "usage");
-
+int run(const Arguments& arguments) {
     Console console(arguments.has("--json"));
     const Date now = std::chrono::system_clock::now();
     nlohmann::json list = nlohmann::json::array();

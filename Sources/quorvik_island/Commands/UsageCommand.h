@@ -1,12 +1,11 @@
 #pragma once
 
-#include <span>
-#include <string>
+#include "quorvik_island/Arguments.h"
 
 /// `quorvik-island usage`: the limits of agents' accounts.
 namespace quorvik::UsageCommand {
 
-/// Takes the words after "usage" and returns the exit status. Throws UsageError.
-int run(std::span<const std::string> commandLine);
+/// Takes what came after "usage" and returns the exit status. Throws UsageError.
+int run(const Arguments& arguments);
 
 } // namespace quorvik::UsageCommand

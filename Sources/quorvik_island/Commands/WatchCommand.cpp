@@ -20,32 +20,6 @@ namespace quorvik::WatchCommand {
 
 namespace {
 
-constexpr std::string_view help =
-    R"help(usage: quorvik-island watch [--json | --format <bar>]
-
-Prints what the island shows, a line for every change and the first at once, until its reader goes away.
-Starts the app if need be. When the app ends, a line with an empty text is printed; `watch` goes on with the
-next app, but starts none itself.
-
-  --format <bar>   plain (the default), waybar, i3blocks, polybar, sketchybar or tmux: a line as that bar
-                   takes it, in which texts of agents do nothing but be shown
-  --json           one object a line: all of `show --json`, with "requests", "alerts" and "revision"
-
-Examples:
-  Waybar      "custom/quorvik": { "exec": "quorvik-island watch --format waybar", "return-type": "json" }
-  i3blocks    [quorvik]
-              command=quorvik-island watch --format i3blocks
-              interval=persist
-              format=json
-  polybar     [module/quorvik]
-              type = custom/script
-              exec = quorvik-island watch --format polybar
-              tail = true
-  SketchyBar  quorvik-island watch --format sketchybar |
-                while IFS= read -r line; do sketchybar --set quorvik label="$line"; done &
-  tmux        set -g status-right "#(quorvik-island watch --format tmux)"
-)help";
-
 /// Prints snapshots, as lines that differ from the line before.
 class Printer {
   public:
@@ -103,18 +77,12 @@ bool follow(ControlClient& client, Printer& printer) {
 
 } // namespace
 
-int run(std::span<const std::string> commandLine) {
-    constexpr std::array<std::string_view, 1> flags = {"--json"};
-    constexpr std::array<std::string_view, 1> valueOptions = {"--format"};
-    const Arguments arguments = Arguments::parse(commandLine, flags, valueOptions);
-    if (arguments.has("--help")) return printHelp(help);
-    arguments.expectAtMost(0, "watch");
+int run(const Arguments& arguments) {
     std::optional<BarLine::Format> format;
     if (!arguments.has("--json")) format = BarLine::Format::plain;
-    if (const auto chosen = arguments.values.find("--format"); chosen != arguments.values.end()) {
+    if (const std::string* chosen = arguments.value("--format")) {
         if (!format) throw UsageError("watch: --json is a format of its own");
-        format = fromRawValue<BarLine::Format>(chosen->second);
-        if (!format) throw UsageError("watch: unknown format " + chosen->second);
+        format = fromRawValue<BarLine::Format>(*chosen);
     }
 
     constexpr std::chrono::milliseconds shortest(50), longest(2000);

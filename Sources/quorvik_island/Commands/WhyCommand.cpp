@@ -9,25 +9,7 @@
 
 namespace quorvik::WhyCommand {
 
-namespace {
-
-constexpr std::string_view help =
-    R"(usage: quorvik-island why [<key>]
-
-Tells in words what is shown, in which place and by which rule, what is not and by which rule, and what
-happened to a request: asked, answered by whom, withdrawn and why.
-
-Takes the "id" of an item of `quorvik-island show --json`, or the id of a request; without one it tells about
-everything.
-)";
-
-} // namespace
-
-int run(std::span<const std::string> commandLine) {
-    const Arguments arguments = Arguments::parse(commandLine, {}, {});
-    if (arguments.has("--help")) return printHelp(help);
-    arguments.expectAtMost(1, "why");
-
+int run(const Arguments& arguments) {
     Console console(false);
     nlohmann::json parameters = nlohmann::json::object();
     if (!arguments.words.empty()) parameters["key"] = arguments.words.front();

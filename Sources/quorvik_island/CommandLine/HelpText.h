@@ -1,0 +1,21 @@
+#pragma once
+
+#include "quorvik_island/CommandLine/CommandTable.h"
+
+#include <cstddef>
+#include <string>
+
+/// Help for people, made of the table: usage, what it does, its arguments and options, examples, exit
+/// statuses, environment. Lines are wrapped to `columns`; what is kept as it is may be longer.
+namespace quorvik::HelpText {
+
+/// Of a command, or with the list of its commands of a program (ProgramRow::self).
+std::string of(const ProgramRow& program, const CommandRow& command, std::size_t columns);
+
+/// `help environment` and `help files`.
+std::string of(const TopicTable& topic, std::size_t columns);
+
+/// `help statuses`: those of every program, and of the commands that have their own.
+std::string ofStatuses(std::size_t columns);
+
+} // namespace quorvik::HelpText
