@@ -3,9 +3,30 @@
 #include "QuorvikCore/Install/UserFileEdit.h"
 #include "QuorvikCore/Platform/Environment.h"
 #include "QuorvikCore/Platform/Files.h"
+#include "QuorvikCore/Platform/RunProgram.h"
 #include "QuorvikCore/Text/ShellQuoting.h"
 
 namespace quorvik {
+
+namespace {
+
+/// Package managers keep each version in a folder of its own, and lead to the newest by links. A program of
+/// ours by the name of the link, where there is one in the PATH, or where Homebrew has it; else as it is.
+std::filesystem::path lasting(const std::filesystem::path& program) {
+    std::error_code ignored;
+    const auto isSame = [&](const std::filesystem::path& other) {
+        return other.is_absolute() && std::filesystem::equivalent(other, program, ignored);
+    };
+    if (const auto found = Platform::findProgram(program.filename().native()); found && isSame(*found))
+        return *found;
+    const auto keg = program.parent_path().parent_path(); // …/Cellar/quorvik/0.1.0
+    const auto cellar = keg.parent_path().parent_path();
+    const auto link =
+        cellar.parent_path() / "opt" / keg.parent_path().filename() / "bin" / program.filename();
+    return cellar.filename() == "Cellar" && isSame(link) ? link : program;
+}
+
+} // namespace
 
 std::string ProgramPath::of(const Arguments& arguments) const {
     if (const std::string* chosen = arguments.value(option))
@@ -13,7 +34,7 @@ std::string ProgramPath::of(const Arguments& arguments) const {
     const auto usual = std::filesystem::absolute(installed());
     const auto running = Platform::runningProgram();
     if (Files::isExecutable(usual) || running.empty()) return usual.string();
-    return (running.parent_path() / name).string();
+    return lasting(running.parent_path() / name).string();
 }
 
 std::string ProgramPath::runnableOf(const Arguments& arguments, Console& console) const {

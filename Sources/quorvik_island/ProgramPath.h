@@ -11,7 +11,8 @@
 namespace quorvik {
 
 /// Finds the program of ours whose path is written into users' files: the one that an option names, else the
-/// installed one when it can be run, else the one beside the running program.
+/// installed one when it can be run, else the one beside the running program, by a name that outlives an
+/// upgrade.
 struct ProgramPath {
     std::string_view option; ///< "--hook-path"
     std::string_view what;   ///< "hook program", in messages

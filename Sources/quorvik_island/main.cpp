@@ -24,6 +24,7 @@
 #include "quorvik_island/Commands/StatusLineCommand.h"
 #include "quorvik_island/Commands/StopCommand.h"
 #include "quorvik_island/Commands/SyncCommand.h"
+#include "quorvik_island/Commands/UpdateCommand.h"
 #include "quorvik_island/Commands/UsageCommand.h"
 #include "quorvik_island/Commands/WatchCommand.h"
 #include "quorvik_island/Commands/WhyCommand.h"
@@ -74,6 +75,7 @@ constexpr Handler handlers[] = {
     {"statusline", StatusLineCommand::run},
     {"stop", StopCommand::run},
     {"sync", SyncCommand::run},
+    {"update", UpdateCommand::run},
     {"usage", UsageCommand::run},
     {"watch", WatchCommand::run},
     {"why", WhyCommand::run},

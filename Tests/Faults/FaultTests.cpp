@@ -26,25 +26,26 @@ struct Kind {
 /// How files, folders and descriptors fail: a full disk, a broken one, no permission, too many open files.
 /// (Not close: strace would leave the descriptor open, which no system does.)
 constexpr Kind ofFiles[] = {
-    {"openat", "error=ENOSPC"},      {"openat", "error=EMFILE"},  {"rename", "error=EIO"},     {"mkdir", "error=ENOSPC"},
-    {"fsync", "error=EIO"},                {"newfstatat", "error=EACCES"},
-    {"getdents64", "error=EIO"},     {"unlink", "error=EACCES"},  {"fchmod", "error=EPERM"},
-    {"flock", "error=ENOLCK"},       {"fcntl", "error=EINVAL"},   {"readlink", "error=EACCES"},
+    {"openat", "error=ENOSPC"},         {"openat", "error=EMFILE"},    {"rename", "error=EIO"},
+    {"mkdir", "error=ENOSPC"},          {"fsync", "error=EIO"},        {"newfstatat", "error=EACCES"},
+    {"getdents64", "error=EIO"},        {"unlink", "error=EACCES"},    {"fchmod", "error=EPERM"},
+    {"flock", "error=ENOLCK"},          {"fcntl", "error=EINVAL"},     {"readlink", "error=EACCES"},
     {"flistxattr", "error=EOPNOTSUPP"}, {"utimensat", "error=EACCES"},
 };
 /// libuv ends the process when its own descriptors cannot be read or written.
 constexpr Kind ofContent[] = {{"write", "error=ENOSPC"}, {"read", "error=EIO"}};
 constexpr Kind ofProcesses[] = {
-    {"pipe2", "error=EMFILE"}, {"clone3", "error=EAGAIN"},        {"vfork", "error=EAGAIN"},
+    {"pipe2", "error=EMFILE"}, {"clone3", "error=EAGAIN"},         {"vfork", "error=EAGAIN"},
     {"wait4", "error=EINTR"},  {"rt_sigtimedwait", "error=EINTR"},
 };
 constexpr Kind ofSockets[] = {
-    {"socket", "error=EMFILE"}, {"connect", "error=EAGAIN"},  {"sendto", "error=EPIPE"},
+    {"socket", "error=EMFILE"}, {"connect", "error=EAGAIN"},      {"sendto", "error=EPIPE"},
     {"poll", "error=EINTR"},    {"recvfrom", "error=ECONNRESET"},
 };
 constexpr Kind ofTheLoop[] = {
-    {"bind", "error=EADDRINUSE"},     {"listen", "error=EADDRINUSE"},      {"accept4", "error=EMFILE"},
-    {"eventfd2", "error=EMFILE"},     {"epoll_create1", "error=EMFILE"},   {"inotify_init1", "error=EMFILE"},
+    {"bind", "error=EADDRINUSE"},          {"listen", "error=EADDRINUSE"},
+    {"accept4", "error=EMFILE"},           {"eventfd2", "error=EMFILE"},
+    {"epoll_create1", "error=EMFILE"},     {"inotify_init1", "error=EMFILE"},
     {"inotify_add_watch", "error=ENOSPC"},
 };
 constexpr Kind kill = {"all", "signal=KILL"};
@@ -71,7 +72,8 @@ class FaultTests : public AppTest {
     /// The files below the home folder that are the user's, with their content.
     std::map<std::string, std::string> usersFiles() const {
         std::map<std::string, std::string> files;
-        for (const Path& top : {home / ".claude", home / ".kimi", home / ".pi", home / ".copilot", home / "zsh"})
+        for (const Path& top :
+             {home / ".claude", home / ".kimi", home / ".pi", home / ".copilot", home / "zsh"})
             if (std::filesystem::exists(top))
                 for (const auto& entry : std::filesystem::recursive_directory_iterator(top))
                     if (entry.is_regular_file()) files[entry.path().string()] = contentOf(entry.path());
@@ -134,9 +136,9 @@ TEST_F(FaultTests, APermissionRequestEndsInAWholeAnswerOrNone) {
         startAfresh();
         std::filesystem::create_directories(support);
         const FakeApp app(support / "approval.sock", FakeApp::says("{\"decision\":\"allow\"}\n"));
-        const auto result =
-            run(prefix, {programPath("quorvik-hook"), "--source", "claude"},
-                R"({"session_id":"s","cwd":"/w","hook_event_name":"PermissionRequest","tool_name":"Bash","tool_input":{"command":"ls"}})");
+        const auto result = run(
+            prefix, {programPath("quorvik-hook"), "--source", "claude"},
+            R"({"session_id":"s","cwd":"/w","hook_event_name":"PermissionRequest","tool_name":"Bash","tool_input":{"command":"ls"}})");
         EXPECT_TRUE(result.output.empty() || result.output == allowed) << result;
         EXPECT_EQ(result.errors, "");
         EXPECT_TRUE(result.status == 0 || (fault.kills() && result.status == 128 + SIGKILL)) << result;
@@ -148,14 +150,16 @@ TEST_F(FaultTests, APermissionRequestEndsInAWholeAnswerOrNone) {
 TEST_F(FaultTests, RunLosesNoOutput) {
     const auto scenario = [&](const Fault& fault, const Words& prefix) {
         startAfresh();
-        const auto result = run(prefix, {programPath("quorvik"), "run", "--", "sh", "-c", "echo hello; exit 3"});
+        const auto result =
+            run(prefix, {programPath("quorvik"), "run", "--", "sh", "-c", "echo hello; exit 3"});
         expectRecordsWhole(fault);
         if (fault.kills() && result.status == 128 + SIGKILL) return;
         std::string logged;
         for (const std::string& name : namesIn(support / "logs"))
             if (name.ends_with(".log")) logged += contentOf(support / "logs" / name);
         if (result.status == 3)
-            EXPECT_TRUE(result.output == "hello\n" || (logged == "hello\n" && !result.errors.empty())) << result;
+            EXPECT_TRUE(result.output == "hello\n" || (logged == "hello\n" && !result.errors.empty()))
+                << result;
         else
             EXPECT_TRUE(result.status == 127 && result.errors.starts_with("quorvik: ")) << result;
     };
@@ -171,12 +175,14 @@ TEST_F(FaultTests, UsersFilesStayWhole) {
         Words words, before;
     };
     std::vector<Row> rows;
-    const auto there = [&](const Path& file, const std::string& content, const Words& add, const Words& remove) {
+    const auto there = [&](const Path& file, const std::string& content, const Words& add,
+                           const Words& remove) {
         rows.push_back({file, content, add, {}});
         rows.push_back({file, content, remove, add});
     };
     there(fileOf(Source::claude), json, {"hooks", "install", "claude"}, {"hooks", "uninstall", "claude"});
-    there(fileOf(Source::kimi), "[other]\nx = 1\n", {"hooks", "install", "kimi"}, {"hooks", "uninstall", "kimi"});
+    there(fileOf(Source::kimi), "[other]\nx = 1\n", {"hooks", "install", "kimi"},
+          {"hooks", "uninstall", "kimi"});
     there(fileOf(Source::copilot), "", {"hooks", "install", "copilot"}, {"hooks", "uninstall", "copilot"});
     there(fileOf(Source::pi), "", {"hooks", "install", "pi"}, {"hooks", "uninstall", "pi"});
     there(fileOf(Source::claude), json, {"statusline", "install"}, {"statusline", "uninstall"});
@@ -208,14 +214,18 @@ TEST_F(FaultTests, UsersFilesStayWhole) {
             const auto result = run(prefix, words);
             const std::string found = content();
             // A status line of the user's that could not be put back is kept aside.
-            const bool isAside = std::ranges::any_of(namesIn(support / "backups"), [](const std::string& name) {
-                return name.starts_with("statusline-original");
-            });
+            const bool isAside =
+                std::ranges::any_of(namesIn(support / "backups"), [](const std::string& name) {
+                    return name.starts_with("statusline-original");
+                });
             EXPECT_TRUE(found == old || found == after || isAside) << found;
             if (found == after && !row.content.empty() && row.words[0] != "shell" &&
                 row.words[0] != "settings") {
-                const auto isCopy = [&](const std::string& name) { return contentOf(support / "backups" / name) == old; };
-                EXPECT_TRUE(std::ranges::any_of(namesIn(support / "backups"), isCopy)) << "there is no copy of it";
+                const auto isCopy = [&](const std::string& name) {
+                    return contentOf(support / "backups" / name) == old;
+                };
+                EXPECT_TRUE(std::ranges::any_of(namesIn(support / "backups"), isCopy))
+                    << "there is no copy of it";
             }
             for (const auto& [name, text] : usersFiles())
                 EXPECT_TRUE(names.contains(name) || name == row.file ||

@@ -1,9 +1,8 @@
+#include "Tests/Support/Program.h"
+#include "Tests/Support/TemporaryHome.h"
 #include "quorvik_island/CommandLine/HelpText.h"
 #include "quorvik_island/CommandLine/ManualPage.h"
 #include "quorvik_island/CommandLine/TableText.h"
-
-#include "Tests/Support/Program.h"
-#include "Tests/Support/TemporaryHome.h"
 
 #include "QuorvikCore/Text/Unicode.h"
 
@@ -41,7 +40,8 @@ TEST_F(CommandLineTests, MistakesAreNamedWithWhatWasMeant) {
              {{"help", "hook"}, "unknown command hook, did you mean hooks?"},
              {{"help", "quorvik", "rum"}, "unknown command rum, did you mean run?"},
              {{"frobnicate"}, "unknown command frobnicate"},
-             {{"complet"}, "unknown command complet"}, // "completion" is too far, "complete" nobody's business
+             {{"complet"},
+              "unknown command complet"}, // "completion" is too far, "complete" nobody's business
              {{"--plian"}, "unknown option --plian, did you mean --plain?"},
              {{"--plain", "show"}, "unexpected argument show"},
              {{"hooks"}, "hooks: say status, install or uninstall"},
@@ -67,9 +67,9 @@ TEST_F(CommandLineTests, MistakesAreNamedWithWhatWasMeant) {
              {{"completion", "tcsh"}, "completion: unknown shell tcsh"},
              {{"completion", "zsh", "hook"}, "completion: unknown program hook"}}) {
         const std::string command = why.starts_with("un") && words[0] != "hooks" ? "" : words[0] + " ";
-        EXPECT_EQ(island(words), (Program::Result{3, "",
-                                                  "quorvik-island: " + why + " (see quorvik-island " + command +
-                                                      "--help)\n"}));
+        EXPECT_EQ(island(words),
+                  (Program::Result{
+                      3, "", "quorvik-island: " + why + " (see quorvik-island " + command + "--help)\n"}));
     }
     EXPECT_FALSE(std::filesystem::exists(home / ".claude"));
 }

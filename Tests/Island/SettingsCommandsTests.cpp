@@ -94,9 +94,65 @@ TEST_F(SettingsCommandsTests, InstallsOnlyAProgramThatCanBeRun) {
     const auto beside = writeProgram("copy/quorvik-hook");
     EXPECT_EQ(Program::run({copy.string(), "hooks", "install", "pi"}).errors, "");
     EXPECT_NE(contentOf(home / ".pi/agent/extensions/quorvik.ts").find(beside.string()), std::string::npos);
+    // A version that will be replaced is named by the link that leads to it.
+    const auto opt = home / "opt/quorvik", version = home / "Cellar/quorvik/0.1.0";
+    std::filesystem::create_directories(version);
+    std::filesystem::rename(home / "copy", version / "bin");
+    std::filesystem::create_directories(opt.parent_path());
+    std::filesystem::create_directory_symlink(version, opt);
+    const auto installs = [&](const std::filesystem::path& folder) {
+        Program::run({(opt / "bin/quorvik-island").string(), "hooks", "install", "pi"});
+        const std::string text = contentOf(home / ".pi/agent/extensions/quorvik.ts");
+        return text.find((folder / "quorvik-hook").string()) != text.npos;
+    };
+    EXPECT_TRUE(installs(opt / "bin"));
+    std::filesystem::create_directory_symlink(version / "bin", home / "linked");
+    ::setenv("PATH", ((home / "linked").string() + ":/usr/bin:/bin").c_str(), 1);
+    EXPECT_TRUE(installs(home / "linked"));
     for (const std::string action : {"hooks", "statusline"})
         EXPECT_NE(island({action, "install"}).errors.find("will point into a build folder"),
                   std::string::npos);
+}
+
+TEST_F(SettingsCommandsTests, UpdateRenewsWhatIsOutdatedAndNothingElse) {
+    const Program::Result current{0, "everything is up to date\n", ""};
+    EXPECT_EQ(island({"update"}), current) << "what was never installed stays so";
+    const auto cli = writeProgram("support/bin/quorvik");
+    const auto settings = write(".claude/settings.json", R"({"model":"x"})");
+    const auto kimi = write(".kimi/config.toml", "a = 1\n"), rc = write(".zshrc", "alias l=ls\n");
+    island({"hooks", "install", "claude", "kimi"});
+    island({"statusline", "install"});
+    island({"shell", "install", "--min-seconds", "30"});
+    EXPECT_EQ(island({"update"}), current);
+    const std::string good = contentOf(settings), script = contentOf(support / "shell/quorvik.zsh");
+
+    // As another version would have left them: other paths, an event that nobody knows now, an older script.
+    const auto replaced = [](std::string text, const std::string& from, const std::string& to) {
+        for (std::size_t at = 0; (at = text.find(from, at)) != text.npos; at += to.size())
+            text.replace(at, from.size(), to);
+        return text;
+    };
+    const std::string bin = (support / "bin").string();
+    write(".claude/settings.json", replaced(replaced(good, bin, "/gone"), "\"Stop\"", "\"Stopped\""));
+    write(".kimi/config.toml", replaced(contentOf(kimi), bin, "/gone"));
+    write("support/shell/quorvik.zsh", replaced(script, "zshexit", "exit"));
+    write(".zshrc", replaced(contentOf(rc), support.string(), "/elsewhere"));
+    const auto renewed = island({"update"});
+    EXPECT_EQ(renewed.errors, "");
+    for (const std::string& line : std::vector<std::string>{
+             "claude: installed in " + settings.string(), "claude: backup in ", "kimi: installed in ",
+             "statusline: renewed in " + settings.string(), "shell: renewed in ", "shell: backup in "})
+        EXPECT_NE(("\n" + renewed.output).find("\n" + line), std::string::npos) << line << renewed;
+    EXPECT_EQ(json(contentOf(settings)), json(good));
+    EXPECT_EQ(contentOf(support / "shell/quorvik.zsh"), script) << "the user's 30 seconds stay";
+    EXPECT_EQ(contentOf(rc).find("elsewhere"), std::string::npos);
+    EXPECT_EQ(island({"update"}), current);
+
+    write(".claude/settings.json", "{");
+    const auto some = island({"update", "--json"});
+    EXPECT_EQ(some.status, 1);
+    EXPECT_EQ(json(some.output)[0]["what"], "claude");
+    EXPECT_FALSE(std::filesystem::exists(home / ".codex"));
 }
 
 TEST_F(SettingsCommandsTests, TheStatusLineGoesOnAndOff) {

@@ -191,6 +191,16 @@ bool isInstalled(const Path& rc) {
     return text && contains(*text, beginMarker);
 }
 
+std::optional<int> minimum(const Path& script) {
+    const auto text = Files::read(script, UserFileEdit::maxFileSize);
+    return text ? Number::integer<int>(foundAt(minimumPlace, *text)) : std::nullopt;
+}
+
+bool loads(const Path& rc, const Path& script) {
+    const auto text = Files::read(rc, UserFileEdit::maxFileSize);
+    return text && contains(*text, "\n" + sourceLine(script) + "\n");
+}
+
 EditOutcome remove(const Path& rc, const Path& script) {
     using Decision = UserFileEdit::Decision;
     const auto withoutOurs = [&](const UserFileEdit::Content& content) {
@@ -209,8 +219,7 @@ Status status(std::string_view cli, int minSeconds, const Path& rc, const Path& 
     const auto rcText = UserFileEdit::read(rc);
     status.installed = rcText && contains(*rcText, beginMarker);
     if (!status.installed) return status;
-    if (!contains(*rcText, "\n" + sourceLine(script) + "\n"))
-        status.differences.push_back(rc.string() + " does not load " + script.string());
+    if (!loads(rc, script)) status.differences.push_back(rc.string() + " does not load " + script.string());
     if (const auto found = UserFileEdit::read(script))
         compareScript(*found, cli, minSeconds, script, status.differences);
     else

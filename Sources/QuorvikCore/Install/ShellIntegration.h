@@ -3,6 +3,7 @@
 #include "QuorvikCore/Install/UserFileEdit.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +22,9 @@ inline constexpr std::string_view endMarker = "# <<< quorvik shell integration <
 Path scriptURL(); ///< "shell/quorvik.zsh" in the support folder
 Path zshrcURL();  ///< ".zshrc" in $ZDOTDIR when that is set and not empty, else in the home folder
 
+/// Seconds that a command must take to be reported, unless the user says otherwise.
+inline constexpr int defaultMinimum = 10;
+
 /// The script. `cli` is the path of the program `quorvik`; commands that take less than `minSeconds` (at
 /// least 1) are not reported.
 std::string script(std::string_view cli, int minSeconds);
@@ -32,6 +36,12 @@ EditOutcome install(std::string_view cli, int minSeconds, const Path& rc, const 
 
 /// Whether the marker is in `rc`; false when that cannot be read.
 bool isInstalled(const Path& rc);
+
+/// The `minSeconds` with which the script was written; absent when that cannot be told.
+std::optional<int> minimum(const Path& script);
+
+/// Whether `rc` loads that script, and not one that stands elsewhere. False when `rc` cannot be read.
+bool loads(const Path& rc, const Path& script);
 
 /// Takes the block out of `rc` (backed up as above) and deletes the script. Shells that run already go on
 /// reporting. Throws EditError and changes nothing when `rc` holds the first marker but not, on lines of

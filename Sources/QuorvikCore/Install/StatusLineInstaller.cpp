@@ -112,6 +112,16 @@ EditOutcome install(const HookTarget& target, const std::string& hookPath, const
                               {.backupName = target.backupName(), .beforeWrite = keepOriginal});
 }
 
+bool isCurrent(const HookTarget& target, const std::string& hookPath) {
+    try {
+        const auto document = SettingsDocument::parse(UserFileEdit::read(target.fileURL));
+        const JSONValue* value = document.root[member];
+        return value && *value == managed(hookPath);
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
 Removal uninstall(const HookTarget& target, const Path& originalFile) {
     Removal removal;
     bool isDamaged = false;

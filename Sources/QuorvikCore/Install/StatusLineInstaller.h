@@ -42,6 +42,9 @@ struct Removal : EditOutcome {
     std::optional<std::filesystem::path> setAside;
 };
 
+/// Whether an installation would leave the status line as it is. False when the settings cannot be read.
+bool isCurrent(const HookTarget& target, const std::string& hookPath);
+
 /// Puts the saved status line back and deletes the saved file. Without one the member is removed; so it is
 /// when the saved file cannot be read or understood, and that file is then moved to the backups. Does nothing
 /// when the status line is not ours or the settings cannot be read.

@@ -77,6 +77,9 @@ Path installedCLIBinary() {
 Path installedHookBinary() {
     return binDirectory() / hookBinaryName;
 }
+Path installedAppBinary() {
+    return binDirectory() / appBinaryName;
+}
 
 Path claudeSettings() {
     return home() / ".claude/settings.json";

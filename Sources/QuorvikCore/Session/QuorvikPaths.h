@@ -36,8 +36,10 @@ Path appLog();       ///< what an app says that was started in the background
 
 inline constexpr const char* cliBinaryName = "quorvik";
 inline constexpr const char* hookBinaryName = "quorvik-hook";
+inline constexpr const char* appBinaryName = "quorvik-island";
 Path installedCLIBinary();
 Path installedHookBinary();
+Path installedAppBinary();
 
 /// Marks a hook command line as written by us.
 inline constexpr const char* managedMarker = "QUORVIK_MANAGED=1";

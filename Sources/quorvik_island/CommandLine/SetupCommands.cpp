@@ -69,13 +69,18 @@ constexpr ArgumentRow settingsArguments[] = {
      .completes = Completes::settingValue},
 };
 
+constexpr OptionRow updateOptions[] = {
+    json("an array of objects: \"what\" was renewed, its \"file\" and \"backup\", or \"error\""),
+};
+
 constexpr OptionRow settingsOptions[] = {
     {.name = "--default", .summary = "back to the default"},
     json("one object: the settings and their values"),
 };
 
 constexpr OptionRow signalsOptions[] = {
-    json("an array of objects: \"name\", \"on\", \"why\" (a text, empty when all is well), \"lastLook\" and \"nextLook\" "
+    json("an array of objects: \"name\", \"on\", \"why\" (a text, empty when all is well), \"lastLook\" and "
+         "\"nextLook\" "
          "(seconds since 1970; left out when there is none), \"looks\" and \"seconds\" (in the last hour)"),
 };
 
@@ -155,6 +160,17 @@ A file of ours that was edited is copied before it is changed. The app that runs
   systemctl --user start quorvik      not only with the next session, but now
 )",
      .environment = "QUORVIK_HOME PATH XDG_CONFIG_HOME"},
+    {.name = "update",
+     .summary = "renew what an older version has left",
+     .description = R"(
+Brings up to date what another version of Quorvik, or one that stood elsewhere, has left: hooks in agents' settings, the
+status line, the script for zsh, the unit that starts the app, and the app itself while no request waits. What was never
+installed stays so. Files are copied before they are changed; each line says what was renewed and where to it was copied.
+)",
+     .options = updateOptions,
+     .examples = R"(
+  quorvik-island update      after each upgrade of the package
+)"},
     {.name = "settings",
      .summary = "your choices",
      .description = R"(

@@ -13,10 +13,6 @@ namespace quorvik::AutostartCommand {
 
 namespace {
 
-constexpr const char* programName = "quorvik-island";
-constexpr ProgramPath app = {"--program", "program", programName,
-                             [] { return QuorvikPaths::binDirectory() / programName; }};
-
 void tell(const std::vector<std::string>& command, Console& console) {
     constexpr std::size_t most = 1 << 16;       // bytes
     constexpr std::chrono::seconds longest(60); // the service manager may start the app
@@ -27,6 +23,14 @@ void tell(const std::vector<std::string>& command, Console& console) {
 
 } // namespace
 
+EditOutcome install(const Arguments& arguments, Console& console) {
+    const auto manager = Platform::serviceManager();
+    EditOutcome change =
+        Autostart::install(manager, Autostart::Start::now(app.runnableOf(arguments, console)));
+    tell(Autostart::noticeOfInstall(manager), console);
+    return change;
+}
+
 int run(const Arguments& arguments) {
     const std::string& action = arguments.words.front();
 
@@ -34,10 +38,8 @@ int run(const Arguments& arguments) {
     const auto manager = Platform::serviceManager();
     try {
         EditOutcome change;
-        if (action == "install")
-            change = Autostart::install(manager, Autostart::Start::now(app.runnableOf(arguments, console)));
+        if (action == "install") change = install(arguments, console);
         if (action == "uninstall") change = Autostart::uninstall(manager);
-        if (action == "install") tell(Autostart::noticeOfInstall(manager), console);
         if (change.changed && action == "uninstall") tell(Autostart::noticeOfUninstall(manager), console);
 
         const auto state = Autostart::state(manager, Autostart::Start::now(app.of(arguments)));

@@ -73,32 +73,27 @@ std::string_view noteAfterInstall(Source source) {
     }
 }
 
-void change(Action action, const HookTarget& target, const std::string& hookPath, Console& console,
+void report(const HookTarget& target, std::string_view action, const EditOutcome& done, Console& console,
             nlohmann::json& result) {
     const std::string agent(rawValue(target.source));
     const std::string file = target.fileURL.string();
+    result["file"] = file;
+    result["changed"] = done.changed;
+    if (!done.changed) return console.line(agent + ": nothing to remove from " + file);
+    console.line(agent + ": " + std::string(action) + " " + file);
+    if (!done.backup) return;
+    result["backup"] = done.backup->string();
+    console.line(agent + ": backup in " + done.backup->string());
+}
+
+void change(Action action, const HookTarget& target, const std::string& hookPath, Console& console,
+            nlohmann::json& result) {
     try {
-        const EditOutcome done = action == Action::install ? HookInstaller::install(target, hookPath)
-                                                           : HookInstaller::uninstall(target);
-        result["file"] = file;
-        result["changed"] = done.changed;
-        if (!done.changed) {
-            console.line(agent + ": nothing to remove from " + file);
-            return;
-        }
-        console.line(agent + (action == Action::install ? ": installed in " : ": removed from ") + file);
-        if (done.backup) {
-            result["backup"] = done.backup->string();
-            console.line(agent + ": backup in " + done.backup->string());
-        }
-        if (action != Action::install || done.isSame) return;
-        if (const std::string note(noteAfterInstall(target.source)); !note.empty()) {
-            result["note"] = note;
-            console.line(agent + ": " + note);
-        }
+        if (action == Action::install) return install(target, hookPath, console, result);
+        report(target, "removed from", HookInstaller::uninstall(target), console, result);
     } catch (const std::exception& error) {
         result["error"] = error.what();
-        console.fail(agent + ": " + error.what());
+        console.fail(std::string(rawValue(target.source)) + ": " + error.what());
     }
 }
 
@@ -108,6 +103,16 @@ Action actionNamed(const std::string& name) {
 }
 
 } // namespace
+
+void install(const HookTarget& target, const std::string& hookPath, Console& console,
+             nlohmann::json& result) {
+    const EditOutcome done = HookInstaller::install(target, hookPath);
+    report(target, "installed in", done, console, result);
+    const std::string note(noteAfterInstall(target.source));
+    if (done.isSame || note.empty()) return;
+    result["note"] = note;
+    console.line(std::string(rawValue(target.source)) + ": " + note);
+}
 
 int run(const Arguments& arguments) {
     Console console(arguments.has("--json"));

@@ -12,11 +12,11 @@ namespace quorvik::ShellIntegrationCommand {
 namespace {
 
 constexpr std::string_view minimumOption = "--min-seconds";
-constexpr int defaultMinimum = 10, longestMinimum = 86400; // seconds
+constexpr int longestMinimum = 86400; // seconds
 
 int minimum(const Arguments& arguments) {
     const std::string* chosen = arguments.value(minimumOption);
-    if (!chosen) return defaultMinimum;
+    if (!chosen) return ShellIntegration::defaultMinimum;
     const auto seconds = Number::integer<int>(*chosen);
     if (!seconds || *seconds < 1 || *seconds > longestMinimum)
         throw UsageError(std::string(minimumOption) + " must be 1 to 86400");
