@@ -4,6 +4,7 @@
 #include "QuorvikCore/Install/Autostart.h"
 
 #include <cstdlib>
+#include <sstream>
 
 namespace quorvik {
 
@@ -48,6 +49,36 @@ TEST_F(AutostartTests, TextsAreTakenLiterally) {
                                         "exec systemd-analyze --user --man=no verify \"$1\"",
                                         "sh", file});
     EXPECT_EQ(verified, (Program::Result{0, "", ""}));
+}
+
+TEST_F(AutostartTests, APackagesUnitIsTheSameAndCounts) {
+    // But for the remark, the program's path and the manual.
+    const auto linesOf = [](const std::string& unit) {
+        std::istringstream stream(unit);
+        std::vector<std::string> lines;
+        for (std::string line; std::getline(stream, line);)
+            if (!line.starts_with('#') && !line.starts_with("ExecStart=") &&
+                !line.starts_with("Documentation="))
+                lines.push_back(line);
+        return lines;
+    };
+    const auto manager = ServiceManager::systemd;
+    EXPECT_EQ(linesOf(contentOf(std::filesystem::path(QUORVIK_SOURCE_DIR) / "packaging/quorvik.service.in")),
+              linesOf(Autostart::text(manager, {program.string(), {}, ""})));
+
+    const auto wants = Autostart::link(manager);
+    std::filesystem::create_directories(wants.parent_path());
+    std::filesystem::create_symlink("/usr/lib/systemd/user/quorvik.service", wants);
+    EXPECT_FALSE(Autostart::isInstalledHere(manager)) << "it serves another support folder";
+    const Autostart::Start start = Autostart::Start::now(program.string());
+    EXPECT_TRUE(Autostart::install(manager, start).changed);
+    EXPECT_EQ(Autostart::state(manager, start), Autostart::State::installed);
+    EXPECT_TRUE(Autostart::isInstalledHere(manager));
+    EXPECT_TRUE(Autostart::uninstall(manager).changed);
+    const std::string folder = ::getenv("QUORVIK_HOME");
+    ::unsetenv("QUORVIK_HOME");
+    EXPECT_TRUE(Autostart::isInstalledHere(manager));
+    ::setenv("QUORVIK_HOME", folder.c_str(), 1);
 }
 
 TEST_F(AutostartTests, AnAgentGoesInAndOut) {

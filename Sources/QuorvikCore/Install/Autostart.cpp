@@ -106,8 +106,14 @@ bool leadsTo(const Path& link, const Path& file) {
     return std::filesystem::read_symlink(link, none) == file && !none;
 }
 
+/// systemd goes by the link's name alone: one that leads to a package's unit of that name will do.
+bool isLinked(const Path& link) {
+    std::error_code none;
+    return link.empty() || std::filesystem::is_symlink(link, none);
+}
+
 void makeLink(const Path& link, const Path& file) {
-    if (link.empty() || leadsTo(link, file)) return;
+    if (isLinked(link)) return;
     Files::createPrivateFolder(link.parent_path());
     if (::symlink(file.c_str(), link.c_str()) != 0) throw FileError("create", link, errno);
 }
@@ -153,9 +159,7 @@ State state(ServiceManager manager, const Start& start) {
     const auto content = UserFileEdit::read(path);
     if (!content) return State::notInstalled;
     if (!isOurs(*content)) return State::foreign;
-    const Path wants = link(manager);
-    const bool isLinked = wants.empty() || leadsTo(wants, path);
-    return isLinked && *content == text(manager, start) && Files::isExecutable(start.program)
+    return isLinked(link(manager)) && *content == text(manager, start) && Files::isExecutable(start.program)
                ? State::installed
                : State::stale;
 }
@@ -202,8 +206,10 @@ std::vector<std::string> noticeOfUninstall(ServiceManager manager) {
 bool isInstalledHere(ServiceManager manager) {
     constexpr std::size_t largestUnit = 1 << 20; // bytes
     const auto content = Files::read(file(manager), largestUnit);
-    if (!content || !isOurs(*content)) return false;
     const auto folder = Start::now("").supportFolder;
+    // Enabled as a package brings it, which knows of no other support folder.
+    if (!content) return manager == ServiceManager::systemd && !folder && isLinked(link(manager));
+    if (!isOurs(*content)) return false;
     const bool namesFolder = content->find("QUORVIK_HOME") != content->npos;
     return folder ? namesFolder && content->find(*folder) != content->npos : !namesFolder;
 }

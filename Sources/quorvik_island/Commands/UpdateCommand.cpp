@@ -34,7 +34,8 @@ class Update {
                 failed(std::string(rawValue(source)), "settings cannot be read: " + status.why);
             if (status.kind != HookInstaller::Status::Kind::stale) continue;
             tryTo(std::string(rawValue(source)), [&](nlohmann::json& result) {
-                HooksCommand::install(*target, hookProgram.runnableOf(arguments_, console_), console_, result);
+                HooksCommand::install(*target, hookProgram.runnableOf(arguments_, console_), console_,
+                                      result);
             });
         }
     }
@@ -55,10 +56,8 @@ class Update {
     void shell() {
         const auto rc = ShellIntegration::zshrcURL(), script = ShellIntegration::scriptURL();
         tryTo("shell", [&](nlohmann::json& result) {
-            const int minimum =
-                ShellIntegration::minimum(script).value_or(ShellIntegration::defaultMinimum);
-            const auto status =
-                ShellIntegration::status(commandLineTool.of(arguments_), minimum, rc, script);
+            const int minimum = ShellIntegration::minimum(script).value_or(ShellIntegration::defaultMinimum);
+            const auto status = ShellIntegration::status(commandLineTool.of(arguments_), minimum, rc, script);
             if (!status.installed || status.differences.empty()) return;
             const std::string program = commandLineTool.runnableOf(arguments_, console_);
             const auto edited = UserFileEdit::read(script);
@@ -88,7 +87,9 @@ class Update {
         tryTo("app", [&](nlohmann::json& result) {
             std::string version;
             try {
-                version = ControlClient::connect("command", ControlClient::Start::never).hello().value("version", "");
+                version = ControlClient::connect("command", ControlClient::Start::never)
+                              .hello()
+                              .value("version", "");
             } catch (const NotRunning&) {
                 return;
             }
