@@ -6,6 +6,7 @@
 
 #include "QuorvikCore/Activity/DevServerDiscovery.h"
 #include "QuorvikCore/Platform/ListeningSockets.h"
+#include "QuorvikCore/Usage/AccountUsage.h"
 #include "QuorvikCore/Usage/ClaudeUsage.h"
 
 #include <unistd.h>
@@ -230,9 +231,13 @@ TEST_F(SignalsTests, TellsOfLimitsAndAsksNobodyUnlessToldTo) {
         UsageFigures::write(ClaudeUsage::file(), std::vector<UsageFigure>{{window, now}});
     };
     use(70);
+    const auto file =
+        AccountUsage::file(Source::claude); // asked for, until that was switched off without an app
+    UsageFigures::write(file, {});
     startApp();
     EXPECT_TRUE(eventually([&] { return signal("usage").looks > 0; }));
     EXPECT_TRUE(synced().items().empty());
+    EXPECT_FALSE(std::filesystem::exists(file));
     use(96);
     EXPECT_TRUE(eventually([&] {
         const Snapshot snapshot = synced();

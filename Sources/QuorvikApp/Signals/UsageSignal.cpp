@@ -46,11 +46,11 @@ void UsageSignal::setAccounts() {
             words = {std::string(rawValue(account.agent)), host};
             if (!isClaude) words.push_back(wanted.grokTokenFile);
         }
-        if (words == account.words) continue;
-        if (words.empty()) { // what it once said is not to be kept
+        if (words.empty()) { // what it once said is not to be kept, whenever it was switched off
             std::error_code gone;
             std::filesystem::remove(AccountUsage::file(account.agent), gone);
         }
+        if (words == account.words) continue;
         account = {account.agent, std::move(words), {}, 0, ""};
         lookSoon();
     }
