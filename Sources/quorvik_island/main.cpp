@@ -5,6 +5,7 @@
 #include "quorvik_island/Commands/AutostartCommand.h"
 #include "quorvik_island/Commands/ClearCommand.h"
 #include "quorvik_island/Commands/ClipboardCommand.h"
+#include "quorvik_island/Commands/DoctorCommand.h"
 #include "quorvik_island/Commands/HooksCommand.h"
 #include "quorvik_island/Commands/LiveCommand.h"
 #include "quorvik_island/Commands/OpenCommand.h"
@@ -53,6 +54,7 @@ screen readers).
   settings                 your choices
   clipboard                what can be done with what you have copied
   signals                  what the app looks at by itself, and what that costs
+  doctor                   prove that everything works, or tell what to do
   hooks                    connect coding agents with Quorvik, or disconnect them
   shell                    let zsh report long commands
   statusline               let Quorvik draw Claude Code's status line
@@ -78,6 +80,7 @@ constexpr Command commands[] = {
     {"autostart", AutostartCommand::run},
     {"clear", ClearCommand::run},
     {"clipboard", ClipboardCommand::run},
+    {"doctor", DoctorCommand::run},
     {"hooks", HooksCommand::run},
     {"open", OpenCommand::run},
     {"pick", PickCommand::run},

@@ -186,6 +186,11 @@ EditOutcome install(std::string_view cli, int minSeconds, const Path& rc, const 
     return UserFileEdit::edit(rc, withBlock, options(rc));
 }
 
+std::optional<int> installedMinimum(const Path& script) {
+    const auto text = Files::read(script, UserFileEdit::maxFileSize);
+    return text ? Number::integer<int>(foundAt(minimumPlace, *text)) : std::nullopt;
+}
+
 bool isInstalled(const Path& rc) {
     const auto text = Files::read(rc, UserFileEdit::maxFileSize);
     return text && contains(*text, beginMarker);

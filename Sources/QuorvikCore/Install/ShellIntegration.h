@@ -3,6 +3,7 @@
 #include "QuorvikCore/Install/UserFileEdit.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,6 +30,9 @@ std::string script(std::string_view cli, int minSeconds);
 /// content of `rc` is copied to the backups first; a copy that fails stops nothing. Returns what was done to
 /// `rc`. Throws FileError or EditError (UserFileEdit::edit); `rc` is then as it was.
 EditOutcome install(std::string_view cli, int minSeconds, const Path& rc, const Path& script);
+
+/// The minimum that an installed script has; absent when there is no such script, or it was edited there.
+std::optional<int> installedMinimum(const Path& script);
 
 /// Whether the marker is in `rc`; false when that cannot be read.
 bool isInstalled(const Path& rc);

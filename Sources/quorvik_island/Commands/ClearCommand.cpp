@@ -4,9 +4,12 @@
 #include "quorvik_island/Console.h"
 #include "quorvik_island/Sessions.h"
 
+#include "QuorvikCore/Session/HookLedger.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 
+#include <algorithm>
 #include <array>
+#include <map>
 
 namespace quorvik::ClearCommand {
 
@@ -38,8 +41,15 @@ int run(std::span<const std::string> commandLine) {
     for (const std::string& failure : sessions.failures)
         console.fail(failure);
     const auto over = sessions.over();
-    for (const SessionRecord* record : over)
+    std::map<Source, Date> lastEvents; // what `doctor` tells of them when their records are gone
+    for (const SessionRecord* record : over) {
+        if (isAgent(record->source)) {
+            Date& last = lastEvents[record->source];
+            last = std::max(last, record->updatedAt);
+        }
         SessionStore::remove(*record, folder);
+    }
+    HookLedger::noteLastEvents(lastEvents);
     if (!over.empty()) SessionStore::postChangeNotification();
     console.line("removed " + std::to_string(over.size()));
     console.value({{"removed", over.size()}});
