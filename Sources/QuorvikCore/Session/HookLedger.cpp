@@ -58,8 +58,7 @@ Content contentFrom(const nlohmann::json& value) {
     }
     if (const auto* kinds = reader.member("notUnderstood"); kinds && kinds->is_array())
         for (const auto& kind : *kinds)
-            if (content.notUnderstood.size() < mostKinds)
-                content.notUnderstood.push_back(kindFromJSON(kind));
+            if (content.notUnderstood.size() < mostKinds) content.notUnderstood.push_back(kindFromJSON(kind));
     return content;
 }
 

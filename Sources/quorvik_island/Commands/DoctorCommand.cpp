@@ -90,7 +90,8 @@ int run(std::span<const std::string> commandLine) {
     if (isWhole) Doctor::ProgramChecks::run(surroundings.version, findings);
     if (isWhole || fix) Doctor::FolderChecks::run(fix, findings);
     if (agents.empty())
-        findings.note("agents", "no coding agent has a configuration folder in " + QuorvikPaths::home().string());
+        findings.note("agents",
+                      "no coding agent has a configuration folder in " + QuorvikPaths::home().string());
     for (const Source agent : agents)
         Doctor::AgentChecks::run(agent, surroundings, findings);
     if (isWhole) {

@@ -1,8 +1,8 @@
 #include "quorvik_island/Doctor/AgentChecks.h"
 
-#include "quorvik_island/Age.h"
 #include "quorvik_island/Doctor/AgentFacts.h"
 #include "quorvik_island/Doctor/CodexReview.h"
+#include "quorvik_island/Doctor/EventChecks.h"
 #include "quorvik_island/Doctor/HookTrial.h"
 #include "quorvik_island/Doctor/Sandbox.h"
 #include "quorvik_island/ProgramPath.h"
@@ -11,10 +11,10 @@
 
 #include "QuorvikCore/Agents/AgentDetection.h"
 #include "QuorvikCore/Install/HookInstaller.h"
+#include "QuorvikCore/Install/StatusLineInstaller.h"
 #include "QuorvikCore/Platform/Environment.h"
 #include "QuorvikCore/Platform/Files.h"
 #include "QuorvikCore/Platform/RunProgram.h"
-#include "QuorvikCore/Session/SessionStore.h"
 #include "QuorvikCore/Text/HomePath.h"
 
 #include <algorithm>
@@ -26,7 +26,6 @@ namespace quorvik::Doctor::AgentChecks {
 namespace {
 
 constexpr std::chrono::seconds versionTime(5);
-constexpr std::chrono::hours isRecent(7 * 24); ///< longer ago, an event that we did not know is history
 
 std::string shown(const std::filesystem::path& path) {
     return HomePath::abbreviated(path.native(), QuorvikPaths::home().native());
@@ -43,6 +42,7 @@ class AgentCheck {
         if (!isHere()) return;
         version();
         if (!readEntries()) return;
+        statusLine();
         if (entries_.empty())
             return findings_.note(id("settings"), name_ + ": not connected with Quorvik", install_);
         const bool canRun = programs();
@@ -51,14 +51,11 @@ class AgentCheck {
         switchedOff();
         if (agent_ == Source::codex) review();
         if (canRun) fires();
-        hasFired();
-        notUnderstood();
+        EventChecks::run(agent_, surroundings_.ledger, findings_);
     }
 
   private:
-    std::string id(std::string_view check) const {
-        return "agents." + std::string(rawValue(agent_)) + "." + std::string(check);
-    }
+    std::string id(std::string_view check) const { return agentCheck(agent_, check); }
 
     bool isHere() {
         const auto folder = *AgentDetection::configDirectory(agent_, QuorvikPaths::home());
@@ -72,19 +69,23 @@ class AgentCheck {
         const AgentFacts& facts = AgentFacts::of(agent_);
         const auto program = facts.program();
         if (!program)
-            return findings_.note(id("version"), name_ + ": the program is not on your PATH, only its settings are here");
+            return findings_.note(id("version"),
+                                  name_ + ": the program is not on your PATH, only its settings are here");
         std::string why;
         const auto version = versionOf(program->string(), versionTime, &why);
         if (!version)
             return findings_.warn(id("version"), name_ + ": " + shown(*program) + " --version: " + why,
                                   "see whether " + name_ + " itself works");
         if (Version::isOlder(*version, facts.knowsOurEvents)) {
-            const std::string words = name_ + " " + *version + " does not know " + std::string(facts.newestEvents);
-            const std::string advice = "update " + name_ + " to " + std::string(facts.knowsOurEvents) + " or newer";
+            const std::string words =
+                name_ + " " + *version + " does not know " + std::string(facts.newestEvents);
+            const std::string advice =
+                "update " + name_ + " to " + std::string(facts.knowsOurEvents) + " or newer";
             if (facts.refusesUnknown)
-                return findings_.bad(id("version"), words + ", and takes no hook of a file that names what it does not know",
-                                     advice + ", or take our hooks out until then: quorvik-island hooks uninstall " +
-                                         std::string(rawValue(agent_)));
+                return findings_.bad(
+                    id("version"), words + ", and takes no hook of a file that names what it does not know",
+                    advice + ", or take our hooks out until then: quorvik-island hooks uninstall " +
+                        std::string(rawValue(agent_)));
             return findings_.warn(id("version"), words, advice);
         }
         if (!facts.triedWith.empty() && Version::isOlder(*version, facts.triedWith))
@@ -118,15 +119,17 @@ class AgentCheck {
             const std::string where = program.empty() ? "a command line that is not as we write it" : program;
             if (!Files::isExecutable(program)) {
                 canRun = false;
-                findings_.bad(id("program"), name_ + ": its settings point to " + where +
-                                                 (program.empty() ? "" : ", which cannot be run"),
+                findings_.bad(id("program"),
+                              name_ + ": its settings point to " + where +
+                                  (program.empty() ? "" : ", which cannot be run"),
                               install_);
                 continue;
             }
             const auto version = versionOf(program, versionTime);
             if (version && !surroundings_.version.empty() && *version != surroundings_.version)
-                findings_.warn(id("program"), name_ + ": its settings point to " + where + ", which is version " +
-                                                  *version + ", not " + surroundings_.version,
+                findings_.warn(id("program"),
+                               name_ + ": its settings point to " + where + ", which is version " + *version +
+                                   ", not " + surroundings_.version,
                                install_);
             else
                 findings_.well(id("program"), name_ + ": its settings point to " + where);
@@ -148,12 +151,16 @@ class AgentCheck {
             if (!registered.contains(event) && !registered.contains("")) missing.push_back(event);
         const std::string where = name_ + ": our hooks in " + shown(target_.fileURL);
         if (!unknown.empty())
-            findings_.warn(id("events"), where + " are registered for " + listed(unknown) + ", which this version does not know",
+            findings_.warn(id("events"),
+                           where + " are registered for " + listed(unknown) +
+                               ", which this version does not know",
                            install_);
         if (!missing.empty())
-            return findings_.warn(id("settings"), where + " are out of date: none for " + listed(missing), install_);
+            return findings_.warn(id("settings"), where + " are out of date: none for " + listed(missing),
+                                  install_);
         // A program that is missing makes them outdated as well, but that has been said.
-        const bool isOutdated = status.kind == HookInstaller::Status::Kind::stale && Files::isExecutable(program);
+        const bool isOutdated =
+            status.kind == HookInstaller::Status::Kind::stale && Files::isExecutable(program);
         if (isOutdated || commands_.size() > 1)
             return findings_.warn(id("settings"), where + " are not as this version writes them", install_);
         findings_.well(id("settings"), where + " are up to date");
@@ -166,18 +173,22 @@ class AgentCheck {
             if (!seen.insert(entry.event).second && std::ranges::find(twice, entry.event) == twice.end())
                 twice.push_back(entry.event);
         if (!twice.empty())
-            findings_.warn(id("doubled"), name_ + ": " + shown(target_.fileURL) + " holds our hook twice for " + listed(twice),
+            findings_.warn(id("doubled"),
+                           name_ + ": " + shown(target_.fileURL) + " holds our hook twice for " +
+                               listed(twice),
                            install_ + " leaves one of each");
         for (const auto& file : AgentFacts::of(agent_).furtherFiles(target_.fileURL)) {
             const auto text = Files::read(file, UserFileEdit::maxFileSize);
             if (!text || !HookInstaller::isManaged(*text)) continue;
-            findings_.warn(id("doubled"), name_ + ": " + shown(file) + " holds hooks of ours as well, so each runs twice",
+            findings_.warn(id("doubled"),
+                           name_ + ": " + shown(file) + " holds hooks of ours as well, so each runs twice",
                            "take the entries with QUORVIK_MANAGED=1 out of " + shown(file));
         }
         const auto& other = AgentFacts::of(agent_).alsoLoads;
         if (other && connected(*other))
-            findings_.well(id("doubled"), name_ + ": it also runs the hooks of " + std::string(displayName(*other)) +
-                                              "'s settings; what it sends that way is dropped, so nothing counts twice");
+            findings_.well(id("doubled"),
+                           name_ + ": it also runs the hooks of " + std::string(displayName(*other)) +
+                               "'s settings; what it sends that way is dropped, so nothing counts twice");
     }
 
     static bool connected(Source agent) {
@@ -190,15 +201,17 @@ class AgentCheck {
 
     void switchedOff() {
         for (const auto& off : AgentFacts::of(agent_).switchesOff(target_))
-            findings_.bad(id("off"), name_ + ": hooks are switched off by " + off.member + " in " + shown(off.file),
-                          off.isUsers ? "set it otherwise in " + shown(off.file)
-                                      : "ask whoever manages this machine");
+            findings_.bad(
+                id("off"), name_ + ": hooks are switched off by " + off.member + " in " + shown(off.file),
+                off.isUsers ? "set it otherwise in " + shown(off.file) : "ask whoever manages this machine");
         for (const auto& [variable, usual] : AgentFacts::of(agent_).folderVariables) {
             const std::string folder = Platform::environmentValue(std::string(variable).c_str());
             if (!folder.empty() && std::filesystem::path(folder) != QuorvikPaths::home() / usual)
-                findings_.warn(id("folder"), name_ + ": " + std::string(variable) + " is " + folder + ", so it reads its settings there, and our hooks are in " +
-                                                 shown(target_.fileURL),
-                               "copy our hooks there, or start " + name_ + " without " + std::string(variable));
+                findings_.warn(
+                    id("folder"),
+                    name_ + ": " + std::string(variable) + " is " + folder +
+                        ", so it reads its settings there, and our hooks are in " + shown(target_.fileURL),
+                    "copy our hooks there, or start " + name_ + " without " + std::string(variable));
         }
     }
 
@@ -212,20 +225,24 @@ class AgentCheck {
             return static_cast<std::size_t>(std::ranges::count(hooks, state, &CodexReview::Hook::state));
         };
         const std::size_t open = count(State::pending) + count(State::changed);
-        constexpr std::string_view howToReview =
-            "start codex; where it says \"Hooks need review\", choose \"Trust all and continue\" (later: type /hooks)";
+        constexpr std::string_view howToReview = "start codex; where it says \"Hooks need review\", choose "
+                                                 "\"Trust all and continue\" (later: type /hooks)";
         if (const std::size_t off = count(State::switchedOff); off > 0)
-            findings_.bad(id("review"), name_ + ": " + counted(off, "hook") + " of ours switched off in Codex",
+            findings_.bad(id("review"),
+                          name_ + ": " + counted(off, "hook") + " of ours switched off in Codex",
                           "type /hooks in codex and switch them on");
         if (open == 0) {
             if (count(State::reviewed) > 0)
                 findings_.well(id("review"), name_ + ": it has your review of all hooks of ours");
             return;
         }
-        const std::string words = count(State::pending) == open  ? " wait for your review, none of these runs before that"
-                                  : count(State::changed) == open ? " have changed since your review, none of these runs before another"
-                                                                  : " are new or changed since your review, none of these runs before another";
-        findings_.bad(id("review"), name_ + ": " + std::to_string(open) + " of " + counted(hooks.size(), "hook") + words,
+        const std::string words =
+            count(State::pending) == open ? " wait for your review, none of these runs before that"
+            : count(State::changed) == open
+                ? " have changed since your review, none of these runs before another"
+                : " are new or changed since your review, none of these runs before another";
+        findings_.bad(id("review"),
+                      name_ + ": " + std::to_string(open) + " of " + counted(hooks.size(), "hook") + words,
                       std::string(howToReview));
     }
 
@@ -233,7 +250,8 @@ class AgentCheck {
         for (const std::string& command : commands_) {
             const auto result = HookTrial::run(agent_, command);
             const auto shell = HookTrial::shellOf(agent_);
-            const std::string tried = name_ + ": its hook, run with " + Files::lastComponent(shell.front()) + ", ";
+            const std::string tried =
+                name_ + ": its hook, run with " + Files::lastComponent(shell.front()) + ", ";
             if (result.hasReported) {
                 const auto milliseconds = std::lround(result.duration.count() * 1000);
                 findings_.well(id("fires"), tried + "reports, in " + std::to_string(milliseconds) + " ms");
@@ -244,41 +262,16 @@ class AgentCheck {
         }
     }
 
-    /// What is remembered of the agent.
-    HookLedger::Agent remembered() const {
-        const auto known = surroundings_.ledger.agents.find(agent_);
-        return known == surroundings_.ledger.agents.end() ? HookLedger::Agent{} : known->second;
-    }
-
-    void hasFired() {
-        auto [installed, last] = remembered();
-        for (const auto& file : SessionStore::loadAll(QuorvikPaths::sessionsDirectory()))
-            if (const SessionRecord* record = file.record(); record && record->source == agent_)
-                last = std::max(last.value_or(record->updatedAt), record->updatedAt);
-        const std::string advice = "start a session of " + name_ + ", let it do something, and look again";
-        const std::string since = installed ? " since its hooks were installed " + age(*installed) + " ago" : " yet";
-        if (!last) return findings_.note(id("fired"), name_ + ": no event of it has come" + since, advice);
-        const std::string when = "the last event of it came " + age(*last) + " ago";
-        if (installed && *last < *installed)
-            return findings_.note(id("fired"), name_ + ": " + when + ", none" + since, advice);
-        findings_.well(id("fired"), name_ + ": " + when);
-    }
-
-    void notUnderstood() {
-        const Date now = std::chrono::system_clock::now();
-        for (const auto& kind : surroundings_.ledger.notUnderstood) {
-            if (kind.agent != agent_) continue;
-            std::string what = "the event " + kind.event + " is not known";
-            if (kind.event == HookLedger::unreadable) what = "what it sent could not be read";
-            if (kind.event == HookLedger::incomplete) what = "what it sent named no event or no session";
-            const std::string words = name_ + ": " + what + ": " + counted(static_cast<std::size_t>(std::max<std::int64_t>(kind.count, 0)), "time") + " since " +
-                                      age(kind.first, now) + " ago, the last one " + age(kind.last, now) + " ago";
-            if (now - kind.last < isRecent)
-                findings_.warn(id("understood"), words,
-                               name_ + " may have changed what it sends: look for a newer version of Quorvik");
-            else
-                findings_.note(id("understood"), words);
-        }
+    /// The status line is ours besides the hooks, and has a program of its own.
+    void statusLine() {
+        if (agent_ != Source::claude) return;
+        const auto command = StatusLineInstaller::ownCommand(target_);
+        const auto program = command ? HookInstaller::program(*command) : std::nullopt;
+        if (command && !Files::isExecutable(program.value_or("")))
+            findings_.bad(id("statusline"),
+                          name_ + ": its status line points to " + program.value_or(*command) +
+                              ", which cannot be run",
+                          "quorvik-island statusline install");
     }
 
     Source agent_;

@@ -13,7 +13,6 @@ namespace quorvik::Doctor {
 
 namespace {
 
-
 constexpr std::string_view claude[] = {"claude"}, codex[] = {"codex"}, grok[] = {"grok"},
                            commandCode[] = {"commandcode", "command-code"}, devin[] = {"devin"},
                            qwen[] = {"qwen"}, copilot[] = {"copilot"}, pi[] = {"pi"}, kimi[] = {"kimi"};
@@ -34,8 +33,9 @@ constexpr AgentFacts facts[] = {
 };
 
 /// Where the machine's owner says what holds for every user of Claude Code, on Linux and on macOS.
-constexpr std::string_view managedByOthers[] = {"/etc/claude-code/managed-settings.json",
-                                                "/Library/Application Support/ClaudeCode/managed-settings.json"};
+constexpr std::string_view managedByOthers[] = {
+    "/etc/claude-code/managed-settings.json",
+    "/Library/Application Support/ClaudeCode/managed-settings.json"};
 
 std::optional<std::string> textOf(const std::filesystem::path& file) {
     return Files::read(file, UserFileEdit::maxFileSize);
@@ -72,7 +72,8 @@ std::vector<std::filesystem::path> AgentFacts::furtherFiles(const std::filesyste
     if (agent == Source::codex) files.push_back(folder / "config.toml");
     if (agent == Source::copilot || agent == Source::grok) { // both read every file of the folder
         std::error_code end;
-        for (std::filesystem::directory_iterator entry(folder, end), none; !end && entry != none; entry.increment(end))
+        for (std::filesystem::directory_iterator entry(folder, end), none; !end && entry != none;
+             entry.increment(end))
             if (entry->path() != own && entry->path().extension() == ".json") files.push_back(entry->path());
         std::ranges::sort(files);
     }

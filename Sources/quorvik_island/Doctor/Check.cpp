@@ -30,6 +30,10 @@ void Findings::add(Check check) {
     listener_(check);
 }
 
+std::string agentCheck(Source agent, std::string_view check) {
+    return "agents." + std::string(rawValue(agent)) + "." + std::string(check);
+}
+
 std::string listed(const std::vector<std::string>& names) {
     std::string text;
     for (std::size_t index = 0; index < names.size(); ++index) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "QuorvikCore/JSON/RawValue.h"
+#include "QuorvikCore/Session/Source.h"
 
 #include <functional>
 #include <string>
@@ -47,6 +48,9 @@ class Findings {
     Listener listener_;
     bool isAllWell_ = true;
 };
+
+/// The id of an agent's check: "agents.claude.fires".
+std::string agentCheck(Source agent, std::string_view check);
 
 /// "a, b and c".
 std::string listed(const std::vector<std::string>& names);

@@ -25,8 +25,8 @@ struct Hook {
 };
 
 /// Our hooks in a file of hooks. `path` is that file's, as Codex sees it. Throws as HookInstaller::entries()
-/// does when `hooks` cannot be understood. What Codex's settings do not tell in the form in which Codex writes
-/// it counts as never told.
+/// does when `hooks` cannot be understood. What Codex's settings do not tell in the form in which Codex
+/// writes it counts as never told.
 std::vector<Hook> hooks(std::string_view hooks, std::string_view config, std::string_view path);
 
 /// Whether the settings switch all hooks off: "hooks" is false in their table "features".

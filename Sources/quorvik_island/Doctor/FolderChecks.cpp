@@ -68,8 +68,10 @@ void reportFolder(const Path& folder, Findings& findings) {
     struct stat status {};
     if (::stat(folder.c_str(), &status) != 0) {
         if (errno == ENOENT)
-            return findings.note("folder.support", folder.string() + " is not there yet; the first event makes it");
-        return findings.bad("folder.support", folder.string() + " cannot be looked at", "make it yours again");
+            return findings.note("folder.support",
+                                 folder.string() + " is not there yet; the first event makes it");
+        return findings.bad("folder.support", folder.string() + " cannot be looked at",
+                            "make it yours again");
     }
     const std::string quoted = shellQuoted(folder.native());
     if (!S_ISDIR(status.st_mode))
@@ -78,11 +80,14 @@ void reportFolder(const Path& folder, Findings& findings) {
         return findings.bad("folder.support", folder.string() + " belongs to another user",
                             "sudo chown -R \"$(id -un)\" " + quoted);
     if (::access(folder.c_str(), R_OK | W_OK | X_OK) != 0)
-        return findings.bad("folder.support", "you may not write to " + folder.string(), "chmod u+rwx " + quoted);
+        return findings.bad("folder.support", "you may not write to " + folder.string(),
+                            "chmod u+rwx " + quoted);
     if ((status.st_mode & 077) != 0) {
         char mode[8];
         std::snprintf(mode, sizeof mode, "%04o", static_cast<unsigned>(status.st_mode & 07777));
-        return findings.warn("folder.support", "other users may look into " + folder.string() + " (its permissions are " + mode + ")",
+        return findings.warn("folder.support",
+                             "other users may look into " + folder.string() + " (its permissions are " +
+                                 mode + ")",
                              "chmod go= " + quoted);
     }
     findings.well("folder.support", folder.string() + " is yours alone");
@@ -109,23 +114,30 @@ void reportLeft(bool fix, Findings& findings) {
             stays.push_back(path.string());
     }
     if (removed > 0)
-        findings.well("folder.left", counted(removed, "file") + " that killed programs had left behind: removed");
+        findings.well("folder.left",
+                      counted(removed, "file") + " that killed programs had left behind: removed");
     if (!stays.empty())
-        findings.warn("folder.left", counted(stays.size(), "file") + " left behind by killed programs: " + listed(stays),
-                      fix ? "remove by hand what could not be removed" : "quorvik-island doctor --fix removes them");
-    if (removed == 0 && stays.empty()) findings.well("folder.left", "nothing was left behind by killed programs");
+        findings.warn("folder.left",
+                      counted(stays.size(), "file") + " left behind by killed programs: " + listed(stays),
+                      fix ? "remove by hand what could not be removed"
+                          : "quorvik-island doctor --fix removes them");
+    if (removed == 0 && stays.empty())
+        findings.well("folder.left", "nothing was left behind by killed programs");
 }
 
 void reportRecords(Findings& findings) try {
     const Sessions sessions = Sessions::load(QuorvikPaths::sessionsDirectory());
     for (const std::string& path : sessions.corrupt)
-        findings.warn("folder.records", path + " holds no readable session record", "rm " + shellQuoted(path));
+        findings.warn("folder.records", path + " holds no readable session record",
+                      "rm " + shellQuoted(path));
     for (const std::string& path : sessions.unsupported)
-        findings.warn("folder.records", path + " is of another version of Quorvik", "run programs of one version");
+        findings.warn("folder.records", path + " is of another version of Quorvik",
+                      "run programs of one version");
     for (const std::string& failure : sessions.failures)
         findings.warn("folder.records", failure, "make its file readable for you");
     if (sessions.corrupt.empty() && sessions.unsupported.empty() && sessions.failures.empty())
-        findings.well("folder.records", "all " + counted(sessions.files.size(), "session record") + " can be read");
+        findings.well("folder.records",
+                      counted(sessions.files.size(), "session record") + ", none unreadable");
 } catch (const std::exception& error) {
     findings.bad("folder.records", error.what(), "make that folder readable for you");
 }

@@ -33,8 +33,10 @@ std::string payload(Source agent, std::string_view session, std::string_view fol
         payload = {{"sessionId", session}, {"timestamp", 1795228279272}, {"cwd", folder}, {"source", "new"}};
         break;
     case Source::grok:
-        payload = {
-            {"hookEventName", "session_start"}, {"sessionId", session}, {"workspaceRoot", folder}, {"source", "new"}};
+        payload = {{"hookEventName", "session_start"},
+                   {"sessionId", session},
+                   {"workspaceRoot", folder},
+                   {"source", "new"}};
         break;
     case Source::devin: // names no folder
         payload = {{"hook_event_name", "SessionStart"}, {"session_id", session}, {"source", "startup"}};
@@ -57,8 +59,9 @@ std::string payload(Source agent, std::string_view session, std::string_view fol
 Result run(Source agent, const std::string& commandLine) try {
     const TemporarySupport support;
     const auto input = support.write("payload", payload(agent, sessionID, support.folder().native()));
-    std::vector<std::string> words = {"/usr/bin/env", "QUORVIK_HOME=" + support.folder().string(), "/bin/sh",
-                                      "-c",           std::string(withInput),                      input.string()};
+    std::vector<std::string> words = {
+        "/usr/bin/env", "QUORVIK_HOME=" + support.folder().string(), "/bin/sh", "-c", std::string(withInput),
+        input.string()};
     for (std::string& word : shellOf(agent))
         words.push_back(std::move(word));
     words.push_back(commandLine);

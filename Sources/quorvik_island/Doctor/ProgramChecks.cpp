@@ -23,7 +23,7 @@ namespace quorvik::Doctor::ProgramChecks {
 namespace {
 
 constexpr std::chrono::seconds versionTime(5);
-constexpr const char* howToInstall = "install Quorvik again: cmake --install <build folder>";
+constexpr const char* howToInstall = "install Quorvik again";
 
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
@@ -92,7 +92,9 @@ void run(const std::string& ownVersion, Findings& findings) {
     const auto check = [&](const char* name, const std::string& path) {
         const std::string id = std::string("programs.") + name;
         if (!Files::isExecutable(path))
-            return findings.bad(id, path + (std::filesystem::exists(path) ? " cannot be run" : " is not there"), howToInstall);
+            return findings.bad(id,
+                                path + (std::filesystem::exists(path) ? " cannot be run" : " is not there"),
+                                howToInstall);
         const auto version = versionOf(path, versionTime);
         if (!version)
             findings.note(id, path + " does not tell its version");
@@ -105,7 +107,8 @@ void run(const std::string& ownVersion, Findings& findings) {
     check("quorvik-island", own.string());
     check("quorvik", commandLineTool.of({}));
     check("quorvik-hook", hookProgram.of({}));
-    if (const auto account = own.parent_path() / "quorvik-account"; std::filesystem::exists(account)) // optional
+    if (const auto account = own.parent_path() / "quorvik-account";
+        std::filesystem::exists(account)) // optional
         check("quorvik-account", account.string());
 
     if (!Platform::findProgram("quorvik"))
@@ -120,7 +123,8 @@ void timeOfHook(Findings& findings) {
     const auto nothing = Platform::findProgram("true");
     if (!nothing || !Files::isExecutable(hook)) return;
     const TemporarySupport support;
-    const InputFromFile input(support.write("payload", HookTrial::payload(Source::claude, "quorvik-doctor", "/")));
+    const InputFromFile input(
+        support.write("payload", HookTrial::payload(Source::claude, "quorvik-doctor", "/")));
     const ChangedVariable folder("QUORVIK_HOME", support.folder().string());
     const auto timeOf = [&](const std::vector<std::string>& words) {
         input.rewind();
@@ -135,9 +139,12 @@ void timeOfHook(Findings& findings) {
     }
     const auto [median, ninetyNinth] = percentiles(ours);
     const auto [emptyMedian, emptyNinetyNinth] = percentiles(yardstick);
-    const std::string words = "an event costs its agent " + text(median) + " ms (of 100, one takes " + text(ninetyNinth) +
-                              " ms or more); an empty process " + text(emptyMedian) + " ms (" +
-                              text(emptyNinetyNinth) + " ms)";
+    char ratio[32];
+    std::snprintf(ratio, sizeof ratio, "%.1f", median / emptyMedian);
+    const std::string words = "an event costs its agent " + text(median) + " ms, " + ratio +
+                              " times an empty process (" + text(emptyMedian) +
+                              " ms); the slowest in a hundred " + text(ninetyNinth) + " ms and " +
+                              text(emptyNinetyNinth) + " ms";
     if (median > tooLong)
         findings.warn("programs.time", words, "see whether something inspects every program that starts");
     else

@@ -16,15 +16,19 @@ constexpr std::string_view install = "quorvik-island shell install";
 /// Whether a new interactive shell has the functions of our script.
 void loads(Findings& findings) {
     if (!Platform::findProgram("zsh"))
-        return findings.warn("shell.loaded", "zsh is not on your PATH, although your .zshrc loads Quorvik's script",
+        return findings.warn("shell.loaded",
+                             "zsh is not on your PATH, although your .zshrc loads Quorvik's script",
                              "install zsh, or: quorvik-island shell uninstall");
     constexpr std::string_view mark = "quorvik-script-loaded";
-    const auto shell = Doctor::run({"zsh", "-i", "-c", "(( $+functions[_quorvik_precmd] )) && print -r -- " + std::string(mark)},
-                           zshTime);
+    const auto shell = Doctor::run(
+        {"zsh", "-i", "-c", "(( $+functions[_quorvik_precmd] )) && print -r -- " + std::string(mark)},
+        zshTime);
     if (shell.output.find(mark) != shell.output.npos)
         return findings.well("shell.loaded", "a new zsh loads Quorvik's script");
     if (!shell.failure.empty())
-        return findings.warn("shell.loaded", "a new zsh, asked whether it has loaded Quorvik's script, did not answer: " + shell.failure,
+        return findings.warn("shell.loaded",
+                             "a new zsh, asked whether it has loaded Quorvik's script, did not answer: " +
+                                 shell.failure,
                              "see what your .zshrc waits for: zsh -i -c true");
     findings.warn("shell.loaded", "a new zsh does not load Quorvik's script",
                   "see what in your .zshrc ends it before Quorvik's block, or: " + std::string(install));
@@ -55,7 +59,8 @@ void run(Findings& findings) {
     if (const auto tmux = Platform::findProgram("tmux"))
         findings.well("shell.tmux", "tmux is there: quorvik-island open goes to sessions in it");
     else
-        findings.note("shell.tmux", "tmux is not on your PATH: quorvik-island open cannot go to sessions in it");
+        findings.note("shell.tmux",
+                      "tmux is not on your PATH: quorvik-island open cannot go to sessions in it");
 }
 
 } // namespace quorvik::Doctor::ShellChecks
