@@ -40,6 +40,7 @@ TEST_F(SettingsCommandsTests, HelpGoesToOutputAndMistakesToErrors) {
     for (const auto& [words, why] : std::initializer_list<std::pair<std::vector<std::string>, std::string>>{
              {{"hook"}, "unknown command hook"},
              {{"help", "hook"}, "unknown command hook"},
+             {{"doctor", "git"}, "unknown agent git"},
              {{"hooks"}, "hooks: say status, install or uninstall"},
              {{"hooks", "Status"}, "hooks: unknown action Status"},
              {{"hooks", "install", "claude", "git"}, "unknown agent git"},

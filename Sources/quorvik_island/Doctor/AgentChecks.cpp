@@ -232,7 +232,7 @@ class AgentCheck {
                           name_ + ": " + counted(off, "hook") + " of ours switched off in Codex",
                           "type /hooks in codex and switch them on");
         if (open == 0) {
-            if (count(State::reviewed) > 0)
+            if (count(State::reviewed) == hooks.size())
                 findings_.well(id("review"), name_ + ": it has your review of all hooks of ours");
             return;
         }
