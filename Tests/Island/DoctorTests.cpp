@@ -34,7 +34,8 @@ class DoctorTests : public TemporaryHome {
   protected:
     DoctorTests() {
         ::setenv("PATH", (home / "bin:/usr/bin:/bin").c_str(), 1);
-        for (const char* variable : {"CLAUDE_CONFIG_DIR", "CODEX_HOME", "ZDOTDIR"})
+        for (const char* variable :
+             {"CLAUDE_CONFIG_DIR", "CODEX_HOME", "QWEN_HOME", "COPILOT_HOME", "ZDOTDIR"})
             ::unsetenv(variable);
     }
 

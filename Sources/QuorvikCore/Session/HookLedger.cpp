@@ -14,7 +14,8 @@ namespace quorvik::HookLedger {
 
 namespace {
 
-constexpr std::chrono::milliseconds patience(200);
+// With the wait for its record (AgentSession) a hook stays below 2 seconds.
+constexpr std::chrono::milliseconds patience(500);
 constexpr std::size_t maxFileSize = 64 << 10; // bytes; a full one has a tenth
 constexpr std::size_t maxNameLength = 40;
 

@@ -16,7 +16,7 @@
 /// (docs/files.md): whether they fire at all, and what of an agent's we do not understand. An agent that
 /// changes what it sends would otherwise just fall silent.
 ///
-/// Writers queue on a lock and give up after 200 milliseconds, since hooks are among them. Nothing here
+/// Writers queue on a lock and give up after 500 milliseconds, since hooks are among them. Nothing here
 /// throws; what cannot be written is not remembered.
 namespace quorvik::HookLedger {
 

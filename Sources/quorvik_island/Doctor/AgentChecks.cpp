@@ -26,6 +26,7 @@ namespace quorvik::Doctor::AgentChecks {
 namespace {
 
 constexpr std::chrono::seconds versionTime(5);
+constexpr std::size_t mostTrials = 3; ///< of different command lines; an install leaves one
 
 std::string shown(const std::filesystem::path& path) {
     return HomePath::abbreviated(path.native(), QuorvikPaths::home().native());
@@ -247,7 +248,9 @@ class AgentCheck {
     }
 
     void fires() {
+        std::size_t count = 0;
         for (const std::string& command : commands_) {
+            if (++count > mostTrials) return; // they are not as we write them, which has been said
             const auto result = HookTrial::run(agent_, command);
             const auto shell = HookTrial::shellOf(agent_);
             const std::string tried =

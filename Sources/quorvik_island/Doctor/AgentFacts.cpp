@@ -17,7 +17,9 @@ constexpr std::string_view claude[] = {"claude"}, codex[] = {"codex"}, grok[] = 
                            commandCode[] = {"commandcode", "command-code"}, devin[] = {"devin"},
                            qwen[] = {"qwen"}, copilot[] = {"copilot"}, pi[] = {"pi"}, kimi[] = {"kimi"};
 constexpr AgentFacts::FolderVariable claudeFolder[] = {{"CLAUDE_CONFIG_DIR", ".claude"}},
-                                     codexFolder[] = {{"CODEX_HOME", ".codex"}};
+                                     codexFolder[] = {{"CODEX_HOME", ".codex"}},
+                                     qwenFolder[] = {{"QWEN_HOME", ".qwen"}},
+                                     copilotFolder[] = {{"COPILOT_HOME", ".copilot"}};
 
 // Claude Code up to 2.1.77 runs no hook at all when one of the events in its settings is not known to it.
 constexpr AgentFacts facts[] = {
@@ -26,8 +28,8 @@ constexpr AgentFacts facts[] = {
     {Source::grok, grok, "", "", "", false, Source::claude},
     {Source::commandcode, commandCode, "", "", ""},
     {Source::devin, devin, "", "", ""},
-    {Source::qwen, qwen, "0.24.4", "", ""},
-    {Source::copilot, copilot, "1.0.102", "", ""},
+    {Source::qwen, qwen, "0.24.4", "", "", false, {}, qwenFolder},
+    {Source::copilot, copilot, "1.0.102", "", "", false, {}, copilotFolder},
     {Source::pi, pi, "0.73.1", "", ""},
     {Source::kimi, kimi, "", "", ""},
 };
@@ -70,6 +72,7 @@ std::vector<std::filesystem::path> AgentFacts::furtherFiles(const std::filesyste
     std::vector<std::filesystem::path> files;
     const auto folder = own.parent_path();
     if (agent == Source::codex) files.push_back(folder / "config.toml");
+    if (agent == Source::copilot) files.push_back(folder.parent_path() / "settings.json");
     if (agent == Source::copilot || agent == Source::grok) { // both read every file of the folder
         std::error_code end;
         for (std::filesystem::directory_iterator entry(folder, end), none; !end && entry != none;
@@ -95,10 +98,7 @@ std::vector<AgentFacts::Switch> AgentFacts::switchesOff(const HookTarget& target
             look("allowManagedHooksOnly", file, false);
         }
     }
-    if (agent == Source::copilot) {
-        look(allOff, folder.parent_path() / "config.json", true);
-        look(allOff, folder.parent_path() / "settings.json", true);
-    }
+    if (agent == Source::copilot) look(allOff, folder.parent_path() / "settings.json", true);
     if (agent == Source::codex && CodexReview::areHooksOff(textOf(folder / "config.toml").value_or("")))
         found.push_back({"features.hooks", folder / "config.toml"});
     return found;
