@@ -76,12 +76,17 @@ class DoctorTests : public TemporaryHome {
 };
 
 TEST_F(DoctorTests, EveryAgentsHookReportsWhenItIsRunAsTheAgentWould) {
-    ASSERT_EQ(island({"hooks", "install", "--all"}).status, 0);
+    const auto folder = home / R"(a 'b' "c" \d $x `y`)"; // every format has escapes of its own
+    std::filesystem::create_directory(folder);
+    std::filesystem::create_symlink(programPath("quorvik-hook"), folder / "quorvik-hook");
+    ASSERT_EQ(island({"hooks", "install", "--all", "--hook-path", folder / "quorvik-hook"}).status, 0);
     for (const Source agent : agentSources()) {
         const std::string name(rawValue(agent)), id = "agents." + name + ".";
-        const auto result = checks(id + "fires", {name});
-        EXPECT_TRUE(result.starts_with("well: ") && result.find("reports, in ") != result.npos) << result;
-        EXPECT_TRUE(checks(id + "settings", {name}).ends_with(" are up to date\n"));
+        auto found = report({name});
+        EXPECT_TRUE(matches(found[id + "fires"], "well: .*reports, in [0-9]+ ms"));
+        EXPECT_TRUE(matches(found[id + "settings"], "well: .* are up to date"));
+        EXPECT_TRUE(found[id + "program"].ends_with(" point to " + folder.string() + "/quorvik-hook\n"))
+            << found[id + "program"];
     }
     EXPECT_TRUE(namesIn(sessions).empty()); // nothing of it is seen
     const auto people = island({"doctor", "claude", "pi"});
@@ -120,6 +125,8 @@ TEST_F(DoctorTests, ToldIsWhatKeepsAHookFromReporting) {
         {replaced(settings, path, fails), "fires", "bad: .* it ended with status 3"},
         {"[1", "settings", "bad: .* cannot be read: Invalid JSON near byte 2"},
         {"{\"disableAllHooks\": true," + settings.substr(1), "off", "bad: .* disableAllHooks .*"},
+        {R"({"statusLine":{"command":"'/nowhere/quorvik-hook' --statusline"}})", "statusline",
+         "bad: .* status line points to /nowhere/quorvik-hook, .*"},
         {"{}", "settings", "note: Claude Code: not connected with Quorvik"},
     };
     for (const auto& [text, check, expected] : rows) {
