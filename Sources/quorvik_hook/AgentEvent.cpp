@@ -3,6 +3,7 @@
 #include "quorvik_hook/AgentSession.h"
 #include "quorvik_hook/Termination.h"
 
+#include "QuorvikCore/Agents/EventReducer.h"
 #include "QuorvikCore/Agents/HookPayload.h"
 #include "QuorvikCore/Agents/PayloadNormaliser.h"
 #include "QuorvikCore/Approvals/ApprovalClient.h"
@@ -10,6 +11,7 @@
 #include "QuorvikCore/Platform/Environment.h"
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/RandomID.h"
+#include "QuorvikCore/Session/HookLedger.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 
 #include <filesystem>
@@ -30,9 +32,16 @@ struct Report {
     std::optional<ApprovalRequest> request;
 };
 
+void countNotUnderstood(Source agent, std::string_view event) {
+    HookLedger::countNotUnderstood(agent, event, std::chrono::system_clock::now());
+}
+
 std::optional<Report> reportOf(std::string_view bytes, Source agent, const Process& process) {
     auto payload = HookPayload::read(bytes);
-    if (!payload) return std::nullopt;
+    if (!payload) {
+        countNotUnderstood(agent, HookLedger::unreadable);
+        return std::nullopt;
+    }
     std::error_code unknown;
     const PayloadNormaliser::Surroundings surroundings{
         Platform::environmentValue("DEVIN_PROJECT_DIR"), std::filesystem::current_path(unknown).string(),
@@ -41,7 +50,10 @@ std::optional<Report> reportOf(std::string_view bytes, Source agent, const Proce
     if (PayloadNormaliser::normalise(*payload, agent, surroundings) == PayloadNormaliser::Verdict::drop)
         return std::nullopt;
     auto event = HookEvent::fromPayload(*payload);
-    if (!event) return std::nullopt;
+    if (!event) {
+        countNotUnderstood(agent, HookLedger::incomplete);
+        return std::nullopt;
+    }
     auto request = event->approvalRequest(agent, Platform::newUUID());
     if (request) request->input = HookEvent::toolInputText(*payload, ApprovalWire::maxLine);
     return Report{std::move(*event), payload->isManualCompaction(), std::move(request)};
@@ -77,6 +89,7 @@ void handle(std::string_view payload, Source agent, std::int32_t startedBy,
     const auto& request = report->request;
     if (!request) {
         record(session, *report);
+        if (!EventReducer::knows(report->event.name)) countNotUnderstood(agent, report->event.name);
         return;
     }
 

@@ -18,7 +18,8 @@ namespace quorvik::AgentEvent {
 /// prompt asks.
 ///
 /// `startedBy` is the process to look for the agent from: the agent itself, or a shell that it started.
-/// Errors of the store are not reported: an agent is never to suffer from its hook.
+/// A payload that cannot be read, or an event that is not known, is counted (HookLedger) and otherwise
+/// ignored. Errors of the store are not reported: an agent is never to suffer from its hook.
 void handle(std::string_view payload, Source agent, std::int32_t startedBy,
             const std::function<bool(const std::string&)>& print);
 

@@ -7,6 +7,7 @@
 #include "quorvik_island/Commands/ClipboardCommand.h"
 #include "quorvik_island/Commands/CompleteCommand.h"
 #include "quorvik_island/Commands/CompletionCommand.h"
+#include "quorvik_island/Commands/DoctorCommand.h"
 #include "quorvik_island/Commands/HelpCommand.h"
 #include "quorvik_island/Commands/HooksCommand.h"
 #include "quorvik_island/Commands/LiveCommand.h"
@@ -59,6 +60,7 @@ constexpr Handler handlers[] = {
     {"clipboard", ClipboardCommand::run},
     {"complete", CompleteCommand::run},
     {"completion", CompletionCommand::run},
+    {"doctor", DoctorCommand::run},
     {"help", HelpCommand::run},
     {"hooks", HooksCommand::run},
     {"man", ManCommand::run},

@@ -3,6 +3,8 @@
 #include "QuorvikCore/Session/TaskTitle.h"
 #include "QuorvikCore/Text/Redactor.h"
 
+#include <algorithm>
+
 namespace quorvik::EventReducer {
 
 namespace {
@@ -122,15 +124,23 @@ constexpr Rule rules[] = {
     {"SessionEnd", sessionEnded},
 };
 
+const Rule* ruleFor(std::string_view event) {
+    const Rule* rule = std::ranges::find(rules, event, &Rule::event);
+    return rule == std::end(rules) ? nullptr : rule;
+}
+
 } // namespace
 
 bool apply(const HookEvent& event, SessionRecord& record, Date now) {
     if (!event.cwd.empty()) record.cwd = event.cwd;
     record.lastEvent = event.name;
     record.updatedAt = now;
-    for (const Rule& rule : rules)
-        if (rule.event == event.name) return rule.apply(event, record, now);
-    return false;
+    const Rule* rule = ruleFor(event.name);
+    return rule && rule->apply(event, record, now);
+}
+
+bool knows(std::string_view event) {
+    return ruleFor(event) != nullptr;
 }
 
 } // namespace quorvik::EventReducer

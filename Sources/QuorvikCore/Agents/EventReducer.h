@@ -12,4 +12,7 @@ namespace quorvik::EventReducer {
 /// `lastEvent`. Pure: `now` is the only clock.
 bool apply(const HookEvent& event, SessionRecord& record, Date now);
 
+/// Whether there is a rule for events of this (canonical) name.
+bool knows(std::string_view event);
+
 } // namespace quorvik::EventReducer

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace quorvik {
 
@@ -25,6 +26,10 @@ class HookFormat {
     /// `unreadable`: throws instead.
     virtual HookInstaller::Status::Kind status(const HookTarget& target, const std::string& text,
                                                const std::string& hookPath) const = 0;
+
+    /// Our hooks in the text, in their order, whether they are as an install would leave them or not.
+    virtual std::vector<HookInstaller::Entry> entries(const HookTarget& target,
+                                                      const std::string& text) const = 0;
 
     /// The text with our hooks in place.
     virtual std::string installed(const HookTarget& target, const Content& text,

@@ -2,6 +2,7 @@
 
 #include "QuorvikCore/Install/HookFormat.h"
 #include "QuorvikCore/Platform/Files.h"
+#include "QuorvikCore/Session/HookLedger.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 #include "QuorvikCore/Text/ShellQuoting.h"
 #include "QuorvikCore/Text/Unicode.h"
@@ -67,6 +68,43 @@ bool isManaged(std::string_view command) {
            command.find(QuorvikPaths::hookBinaryName) != command.npos;
 }
 
+std::optional<std::string> program(std::string_view command) {
+    // The assignments that we write need no quotes; so a word with "=" in front of the program is one.
+    for (;;) {
+        command.remove_prefix(std::min(command.find_first_not_of(' '), command.size()));
+        const std::string_view word = command.substr(0, command.find(' '));
+        if (word.find_first_of("'\"\\") != word.npos || word.find('=') == word.npos) break;
+        command.remove_prefix(word.size());
+    }
+    std::string path;
+    char quote = 0;
+    for (std::size_t at = 0; at < command.size(); ++at) {
+        const char byte = command[at];
+        if (quote == '\'' && byte != quote) {
+            path += byte;
+        } else if (byte == quote) {
+            quote = 0;
+        } else if (quote == 0 && (byte == '\'' || byte == '"')) {
+            quote = byte;
+        } else if (byte == '\\' && at + 1 < command.size()) {
+            path += command[++at];
+        } else if (quote == 0 && byte == ' ') {
+            break;
+        } else if (std::string_view("$`;&|<>()*?[").find(byte) != std::string_view::npos) {
+            return std::nullopt; // only a shell could tell
+        } else {
+            path += byte;
+        }
+    }
+    if (path.empty() || quote != 0) return std::nullopt;
+    return path;
+}
+
+std::vector<Entry> entries(const HookTarget& target) {
+    const auto text = UserFileEdit::read(target.fileURL);
+    return text ? HookFormat::of(target.kind).entries(target, *text) : std::vector<Entry>();
+}
+
 Status status(const HookTarget& target, const std::string& hookPath) {
     try {
         const auto text = UserFileEdit::read(target.fileURL);
@@ -85,7 +123,9 @@ EditOutcome install(const HookTarget& target, const std::string& hookPath) {
     const auto decide = [&](const UserFileEdit::Content& text) {
         return UserFileEdit::Decision::write(HookFormat::of(target.kind).installed(target, text, hookPath));
     };
-    return UserFileEdit::edit(target.fileURL, decide, options(target));
+    const EditOutcome done = UserFileEdit::edit(target.fileURL, decide, options(target));
+    if (!done.isSame) HookLedger::noteInstall(target.source, std::chrono::system_clock::now());
+    return done;
 }
 
 EditOutcome uninstall(const HookTarget& target) {

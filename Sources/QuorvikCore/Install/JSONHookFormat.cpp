@@ -143,6 +143,18 @@ Status::Kind JSONHookFormat::status(const HookTarget& target, const std::string&
     return isCurrent ? Status::Kind::installed : Status::Kind::stale;
 }
 
+std::vector<HookInstaller::Entry> JSONHookFormat::entries(const HookTarget& target,
+                                                          const std::string& text) const {
+    const SettingsDocument document = SettingsDocument::parse(text);
+    std::vector<HookInstaller::Entry> found;
+    if (const JSONValue* container = document.root.valueAt(path(target.container)))
+        forEachManaged(*container,
+                       [&](const std::string& event, const JSONValue&, const std::string& command) {
+                           found.push_back({event, command});
+                       });
+    return found;
+}
+
 std::string JSONHookFormat::installed(const HookTarget& target, const Content& text,
                                       const std::string& hookPath) const {
     SettingsDocument document = SettingsDocument::parse(text);

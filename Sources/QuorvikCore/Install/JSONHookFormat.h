@@ -14,6 +14,8 @@ class JSONHookFormat : public HookFormat {
   public:
     HookInstaller::Status::Kind status(const HookTarget& target, const std::string& text,
                                        const std::string& hookPath) const override;
+    std::vector<HookInstaller::Entry> entries(const HookTarget& target,
+                                              const std::string& text) const override;
     std::string installed(const HookTarget& target, const Content& text,
                           const std::string& hookPath) const override;
     UserFileEdit::Decision uninstalled(const HookTarget& target, const std::string& text) const override;

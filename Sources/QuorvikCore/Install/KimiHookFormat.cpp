@@ -1,5 +1,6 @@
 #include "QuorvikCore/Install/HookFormat.h"
 #include "QuorvikCore/Install/TOMLOutline.h"
+#include "QuorvikCore/JSON/RawJSON.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
@@ -103,7 +104,7 @@ bool hasHooksLine(std::string_view text) {
 bool setsHooksOtherwise(std::string_view text) {
     using Kind = TOMLOutline::Statement::Kind;
     bool inRoot = true, isArray = false;
-    for (const auto& [kind, path] : TOMLOutline::statements(text)) {
+    for (const auto& [kind, path, value] : TOMLOutline::statements(text)) {
         if (kind == Kind::key && !inRoot) continue;
         inRoot = kind == Kind::key;
         if (path.front() != container) continue;
@@ -122,6 +123,13 @@ std::string assignment(std::string_view key, std::string_view value) {
         line += byte;
     }
     return line + "\"";
+}
+
+/// The value of a line that assignment() made for the key.
+std::optional<std::string> assigned(std::string_view key, std::string_view line) {
+    const std::string before = std::string(key) + " = ";
+    if (!line.starts_with(before)) return std::nullopt;
+    return RawJSON::string(line.substr(before.size())); // the escapes are those of JSON
 }
 
 class KimiHookFormat : public HookFormat {
@@ -146,6 +154,20 @@ class KimiHookFormat : public HookFormat {
         // A second block would run everything twice.
         const bool isOnly = parts.blocks.size() == 1;
         return hasCurrent && !hasOther && hasEvents && isOnly ? Status::Kind::installed : Status::Kind::stale;
+    }
+
+    std::vector<HookInstaller::Entry> entries(const HookTarget&, const std::string& text) const override {
+        requireUTF8(text);
+        std::vector<HookInstaller::Entry> found;
+        for (const std::string_view block : takeApart(text).blocks) {
+            std::string event;
+            for (std::size_t line = 0; line < block.size(); line = nextLine(block, line)) {
+                const std::string_view content = withoutReturn(lineAt(block, line));
+                if (auto value = assigned("event", content)) event = std::move(*value);
+                if (auto value = assigned("command", content)) found.push_back({event, std::move(*value)});
+            }
+        }
+        return found;
     }
 
     std::string installed(const HookTarget& target, const Content& text,

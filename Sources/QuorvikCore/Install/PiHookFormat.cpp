@@ -1,4 +1,5 @@
 #include "QuorvikCore/Install/HookFormat.h"
+#include "QuorvikCore/JSON/RawJSON.h"
 
 #include <string_view>
 
@@ -76,9 +77,11 @@ export default function (pi) {
 }
 )";
 
+constexpr std::string_view hookLine = "const HOOK = ";
+
 std::string extension(std::string_view hookPath) {
     std::string text(beforeHook);
-    text += "const HOOK = \"";
+    text += std::string(hookLine) + "\"";
     for (const char byte : hookPath) {
         if (byte == '\\' || byte == '"') text += '\\';
         text += byte;
@@ -99,6 +102,19 @@ class PiHookFormat : public HookFormat {
         requireUTF8(text);
         if (!isOurs(text)) throw EditError(fileName(target) + " exists and is not Quorvik's");
         return text == extension(hookPath) ? Status::Kind::installed : Status::Kind::stale;
+    }
+
+    std::vector<HookInstaller::Entry> entries(const HookTarget& target,
+                                              const std::string& text) const override {
+        requireUTF8(text);
+        if (!isOurs(text)) throw EditError(fileName(target) + " exists and is not Quorvik's");
+        const std::size_t start = text.find(hookLine);
+        if (start == text.npos) return {};
+        const std::size_t value = start + hookLine.size();
+        const auto path =
+            RawJSON::string(std::string_view(text).substr(value, text.find(";\n", value) - value));
+        if (!path) return {};
+        return {{"", HookInstaller::command(target.source, *path)}};
     }
 
     std::string installed(const HookTarget& target, const Content& text,

@@ -186,14 +186,14 @@ EditOutcome install(std::string_view cli, int minSeconds, const Path& rc, const 
     return UserFileEdit::edit(rc, withBlock, options(rc));
 }
 
+std::optional<int> installedMinimum(const Path& script) {
+    const auto text = Files::read(script, UserFileEdit::maxFileSize);
+    return text ? Number::integer<int>(foundAt(minimumPlace, *text)) : std::nullopt;
+}
+
 bool isInstalled(const Path& rc) {
     const auto text = Files::read(rc, UserFileEdit::maxFileSize);
     return text && contains(*text, beginMarker);
-}
-
-std::optional<int> minimum(const Path& script) {
-    const auto text = Files::read(script, UserFileEdit::maxFileSize);
-    return text ? Number::integer<int>(foundAt(minimumPlace, *text)) : std::nullopt;
 }
 
 bool loads(const Path& rc, const Path& script) {

@@ -34,11 +34,11 @@ std::string script(std::string_view cli, int minSeconds);
 /// `rc`. Throws FileError or EditError (UserFileEdit::edit); `rc` is then as it was.
 EditOutcome install(std::string_view cli, int minSeconds, const Path& rc, const Path& script);
 
+/// The minimum that an installed script has; absent when there is no such script, or it was edited there.
+std::optional<int> installedMinimum(const Path& script);
+
 /// Whether the marker is in `rc`; false when that cannot be read.
 bool isInstalled(const Path& rc);
-
-/// The `minSeconds` with which the script was written; absent when that cannot be told.
-std::optional<int> minimum(const Path& script);
 
 /// Whether `rc` loads that script, and not one that stands elsewhere. False when `rc` cannot be read.
 bool loads(const Path& rc, const Path& script);

@@ -88,6 +88,14 @@ Status status(const HookTarget& target) {
     }
 }
 
+std::optional<std::string> ownCommand(const HookTarget& target) try {
+    const auto document = SettingsDocument::parse(UserFileEdit::read(target.fileURL));
+    const JSONValue* value = document.root[member];
+    return value && isOurs(*value) ? std::optional(*commandOf(*value)) : std::nullopt;
+} catch (const std::exception&) {
+    return std::nullopt;
+}
+
 EditOutcome install(const HookTarget& target, const std::string& hookPath, const Path& originalFile) {
     if (hookPath.find('\'') != hookPath.npos)
         throw EditError("the path of the hook program must not contain a single quote: " + hookPath);

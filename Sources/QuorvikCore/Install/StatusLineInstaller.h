@@ -28,6 +28,9 @@ std::filesystem::path originalFile();
 /// `off` when there is no file. Never throws for what it finds in the file.
 Status status(const HookTarget& target);
 
+/// The command line of our status line in the settings; absent when it is not ours, or cannot be read.
+std::optional<std::string> ownCommand(const HookTarget& target);
+
 /// Saves the user's status line, if there is one, and sets ours. What was saved before stays, or goes to the
 /// backups when there is a newer one to save. Throws EditError "the path of the hook program must not contain
 /// a single quote: <path>" (the status line has no way to write it), or "the path of the hook program must

@@ -11,6 +11,18 @@ namespace {
 
 constexpr std::string_view bareKey = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_";
 
+std::string_view trimmed(std::string_view text) {
+    constexpr std::string_view blanks = " \t\r\n";
+    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+    return text.substr(0, text.find_last_not_of(blanks) + 1);
+}
+
+/// The content of a string in one pair of quotes.
+std::optional<std::string> unquoted(std::string_view text) {
+    if (text.starts_with('"')) return RawJSON::string(text); // the escapes are those of JSON
+    return std::string(text.substr(1, text.size() - 2));
+}
+
 class Reader {
   public:
     explicit Reader(std::string_view text) : rest_(text) {}
@@ -18,10 +30,22 @@ class Reader {
     std::vector<Statement> read() {
         std::vector<Statement> found;
         while (!rest_.empty()) {
-            if (auto next = statement()) found.push_back(std::move(*next));
+            auto next = statement();
+            const std::string_view value = rest_;
             skipToLineEnd();
+            if (!next) continue;
+            if (next->kind == Statement::Kind::key)
+                next->value = trimmed(value.substr(0, value.size() - rest_.size()));
+            found.push_back(std::move(*next));
         }
         return found;
+    }
+
+    /// The text that stands here in one pair of quotes; absent when there is none.
+    std::optional<std::string> text() {
+        const bool isText = rest_.starts_with('"') || rest_.starts_with('\'');
+        if (!isText || rest_.starts_with(std::string(3, rest_.front()))) return std::nullopt;
+        return unquoted(quoted(rest_.substr(0, 1)));
     }
 
   private:
@@ -56,11 +80,7 @@ class Reader {
     }
 
     std::optional<std::string> keyPart() {
-        if (rest_.starts_with('"') || rest_.starts_with('\'')) {
-            const std::string text(quoted(rest_.substr(0, 1)));
-            // The escapes are those of JSON.
-            return text.starts_with('"') ? RawJSON::string(text) : text.substr(1, text.size() - 2);
-        }
+        if (rest_.starts_with('"') || rest_.starts_with('\'')) return unquoted(quoted(rest_.substr(0, 1)));
         const std::string part(rest_.substr(0, rest_.find_first_not_of(bareKey)));
         skip(part.size());
         return part.empty() ? std::nullopt : std::optional(part);
@@ -100,6 +120,10 @@ class Reader {
 };
 
 } // namespace
+
+std::optional<std::string> Statement::text() const {
+    return Reader(value).text();
+}
 
 std::vector<Statement> statements(std::string_view text) {
     return Reader(text).read();

@@ -19,10 +19,11 @@ namespace quorvik::Platform {
 
 namespace {
 
-std::string homeFromPasswordDatabase() {
+/// A field of the current user's entry; empty when there is none.
+std::string fromPasswordDatabase(char* passwd::*field) {
 #ifdef __APPLE__
     const passwd* user = ::getpwuid(::getuid());
-    return user ? user->pw_dir : "";
+    return user ? user->*field : "";
 #else
     // getpwuid() would load name-service modules, which a statically linked program cannot count on.
     struct Closer {
@@ -30,7 +31,7 @@ std::string homeFromPasswordDatabase() {
     };
     const std::unique_ptr<std::FILE, Closer> file(std::fopen("/etc/passwd", "re"));
     while (const passwd* user = file ? ::fgetpwent(file.get()) : nullptr) {
-        if (user->pw_uid == ::getuid()) return user->pw_dir;
+        if (user->pw_uid == ::getuid()) return user->*field;
     }
     return "";
 #endif
@@ -54,9 +55,14 @@ std::map<std::string, std::string> environment() {
     return variables;
 }
 
+std::string loginShell() {
+    const std::string shell = fromPasswordDatabase(&passwd::pw_shell);
+    return shell.empty() ? "/bin/sh" : shell;
+}
+
 std::string homeFolder() {
     std::string home = environmentValue("HOME");
-    if (home.empty()) home = homeFromPasswordDatabase();
+    if (home.empty()) home = fromPasswordDatabase(&passwd::pw_dir);
     while (home.size() > 1 && home.back() == '/')
         home.pop_back();
     return home.empty() ? "/" : home;

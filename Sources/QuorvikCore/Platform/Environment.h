@@ -9,6 +9,9 @@ namespace quorvik::Platform {
 /// The current user's home folder: $HOME, else the password database, else "/". Without a trailing slash.
 std::string homeFolder();
 
+/// The current user's shell by the password database, whatever $SHELL says; "/bin/sh" when that names none.
+std::string loginShell();
+
 /// The value of an environment variable; the empty string when it is not set.
 std::string environmentValue(const char* name);
 

@@ -69,6 +69,24 @@ constexpr ArgumentRow settingsArguments[] = {
      .completes = Completes::settingValue},
 };
 
+constexpr ArgumentRow doctorArguments[] = {
+    {.name = "agent", .summary = "only these", .completes = Completes::agent, .isRepeated = true},
+};
+
+constexpr OptionRow doctorOptions[] = {
+    {.name = "--fix",
+     .summary = "remove the temporary files that killed programs have left behind; changes nothing else"},
+    json("one array of objects: \"id\", \"state\" (\"well\", \"note\", \"warn\", \"bad\"), \"words\", and "
+         "\"advice\" if "
+         "there is any"),
+};
+
+constexpr StatusRow doctorStatuses[] = {
+    {"0", "all is well"},
+    {"1", "something is to be done"},
+    {"3", "the command line makes no sense"},
+};
+
 constexpr OptionRow updateOptions[] = {
     json("an array of objects: \"what\" was renewed, its \"file\" and \"backup\", or \"error\""),
 };
@@ -160,6 +178,25 @@ A file of ours that was edited is copied before it is changed. The app that runs
   systemctl --user start quorvik      not only with the next session, but now
 )",
      .environment = "QUORVIK_HOME PATH XDG_CONFIG_HOME"},
+    {.name = "doctor",
+     .summary = "prove that everything works, or tell what to do",
+     .description = R"(
+Looks at everything that Quorvik needs, and proves that it works: the programs and their folder, each coding agent that
+is here, zsh, tmux and the app. Of an agent, the very command line in its settings is run as the agent would, with an
+event of our own and in a folder of its own, and must report.
+
+One line for each check, with what to do below it where something is to be done:
+
+  ✓ well   – worth knowing   ! does not work as it should   ✗ does not work
+)",
+     .arguments = doctorArguments,
+     .options = doctorOptions,
+     .examples = R"(
+  quorvik-island doctor
+  quorvik-island doctor codex
+  quorvik-island doctor --json | jq -r '.[] | select(.state == "bad") | .words'
+)",
+     .statuses = doctorStatuses},
     {.name = "update",
      .summary = "renew what an older version has left",
      .description = R"(

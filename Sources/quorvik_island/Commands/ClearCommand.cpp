@@ -4,7 +4,11 @@
 #include "quorvik_island/Console.h"
 #include "quorvik_island/Sessions.h"
 
+#include "QuorvikCore/Session/HookLedger.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
+
+#include <algorithm>
+#include <map>
 
 namespace quorvik::ClearCommand {
 
@@ -15,8 +19,15 @@ int run(const Arguments& arguments) {
     for (const std::string& failure : sessions.failures)
         console.fail(failure);
     const auto over = sessions.over();
-    for (const SessionRecord* record : over)
+    std::map<Source, Date> lastEvents; // what `doctor` tells of them when their records are gone
+    for (const SessionRecord* record : over) {
+        if (isAgent(record->source)) {
+            Date& last = lastEvents[record->source];
+            last = std::max(last, record->updatedAt);
+        }
         SessionStore::remove(*record, folder);
+    }
+    HookLedger::noteLastEvents(lastEvents);
     if (!over.empty()) SessionStore::postChangeNotification();
     console.line("removed " + std::to_string(over.size()));
     console.value({{"removed", over.size()}});

@@ -56,7 +56,8 @@ class Update {
     void shell() {
         const auto rc = ShellIntegration::zshrcURL(), script = ShellIntegration::scriptURL();
         tryTo("shell", [&](nlohmann::json& result) {
-            const int minimum = ShellIntegration::minimum(script).value_or(ShellIntegration::defaultMinimum);
+            const int minimum =
+                ShellIntegration::installedMinimum(script).value_or(ShellIntegration::defaultMinimum);
             const auto status = ShellIntegration::status(commandLineTool.of(arguments_), minimum, rc, script);
             if (!status.installed || status.differences.empty()) return;
             const std::string program = commandLineTool.runnableOf(arguments_, console_);

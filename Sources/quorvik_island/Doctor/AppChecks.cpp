@@ -1,0 +1,93 @@
+#include "quorvik_island/Doctor/AppChecks.h"
+
+#include "quorvik_island/Age.h"
+
+#include "QuorvikApp/Control/ControlClient.h"
+#include "QuorvikApp/Model/SignalStatus.h"
+
+#include "QuorvikCore/Install/Autostart.h"
+#include "QuorvikCore/Platform/Environment.h"
+#include "QuorvikCore/Platform/Files.h"
+#include "QuorvikCore/Platform/LineSocket.h"
+#include "QuorvikCore/Session/QuorvikPaths.h"
+
+#include <system_error>
+
+namespace quorvik::Doctor::AppChecks {
+
+namespace {
+
+constexpr const char* howToRestart = "quorvik-island restart";
+
+void sockets(Findings& findings) {
+    bool allAnswer = true;
+    for (const auto& path : {QuorvikPaths::approvalSocket(), QuorvikPaths::alertSocket()}) {
+        int error = 0;
+        if (connectedSocket(path.string(), std::chrono::seconds(1), error)) continue;
+        allAnswer = false;
+        findings.bad("app.sockets",
+                     "nobody answers at " + path.string() + ": " + std::generic_category().message(error),
+                     howToRestart);
+    }
+    if (allAnswer) findings.well("app.sockets", "its sockets answer");
+}
+
+void signals(ControlClient& client, Findings& findings) {
+    std::vector<SignalStatus> signals;
+    const auto result = client.call("signals");
+    RecordReader(result).required("signals", signals);
+    std::vector<std::string> on;
+    for (const SignalStatus& signal : signals) {
+        if (signal.isOn && !signal.why.empty())
+            findings.note("app.signals", "the signal " + signal.name + " is of no use: " + signal.why);
+        else if (signal.isOn)
+            on.push_back(signal.name);
+    }
+    findings.well("app.signals", on.empty() ? "no signals are at work" : "signals at work: " + listed(on));
+}
+
+/// What starts the app with the user's session, if anything does.
+void autostart(Findings& findings) try {
+    using Autostart::State;
+    auto program = QuorvikPaths::binDirectory() / "quorvik-island";
+    if (!Files::isExecutable(program)) program = Platform::runningProgram();
+    const auto manager = Platform::serviceManager();
+    const std::string file = Autostart::file(manager).string();
+    switch (Autostart::state(manager, Autostart::Start::now(program.string()))) {
+    case State::installed: return findings.well("app.autostart", file + " starts it with each login");
+    case State::stale:
+        return findings.warn("app.autostart", file + " is out of date", "quorvik-island autostart install");
+    case State::foreign:
+    case State::notInstalled: return;
+    }
+} catch (const std::exception& error) {
+    findings.warn("app.autostart", error.what(), "quorvik-island autostart install");
+}
+
+} // namespace
+
+void run(const std::string& ownVersion, Findings& findings) try {
+    autostart(findings);
+    ControlClient client = ControlClient::connect("command", ControlClient::Start::never);
+    const nlohmann::json status = client.call("status");
+    const std::string version = status.value("version", "");
+    const std::string words = "the app runs for " + age(dateFromSeconds(status.value("startedAt", 0.0)));
+    if (!ownVersion.empty() && version != ownVersion)
+        findings.warn("app.running", words + " and is version " + version + ", not " + ownVersion,
+                      howToRestart);
+    else
+        findings.well("app.running", words + ", version " + version);
+    for (const auto& trouble : status.value("troubles", nlohmann::json::array()))
+        if (trouble.is_string())
+            findings.warn("app.troubles", "the app says: " + trouble.get<std::string>(),
+                          "quorvik-island status says more");
+    sockets(findings);
+    signals(client, findings);
+} catch (const NotRunning&) {
+    findings.note("app.running", "the app does not run, so agents ask in their own interface",
+                  "quorvik-island starts it; quorvik-island autostart install, with each login");
+} catch (const std::exception& error) {
+    findings.bad("app.running", error.what(), howToRestart);
+}
+
+} // namespace quorvik::Doctor::AppChecks

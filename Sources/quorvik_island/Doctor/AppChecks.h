@@ -1,0 +1,12 @@
+#pragma once
+
+#include "quorvik_island/Doctor/Check.h"
+
+#include <string>
+
+/// The app: whether it runs, and what it says of itself. The ids begin with "app.".
+namespace quorvik::Doctor::AppChecks {
+
+void run(const std::string& ownVersion, Findings& findings);
+
+} // namespace quorvik::Doctor::AppChecks

@@ -1,0 +1,21 @@
+#include "QuorvikCore/Text/SHA256.h"
+
+#include <gtest/gtest.h>
+
+namespace quorvik {
+
+TEST(SHA256Tests, PadsToWholeBlocks) {
+    const std::pair<std::size_t, std::string_view> digests[] = {
+        {0, "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"},
+        {55, "9f4390f8d30c2dd92ec9f095b65e2b9ae9b0a925a5258e241c9f1e910f734318"}, // the last that fits with
+                                                                                  // its length
+        {56, "b35439a4ac6f0948b6d6f9e3c6af0f5f590ce20f1bde7090ef7970686ec6738a"},
+        {64, "ffe054fe7ae0cb6dc65c3af9b61d5209f439851db43d0ba5997337df154668eb"},
+        {119, "31eba51c313a5c08226adf18d4a359cfdfd8d2e816b13f4af952f7ea6584dcfb"},
+        {120, "2f3d335432c70b580af0e8e1b3674a7c020d683aa5f73aaaedfdc55af904c21c"},
+    };
+    for (const auto& [length, digest] : digests)
+        EXPECT_EQ(sha256(std::string(length, 'a')), digest) << length;
+}
+
+} // namespace quorvik
