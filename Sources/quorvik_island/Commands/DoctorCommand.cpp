@@ -1,5 +1,6 @@
 #include "quorvik_island/Commands/DoctorCommand.h"
 
+#include "quorvik_island/AgentName.h"
 #include "quorvik_island/Console.h"
 #include "quorvik_island/Doctor/AgentChecks.h"
 #include "quorvik_island/Doctor/AppChecks.h"
@@ -35,9 +36,8 @@ std::vector<Source> chosenAgents(const Arguments& arguments) {
     if (arguments.words.empty()) return AgentDetection::detected(QuorvikPaths::home());
     std::vector<Source> agents;
     for (const std::string& name : arguments.words) {
-        const auto agent = fromRawValue<Source>(name);
-        if (!agent || !isAgent(*agent)) throw UsageError("unknown agent " + name);
-        if (std::ranges::find(agents, *agent) == agents.end()) agents.push_back(*agent);
+        const Source agent = agentNamed(name);
+        if (std::ranges::find(agents, agent) == agents.end()) agents.push_back(agent);
     }
     return agents;
 }

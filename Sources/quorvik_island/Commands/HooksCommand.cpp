@@ -1,7 +1,6 @@
 #include "quorvik_island/Commands/HooksCommand.h"
 
-#include "quorvik_island/Arguments.h"
-#include "quorvik_island/CommandLine/NearestName.h"
+#include "quorvik_island/AgentName.h"
 #include "quorvik_island/Console.h"
 #include "quorvik_island/ProgramPath.h"
 
@@ -18,13 +17,6 @@ namespace {
 
 enum class Action { status, install, uninstall };
 
-std::string didYouMean(const std::string& name) {
-    std::vector<std::string_view> agents;
-    for (const Source source : agentSources())
-        agents.push_back(rawValue(source));
-    return NearestName::question(name, agents);
-}
-
 std::vector<HookTarget> chosenTargets(const Arguments& arguments, std::span<const std::string> names) {
     std::vector<HookTarget> targets;
     const bool all = arguments.has("--all");
@@ -34,11 +26,8 @@ std::vector<HookTarget> chosenTargets(const Arguments& arguments, std::span<cons
         const bool isNew = std::ranges::find(targets, source, &HookTarget::source) == targets.end();
         if (target && isNew) targets.push_back(*target); // twice would replace the backup of a moment ago
     };
-    for (const std::string& name : names) {
-        const auto source = fromRawValue<Source>(name);
-        if (!source || !isAgent(*source)) throw UsageError("unknown agent " + name + didYouMean(name));
-        add(*source);
-    }
+    for (const std::string& name : names)
+        add(agentNamed(name));
     if (all) {
         for (const Source source : agentSources())
             add(source);
