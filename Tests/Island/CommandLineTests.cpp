@@ -1,14 +1,15 @@
+#include "Tests/Support/Program.h"
+#include "Tests/Support/TemporaryHome.h"
+#include "quorvik_island/CommandLine/Completion.h"
 #include "quorvik_island/CommandLine/HelpText.h"
 #include "quorvik_island/CommandLine/ManualPage.h"
 #include "quorvik_island/CommandLine/TableText.h"
-
-#include "Tests/Support/Program.h"
-#include "Tests/Support/TemporaryHome.h"
 
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <functional>
 #include <regex>
 
@@ -41,7 +42,8 @@ TEST_F(CommandLineTests, MistakesAreNamedWithWhatWasMeant) {
              {{"help", "hook"}, "unknown command hook, did you mean hooks?"},
              {{"help", "quorvik", "rum"}, "unknown command rum, did you mean run?"},
              {{"frobnicate"}, "unknown command frobnicate"},
-             {{"complet"}, "unknown command complet"}, // "completion" is too far, "complete" nobody's business
+             {{"complet"},
+              "unknown command complet"}, // "completion" is too far, "complete" nobody's business
              {{"--plian"}, "unknown option --plian, did you mean --plain?"},
              {{"--plain", "show"}, "unexpected argument show"},
              {{"hooks"}, "hooks: say status, install or uninstall"},
@@ -67,9 +69,9 @@ TEST_F(CommandLineTests, MistakesAreNamedWithWhatWasMeant) {
              {{"completion", "tcsh"}, "completion: unknown shell tcsh"},
              {{"completion", "zsh", "hook"}, "completion: unknown program hook"}}) {
         const std::string command = why.starts_with("un") && words[0] != "hooks" ? "" : words[0] + " ";
-        EXPECT_EQ(island(words), (Program::Result{3, "",
-                                                  "quorvik-island: " + why + " (see quorvik-island " + command +
-                                                      "--help)\n"}));
+        EXPECT_EQ(island(words),
+                  (Program::Result{
+                      3, "", "quorvik-island: " + why + " (see quorvik-island " + command + "--help)\n"}));
     }
     EXPECT_FALSE(std::filesystem::exists(home / ".claude"));
 }
@@ -80,12 +82,19 @@ TEST_F(CommandLineTests, EveryOptionIsUnderstoodAndTold) {
         const std::string help = HelpText::of(program, command, 80);
         const std::string page = manualPage(program);
         std::vector<std::string> words = {"--help"};
-        if (&command != &program.self) words.insert(words.begin(), std::string(command.name));
+        std::vector<std::string> typed = {std::string(program.name), "-"};
+        if (&command != &program.self) {
+            words.insert(words.begin(), std::string(command.name));
+            typed.insert(typed.begin() + 1, std::string(command.name));
+        }
+        const auto offered = Completion::at(typed, {}).values;
         for (const OptionRow& option : command.options) {
             words.emplace_back(option.name);
             if (!option.value.empty()) words.emplace_back("-");
             if (option.isHidden) continue;
             EXPECT_NE(help.find("\n  " + TableText::written(option) + " "), help.npos) << option.name << help;
+            EXPECT_NE(std::ranges::find(offered, option.name, &Completion::Value::text), offered.end())
+                << command.name << " " << option.name;
             std::string bold = "\n\\fB" + std::string(option.name);
             for (std::size_t at = 0; (at = bold.find('-', at)) != bold.npos; at += 2)
                 bold.insert(at, "\\");

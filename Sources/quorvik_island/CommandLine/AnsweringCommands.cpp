@@ -12,7 +12,10 @@ constexpr WordRow decisions[] = {
 };
 
 constexpr ArgumentRow answerArguments[] = {
-    {.name = "id", .summary = "which request: `requests` tells", .completes = Completes::request, .isRequired = true},
+    {.name = "id",
+     .summary = "which request: `requests` tells",
+     .completes = Completes::request,
+     .isRequired = true},
     {.name = "decision", .completes = Completes::words, .isRequired = true, .words = decisions},
 };
 
@@ -66,7 +69,8 @@ answer, for itself or for another.
 )",
      .arguments = answerArguments,
      .options = answerOptions,
-     .usage = "<id> allow|always|deny|ask [--message <text>]\n<id> allow --choose <label>…|--text <text> [--next …]",
+     .usage = "<id> allow|always|deny|ask [--message <text>]\n<id> allow --choose <label>…|--text <text> "
+              "[--next …]",
      .examples = R"(
   quorvik-island answer 3f2504e0 deny --message "not on a Friday"
   quorvik-island answer 9a0c0305 allow --choose Red --choose Green --next --text "small"

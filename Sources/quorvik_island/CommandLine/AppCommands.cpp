@@ -18,8 +18,10 @@ constexpr StatusRow serveStatuses[] = {
 };
 
 constexpr OptionRow statusOptions[] = {
-    json("one object: \"running\"; when it does not run \"error\", else \"version\", \"program\", \"pid\", \"startedAt\", "
-         "\"folder\", \"revision\", \"frontEnds\" (each \"role\", \"program\", \"pid\", \"since\"), \"requests\" (how many "
+    json("one object: \"running\"; when it does not run \"error\", else \"version\", \"program\", \"pid\", "
+         "\"startedAt\", "
+         "\"folder\", \"revision\", \"frontEnds\" (each \"role\", \"program\", \"pid\", \"since\"), "
+         "\"requests\" (how many "
          "wait) and \"troubles\" (texts)"),
 };
 
@@ -66,15 +68,11 @@ Ends the app, and waits until it is gone. Agents whose requests wait then ask in
 lost. The live island and `watch` start no other app; those that you open from then on do.
 )",
      .statuses = stopStatuses},
-    {.name = "restart",
-     .summary = "end the app and start it again",
-     .description = R"(
+    {.name = "restart", .summary = "end the app and start it again", .description = R"(
 Ends the app if it runs, and starts it; what is shown elsewhere attaches itself again. Agents whose requests wait then
 ask in their own interface.
 )"},
-    {.name = "sync",
-     .summary = "wait until the app has seen everything",
-     .description = R"(
+    {.name = "sync", .summary = "wait until the app has seen everything", .description = R"(
 Waits until the app has seen and published everything that was caused before: records on disk, requests, alerts,
 settings. For scripts, which need not sleep then. Prints nothing.
 )"},

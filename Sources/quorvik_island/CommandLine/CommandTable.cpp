@@ -9,7 +9,8 @@ namespace quorvik::CommandTable {
 namespace {
 
 constexpr TopicRow variables[] = {
-    {"QUORVIK_HOME", "the support folder; by default Library/Application Support/Quorvik in your home folder"},
+    {"QUORVIK_HOME",
+     "the support folder; by default Library/Application Support/Quorvik in your home folder"},
     {"QUORVIK_NO_START", "1: nothing starts the app but `serve` and `autostart`"},
     {"ACCESSIBLE", "when set and not empty, the live island is lines instead of a screen"},
     {"NO_COLOR", "when set and not empty, there are no colours"},
@@ -50,7 +51,8 @@ constexpr OptionRow help = {.name = "--help", .summary = "this text", .shortName
 
 constexpr OptionRow liveOptions[] = {
     {.name = "--plain",
-     .summary = "lines instead of a screen, with numbered choices, for screen readers; also when ACCESSIBLE is set"},
+     .summary =
+         "lines instead of a screen, with numbered choices, for screen readers; also when ACCESSIBLE is set"},
     {.name = "--json-ui",
      .summary = "for programs: a JSON object per line in (keys, resize), one out with what is to be seen"},
     {.name = "--version", .summary = "the program's version, commit and system"},
@@ -134,7 +136,8 @@ const OptionRow& helpOption() {
 
 std::span<const StatusRow> statuses(const ProgramRow& program, const CommandRow& command) {
     if (!command.statuses.empty()) return command.statuses;
-    return program.self.statuses.empty() ? std::span<const StatusRow>(Rows::usualStatuses) : program.self.statuses;
+    return program.self.statuses.empty() ? std::span<const StatusRow>(Rows::usualStatuses)
+                                         : program.self.statuses;
 }
 
 } // namespace quorvik::CommandTable

@@ -7,18 +7,18 @@ namespace quorvik {
 
 /// What a shell offers for an argument or for an option's value.
 enum class Completes {
-    nothing,      ///< numbers, texts
-    words,        ///< the row's own
-    agent,        ///< "claude"…
-    item,         ///< the keys of what the island shows
-    request,      ///< the ids of what agents wait for
+    nothing, ///< numbers, texts
+    words,   ///< the row's own
+    agent,   ///< "claude"…
+    item,    ///< the keys of what the island shows
+    request, ///< the ids of what agents wait for
     itemOrRequest,
     setting,      ///< the names of settings
     settingValue, ///< the values of the setting that is named before
     command,      ///< the island's commands, and topics of `help`
     program,      ///< our programs
     file,
-    commandLine   ///< somebody else's, from here on
+    commandLine ///< somebody else's, from here on
 };
 
 /// A fixed word that an argument or an option's value may be.
@@ -30,11 +30,11 @@ struct WordRow {
 
 /// A word of the command line that is no option.
 struct ArgumentRow {
-    std::string_view name;        ///< "key"; of fixed words what one of them is: "action"
-    std::string_view summary;     ///< one line; empty for fixed words
+    std::string_view name;    ///< "key"; of fixed words what one of them is: "action"
+    std::string_view summary; ///< one line; empty for fixed words
     Completes completes = Completes::nothing;
     bool isRequired = false;
-    bool isRepeated = false;      ///< it takes all words that follow
+    bool isRepeated = false;        ///< it takes all words that follow
     std::span<const WordRow> words; ///< for Completes::words
 };
 
@@ -63,12 +63,12 @@ struct CommandRow {
     std::string_view description;
     std::span<const ArgumentRow> arguments;
     std::span<const OptionRow> options;
-    std::string_view usage;                ///< what follows the name, a line for each form; empty: made of the rows
-    std::string_view examples;             ///< whole command lines, each with a remark below or beside it
-    std::span<const StatusRow> statuses;   ///< empty: the program's
-    std::string_view environment;          ///< the names of variables, with blanks between them
-    bool isHidden = false;                 ///< for our own programs and scripts
-    bool takesRawWords = false;            ///< it reads its words by itself, and has no options
+    std::string_view usage;    ///< what follows the name, a line for each form; empty: made of the rows
+    std::string_view examples; ///< whole command lines, each with a remark below or beside it
+    std::span<const StatusRow> statuses; ///< empty: the program's
+    std::string_view environment;        ///< the names of variables, with blanks between them
+    bool isHidden = false;               ///< for our own programs and scripts
+    bool takesRawWords = false;          ///< it reads its words by itself, and has no options
 };
 
 /// Commands that are listed together.
@@ -80,9 +80,9 @@ struct GroupRow {
 struct ProgramRow {
     std::string_view name;
     std::string_view summary;
-    CommandRow self;                       ///< without a command
-    std::span<const GroupRow> groups;      ///< its commands; empty for programs without
-    std::string_view seeAlso;              ///< of other manual pages, "quorvik(1), zsh(1)"
+    CommandRow self;                  ///< without a command
+    std::span<const GroupRow> groups; ///< its commands; empty for programs without
+    std::string_view seeAlso;         ///< of other manual pages, "quorvik(1), zsh(1)"
 };
 
 /// A name and what it is, in two columns: variables, files.
@@ -92,7 +92,7 @@ struct TopicRow {
 };
 
 struct TopicTable {
-    std::string_view name; ///< "environment"
+    std::string_view name;    ///< "environment"
     std::string_view heading; ///< of manual pages
     std::string_view summary;
     std::span<const TopicRow> rows;

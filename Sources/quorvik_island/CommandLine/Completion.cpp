@@ -14,7 +14,8 @@ std::vector<Value> commandsOf(const ProgramRow& program) {
     std::vector<Value> values;
     for (const GroupRow& group : program.groups)
         for (const CommandRow& command : group.commands)
-            if (!command.isHidden) values.push_back({std::string(command.name), std::string(command.summary)});
+            if (!command.isHidden)
+                values.push_back({std::string(command.name), std::string(command.summary)});
     return values;
 }
 
@@ -100,7 +101,8 @@ class Reader {
         case Completes::file: completion.kind = Completion::Kind::files; break;
         case Completes::words:
             for (const WordRow& row : rows)
-                if (!row.isHidden) completion.values.push_back({std::string(row.word), std::string(row.summary)});
+                if (!row.isHidden)
+                    completion.values.push_back({std::string(row.word), std::string(row.summary)});
             break;
         case Completes::command: completion.values = subjects(); break;
         case Completes::program: completion.values = programs(); break;
@@ -139,7 +141,8 @@ Completion Completion::at(std::span<const std::string> words, const Source& sour
     if (!takesCommandLine(*command)) {
         // `help quorvik` goes on with that program's commands.
         const ProgramRow* other = words.size() == 4 ? CommandTable::program(words[2]) : nullptr;
-        if (other && command->arguments.front().completes == Completes::command) return {.values = commandsOf(*other)};
+        if (other && command->arguments.front().completes == Completes::command)
+            return {.values = commandsOf(*other)};
         return Reader(*command, source, knowsHelp).complete(words.subspan(2));
     }
     Completion completion{.kind = Kind::commandLine, .commandLineStart = 2};

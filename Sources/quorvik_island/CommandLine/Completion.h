@@ -24,7 +24,7 @@ struct Completion {
     };
 
     Kind kind = Kind::values;
-    std::vector<Value> values;       ///< of Kind::values, in the order in which they are to be listed
+    std::vector<Value> values;        ///< of Kind::values, in the order in which they are to be listed
     std::size_t commandLineStart = 0; ///< of Kind::commandLine: the number of its first word, counted from 0
 
     /// Tells the values that only a look at the system tells. `before` is the word before the one at the

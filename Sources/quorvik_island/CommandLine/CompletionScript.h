@@ -20,8 +20,8 @@ inline constexpr std::array<std::string_view, 3> rawValues<Shell> = {"zsh", "bas
 ///   bash        the command line up to the cursor as one text, and $COMP_WORDBREAKS
 ///
 /// and answers with nothing, or with a line that says what is wanted ("values"; "files", which the shell
-/// knows itself; "command 2", somebody else's command line that begins with the word of that number), and then
-/// the values: a line each, for zsh and fish with a tab and a description behind where there is one.
+/// knows itself; "command 2", somebody else's command line that begins with the word of that number), and
+/// then the values: a line each, for zsh and fish with a tab and a description behind where there is one.
 std::string completionScript(Shell shell, std::span<const std::string_view> programs);
 
 } // namespace quorvik

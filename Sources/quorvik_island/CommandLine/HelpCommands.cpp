@@ -15,17 +15,22 @@ constexpr WordRow shells[] = {{"zsh", ""}, {"bash", ""}, {"fish", ""}};
 
 constexpr ArgumentRow completionArguments[] = {
     {.name = "shell", .completes = Completes::words, .isRequired = true, .words = shells},
-    {.name = "program", .summary = "for this program alone; else for all of ours", .completes = Completes::program},
+    {.name = "program",
+     .summary = "for this program alone; else for all of ours",
+     .completes = Completes::program},
 };
 
 constexpr ArgumentRow manArguments[] = {
-    {.name = "program", .summary = "whose page; by default quorvik-island's", .completes = Completes::program},
+    {.name = "program",
+     .summary = "whose page; by default quorvik-island's",
+     .completes = Completes::program},
 };
 
 constexpr CommandRow commands[] = {
     {.name = "help",
      .summary = "more about a command, or about the environment, files and exit statuses",
-     .description = "Prints what a command does, its options, examples and exit statuses; or a page about all of them.",
+     .description =
+         "Prints what a command does, its options, examples and exit statuses; or a page about all of them.",
      .arguments = helpArguments,
      .examples = R"(
   quorvik-island help hooks

@@ -12,7 +12,8 @@ namespace quorvik::HelpText {
 
 namespace {
 
-using TwoColumns = std::vector<std::pair<std::string, std::string_view>>; // what is written, and what it means
+using TwoColumns =
+    std::vector<std::pair<std::string, std::string_view>>; // what is written, and what it means
 
 /// One help text as it grows.
 class Page {
@@ -86,7 +87,8 @@ class Page {
 TwoColumns argumentRows(const CommandRow& command) {
     TwoColumns rows;
     for (const ArgumentRow& argument : command.arguments) {
-        if (!argument.summary.empty()) rows.emplace_back("<" + std::string(argument.name) + ">", argument.summary);
+        if (!argument.summary.empty())
+            rows.emplace_back("<" + std::string(argument.name) + ">", argument.summary);
         for (const WordRow& word : argument.words)
             if (!word.isHidden && !word.summary.empty()) rows.emplace_back(word.word, word.summary);
     }
@@ -130,7 +132,8 @@ std::string of(const ProgramRow& program, const CommandRow& command, std::size_t
     page.rows("Arguments", argumentRows(command));
     TwoColumns options = optionRows(command);
     if (&command == &CommandTable::island().self)
-        options.emplace_back(TableText::written(CommandTable::helpOption()), CommandTable::helpOption().summary);
+        options.emplace_back(TableText::written(CommandTable::helpOption()),
+                             CommandTable::helpOption().summary);
     page.rows("Options", options);
     page.section("Examples", command.examples);
     page.rows("Exit status", statusRows(program, command));
@@ -141,11 +144,13 @@ std::string of(const ProgramRow& program, const CommandRow& command, std::size_t
     if (isProgram && !program.groups.empty()) {
         page.text_ += '\n';
         const bool isIsland = &program == &CommandTable::island();
-        page.wrapped("",
-                     isIsland ? "`quorvik-island help <command>` says more, and so do `help environment`, `help files` "
-                                "and `help statuses`."
-                              : "`quorvik-island help " + std::string(program.name) + " <command>` says more.",
-                     0);
+        page.wrapped(
+            "",
+            isIsland
+                ? "`quorvik-island help <command>` says more, and so do `help environment`, `help files` "
+                  "and `help statuses`."
+                : "`quorvik-island help " + std::string(program.name) + " <command>` says more.",
+            0);
     }
     return page.text_;
 }

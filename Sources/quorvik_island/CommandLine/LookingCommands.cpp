@@ -5,19 +5,22 @@ namespace quorvik::Rows {
 namespace {
 
 constexpr OptionRow showOptions[] = {
-    json(
-        "one object: \"primary\" (null when there is nothing to show), \"bubbles\" and \"overflow\", each item with "
-        "\"id\", \"display\", \"quiet\", \"needsAttention\", \"mark\", \"label\", and \"record\", the session record; "
-        "and, instead of standard error, the paths of unreadable files, \"corrupt\" and \"unsupported\" (of another "
-        "version). With \"requests\", \"alerts\", \"revision\" and more, as the app publishes them"),
+    json("one object: \"primary\" (null when there is nothing to show), \"bubbles\" and \"overflow\", each "
+         "item with "
+         "\"id\", \"display\", \"quiet\", \"needsAttention\", \"mark\", \"label\", and \"record\", the "
+         "session record; "
+         "and, instead of standard error, the paths of unreadable files, \"corrupt\" and \"unsupported\" (of "
+         "another "
+         "version). With \"requests\", \"alerts\", \"revision\" and more, as the app publishes them"),
 };
 
-constexpr WordRow barWords[] = {{"plain", "the default"}, {"waybar", ""}, {"i3blocks", ""}, {"polybar", ""},
-                                {"sketchybar", ""},       {"tmux", ""}};
+constexpr WordRow barWords[] = {{"plain", "the default"}, {"waybar", ""},     {"i3blocks", ""},
+                                {"polybar", ""},          {"sketchybar", ""}, {"tmux", ""}};
 
 constexpr OptionRow watchOptions[] = {
     {.name = "--format",
-     .summary = "a line as that bar takes it, in which texts of agents do nothing but be shown: plain (the default), "
+     .summary = "a line as that bar takes it, in which texts of agents do nothing but be shown: plain (the "
+                "default), "
                 "waybar, i3blocks, polybar, sketchybar or tmux",
      .value = "bar",
      .completes = Completes::words,
@@ -40,12 +43,14 @@ constexpr OptionRow alertsOptions[] = {
 
 constexpr ArgumentRow whyArguments[] = {
     {.name = "key",
-     .summary = "the \"id\" of an item of `show --json`, or the id of a request; without one it tells about everything",
+     .summary = "the \"id\" of an item of `show --json`, or the id of a request; without one it tells about "
+                "everything",
      .completes = Completes::itemOrRequest},
 };
 
 constexpr OptionRow usageOptions[] = {
-    json("one array: of each limit \"id\", \"agent\", \"minutes\" (its length), \"usedPercent\", \"resetsAt\" and "
+    json("one array: of each limit \"id\", \"agent\", \"minutes\" (its length), \"usedPercent\", "
+         "\"resetsAt\" and "
          "\"toldAt\" (both in seconds since 1970), \"isCurrent\", and \"stage\" (0, 80, 95 or 100)"),
 };
 

@@ -16,7 +16,9 @@ std::string escaped(std::string_view text) {
     for (const char character : text) {
         switch (character) {
         case '\\': result += "\\e"; break;
-        case '-': result += "\\-"; break; // a minus, which can be copied into a shell; the plain one is a hyphen
+        case '-':
+            result += "\\-";
+            break; // a minus, which can be copied into a shell; the plain one is a hyphen
         case '\'': result += "\\(aq"; break;
         case '`': result += "\\(ga"; break;
         case '^': result += "\\(ha"; break;
@@ -28,8 +30,8 @@ std::string escaped(std::string_view text) {
     return isControl ? "\\&" + result : result;
 }
 
-/// What is between `backquotes` in bold, and, unless the text is somebody's code, <values> in italics. `text` is
-/// one line.
+/// What is between `backquotes` in bold, and, unless the text is somebody's code, <values> in italics. `text`
+/// is one line.
 std::string marked(std::string_view text, bool hasValues = true) {
     std::string result, plain;
     bool isCode = false;
@@ -146,7 +148,9 @@ class Page {
 std::string manualPage(const ProgramRow& program) {
     Page page;
     std::string title(program.name);
-    std::ranges::transform(title, title.begin(), [](char each) { return 'a' <= each && each <= 'z' ? static_cast<char>(each - 'a' + 'A') : each; });
+    std::ranges::transform(title, title.begin(), [](char each) {
+        return 'a' <= each && each <= 'z' ? static_cast<char>(each - 'a' + 'A') : each;
+    });
     page.line(".TH " + title + " 1 \"" + std::string(BuildInfo::date()) + "\" \"Quorvik " +
               std::string(BuildInfo::version()) + "\" \"Quorvik\"");
     page.section("NAME");

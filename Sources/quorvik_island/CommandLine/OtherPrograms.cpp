@@ -29,7 +29,9 @@ constexpr OptionRow alertOptions[] = {
      .value = "path",
      .completes = Completes::file},
     {.name = "--id", .summary = "an alert of the same id is replaced", .value = "id"},
-    {.name = "--ttl", .summary = "how long it may stay, up to 86400; 0: as long as the app thinks fit", .value = "seconds"},
+    {.name = "--ttl",
+     .summary = "how long it may stay, up to 86400; 0: as long as the app thinks fit",
+     .value = "seconds"},
 };
 
 constexpr WordRow shellEvents[] = {{"start", ""}, {"end", ""}};
@@ -72,7 +74,8 @@ shows it, and when it fails, the line that says why. Its whole output is kept fo
      .summary = "show a short message",
      .description = "Puts a message into the island, as long as the app is running. Silent when it is shown.",
      .options = alertOptions,
-     .usage = "--title <text> [--body <text>] [--level info|action|fail] [--open <path>] [--id <id>] [--ttl <seconds>]",
+     .usage = "--title <text> [--body <text>] [--level info|action|fail] [--open <path>] [--id <id>] [--ttl "
+              "<seconds>]",
      .examples = R"(
   quorvik alert --title "Deploy done" --body "production, 2 minutes" --open /tmp/deploy.log
 )",
@@ -104,7 +107,9 @@ constexpr OptionRow hookOptions[] = {
      .summary = "the agent whose event it is",
      .value = "agent",
      .completes = Completes::agent},
-    {.name = "--ppid", .summary = "the agent's process; by default the one that runs the hook", .value = "pid"},
+    {.name = "--ppid",
+     .summary = "the agent's process; by default the one that runs the hook",
+     .value = "pid"},
     {.name = "--statusline", .summary = "draw Claude Code's status line instead"},
     version,
 };
@@ -161,21 +166,23 @@ and the answer printed for the agent. Whatever happens, it prints nothing else.
 }
 
 ProgramRow account() {
-    return {.name = "quorvik-account",
-            .summary = "ask how much of an agent's limits is used",
-            .self = {.name = "quorvik-account",
-                     .description = R"(
+    return {
+        .name = "quorvik-account",
+        .summary = "ask how much of an agent's limits is used",
+        .self = {.name = "quorvik-account",
+                 .description = R"(
 Asks the service of an agent's account how much of its limits is used, and keeps the answer for `quorvik-island usage`.
 Claude's login is that of Claude Code. It is sent to the host that you name, over https, and nowhere else.
 
 Prints one JSON object: "failure", why there are no new figures, and "retryAfter", the seconds for which the service
 wants to be left alone, each when there is one. The app runs it once `quorvik-island settings accounts on` is done.
 )",
-                     .arguments = accountArguments,
-                     .options = accountOptions,
-                     .usage = "[--seconds <n>] claude <host>\n[--seconds <n>] grok <host> <file>\n--help|--version",
-                     .environment = "QUORVIK_HOME"},
-            .seeAlso = "quorvik-island(1)"};
+                 .arguments = accountArguments,
+                 .options = accountOptions,
+                 .usage =
+                     "[--seconds <n>] claude <host>\n[--seconds <n>] grok <host> <file>\n--help|--version",
+                 .environment = "QUORVIK_HOME"},
+        .seeAlso = "quorvik-island(1)"};
 }
 
 } // namespace quorvik::Rows

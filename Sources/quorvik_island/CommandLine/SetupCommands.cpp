@@ -75,7 +75,8 @@ constexpr OptionRow settingsOptions[] = {
 };
 
 constexpr OptionRow signalsOptions[] = {
-    json("an array of objects: \"name\", \"on\", \"why\" (a text, empty when all is well), \"lastLook\" and \"nextLook\" "
+    json("an array of objects: \"name\", \"on\", \"why\" (a text, empty when all is well), \"lastLook\" and "
+         "\"nextLook\" "
          "(seconds since 1970; left out when there is none), \"looks\" and \"seconds\" (in the last hour)"),
 };
 

@@ -39,7 +39,8 @@ Snapshot snapshot() {
 void addItems(const Snapshot& snapshot, Values& values) {
     for (const SnapshotItem* item : snapshot.items())
         values.push_back({item->id(), std::string(mark(item->record->source)) + " " +
-                                          std::string(rawValue(item->display)) + ", " + itemLabel(*item->record)});
+                                          std::string(rawValue(item->display)) + ", " +
+                                          itemLabel(*item->record)});
 }
 
 void addRequests(const Snapshot& snapshot, Values& values) {
@@ -91,8 +92,8 @@ Values look(Completes what, const std::string& before) {
     return values;
 }
 
-/// Whether no shell takes any of its characters for something else. Other keys are not offered: what one shell
-/// quotes another would run.
+/// Whether no shell takes any of its characters for something else. Other keys are not offered: what one
+/// shell quotes another would run.
 bool isPlain(std::string_view word) {
     return std::ranges::all_of(word, [](char each) {
         const bool isLetter = ('a' <= each && each <= 'z') || ('A' <= each && each <= 'Z');
@@ -138,7 +139,8 @@ std::string answerFor(std::span<const std::string> words) {
     // Bash replaces only what stands behind the last of these characters.
     std::size_t cut = 0;
     for (std::size_t index = 0; index < current.size() && !line.isQuoted; ++index)
-        if ((current[index] == ':' || current[index] == '=') && words[2].find(current[index]) != words[2].npos)
+        if ((current[index] == ':' || current[index] == '=') &&
+            words[2].find(current[index]) != words[2].npos)
             cut = index + 1;
     return answer(Completion::at(line.words, look), current, cut, false);
 }

@@ -7,7 +7,8 @@ namespace quorvik::ManCommand {
 
 int run(const Arguments& arguments) {
     const auto& words = arguments.words;
-    const ProgramRow* program = words.empty() ? &CommandTable::island() : CommandTable::program(words.front());
+    const ProgramRow* program =
+        words.empty() ? &CommandTable::island() : CommandTable::program(words.front());
     if (!program) throw UsageError("man: unknown program " + words.front());
     Console console(false);
     console.text(manualPage(*program));
