@@ -43,8 +43,8 @@ class CompletionTests : public AppTest {
 
     /// A session whose title, or id, is a trap.
     void put(const std::string& id, const std::string& title) const {
-        const nlohmann::json record{{"schemaVersion", 1}, {"source", "claude"},         {"sessionID", id},
-                                    {"cwd", "/w"},        {"state", "working"},         {"title", title},
+        const nlohmann::json record{{"schemaVersion", 1}, {"source", "claude"},        {"sessionID", id},
+                                    {"cwd", "/w"},        {"state", "working"},        {"title", title},
                                     {"stateSince", 1e9},  {"host", {{"tmux", false}}}, {"updatedAt", 4e9}};
         write("support/sessions/claude-" + std::to_string(count++) + ".json", record.dump());
     }
@@ -85,7 +85,8 @@ TEST_F(CompletionTests, EveryShellCompletesEveryKindOfWord) {
                  {"quorvik run -- quorvik-island ackn", {"--", "quorvik-island", "acknowledge"}},
                  {"quorvik-hook --source qw", {"--source", "qwen"}},
                  {"quorvik-account cl", {"quorvik-account", "claude"}}}) {
-            if (line.starts_with("quorvik-account") && !std::filesystem::exists(programPath("quorvik-account")))
+            if (line.starts_with("quorvik-account") &&
+                !std::filesystem::exists(programPath("quorvik-account")))
                 continue;
             std::string shown;
             for (const std::string& word : words)
@@ -120,9 +121,14 @@ TEST_F(CompletionTests, AsksAtNoCostToWhoeverPressesTab) {
     EXPECT_EQ(ask("open"), nothing);
     EXPECT_EQ(ask("answer"), nothing);
     ::kill(app().pid(), SIGCONT);
-    for (const Words& words : std::initializer_list<Words>{
-             {}, {"zsh"}, {"tcsh", "quorvik-island", ""}, {"zsh", "ls", ""}, {"zsh", "quorvik-island", "lost", ""},
-             {"bash", "quorvik-island hooks '"}, {"fish", "quorvik-island", "show", "--json="}, {"--help"}}) {
+    for (const Words& words : std::initializer_list<Words>{{},
+                                                           {"zsh"},
+                                                           {"tcsh", "quorvik-island", ""},
+                                                           {"zsh", "ls", ""},
+                                                           {"zsh", "quorvik-island", "lost", ""},
+                                                           {"bash", "quorvik-island hooks '"},
+                                                           {"fish", "quorvik-island", "show", "--json="},
+                                                           {"--help"}}) {
         Words asked = {"complete"};
         asked.insert(asked.end(), words.begin(), words.end());
         EXPECT_EQ(island(asked), nothing) << ::testing::PrintToString(words);
