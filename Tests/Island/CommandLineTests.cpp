@@ -5,6 +5,9 @@
 #include "quorvik_island/CommandLine/ManualPage.h"
 #include "quorvik_island/CommandLine/TableText.h"
 
+#include "QuorvikApp/Model/BarLine.h"
+
+#include "QuorvikCore/Alerts/AlertValidator.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <unistd.h>
@@ -107,6 +110,26 @@ TEST_F(CommandLineTests, EveryOptionIsUnderstoodAndTold) {
         EXPECT_EQ(island({"help", std::string(command.name)}).output, help);
         EXPECT_TRUE(help.starts_with("usage: quorvik-island " + std::string(command.name))) << help;
     });
+}
+
+TEST_F(CommandLineTests, TheTableSaysWhatOtherCodeTakes) {
+    const ProgramRow& quorvik = *CommandTable::program("quorvik");
+    const CommandRow& alert = *CommandTable::command(quorvik, "alert");
+    EXPECT_EQ(Program::run({programPath("quorvik")}).errors,
+              "usage: quorvik run " + std::string(CommandTable::command(quorvik, "run")->usage) +
+                  "\n       quorvik alert " + std::string(alert.usage) + "\n");
+    AlertValidator::RawFields fields;
+    for (const OptionRow& option : alert.options)
+        EXPECT_NE(fields.named(option.name.substr(2)), nullptr) << option.name;
+    EXPECT_EQ(alert.options.size(), sizeof fields / sizeof *fields.named("title"));
+
+    const CommandRow& watch = *CommandTable::command(CommandTable::island(), "watch");
+    for (const WordRow& format : CommandTable::option(watch, "--format")->words)
+        EXPECT_TRUE(fromRawValue<BarLine::Format>(format.word)) << format.word;
+    EXPECT_EQ(CommandTable::option(watch, "--format")->words.size(), rawValues<BarLine::Format>.size());
+    const std::string_view hooks = CommandTable::command(CommandTable::island(), "hooks")->description;
+    for (const Source agent : agentSources())
+        EXPECT_NE(hooks.find(rawValue(agent)), hooks.npos) << rawValue(agent);
 }
 
 TEST_F(CommandLineTests, HelpFitsTheScreenAndItsReaderMayGoAway) {
