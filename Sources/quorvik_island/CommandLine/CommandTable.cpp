@@ -79,6 +79,7 @@ Results go to standard output, failures to standard error.
 )",
                      .environment = "QUORVIK_HOME QUORVIK_NO_START ACCESSIBLE NO_COLOR TERM"},
             .groups = groups,
+            .isParsed = true,
             .seeAlso = "quorvik(1), quorvik-hook(1), quorvik-account(1)"};
 }
 

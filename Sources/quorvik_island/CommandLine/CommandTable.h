@@ -82,6 +82,7 @@ struct ProgramRow {
     std::string_view summary;
     CommandRow self;                  ///< without a command
     std::span<const GroupRow> groups; ///< its commands; empty for programs without
+    bool isParsed = false;            ///< its words are read by Arguments::parse(), which knows "--help"
     std::string_view seeAlso;         ///< of other manual pages, "quorvik(1), zsh(1)"
 };
 
@@ -119,7 +120,7 @@ const TopicTable* topic(std::string_view name);
 const TopicTable& environment();
 const TopicTable& files();
 
-/// Known to every command: "--help".
+/// Known to every command of a program whose words are parsed: "--help".
 const OptionRow& helpOption();
 
 /// The exit statuses of the command.
