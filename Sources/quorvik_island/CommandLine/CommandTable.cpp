@@ -41,8 +41,8 @@ constexpr TopicRow supportFiles[] = {
 };
 
 constexpr TopicTable tables[] = {
-    {"environment", "ENVIRONMENT", "The variables that our programs look at.", variables},
-    {"files", "FILES",
+    {"environment", "The variables that our programs look at.", variables},
+    {"files",
      "Below the support folder: $QUORVIK_HOME, else Library/Application Support/Quorvik in your home folder.",
      supportFiles},
 };

@@ -93,8 +93,7 @@ struct TopicRow {
 };
 
 struct TopicTable {
-    std::string_view name;    ///< "environment"
-    std::string_view heading; ///< of manual pages
+    std::string_view name; ///< "environment"
     std::string_view summary;
     std::span<const TopicRow> rows;
 };

@@ -56,14 +56,11 @@ Values settings() {
     return values;
 }
 
+/// Those of a switch: what other settings take cannot be listed.
 Values valuesOf(const SettingRule* rule) {
-    Values values;
-    for (const char* word : {"on", "off"}) {
-        Settings checked;
-        const bool isSwitch = rule && rule->get(checked) != "" && rule->values == "on or off";
-        if (isSwitch) values.push_back({word, ""});
-    }
-    return values;
+    const nlohmann::json usual = rule ? rule->get(Settings()) : nlohmann::json();
+    if (usual == "on" || usual == "off") return {{"on", ""}, {"off", ""}};
+    return {};
 }
 
 Values agents() {
