@@ -63,6 +63,7 @@ TEST_F(CompletionTests, EveryShellCompletesEveryKindOfWord) {
     request.summary = "$(touch pwned)";
     const auto answer = ask(request);
     write("some file.txt", "");
+    EXPECT_EQ(Program::run({"quorvik", "alert", "--title", "x", "--id", "deploy:1"}).status, 0);
 
     for (const std::string name : {"bash", "zsh", "fish"}) {
         const auto shell = newShell(name);
@@ -82,6 +83,7 @@ TEST_F(CompletionTests, EveryShellCompletesEveryKindOfWord) {
                  {"quorvik-island settings contai", {"settings", "containers"}},
                  {"quorvik-island settings git of", {"git", "off"}},
                  {"quorvik alert --lev", {"alert", "--level"}},
+                 {"quorvik alert --id dep", {"--id", "deploy:1"}},
                  {"quorvik run -- quorvik-island ackn", {"--", "quorvik-island", "acknowledge"}},
                  {"quorvik-hook --source qw", {"--source", "qwen"}},
                  {"quorvik-account cl", {"quorvik-account", "claude"}}}) {

@@ -13,6 +13,7 @@ enum class Completes {
     item,    ///< the keys of what the island shows
     request, ///< the ids of what agents wait for
     itemOrRequest,
+    alert,        ///< the ids that senders gave the alerts that are shown
     setting,      ///< the names of settings
     settingValue, ///< the values of the setting that is named before
     command,      ///< the island's commands, and topics of `help`

@@ -78,6 +78,10 @@ Values look(Completes what, const std::string& before) {
     case Completes::settingValue: return valuesOf(settingRule(before));
     case Completes::item: addItems(snapshot(), values); break;
     case Completes::request: addRequests(snapshot(), values); break;
+    case Completes::alert:
+        for (const ShownAlert& shown : snapshot().alerts)
+            if (shown.alert.id) values.push_back({*shown.alert.id, shown.alert.title});
+        break;
     case Completes::itemOrRequest: {
         const Snapshot now = snapshot();
         addItems(now, values);
