@@ -1,4 +1,6 @@
 #include "quorvik_account/Transfer.h"
+#include "quorvik_island/Arguments.h"
+#include "quorvik_island/CommandLine/HelpText.h"
 
 #include "QuorvikCore/Platform/BuildInfo.h"
 #include "QuorvikCore/Platform/FileDescriptor.h"
@@ -11,26 +13,13 @@
 #include <algorithm>
 #include <csignal>
 #include <iostream>
+#include <span>
 #include <string>
 #include <vector>
 
 namespace quorvik {
 
 namespace {
-
-constexpr std::string_view help =
-    R"(usage: quorvik-account [--seconds <n>] claude <host>
-       quorvik-account [--seconds <n>] grok <host> <file with the token>
-
-Asks the service of an agent's account how much of its limits is used, and keeps the answer for
-`quorvik-island usage`. Claude's login is that of Claude Code. It is sent to the host that you name, over
-https, and nowhere else. Prints one JSON object: "failure", why there are no new figures, and "retryAfter", the
-seconds for which the service wants to be left alone, each when there is one.
-
-  --seconds <n>  how long all of it may take: 1 to 60, by default 4
-
-Exit status: 0 done, 1 something failed, 3 usage error (one line on standard error says what).
-)";
 
 enum ExitStatus : int { exitSuccess = 0, exitFailure = 1, exitUsage = 3 };
 
@@ -75,23 +64,26 @@ int ask(Source agent, const std::vector<std::string>& words, std::chrono::second
     return report("", answer.retryAfter);
 }
 
-int run(std::vector<std::string> words) {
-    if (words == std::vector<std::string>{"--version"}) return BuildInfo::print("quorvik-account");
-    if (words == std::vector<std::string>{"--help"}) {
-        std::cout << help;
+int run(std::span<const std::string> commandLine) {
+    const ProgramRow& program = *CommandTable::program("quorvik-account");
+    const Arguments arguments = Arguments::parse(program.self, commandLine);
+    if (arguments.has("--version")) return BuildInfo::print(program.name);
+    if (arguments.has("--help")) {
+        constexpr std::size_t columns = 80;
+        std::cout << HelpText::of(program, program.self, columns) << std::flush;
         return exitSuccess;
     }
     std::chrono::seconds time(4);
-    if (words.size() > 1 && words[0] == "--seconds") {
-        const auto seconds = Number::integer<int>(words[1]);
-        if (!seconds || *seconds < 1 || *seconds > 60) return failUsage("--seconds must be 1 to 60");
+    if (const std::string* given = arguments.value("--seconds")) {
+        const auto seconds = Number::integer<int>(*given);
+        if (!seconds || *seconds < 1 || *seconds > 60) throw UsageError("--seconds must be 1 to 60");
         time = std::chrono::seconds(*seconds);
-        words.erase(words.begin(), words.begin() + 2);
     }
+    const auto& words = arguments.words;
     const auto agent = fromRawValue<Source>(words.empty() ? "" : words[0]);
     const std::size_t wanted = agent == Source::claude ? 2 : 3;
-    if (!agent || !AccountUsage::knows(*agent) || words.size() != wanted)
-        return failUsage("say claude or grok, and the host (see quorvik-account --help)");
+    if (!agent || words.size() != wanted)
+        throw UsageError("say claude and the host, or grok, the host and the file with the token");
     return ask(*agent, words, time);
 }
 
@@ -106,6 +98,8 @@ int main(int argc, char** argv) {
     ::setrlimit(RLIMIT_CORE, &none); // a login is in our memory
     try {
         return quorvik::run(std::vector<std::string>(argv + std::min(argc, 1), argv + argc));
+    } catch (const quorvik::UsageError& error) {
+        return quorvik::failUsage(std::string(error.what()) + " (see quorvik-account --help)");
     } catch (const std::exception& error) {
         return quorvik::report(error.what());
     }

@@ -39,7 +39,7 @@ void checkEquals(const CommandRow& command, std::span<const std::string> command
 
 /// "show: ", before what is wrong with its words.
 std::string start(const CommandRow& command) {
-    return &command == &CommandTable::island().self ? "" : std::string(command.name) + ": ";
+    return CommandTable::program(command.name) ? "" : std::string(command.name) + ": ";
 }
 
 std::vector<std::string_view> shownWords(std::span<const WordRow> rows) {
@@ -140,7 +140,7 @@ Arguments Arguments::parse(const CommandRow& command, std::span<const std::strin
         else
             arguments.words.push_back(word);
     }
-    if (!arguments.has(CommandTable::helpOption().name)) checkWords(command, arguments);
+    if (!arguments.has("--help") && !arguments.has("--version")) checkWords(command, arguments);
     return arguments;
 }
 

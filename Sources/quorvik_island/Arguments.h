@@ -36,9 +36,8 @@ struct Arguments {
     const std::string* value(std::string_view option) const;
 
     /// Throws UsageError for an option that is not of the command, naming the nearest one ("unknown option
-    /// --jsn, did you mean --json?"), and for a value that is missing, empty or not wanted. Unless "--help"
-    /// or
-    /// "-h" is there, which makes the flag "--help", also for more words than the command takes ("show:
+    /// --jsn, did you mean --json?"), and for a value that is missing, empty or not wanted. Also, unless
+    /// "--help" ("-h" is the same) or "--version" is there: for more words than the command takes ("show:
     /// unexpected argument now"), for one that is none of the fixed words ("hooks: unknown action instal, did
     /// you mean install?"), and for a first one that is missing where it is a fixed word ("hooks: say status,
     /// install or uninstall").

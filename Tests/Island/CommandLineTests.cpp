@@ -1,13 +1,18 @@
 #include "Tests/Support/Program.h"
 #include "Tests/Support/TemporaryHome.h"
+#include "quorvik_island/CommandLine/Completion.h"
 #include "quorvik_island/CommandLine/HelpText.h"
 #include "quorvik_island/CommandLine/ManualPage.h"
 #include "quorvik_island/CommandLine/TableText.h"
 
+#include "QuorvikApp/Model/BarLine.h"
+
+#include "QuorvikCore/Alerts/AlertValidator.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <functional>
 #include <regex>
 
@@ -76,28 +81,54 @@ TEST_F(CommandLineTests, MistakesAreNamedWithWhatWasMeant) {
 
 TEST_F(CommandLineTests, EveryOptionIsUnderstoodAndTold) {
     forEach([](const ProgramRow& program, const CommandRow& command) {
-        const bool isIsland = &program == &CommandTable::island();
         const std::string help = HelpText::of(program, command, 80);
         const std::string page = manualPage(program);
         std::vector<std::string> words = {"--help"};
-        if (&command != &program.self) words.insert(words.begin(), std::string(command.name));
+        std::vector<std::string> typed = {std::string(program.name), "-"};
+        if (&command != &program.self) {
+            words.insert(words.begin(), std::string(command.name));
+            typed.insert(typed.begin() + 1, std::string(command.name));
+        }
+        const auto offered = Completion::at(typed, {}).values;
         for (const OptionRow& option : command.options) {
             words.emplace_back(option.name);
             if (!option.value.empty()) words.emplace_back("-");
             if (option.isHidden) continue;
             EXPECT_NE(help.find("\n  " + TableText::written(option) + " "), help.npos) << option.name << help;
+            EXPECT_NE(std::ranges::find(offered, option.name, &Completion::Value::text), offered.end())
+                << command.name << " " << option.name;
             std::string bold = "\n\\fB" + std::string(option.name);
             for (std::size_t at = 0; (at = bold.find('-', at)) != bold.npos; at += 2)
                 bold.insert(at, "\\");
             EXPECT_NE(page.find(bold), page.npos) << bold;
         }
-        // A command that reads its words by itself would take "--help" for one of them.
-        if (!isIsland || command.takesRawWords) return;
-        EXPECT_EQ(island(words), (Program::Result{0, help, ""})) << command.name;
+        if (!program.isParsed || !std::filesystem::exists(programPath(std::string(program.name)))) return;
+        words.insert(words.begin(), programPath(std::string(program.name)));
+        EXPECT_EQ(Program::run(words), (Program::Result{0, help, ""})) << command.name;
         if (&command == &program.self) return;
         EXPECT_EQ(island({"help", std::string(command.name)}).output, help);
         EXPECT_TRUE(help.starts_with("usage: quorvik-island " + std::string(command.name))) << help;
     });
+}
+
+TEST_F(CommandLineTests, TheTableSaysWhatOtherCodeTakes) {
+    const ProgramRow& quorvik = *CommandTable::program("quorvik");
+    const CommandRow& alert = *CommandTable::command(quorvik, "alert");
+    EXPECT_EQ(Program::run({programPath("quorvik")}).errors,
+              "usage: quorvik run " + std::string(CommandTable::command(quorvik, "run")->usage) +
+                  "\n       quorvik alert " + std::string(alert.usage) + "\n");
+    AlertValidator::RawFields fields;
+    for (const OptionRow& option : alert.options)
+        EXPECT_NE(fields.named(option.name.substr(2)), nullptr) << option.name;
+    EXPECT_EQ(alert.options.size(), sizeof fields / sizeof *fields.named("title"));
+
+    const CommandRow& watch = *CommandTable::command(CommandTable::island(), "watch");
+    for (const WordRow& format : CommandTable::option(watch, "--format")->words)
+        EXPECT_TRUE(fromRawValue<BarLine::Format>(format.word)) << format.word;
+    EXPECT_EQ(CommandTable::option(watch, "--format")->words.size(), rawValues<BarLine::Format>.size());
+    const std::string_view hooks = CommandTable::command(CommandTable::island(), "hooks")->description;
+    for (const Source agent : agentSources())
+        EXPECT_NE(hooks.find(rawValue(agent)), hooks.npos) << rawValue(agent);
 }
 
 TEST_F(CommandLineTests, HelpFitsTheScreenAndItsReaderMayGoAway) {

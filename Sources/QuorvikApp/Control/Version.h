@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-/// The running program among its versions; which one it is tells BuildInfo.
+/// The running program's place, and the order of versions. Which version it is, BuildInfo tells.
 namespace quorvik::Version {
 
 /// The path of the running program, for people; "quorvik-island" when the system does not tell.

@@ -41,8 +41,8 @@ constexpr TopicRow supportFiles[] = {
 };
 
 constexpr TopicTable tables[] = {
-    {"environment", "ENVIRONMENT", "The variables that our programs look at.", variables},
-    {"files", "FILES",
+    {"environment", "The variables that our programs look at.", variables},
+    {"files",
      "Below the support folder: $QUORVIK_HOME, else Library/Application Support/Quorvik in your home folder.",
      supportFiles},
 };
@@ -79,6 +79,7 @@ Results go to standard output, failures to standard error.
 )",
                      .environment = "QUORVIK_HOME QUORVIK_NO_START ACCESSIBLE NO_COLOR TERM"},
             .groups = groups,
+            .isParsed = true,
             .seeAlso = "quorvik(1), quorvik-hook(1), quorvik-account(1)"};
 }
 

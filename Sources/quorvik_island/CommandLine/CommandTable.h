@@ -13,6 +13,7 @@ enum class Completes {
     item,    ///< the keys of what the island shows
     request, ///< the ids of what agents wait for
     itemOrRequest,
+    alert,        ///< the ids that senders gave the alerts that are shown
     setting,      ///< the names of settings
     settingValue, ///< the values of the setting that is named before
     command,      ///< the island's commands, and topics of `help`
@@ -82,6 +83,7 @@ struct ProgramRow {
     std::string_view summary;
     CommandRow self;                  ///< without a command
     std::span<const GroupRow> groups; ///< its commands; empty for programs without
+    bool isParsed = false;            ///< its words are read by Arguments::parse(), which knows "--help"
     std::string_view seeAlso;         ///< of other manual pages, "quorvik(1), zsh(1)"
 };
 
@@ -92,8 +94,7 @@ struct TopicRow {
 };
 
 struct TopicTable {
-    std::string_view name;    ///< "environment"
-    std::string_view heading; ///< of manual pages
+    std::string_view name; ///< "environment"
     std::string_view summary;
     std::span<const TopicRow> rows;
 };
@@ -119,7 +120,7 @@ const TopicTable* topic(std::string_view name);
 const TopicTable& environment();
 const TopicTable& files();
 
-/// Known to every command: "--help".
+/// Known to every command of a program whose words are parsed: "--help".
 const OptionRow& helpOption();
 
 /// The exit statuses of the command.

@@ -132,7 +132,7 @@ Completion Completion::at(std::span<const std::string> words, const Source& sour
     const std::string& path = words.front();
     const ProgramRow* program = CommandTable::program(path.substr(path.rfind('/') + 1));
     if (!program) return {};
-    const bool knowsHelp = program == &CommandTable::island();
+    const bool knowsHelp = program->isParsed;
     if (program->groups.empty() || words[1].starts_with('-'))
         return Reader(program->self, source, knowsHelp).complete(words.subspan(1));
     if (words.size() == 2) return {.values = commandsOf(*program)};

@@ -4,8 +4,9 @@ namespace quorvik {
 
 namespace {
 
-/// Works from an autoloaded file as well as from `source`. The values are given to compadd by the names of
-/// arrays, so nothing in a description means anything.
+/// Works from an autoloaded file, whose text is the function at its first and at every later call, as well as
+/// from `source`. The values are given to compadd by the names of arrays, so nothing in a description means
+/// anything.
 constexpr std::string_view zshScript = R"zsh(#compdef @PROGRAMS@
 
 _quorvik_complete() {
@@ -37,7 +38,7 @@ _quorvik_complete() {
     esac
 }
 
-if [[ $zsh_eval_context[-1] == loadautofunc ]]; then
+if [[ $zsh_eval_context[-1] == (loadautofunc|shfunc) ]]; then
     _quorvik_complete "$@"
 else
     compdef _quorvik_complete @PROGRAMS@
@@ -87,7 +88,8 @@ function __quorvik_complete
         case files
             __fish_complete_path "$current"
         case 'command *'
-            __fish_complete_subcommand --fcs-skip=(string replace 'command ' '' -- $answer[1])
+            set --erase words[1..(string replace 'command ' '' -- $answer[1])]
+            complete --do-complete (string join ' ' -- (string escape -- $words) "$current")
         case values
             string join \n -- $answer[2..]
     end

@@ -131,7 +131,7 @@ std::string of(const ProgramRow& program, const CommandRow& command, std::size_t
     }
     page.rows("Arguments", argumentRows(command));
     TwoColumns options = optionRows(command);
-    if (&command == &CommandTable::island().self)
+    if (isProgram && program.isParsed)
         options.emplace_back(TableText::written(CommandTable::helpOption()),
                              CommandTable::helpOption().summary);
     page.rows("Options", options);

@@ -163,7 +163,8 @@ std::string manualPage(const ProgramRow& program) {
     if (!program.self.options.empty() || !program.self.arguments.empty()) {
         page.section("OPTIONS");
         page.options(program.self);
-        if (isIsland) page.term(TableText::written(CommandTable::helpOption()), "help, of every command too");
+        if (program.isParsed)
+            page.term(TableText::written(CommandTable::helpOption()), "help, of every command too");
     }
     if (!program.groups.empty()) {
         page.section("COMMANDS");

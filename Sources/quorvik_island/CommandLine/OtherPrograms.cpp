@@ -28,7 +28,10 @@ constexpr OptionRow alertOptions[] = {
      .summary = "the file that a click opens, in your home folder or /tmp",
      .value = "path",
      .completes = Completes::file},
-    {.name = "--id", .summary = "an alert of the same id is replaced", .value = "id"},
+    {.name = "--id",
+     .summary = "an alert of the same id is replaced",
+     .value = "id",
+     .completes = Completes::alert},
     {.name = "--ttl",
      .summary = "how long it may stay, up to 86400; 0: as long as the app thinks fit",
      .value = "seconds"},
@@ -126,7 +129,6 @@ constexpr ArgumentRow accountArguments[] = {
 
 constexpr OptionRow accountOptions[] = {
     {.name = "--seconds", .summary = "how long all of it may take: 1 to 60, by default 4", .value = "n"},
-    {.name = "--help", .summary = "this text"},
     version,
 };
 
@@ -166,23 +168,21 @@ and the answer printed for the agent. Whatever happens, it prints nothing else.
 }
 
 ProgramRow account() {
-    return {
-        .name = "quorvik-account",
-        .summary = "ask how much of an agent's limits is used",
-        .self = {.name = "quorvik-account",
-                 .description = R"(
+    return {.name = "quorvik-account",
+            .summary = "ask how much of an agent's limits is used",
+            .self = {.name = "quorvik-account",
+                     .description = R"(
 Asks the service of an agent's account how much of its limits is used, and keeps the answer for `quorvik-island usage`.
 Claude's login is that of Claude Code. It is sent to the host that you name, over https, and nowhere else.
 
 Prints one JSON object: "failure", why there are no new figures, and "retryAfter", the seconds for which the service
 wants to be left alone, each when there is one. The app runs it once `quorvik-island settings accounts on` is done.
 )",
-                 .arguments = accountArguments,
-                 .options = accountOptions,
-                 .usage =
-                     "[--seconds <n>] claude <host>\n[--seconds <n>] grok <host> <file>\n--help|--version",
-                 .environment = "QUORVIK_HOME"},
-        .seeAlso = "quorvik-island(1)"};
+                     .arguments = accountArguments,
+                     .options = accountOptions,
+                     .usage = "[--seconds <n>] claude <host>\n[--seconds <n>] grok <host> <file>\n--version",
+                     .environment = "QUORVIK_HOME"},
+            .seeAlso = "quorvik-island(1)"};
 }
 
 } // namespace quorvik::Rows

@@ -56,14 +56,11 @@ Values settings() {
     return values;
 }
 
+/// Those of a switch: what other settings take cannot be listed.
 Values valuesOf(const SettingRule* rule) {
-    Values values;
-    for (const char* word : {"on", "off"}) {
-        Settings checked;
-        const bool isSwitch = rule && rule->get(checked) != "" && rule->values == "on or off";
-        if (isSwitch) values.push_back({word, ""});
-    }
-    return values;
+    const nlohmann::json usual = rule ? rule->get(Settings()) : nlohmann::json();
+    if (usual == "on" || usual == "off") return {{"on", ""}, {"off", ""}};
+    return {};
 }
 
 Values agents() {
@@ -81,6 +78,10 @@ Values look(Completes what, const std::string& before) {
     case Completes::settingValue: return valuesOf(settingRule(before));
     case Completes::item: addItems(snapshot(), values); break;
     case Completes::request: addRequests(snapshot(), values); break;
+    case Completes::alert:
+        for (const ShownAlert& shown : snapshot().alerts)
+            if (shown.alert.id) values.push_back({*shown.alert.id, shown.alert.title});
+        break;
     case Completes::itemOrRequest: {
         const Snapshot now = snapshot();
         addItems(now, values);
