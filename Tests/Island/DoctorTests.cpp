@@ -94,9 +94,7 @@ TEST_F(DoctorTests, EveryAgentsHookReportsWhenItIsRunAsTheAgentWould) {
     EXPECT_EQ(people.errors, "");
     EXPECT_NE(people.output.find("✓ Claude Code: our hooks in ~/.claude/settings.json are up to date\n"),
               std::string::npos);
-    EXPECT_NE(people.output.find("since its hooks were installed 0 s ago\n    start a session of pi, "),
-              std::string::npos)
-        << people.output;
+    EXPECT_NE(people.output.find(" s ago\n    start a session of pi, "), std::string::npos) << people.output;
 }
 
 TEST_F(DoctorTests, ToldIsWhatKeepsAHookFromReporting) {
@@ -282,7 +280,7 @@ TEST_F(DoctorTests, TheLastEventIsKnownWhenItsRecordIsGone) {
     EXPECT_TRUE(
         fired().starts_with("note: Claude Code: no event of it has come since its hooks were installed "));
     hook(R"({"session_id":"s","cwd":"/w","hook_event_name":"SessionStart"})");
-    EXPECT_EQ(fired(), "well: Claude Code: the last event of it came 0 s ago\n");
+    EXPECT_TRUE(matches(fired(), "well: Claude Code: the last event of it came [0-9]+ s ago"));
     EXPECT_EQ(island({"clear"}).output, "removed 1\n");
     EXPECT_TRUE(fired().starts_with("well: Claude Code: the last event of it came "));
     island({"hooks", "install", "claude"}); // changes nothing

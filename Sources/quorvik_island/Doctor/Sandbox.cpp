@@ -4,6 +4,8 @@
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/Files.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdlib>
 
