@@ -36,4 +36,8 @@ inline constexpr ProgramPath hookProgram = {"--hook-path", "hook program", Quorv
 inline constexpr ProgramPath commandLineTool = {"--cli", "command-line tool", QuorvikPaths::cliBinaryName,
                                                 QuorvikPaths::installedCLIBinary};
 
+/// Written into the unit that starts the app.
+inline constexpr ProgramPath appProgram = {"--program", "program", QuorvikPaths::appBinaryName,
+                                           QuorvikPaths::installedAppBinary};
+
 } // namespace quorvik

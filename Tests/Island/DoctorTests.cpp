@@ -143,6 +143,11 @@ TEST_F(DoctorTests, ToldIsWhatKeepsAHookFromReporting) {
         writeProgram("bin/claude", "#!/bin/sh\n" + script + "\n");
         EXPECT_TRUE(matches(checks("agents.claude.version", {"claude"}), expected)) << script;
     }
+    const auto other =
+        writeProgram("other/quorvik-hook", "#!/bin/sh\necho 'quorvik-hook 9.9.9 (Linux x86_64)'\n");
+    island({"hooks", "install", "claude", "--hook-path", other.string()});
+    EXPECT_TRUE(matches(checks("agents.claude.program", {"claude"}),
+                        "warn: .*/other/quorvik-hook, which is version 9.9.9, not .*"));
     ::setenv("CLAUDE_CONFIG_DIR", "/elsewhere", 1);
     EXPECT_TRUE(matches(checks("agents.claude.folder", {"claude"}), "warn: .* is /elsewhere, .*"));
 }

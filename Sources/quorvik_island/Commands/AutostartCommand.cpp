@@ -26,7 +26,7 @@ void tell(const std::vector<std::string>& command, Console& console) {
 EditOutcome install(const Arguments& arguments, Console& console) {
     const auto manager = Platform::serviceManager();
     EditOutcome change =
-        Autostart::install(manager, Autostart::Start::now(app.runnableOf(arguments, console)));
+        Autostart::install(manager, Autostart::Start::now(appProgram.runnableOf(arguments, console)));
     tell(Autostart::noticeOfInstall(manager), console);
     return change;
 }
@@ -42,7 +42,7 @@ int run(const Arguments& arguments) {
         if (action == "uninstall") change = Autostart::uninstall(manager);
         if (change.changed && action == "uninstall") tell(Autostart::noticeOfUninstall(manager), console);
 
-        const auto state = Autostart::state(manager, Autostart::Start::now(app.of(arguments)));
+        const auto state = Autostart::state(manager, Autostart::Start::now(appProgram.of(arguments)));
         const std::string file = Autostart::file(manager).string();
         nlohmann::json result{{"status", rawValue(state)}, {"file", file}};
         if (action != "status") result["changed"] = change.changed;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "quorvik_island/Arguments.h"
-#include "quorvik_island/ProgramPath.h"
+#include "quorvik_island/Console.h"
 
 #include "QuorvikCore/Install/UserFileEdit.h"
 
@@ -10,10 +10,6 @@ namespace quorvik::AutostartCommand {
 
 /// Takes what came after "autostart" and returns the exit status. Throws UsageError.
 int run(const Arguments& arguments);
-
-/// The program that is started.
-inline constexpr ProgramPath app = {"--program", "program", QuorvikPaths::appBinaryName,
-                                    QuorvikPaths::installedAppBinary};
 
 /// Writes the unit, or renews it, and tells the service manager. Throws as Autostart::install does.
 EditOutcome install(const Arguments& arguments, Console& console);

@@ -58,18 +58,17 @@ int run(const Arguments& arguments) {
         values.push_back(std::move(value));
     });
 
-    const Doctor::AgentChecks::Surroundings surroundings{Doctor::ProgramChecks::ownVersion(),
-                                                         HookLedger::read()};
-    if (isWhole) Doctor::ProgramChecks::run(surroundings.version, findings);
+    const HookLedger::Content ledger = HookLedger::read();
+    if (isWhole) Doctor::ProgramChecks::run(findings);
     if (isWhole || fix) Doctor::FolderChecks::run(fix, findings);
     if (agents.empty())
         findings.note("agents",
                       "no coding agent has a configuration folder in " + QuorvikPaths::home().string());
     for (const Source agent : agents)
-        Doctor::AgentChecks::run(agent, surroundings, findings);
+        Doctor::AgentChecks::run(agent, ledger, findings);
     if (isWhole) {
         Doctor::ShellChecks::run(findings);
-        Doctor::AppChecks::run(surroundings.version, findings);
+        Doctor::AppChecks::run(findings);
         Doctor::ProgramChecks::timeOfHook(findings);
     }
     console.value(values);

@@ -77,7 +77,7 @@ class Update {
     void autostart() {
         tryTo("autostart", [&](nlohmann::json& result) {
             const auto manager = Platform::serviceManager();
-            const auto start = Autostart::Start::now(AutostartCommand::app.of(arguments_));
+            const auto start = Autostart::Start::now(appProgram.of(arguments_));
             if (Autostart::state(manager, start) != Autostart::State::stale) return;
             report("autostart", Autostart::file(manager), AutostartCommand::install(arguments_, console_),
                    result);

@@ -12,6 +12,7 @@
 #include "QuorvikCore/Agents/AgentDetection.h"
 #include "QuorvikCore/Install/HookInstaller.h"
 #include "QuorvikCore/Install/StatusLineInstaller.h"
+#include "QuorvikCore/Platform/BuildInfo.h"
 #include "QuorvikCore/Platform/Environment.h"
 #include "QuorvikCore/Platform/Files.h"
 #include "QuorvikCore/Platform/RunProgram.h"
@@ -34,9 +35,9 @@ std::string shown(const std::filesystem::path& path) {
 
 class AgentCheck {
   public:
-    AgentCheck(Source agent, const Surroundings& surroundings, Findings& findings)
-        : agent_(agent), target_(*HookTarget::target(agent)), surroundings_(surroundings),
-          findings_(findings), name_(displayName(agent)),
+    AgentCheck(Source agent, const HookLedger::Content& ledger, Findings& findings)
+        : agent_(agent), target_(*HookTarget::target(agent)), ledger_(ledger), findings_(findings),
+          name_(displayName(agent)),
           install_("quorvik-island hooks install " + std::string(rawValue(agent))) {}
 
     void run() {
@@ -52,7 +53,7 @@ class AgentCheck {
         switchedOff();
         if (agent_ == Source::codex) review();
         if (canRun) fires();
-        EventChecks::run(agent_, surroundings_.ledger, findings_);
+        EventChecks::run(agent_, ledger_, findings_);
     }
 
   private:
@@ -127,10 +128,10 @@ class AgentCheck {
                 continue;
             }
             const auto version = versionOf(program, versionTime);
-            if (version && !surroundings_.version.empty() && *version != surroundings_.version)
+            if (version && *version != BuildInfo::version())
                 findings_.warn(id("program"),
                                name_ + ": its settings point to " + where + ", which is version " + *version +
-                                   ", not " + surroundings_.version,
+                                   ", not " + std::string(BuildInfo::version()),
                                install_);
             else
                 findings_.well(id("program"), name_ + ": its settings point to " + where);
@@ -279,7 +280,7 @@ class AgentCheck {
 
     Source agent_;
     HookTarget target_;
-    const Surroundings& surroundings_;
+    const HookLedger::Content& ledger_;
     Findings& findings_;
     std::string name_, install_;
     std::vector<HookInstaller::Entry> entries_;
@@ -288,8 +289,8 @@ class AgentCheck {
 
 } // namespace
 
-void run(Source agent, const Surroundings& surroundings, Findings& findings) {
-    AgentCheck(agent, surroundings, findings).run();
+void run(Source agent, const HookLedger::Content& ledger, Findings& findings) {
+    AgentCheck(agent, ledger, findings).run();
 }
 
 } // namespace quorvik::Doctor::AgentChecks

@@ -1,13 +1,13 @@
 #include "quorvik_island/Doctor/AppChecks.h"
 
 #include "quorvik_island/Age.h"
+#include "quorvik_island/ProgramPath.h"
 
 #include "QuorvikApp/Control/ControlClient.h"
 #include "QuorvikApp/Model/SignalStatus.h"
 
 #include "QuorvikCore/Install/Autostart.h"
-#include "QuorvikCore/Platform/Environment.h"
-#include "QuorvikCore/Platform/Files.h"
+#include "QuorvikCore/Platform/BuildInfo.h"
 #include "QuorvikCore/Platform/LineSocket.h"
 #include "QuorvikCore/Session/QuorvikPaths.h"
 
@@ -49,11 +49,9 @@ void signals(ControlClient& client, Findings& findings) {
 /// What starts the app with the user's session, if anything does.
 void autostart(Findings& findings) try {
     using Autostart::State;
-    auto program = QuorvikPaths::binDirectory() / "quorvik-island";
-    if (!Files::isExecutable(program)) program = Platform::runningProgram();
     const auto manager = Platform::serviceManager();
     const std::string file = Autostart::file(manager).string();
-    switch (Autostart::state(manager, Autostart::Start::now(program.string()))) {
+    switch (Autostart::state(manager, Autostart::Start::now(appProgram.of({})))) {
     case State::installed: return findings.well("app.autostart", file + " starts it with each login");
     case State::stale:
         return findings.warn("app.autostart", file + " is out of date", "quorvik-island autostart install");
@@ -66,13 +64,14 @@ void autostart(Findings& findings) try {
 
 } // namespace
 
-void run(const std::string& ownVersion, Findings& findings) try {
+void run(Findings& findings) try {
+    const std::string ownVersion(BuildInfo::version());
     autostart(findings);
     ControlClient client = ControlClient::connect("command", ControlClient::Start::never);
     const nlohmann::json status = client.call("status");
     const std::string version = status.value("version", "");
     const std::string words = "the app runs for " + age(dateFromSeconds(status.value("startedAt", 0.0)));
-    if (!ownVersion.empty() && version != ownVersion)
+    if (version != ownVersion)
         findings.warn("app.running", words + " and is version " + version + ", not " + ownVersion,
                       howToRestart);
     else

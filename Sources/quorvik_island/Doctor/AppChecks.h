@@ -7,6 +7,6 @@
 /// The app: whether it runs, and what it says of itself. The ids begin with "app.".
 namespace quorvik::Doctor::AppChecks {
 
-void run(const std::string& ownVersion, Findings& findings);
+void run(Findings& findings);
 
 } // namespace quorvik::Doctor::AppChecks

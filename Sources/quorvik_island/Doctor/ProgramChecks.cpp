@@ -4,6 +4,7 @@
 #include "quorvik_island/Doctor/Sandbox.h"
 #include "quorvik_island/ProgramPath.h"
 
+#include "QuorvikCore/Platform/BuildInfo.h"
 #include "QuorvikCore/Platform/Environment.h"
 #include "QuorvikCore/Platform/FileError.h"
 #include "QuorvikCore/Platform/Files.h"
@@ -84,11 +85,8 @@ std::string text(Milliseconds time) {
 
 } // namespace
 
-std::string ownVersion() {
-    return versionOf(Platform::runningProgram().string(), versionTime).value_or("");
-}
-
-void run(const std::string& ownVersion, Findings& findings) {
+void run(Findings& findings) {
+    const std::string ownVersion(BuildInfo::version());
     const auto check = [&](const char* name, const std::string& path) {
         const std::string id = std::string("programs.") + name;
         if (!Files::isExecutable(path))
@@ -98,7 +96,7 @@ void run(const std::string& ownVersion, Findings& findings) {
         const auto version = versionOf(path, versionTime);
         if (!version)
             findings.note(id, path + " does not tell its version");
-        else if (!ownVersion.empty() && *version != ownVersion)
+        else if (*version != ownVersion)
             findings.warn(id, path + " is version " + *version + ", not " + ownVersion, howToInstall);
         else
             findings.well(id, path + ", version " + *version);
