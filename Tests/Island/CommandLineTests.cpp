@@ -131,6 +131,22 @@ TEST_F(CommandLineTests, TheTableSaysWhatOtherCodeTakes) {
         EXPECT_NE(hooks.find(rawValue(agent)), hooks.npos) << rawValue(agent);
 }
 
+TEST_F(CommandLineTests, WhateverIsTypedCanBeCompleted) {
+    const auto source = [](Completes, const std::string&) {
+        return std::vector<Completion::Value>{{"value", ""}};
+    };
+    forEach([&](const ProgramRow& program, const CommandRow& command) {
+        for (const std::string typed : {"", "quorvik", "run", "--", "-", "--no-such", "--json", "=", "help"})
+            for (const std::string current : {"", "-", "--no-such=", "r"}) {
+                const std::vector<std::string> words = {std::string(program.name), std::string(command.name),
+                                                        typed, current};
+                for (std::size_t count = 0; count <= words.size(); ++count)
+                    for (const auto& value : Completion::at(std::span(words).first(count), source).values)
+                        EXPECT_NE(value.text, "") << command.name << " " << typed << " " << current;
+            }
+    });
+}
+
 TEST_F(CommandLineTests, HelpFitsTheScreenAndItsReaderMayGoAway) {
     forEach([](const ProgramRow& program, const CommandRow& command) {
         for (const std::size_t columns : {80u, 60u}) {

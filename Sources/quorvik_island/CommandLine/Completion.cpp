@@ -140,9 +140,11 @@ Completion Completion::at(std::span<const std::string> words, const Source& sour
     if (!command) return {};
     if (!takesCommandLine(*command)) {
         // `help quorvik` goes on with that program's commands.
-        const ProgramRow* other = words.size() == 4 ? CommandTable::program(words[2]) : nullptr;
-        if (other && command->arguments.front().completes == Completes::command)
-            return {.values = commandsOf(*other)};
+        const bool asksForHelp =
+            !command->arguments.empty() && command->arguments.front().completes == Completes::command;
+        const ProgramRow* other =
+            asksForHelp && words.size() == 4 ? CommandTable::program(words[2]) : nullptr;
+        if (other) return {.values = commandsOf(*other)};
         return Reader(*command, source, knowsHelp).complete(words.subspan(2));
     }
     Completion completion{.kind = Kind::commandLine, .commandLineStart = 2};
