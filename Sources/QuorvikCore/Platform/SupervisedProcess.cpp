@@ -123,8 +123,11 @@ void SupervisedProcess::becomeCommand(std::vector<char*>& words, int standardOut
 
 bool SupervisedProcess::reap(int& status) {
     int raw = 0;
-    const pid_t ended = ::waitpid(pid_, &raw, WNOHANG);
-    if (ended == 0 || (ended < 0 && errno == EINTR)) return false;
+    pid_t ended;
+    do { // an end that is not seen now is not signalled again
+        ended = ::waitpid(pid_, &raw, WNOHANG);
+    } while (ended < 0 && errno == EINTR);
+    if (ended == 0) return false;
     pid_ = 0;
     if (ended < 0)
         status = 127; // taken from us: it cannot be known, and must not pass for success
