@@ -15,6 +15,8 @@
 #include "QuorvikCore/Platform/BuildInfo.h"
 
 #include <functional>
+#include <optional>
+#include <string>
 
 namespace quorvik::UpdateCommand {
 
@@ -29,13 +31,12 @@ class Update {
         for (const Source source : agentSources()) {
             const auto target = HookTarget::target(source);
             if (!target) continue;
-            const auto status = HookInstaller::status(*target, hookProgram.of(arguments_));
+            const auto status = HookInstaller::status(*target, hook_);
             if (status.kind == HookInstaller::Status::Kind::unreadable)
                 failed(std::string(rawValue(source)), "settings cannot be read: " + status.why);
             if (status.kind != HookInstaller::Status::Kind::stale) continue;
             tryTo(std::string(rawValue(source)), [&](nlohmann::json& result) {
-                HooksCommand::install(*target, hookProgram.runnableOf(arguments_, console_), console_,
-                                      result);
+                HooksCommand::install(*target, runnableHook(), console_, result);
             });
         }
     }
@@ -43,12 +44,11 @@ class Update {
     void statusLine() {
         const HookTarget target = HookTarget::claude();
         if (StatusLineInstaller::status(target).kind != StatusLineInstaller::Status::Kind::on ||
-            StatusLineInstaller::isCurrent(target, hookProgram.of(arguments_)))
+            StatusLineInstaller::isCurrent(target, hook_))
             return;
         tryTo("statusline", [&](nlohmann::json& result) {
             report("statusline", target.fileURL,
-                   StatusLineInstaller::install(target, hookProgram.runnableOf(arguments_, console_),
-                                                StatusLineInstaller::originalFile()),
+                   StatusLineInstaller::install(target, runnableHook(), StatusLineInstaller::originalFile()),
                    result);
         });
     }
@@ -107,6 +107,12 @@ class Update {
     }
 
   private:
+    /// Looked for, and warned about, once.
+    const std::string& runnableHook() {
+        if (!runnableHook_) runnableHook_ = hookProgram.runnableOf(arguments_, console_);
+        return *runnableHook_;
+    }
+
     void tryTo(const std::string& what, const std::function<void(nlohmann::json& result)>& renew) {
         nlohmann::json result = nlohmann::json::object();
         try {
@@ -135,6 +141,8 @@ class Update {
 
     const Arguments& arguments_;
     Console& console_;
+    const std::string hook_ = hookProgram.of(arguments_);
+    std::optional<std::string> runnableHook_;
     nlohmann::json results_ = nlohmann::json::array();
 };
 
