@@ -1,8 +1,9 @@
 // Drawing 1,000 sessions, all of them in view, against formatting the same texts into columns.
 
 #include "Benchmarks/Measure.h"
-#include "quorvik_island/Age.h"
 #include "quorvik_island/Terminal/View.h"
+
+#include "QuorvikApp/FrontEnds/Age.h"
 
 #include "QuorvikCore/Text/Unicode.h"
 

@@ -516,6 +516,24 @@ TEST_F(AppTests, FrontEndsAreToldWhatTheyDoWrong) {
     EXPECT_EQ(std::ranges::count(received, '\n'), 2) << received;
 }
 
+TEST_F(AppTests, TakesOneOverlayAtATime) {
+    startApp();
+    using Start = ControlClient::Start;
+    {
+        const ControlClient first = ControlClient::connect("overlay", Start::never);
+        EXPECT_THROW(ControlClient::connect("overlay", Start::never), RoleTaken);
+        EXPECT_NO_THROW(ControlClient::connect("island", Start::never));
+    }
+    EXPECT_TRUE(eventually([&] {
+        try {
+            ControlClient::connect("overlay", Start::never);
+            return true;
+        } catch (const RoleTaken&) {
+            return false;
+        }
+    }));
+}
+
 TEST_F(AppTests, TheExampleOfTheDocumentationRuns) {
     startApp();
     hook("claude", bash());

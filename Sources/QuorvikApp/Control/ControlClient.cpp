@@ -104,6 +104,7 @@ ControlClient ControlClient::connect(std::string_view role, Start start, Seconds
                                         patience);
         } catch (const ControlError& error) {
             if (error.code() == ControlProtocol::stopping) throw AboutToEnd(error.what());
+            if (error.code() == ControlProtocol::roleTaken) throw RoleTaken(error.what());
             throw NoApp(std::string(error.what()) + ": stop it, then try again");
         }
         return client;

@@ -38,6 +38,12 @@ class NotRunning : public NoApp {
     NotRunning() : NoApp("Quorvik is not running") {}
 };
 
+/// The app has a front end of this role, and takes one only; what() names it.
+class RoleTaken : public NoApp {
+  public:
+    using NoApp::NoApp;
+};
+
 /// A front end's connection to the app's control socket. Blocking calls have time limits; programs that wait
 /// for several things at once read snapshots without blocking. Never raises SIGPIPE. For one thread.
 class ControlClient {

@@ -23,6 +23,7 @@ enum Code : int {
     ourFault = -32603,
     noHello = 1,
     stopping = 2,
+    roleTaken = 3,
     withdrawn = 10,
     answeredAlready = 11,
     unknownThing = 12,

@@ -166,6 +166,11 @@ nlohmann::json ControlService::hello(FrontEnd& frontEnd, const Message& message)
                                         Version::program() + ") speaks protocol " +
                                         std::to_string(ControlProtocol::version) + ", not " +
                                         std::to_string(protocol));
+    if (frontEnd.role == "overlay")
+        for (const FrontEndPointer& other : frontEnds_)
+            if (other.get() != &frontEnd && other->saidHello && other->role == frontEnd.role)
+                throw ControlError(roleTaken, "an overlay runs already (process " +
+                                                  std::to_string(other->connection->peer().pid) + ")");
     frontEnd.saidHello = true;
     return {{"protocol", ControlProtocol::version},
             {"version", BuildInfo::version()},

@@ -1,10 +1,10 @@
 #include "quorvik_island/Commands/RequestsCommand.h"
 
-#include "quorvik_island/Age.h"
 #include "quorvik_island/Arguments.h"
 #include "quorvik_island/Console.h"
 
 #include "QuorvikApp/Control/ControlClient.h"
+#include "QuorvikApp/FrontEnds/Age.h"
 #include "QuorvikApp/Model/RequestCard.h"
 
 #include "QuorvikCore/Platform/Environment.h"

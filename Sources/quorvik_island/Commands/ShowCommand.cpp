@@ -1,13 +1,13 @@
 #include "quorvik_island/Commands/ShowCommand.h"
 
-#include "quorvik_island/Activity.h"
-#include "quorvik_island/Age.h"
 #include "quorvik_island/Arguments.h"
 #include "quorvik_island/Console.h"
 #include "quorvik_island/Screen.h"
 #include "quorvik_island/Sessions.h"
 
 #include "QuorvikApp/Control/ControlClient.h"
+#include "QuorvikApp/FrontEnds/Activity.h"
+#include "QuorvikApp/FrontEnds/Age.h"
 #include "QuorvikApp/Model/Memory.h"
 
 #include "QuorvikCore/Island/Scheduler.h"

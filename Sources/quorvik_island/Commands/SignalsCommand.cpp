@@ -1,10 +1,10 @@
 #include "quorvik_island/Commands/SignalsCommand.h"
 
-#include "quorvik_island/Age.h"
 #include "quorvik_island/Arguments.h"
 #include "quorvik_island/Console.h"
 
 #include "QuorvikApp/Control/ControlClient.h"
+#include "QuorvikApp/FrontEnds/Age.h"
 #include "QuorvikApp/Model/SignalStatus.h"
 
 #include "QuorvikCore/Text/Unicode.h"

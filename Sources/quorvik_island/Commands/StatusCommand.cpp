@@ -1,11 +1,11 @@
 #include "quorvik_island/Commands/StatusCommand.h"
 
-#include "quorvik_island/Age.h"
 #include "quorvik_island/Arguments.h"
 #include "quorvik_island/Commands/RequestsCommand.h"
 #include "quorvik_island/Console.h"
 
 #include "QuorvikApp/Control/ControlClient.h"
+#include "QuorvikApp/FrontEnds/Age.h"
 
 #include "QuorvikCore/Text/Unicode.h"
 

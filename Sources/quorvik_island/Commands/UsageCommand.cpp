@@ -1,10 +1,10 @@
 #include "quorvik_island/Commands/UsageCommand.h"
 
-#include "quorvik_island/Age.h"
 #include "quorvik_island/Arguments.h"
 #include "quorvik_island/Console.h"
 #include "quorvik_island/Screen.h"
 
+#include "QuorvikApp/FrontEnds/Age.h"
 #include "QuorvikApp/Model/UsageRecords.h"
 
 #include "QuorvikCore/Text/Unicode.h"

@@ -1,9 +1,9 @@
 #include "quorvik_island/Doctor/AppChecks.h"
 
-#include "quorvik_island/Age.h"
 #include "quorvik_island/ProgramPath.h"
 
 #include "QuorvikApp/Control/ControlClient.h"
+#include "QuorvikApp/FrontEnds/Age.h"
 #include "QuorvikApp/Model/SignalStatus.h"
 
 #include "QuorvikCore/Install/Autostart.h"

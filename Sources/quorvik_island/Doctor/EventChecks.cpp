@@ -1,6 +1,6 @@
 #include "quorvik_island/Doctor/EventChecks.h"
 
-#include "quorvik_island/Age.h"
+#include "QuorvikApp/FrontEnds/Age.h"
 
 #include "QuorvikCore/Session/QuorvikPaths.h"
 #include "QuorvikCore/Session/SessionStore.h"

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "quorvik_island/Terminal/CardState.h"
 #include "quorvik_island/Terminal/Frame.h"
+
+#include "QuorvikApp/FrontEnds/CardState.h"
 
 #include <string_view>
 #include <vector>

@@ -1,9 +1,10 @@
-#include "quorvik_island/Activity.h"
-#include "quorvik_island/Age.h"
 #include "quorvik_island/Terminal/CardRows.h"
 #include "quorvik_island/Terminal/FrameTexts.h"
 #include "quorvik_island/Terminal/SheetRows.h"
 #include "quorvik_island/Terminal/View.h"
+
+#include "QuorvikApp/FrontEnds/Activity.h"
+#include "QuorvikApp/FrontEnds/Age.h"
 
 #include "QuorvikCore/Text/Unicode.h"
 

@@ -1,12 +1,10 @@
 #pragma once
 
-#include "quorvik_island/Terminal/Connector.h"
 #include "quorvik_island/Terminal/View.h"
 
+#include "QuorvikApp/FrontEnds/AppConnection.h"
+
 #include <functional>
-#include <map>
-#include <optional>
-#include <set>
 
 namespace quorvik {
 
@@ -26,25 +24,10 @@ class FrontEnd {
 
     View view;
 
-    /// Begins to connect; read() hears how that ends. When it fails the view says why.
+    AppConnection app;
+
+    /// Begins to connect; AppConnection::read() hears how that ends. When it fails the view says why.
     void connect(ControlClient::Start start);
-
-    /// Waits for the end of connect(), at most so long.
-    void awaitConnection(ControlClient::Seconds longest);
-
-    /// Begins to connect again if reconnectAt() has come.
-    void reconnect();
-
-    /// When reconnect() wants to be called, by the steady clock; absent while connected or about to be.
-    std::optional<double> reconnectAt() const {
-        return client_ || connector_.isUnderWay() ? std::nullopt : std::optional(retryAt_);
-    }
-
-    /// To be polled for reading; -1 while nothing can come.
-    int descriptor() const { return client_ ? client_->descriptor() : connector_.descriptor(); }
-
-    /// Reads what the app has sent, and passes it to the view.
-    void read();
 
     /// Tells the app which request's card is in view, unless it knows already.
     void tellShown(const Frame& frame);
@@ -56,22 +39,13 @@ class FrontEnd {
     void findAgents();
 
   private:
-    void lose(const std::string& why);
-    template <typename Talk>
-    void talk(Talk talk);
+    void look(const Effect& effect);
 
     const IslandServices& services_;
-    Connector connector_;
-    std::optional<ControlClient> client_;
-    double retryAt_ = 0;
-    std::string shown_;                           ///< the request of which the app was told last
-    std::map<std::int64_t, std::string> answers_; ///< number of the awaited reply → the request answered
-    std::set<std::int64_t> looks_;                ///< numbers of awaited replies that are for sheets
-    std::int64_t lastLook_ = 0;                   ///< the only one of them that is still wanted
+    std::string shown_;     ///< the request of which the app was told last
+    std::size_t looks_ = 0; ///< how many sheets the app was asked for; only the last one's answer is wanted
 };
 
-/// Seconds of a clock that is never set.
-double steadySeconds();
 Moment momentNow();
 
 } // namespace quorvik

@@ -40,16 +40,16 @@ class JSONIsland {
     int run() {
         constexpr ControlClient::Seconds longest(20); // a program wants its first state to be a whole one
         frontEnd_.connect(ControlClient::Start::ifMissing);
-        frontEnd_.awaitConnection(longest);
+        frontEnd_.app.await(longest);
         std::string input;
         while (!ended_) {
-            Platform::AwaitedInput awaited[] = {{STDIN_FILENO}, {frontEnd_.descriptor()}};
+            Platform::AwaitedInput awaited[] = {{STDIN_FILENO}, {frontEnd_.app.descriptor()}};
             if (!Platform::awaitInput(awaited, milliseconds())) return 1;
             if (awaited[1].canRead) {
-                frontEnd_.read();
+                frontEnd_.app.read();
                 print();
             }
-            if (!last_) frontEnd_.reconnect(); // who gives the state wants no other
+            if (!last_) frontEnd_.app.reconnect(); // who gives the state wants no other
             if (!awaited[0].canRead) continue;
             char bytes[65'536];
             const ssize_t count = ::read(STDIN_FILENO, bytes, sizeof bytes);
@@ -65,7 +65,7 @@ class JSONIsland {
 
   private:
     int milliseconds() const {
-        const auto retry = frontEnd_.reconnectAt();
+        const auto retry = frontEnd_.app.reconnectAt();
         if (!retry || last_) return -1;
         return static_cast<int>(std::ceil(std::max(*retry - steadySeconds(), 0.0) * 1000));
     }

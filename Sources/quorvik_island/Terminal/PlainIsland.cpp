@@ -24,7 +24,7 @@ class PlainIsland {
     int run() {
         line("The island, in lines. Type help for what you can do.");
         frontEnd_.connect(ControlClient::Start::ifMissing);
-        frontEnd_.awaitConnection(patience);
+        frontEnd_.app.await(patience);
         if (frontEnd_.view.isFirstRun()) {
             const auto& agents = frontEnd_.view.agents();
             for (const FoundAgent& agent : agents)
@@ -35,18 +35,18 @@ class PlainIsland {
         }
         while (!ended_) {
             tell();
-            Platform::AwaitedInput awaited[] = {{STDIN_FILENO}, {frontEnd_.descriptor()}};
+            Platform::AwaitedInput awaited[] = {{STDIN_FILENO}, {frontEnd_.app.descriptor()}};
             if (!Platform::awaitInput(awaited, milliseconds())) return 1;
             if (awaited[0].canRead) takeInput();
-            if (awaited[1].canRead) frontEnd_.read();
-            frontEnd_.reconnect();
+            if (awaited[1].canRead) frontEnd_.app.read();
+            frontEnd_.app.reconnect();
         }
         return 0;
     }
 
   private:
     int milliseconds() const {
-        const auto retry = frontEnd_.reconnectAt();
+        const auto retry = frontEnd_.app.reconnectAt();
         return retry ? static_cast<int>(std::ceil(std::max(*retry - steadySeconds(), 0.0) * 1000)) : -1;
     }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "quorvik_island/Terminal/CardState.h"
+#include "QuorvikApp/FrontEnds/CardState.h"
 
 #include <optional>
 #include <string>

@@ -22,7 +22,7 @@ class ScreenIsland {
     int run() {
         frontEnd_.connect(ControlClient::Start::ifMissing);
         constexpr ControlClient::Seconds usual(0.2); // most often the first picture has something to show
-        frontEnd_.awaitConnection(usual);
+        frontEnd_.app.await(usual);
         CursesScreen screen(services_.colours);
         screen_ = &screen;
         while (!ended_) {
@@ -61,7 +61,7 @@ class ScreenIsland {
             include(std::max((*nextChange_ - now.wall).count(), atLeast));
         }
         if (const auto next = frontEnd_.view.nextExample(now)) include((*next - now.wall).count());
-        if (const auto retry = frontEnd_.reconnectAt()) include(*retry - now.steady);
+        if (const auto retry = frontEnd_.app.reconnectAt()) include(*retry - now.steady);
         constexpr double longest = 3600;
         if (!seconds) return -1;
         return static_cast<int>(std::ceil(std::min(*seconds, longest) * 1000));
@@ -69,7 +69,7 @@ class ScreenIsland {
 
     void wait() {
         Platform::AwaitedInput awaited[] = {
-            {STDIN_FILENO}, {signals_.descriptor()}, {frontEnd_.descriptor()}};
+            {STDIN_FILENO}, {signals_.descriptor()}, {frontEnd_.app.descriptor()}};
         const auto& [keys, signal, news] = awaited;
         if (!Platform::awaitInput(awaited, patience())) ended_ = true;
         takeSignals();
@@ -81,8 +81,8 @@ class ScreenIsland {
             fatal_ = SIGHUP; // it is on its way: the system sends it after it has closed the terminal
             ended_ = true;
         }
-        if (news.canRead) frontEnd_.read();
-        frontEnd_.reconnect();
+        if (news.canRead) frontEnd_.app.read();
+        frontEnd_.app.reconnect();
     }
 
     void hungUp() {

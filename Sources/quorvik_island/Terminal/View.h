@@ -1,9 +1,10 @@
 #pragma once
 
-#include "quorvik_island/Terminal/CardState.h"
 #include "quorvik_island/Terminal/Frame.h"
 #include "quorvik_island/Terminal/Keys.h"
 #include "quorvik_island/Terminal/Sheet.h"
+
+#include "QuorvikApp/FrontEnds/CardState.h"
 
 #include <map>
 #include <memory>

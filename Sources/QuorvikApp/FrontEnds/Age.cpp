@@ -1,4 +1,4 @@
-#include "quorvik_island/Age.h"
+#include "QuorvikApp/FrontEnds/Age.h"
 
 #include <algorithm>
 #include <cmath>

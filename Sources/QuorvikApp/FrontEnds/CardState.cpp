@@ -1,4 +1,4 @@
-#include "quorvik_island/Terminal/CardState.h"
+#include "QuorvikApp/FrontEnds/CardState.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "quorvik_island/Terminal/Connector.h"
+#include "QuorvikApp/FrontEnds/Connector.h"
 
 #include "QuorvikCore/Platform/FileDescriptor.h"
 
@@ -14,8 +14,9 @@
 namespace quorvik {
 
 struct Connector::Attempt {
-    explicit Attempt(ControlClient::Start start_) : start(start_) {}
+    Attempt(std::string role_, ControlClient::Start start_) : role(std::move(role_)), start(start_) {}
 
+    std::string role;
     ControlClient::Start start;
     Result result;
     std::atomic<bool> isOver = false; ///< `result` is there
@@ -23,11 +24,13 @@ struct Connector::Attempt {
 
     void run() {
         try {
-            ControlClient client = ControlClient::connect("island", start);
+            ControlClient client = ControlClient::connect(role, start);
             client.subscribe();
             result = std::move(client);
+        } catch (const RoleTaken& error) {
+            result = Failure{error.what(), true};
         } catch (const std::exception& error) {
-            result = std::string(error.what());
+            result = Failure{error.what()};
         }
         isOver = true;
         ended.writeEnd.close();
@@ -36,7 +39,7 @@ struct Connector::Attempt {
 
 void Connector::start(ControlClient::Start start) {
     if (attempt_ && attempt_->start >= start) return;
-    attempt_ = std::make_shared<Attempt>(start);
+    attempt_ = std::make_shared<Attempt>(role_, start);
     // Signals are for the thread that waits for keys.
     sigset_t all, before;
     sigfillset(&all);
@@ -45,7 +48,7 @@ void Connector::start(ControlClient::Start start) {
         if (!attempt_->ended.readEnd) throw std::system_error(errno, std::generic_category());
         std::thread([attempt = attempt_] { attempt->run(); }).detach();
     } catch (const std::system_error& error) {
-        attempt_->result = std::string("there is no way to connect: ") + error.what();
+        attempt_->result = Failure{std::string("there is no way to connect: ") + error.what()};
         attempt_->isOver = true;
         attempt_->ended.writeEnd.close();
     }

@@ -1,4 +1,4 @@
-#include "quorvik_island/Activity.h"
+#include "QuorvikApp/FrontEnds/Activity.h"
 
 #include "QuorvikCore/Agents/ToolWord.h"
 #include "QuorvikCore/Approvals/Question.h"
