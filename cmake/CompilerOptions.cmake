@@ -31,7 +31,8 @@ if(QUORVIK_STATIC AND CMAKE_SYSTEM_NAME STREQUAL "Linux")
   # Not position independent on purpose: a static-pie relocates itself at every start.
   set(QUORVIK_PROGRAM_LINK_OPTIONS -static -Wl,--gc-sections)
   target_link_options(quorvik_options INTERFACE -no-pie)
-  target_compile_options(quorvik_options INTERFACE -fno-pie -ffunction-sections -fdata-sections)
+  target_compile_options(quorvik_options INTERFACE -ffunction-sections -fdata-sections
+    $<$<NOT:$<BOOL:$<TARGET_PROPERTY:QUORVIK_USES_QT>>>:-fno-pie>)
 endif()
 
 find_package(Threads REQUIRED)

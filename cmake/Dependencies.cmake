@@ -78,3 +78,10 @@ if(curl_INCLUDE AND curl_LIBRARY)
     IMPORTED_LOCATION ${curl_LIBRARY}
     INTERFACE_INCLUDE_DIRECTORIES ${curl_INCLUDE})
 endif()
+
+# Optional, for the overlay alone; the same for the protocol by which Wayland places such windows (5.x is for Qt 5). The fuzz
+# targets and the cross-build for macOS do without.
+if(QUORVIK_OVERLAY)
+  find_package(Qt6 6.4 QUIET COMPONENTS Widgets)
+  find_package(LayerShellQt 6 QUIET)
+endif()

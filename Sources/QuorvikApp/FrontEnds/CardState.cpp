@@ -61,7 +61,10 @@ void CardState::choose(std::size_t option) {
 }
 
 void CardState::answerWith(std::string words) {
-    answers_[question_] = {{}, std::move(words)};
+    if (words.empty())
+        answers_[question_].own.reset();
+    else
+        answers_[question_] = {{}, std::move(words)};
 }
 
 bool CardState::back() {

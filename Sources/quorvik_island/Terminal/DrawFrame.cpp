@@ -172,21 +172,13 @@ class Drawing {
         const std::string since = age(record.stateSince, now_);
         row.skip(ageWidth - std::min(since.size(), ageWidth));
         row.add(since, Style::faint);
-        noteAge(record.stateSince);
+        changesAt(nextAgeLook(record.stateSince, now_));
         row.skip(gap);
         const std::string label = itemLabel(record);
         row.add(label, isSelected ? Style::strong : Style::plain, labelWidth_);
         row.skip(gap);
         row.add(activity(record, label), isLost ? Style::faint : Style::plain);
         return row.take();
-    }
-
-    void noteAge(Date since) {
-        // Many ages change in one picture, at whole multiples of so many seconds: a screen full of sessions
-        // wakes the program no more often than a single one, and less than once a second.
-        const double step = (now_ - since).count() < 60 ? 2 : 5;
-        const double next = secondsSince1970(nextAgeChange(since, now_));
-        changesAt(dateFromSeconds(std::ceil(next / step) * step));
     }
 
     std::vector<std::string> details(const Entry& entry) const {

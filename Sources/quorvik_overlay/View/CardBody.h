@@ -1,0 +1,23 @@
+#pragma once
+
+#include "quorvik_overlay/View/Theme.h"
+
+#include <QTextEdit>
+
+namespace quorvik {
+
+/// The whole of what a request asks for: a command in a font of fixed width, an edit as a diff. To be scrolled,
+/// selected and copied, never changed.
+class CardBody : public QTextEdit {
+  public:
+    explicit CardBody(QWidget* parent);
+
+    void show(const std::vector<CardLine>& lines, const Theme& theme);
+
+    /// The height that shows all of it in that width.
+    int heightFor(int width);
+
+    QSize minimumSizeHint() const override { return {0, 0}; }
+};
+
+} // namespace quorvik

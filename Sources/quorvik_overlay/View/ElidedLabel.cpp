@@ -1,0 +1,50 @@
+#include "quorvik_overlay/View/ElidedLabel.h"
+
+#include <QFontMetrics>
+#include <QPainter>
+
+namespace quorvik {
+
+ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent) {
+    setTextFormat(Qt::PlainText);
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+}
+
+void ElidedLabel::setColour(const QColor& colour) {
+    if (palette().color(QPalette::WindowText) == colour) return;
+    QPalette changed = palette();
+    changed.setColor(QPalette::WindowText, colour);
+    setPalette(changed);
+}
+
+QString ElidedLabel::shownText() const {
+    return fontMetrics().elidedText(text(), Qt::ElideRight, contentsRect().width());
+}
+
+QSize ElidedLabel::sizeHint() const {
+    const QFontMetrics metrics = fontMetrics();
+    return {metrics.horizontalAdvance(text()) + 1, metrics.height()};
+}
+
+QSize ElidedLabel::minimumSizeHint() const {
+    const QFontMetrics metrics = fontMetrics();
+    constexpr int readable = 3; // characters
+    return {std::min(sizeHint().width(), readable * metrics.averageCharWidth()), metrics.height()};
+}
+
+void ElidedLabel::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setPen(palette().color(QPalette::WindowText));
+    painter.drawText(contentsRect(), static_cast<int>(Qt::AlignVCenter | Qt::AlignLeft | Qt::TextSingleLine),
+                     shownText());
+}
+
+QLabel* wrappedLabel(QWidget* parent) {
+    auto* label = new QLabel(parent);
+    label->setTextFormat(Qt::PlainText);
+    label->setWordWrap(true);
+    return label;
+}
+
+} // namespace quorvik
