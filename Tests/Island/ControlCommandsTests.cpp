@@ -46,6 +46,8 @@ TEST_F(ControlCommandsTests, NoAppIsOneLine) {
              {{"acknowledge", "x", "--all"}, "acknowledge: say one key, or --all"},
              {{"pick"}, "pick: say one key, or --none"},
              {{"open"}, "open: say one key"},
+             {{"alerts", "pause", "0"}, "alerts: the minutes must be 1 to 1440"},
+             {{"alerts", "resume", "5"}, "alerts: resume takes no minutes"},
              {{"why", "a", "b"}, "why: unexpected argument b"},
              {{"watch", "--json", "--format", "tmux"}, "watch: --json is a format of its own"},
              {{"watch", "--format", "dzen"}, "watch: unknown format dzen"},
@@ -83,6 +85,10 @@ TEST_F(ControlCommandsTests, WhatIsSeenGoesAndWhatIsPickedIsKeptInFront) {
     EXPECT_NE(island({"why", "build-broken"}).output.find("waved away"), std::string::npos);
     EXPECT_EQ(line(island({"acknowledge", "--all"})), "acknowledged 1");
     EXPECT_EQ(island({"alerts"}).output, "");
+    EXPECT_TRUE(island({"alerts", "pause"}).output.starts_with("paused until "));
+    EXPECT_EQ(Program::run({programPath("quorvik"), "alert", "--title", "Later"}).status, 2);
+    EXPECT_EQ(json({"alerts", "resume", "--json"}), nlohmann::json::object());
+    EXPECT_EQ(Program::run({programPath("quorvik"), "alert", "--title", "Now", "--ttl", "1"}).status, 0);
     EXPECT_EQ(json({"show", "--json"})["primary"]["id"], "build-busy");
     EXPECT_GT(json({"show", "--json"})["revision"], 0);
 

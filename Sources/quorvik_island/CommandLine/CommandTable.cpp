@@ -38,7 +38,7 @@ constexpr TopicRow supportFiles[] = {
     {"bin/, shell/", "installed programs, the script for zsh"},
     {"settings.json", "your choices (`quorvik-island settings`)"},
     {"hooks.json", "when agents were connected, and which of their events were not understood"},
-    {"memory.json", "what you have waved away and picked"},
+    {"memory.json", "what you have waved away and picked, and a pause of alerts"},
     {"alert.sock, approval.sock", "where `quorvik alert` and the hook find the app"},
     {"island.sock", "for front ends"},
     {"app.lock, app.log", "the app's lock, and what it says when it was started in the background"},

@@ -37,8 +37,19 @@ constexpr OptionRow requestsOptions[] = {
     json("one array: the requests as the hooks sent them, with \"receivedAt\", in seconds since 1970"),
 };
 
+constexpr WordRow alertsWords[] = {
+    {"pause", "take no alerts for so many minutes; the sender is told that they are switched off"},
+    {"resume", "take alerts again"},
+};
+
+constexpr ArgumentRow alertsArguments[] = {
+    {.name = "action", .completes = Completes::words, .words = alertsWords},
+    {.name = "minutes", .summary = "how long the pause is, 1 to 1440; 60 by default"},
+};
+
 constexpr OptionRow alertsOptions[] = {
-    json("one array: the alerts as they were sent, with \"key\" and \"receivedAt\", in seconds since 1970"),
+    json("one array: the alerts as they were sent, with \"key\" and \"receivedAt\", in seconds since 1970; "
+         "of pause and resume one object, with \"until\" as long as alerts are paused"),
 };
 
 constexpr ArgumentRow whyArguments[] = {
@@ -124,12 +135,20 @@ something.
   quorvik-island answer "$(quorvik-island requests | head -n 1 | cut -f 1)" deny
 )help"},
     {.name = "alerts",
-     .summary = "the alerts that are shown",
+     .summary = "the alerts that are shown; take none for a while",
      .description = R"(
 Prints the alerts that are shown, the oldest first: a line each, with tabs between its key, its level (info, action
 or fail), its age, its title and its text. `acknowledge`, `pick`, `open` and `why` take the key.
+
+With pause, no further alerts are taken for a while, also when the app is started again meanwhile; what is shown stays.
+Prints when the pause is over. To take none at all: `quorvik-island settings alerts off`.
 )",
-     .options = alertsOptions},
+     .arguments = alertsArguments,
+     .options = alertsOptions,
+     .usage = "[--json]\npause [<minutes>] [--json]\nresume [--json]",
+     .examples = R"(
+  quorvik-island alerts pause 90
+)"},
     {.name = "why",
      .summary = "why something is shown, or is not",
      .description = R"(
