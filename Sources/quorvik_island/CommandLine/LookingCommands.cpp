@@ -28,6 +28,21 @@ constexpr OptionRow watchOptions[] = {
     json("one object a line: all of `show --json`, with \"requests\", \"alerts\" and \"revision\""),
 };
 
+constexpr WordRow overlayWords[] = {{"stop", "end the overlay that runs"}};
+
+constexpr ArgumentRow overlayArguments[] = {
+    {.name = "action", .completes = Completes::words, .words = overlayWords},
+};
+
+constexpr OptionRow overlayOptions[] = {
+    {.name = "--foreground", .summary = "run it here, and let it say here what it has to say"},
+    {.name = "--doctor", .summary = "tell what it needs of the desktop, and what is missing"},
+    {.name = "--program",
+     .summary = "the overlay program; by default the installed one, else the one beside this program",
+     .value = "path",
+     .completes = Completes::file},
+};
+
 constexpr ArgumentRow requestsArguments[] = {
     {.name = "id", .summary = "of one request: all of it is printed", .completes = Completes::request},
 };
@@ -111,6 +126,17 @@ starts none itself.
   tmux        set -g status-right "#(quorvik-island watch --format tmux)"
 )help",
      .environment = "QUORVIK_NO_START"},
+    {.name = "overlay",
+     .summary = "the island at the top of the screen",
+     .description = R"(
+Starts the island at the top of the screen, in the background; one runs per user, and a second one says so. It starts
+the app when that does not run, and attaches itself again when that is started again. What it has to say goes to
+overlay.log in Quorvik's folder. `quorvik-island autostart install --overlay` starts it with your session.
+)",
+     .arguments = overlayArguments,
+     .options = overlayOptions,
+     .usage = "[--foreground] [--program <path>]\nstop\n--doctor [--program <path>]",
+     .environment = "QUORVIK_HOME QUORVIK_NO_START DISPLAY WAYLAND_DISPLAY"},
     {.name = "requests",
      .summary = "what agents wait for",
      .description = R"(
