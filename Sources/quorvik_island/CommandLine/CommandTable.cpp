@@ -22,7 +22,8 @@ constexpr TopicRow variables[] = {
     {"DISPLAY", "the X server on whose screen the overlay appears"},
     {"WAYLAND_DISPLAY", "the same, of Wayland"},
     {"ZDOTDIR", "the folder of .zshrc; by default your home folder"},
-    {"XDG_CONFIG_HOME", "the folder of systemd's user units; by default .config in your home folder"},
+    {"XDG_CONFIG_HOME", "the folder of systemd's user units and of desktops' autostart/; by default .config "
+                        "in your home folder"},
     {"CLAUDE_CONFIG_DIR", "the folder of Claude Code; `doctor` says when our hooks are elsewhere"},
     {"QWEN_HOME", "the same, of Qwen Code"},
     {"COPILOT_HOME", "the same, of GitHub Copilot"},

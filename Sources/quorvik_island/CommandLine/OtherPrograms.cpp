@@ -212,7 +212,7 @@ The island at the top of the screen: what goes on, and what waits for your answe
 One runs per user; a second one says so and ends.
 )",
                      .options = overlayOptions,
-                     .usage = "\n--doctor\n--version",
+                     .usage = "[--doctor]\n--version",
                      .statuses = overlayStatuses,
                      .environment = "QUORVIK_HOME QUORVIK_NO_START DISPLAY WAYLAND_DISPLAY"},
             .seeAlso = "quorvik-island(1)"};
