@@ -40,4 +40,8 @@ inline constexpr ProgramPath commandLineTool = {"--cli", "command-line tool", Qu
 inline constexpr ProgramPath appProgram = {"--program", "program", QuorvikPaths::appBinaryName,
                                            QuorvikPaths::installedAppBinary};
 
+/// The island at the top of the screen; there is none where Qt was not there when Quorvik was built.
+inline constexpr ProgramPath overlayProgram = {
+    "--program", "overlay program", QuorvikPaths::overlayBinaryName, QuorvikPaths::installedOverlayBinary};
+
 } // namespace quorvik

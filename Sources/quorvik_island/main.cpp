@@ -13,6 +13,7 @@
 #include "quorvik_island/Commands/LiveCommand.h"
 #include "quorvik_island/Commands/ManCommand.h"
 #include "quorvik_island/Commands/OpenCommand.h"
+#include "quorvik_island/Commands/OverlayCommand.h"
 #include "quorvik_island/Commands/PickCommand.h"
 #include "quorvik_island/Commands/RequestsCommand.h"
 #include "quorvik_island/Commands/RestartCommand.h"
@@ -65,6 +66,7 @@ constexpr Handler handlers[] = {
     {"hooks", HooksCommand::run},
     {"man", ManCommand::run},
     {"open", OpenCommand::run},
+    {"overlay", OverlayCommand::run},
     {"pick", PickCommand::run},
     {"requests", RequestsCommand::run},
     {"restart", RestartCommand::run},

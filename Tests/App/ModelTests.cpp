@@ -183,6 +183,35 @@ TEST(IslandModel, RanksReplacesAndForgetsAlerts) {
     EXPECT_EQ(model.addAlert(alert("no"), after(8)).status, "disabled");
 }
 
+TEST(IslandModel, TakesNoAlertsWhileTheyArePaused) {
+    IslandModel model;
+    model.addAlert(alert("before", AlertLevel::fail), start);
+    model.pauseAlerts(100, after(1));
+    for (int index = 0; index < 3; ++index)
+        EXPECT_EQ(model.addAlert(alert("during"), after(2)).status, "disabled");
+    EXPECT_EQ(shown(model, after(3)), "before");
+    const auto why = model.why("", after(3));
+    EXPECT_EQ(
+        std::ranges::count_if(why, [](const auto& line) { return line.find("paused until") != line.npos; }),
+        3)
+        << "that they are, since when, and what was turned away in one line";
+    SnapshotWriter writer;
+    EXPECT_EQ(Snapshot::fromJSON(writer.text(model.snapshot(after(3)))).alertsPausedUntil, after(101));
+
+    IslandModel next; // after a restart of the app
+    next.setMemory(Memory::parse(model.memory().text()));
+    EXPECT_EQ(next.nextChange(after(3)), after(101));
+    EXPECT_EQ(next.snapshot(after(101)).alertsPausedUntil, std::nullopt);
+    EXPECT_EQ(next.addAlert(alert("after"), after(101)).status, "ok");
+    EXPECT_EQ(next.memory().text(), R"({"acknowledged":[]})");
+
+    // Neither a resume nor a clock that was set back leaves a pause.
+    model.pauseAlerts(0, after(4));
+    EXPECT_EQ(model.addAlert(alert("resumed"), after(4)).status, "ok");
+    model.pauseAlerts(100, after(1e9));
+    EXPECT_EQ(model.snapshot(start).alertsPausedUntil, after(IslandModel::longestPause));
+}
+
 TEST(IslandModel, RemembersWhatWasWavedAwayAndPickedAsLongAsItStands) {
     const auto failed = record("f", SessionState::failed, 5);
     const auto works = record("w", SessionState::working, 9);

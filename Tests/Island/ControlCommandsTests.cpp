@@ -4,6 +4,7 @@
 #include "QuorvikCore/Session/SessionStore.h"
 
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <regex>
 
@@ -46,6 +47,9 @@ TEST_F(ControlCommandsTests, NoAppIsOneLine) {
              {{"acknowledge", "x", "--all"}, "acknowledge: say one key, or --all"},
              {{"pick"}, "pick: say one key, or --none"},
              {{"open"}, "open: say one key"},
+             {{"alerts", "pause", "0"}, "alerts: the minutes must be 1 to 1440"},
+             {{"overlay", "stop", "--doctor"}, "overlay: say one of stop, --foreground and --doctor"},
+             {{"alerts", "resume", "5"}, "alerts: resume takes no minutes"},
              {{"why", "a", "b"}, "why: unexpected argument b"},
              {{"watch", "--json", "--format", "tmux"}, "watch: --json is a format of its own"},
              {{"watch", "--format", "dzen"}, "watch: unknown format dzen"},
@@ -83,6 +87,10 @@ TEST_F(ControlCommandsTests, WhatIsSeenGoesAndWhatIsPickedIsKeptInFront) {
     EXPECT_NE(island({"why", "build-broken"}).output.find("waved away"), std::string::npos);
     EXPECT_EQ(line(island({"acknowledge", "--all"})), "acknowledged 1");
     EXPECT_EQ(island({"alerts"}).output, "");
+    EXPECT_TRUE(island({"alerts", "pause"}).output.starts_with("paused until "));
+    EXPECT_EQ(Program::run({programPath("quorvik"), "alert", "--title", "Later"}).status, 2);
+    EXPECT_EQ(json({"alerts", "resume", "--json"}), nlohmann::json::object());
+    EXPECT_EQ(Program::run({programPath("quorvik"), "alert", "--title", "Now", "--ttl", "1"}).status, 0);
     EXPECT_EQ(json({"show", "--json"})["primary"]["id"], "build-busy");
     EXPECT_GT(json({"show", "--json"})["revision"], 0);
 
@@ -170,6 +178,55 @@ TEST_F(ControlCommandsTests, SettingsAreKeptAndTakenOver) {
     write("support/settings.json", "{");
     EXPECT_EQ(island({"settings", "alerts", "off"}), failed(1, file.string() + ": Invalid JSON near byte 1"));
     EXPECT_EQ(contentOf(file), "{");
+}
+
+TEST_F(ControlCommandsTests, TheOverlayIsStartedAndEnded) {
+    const std::string why = "could not start the overlay: ";
+    for (const auto& [script, result] : std::initializer_list<std::pair<std::string, Program::Result>>{
+             {"env >\"$HOME/env\"; echo ready >&3", {0, "", ""}},
+             {"echo 'running an overlay runs already (process 123)' >&3",
+              {0, "", "quorvik-island: an overlay runs already (process 123)\n"}},
+             {"echo 'there is\x1B"
+              "no display' >&3",
+              failed(1, why + "there is no display")},
+             {"exit 0",
+              failed(1, why + "it ended at once (see " + (support / "overlay.log").string() + ")")}}) {
+        const auto program = writeProgram("overlay", "#!/bin/sh\n" + script + "\n").string();
+        ::setenv("CLAUDECODE", "1", 1);
+        ::setenv("QT_SCALE_FACTOR", "2", 1);
+        EXPECT_EQ(island({"overlay", "--program", program}), result) << script;
+        ::unsetenv("CLAUDECODE");
+        ::unsetenv("QT_SCALE_FACTOR");
+    }
+    const std::string environment = contentOf(home / "env");
+    EXPECT_NE(environment.find("QT_SCALE_FACTOR=2\n"), environment.npos);
+    EXPECT_EQ(environment.find("CLAUDECODE"), environment.npos) << "it is nobody's but the user's";
+    const auto program = writeProgram("overlay", "#!/bin/sh\necho \"in our place: $*\"; exit 7\n").string();
+    EXPECT_EQ(island({"overlay", "--doctor", "--program", program}),
+              (Program::Result{7, "in our place: --doctor\n", ""}));
+    EXPECT_EQ(island({"overlay", "--foreground", "--program", program}),
+              (Program::Result{7, "in our place: \n", ""}));
+    EXPECT_EQ(island({"overlay", "--program", "/nowhere"}),
+              failed(1, "there is no overlay program at /nowhere"));
+    if (!std::filesystem::exists(programPath("quorvik-overlay"))) {
+        EXPECT_EQ(island({"overlay"}),
+                  failed(1, "this Quorvik was built without Qt 6, and so has no overlay"));
+    }
+
+    EXPECT_EQ(island({"overlay", "stop"}),
+              failed(0, "the app does not run, which knows of the overlay; there is nothing to end"));
+    startApp();
+    EXPECT_EQ(island({"overlay", "stop"}), failed(0, "no overlay runs"));
+    Program overlay({"python3", "-uc", R"(
+import os, socket, time
+s = socket.socket(socket.AF_UNIX)
+s.connect(os.environ["QUORVIK_HOME"] + "/island.sock")
+s.sendall(b'{"jsonrpc":"2.0","id":1,"method":"hello","params":{"protocol":1,"role":"overlay"}}\n')
+print(len(s.recv(1)))
+time.sleep(1000))"});
+    EXPECT_EQ(overlay.readLine(), "1");
+    EXPECT_EQ(island({"overlay", "stop"}), (Program::Result{0, "", ""}));
+    EXPECT_EQ(overlay.finish().status, 128 + SIGTERM);
 }
 
 TEST_F(ControlCommandsTests, OpensTheFirstPlaceThatIsThere) {

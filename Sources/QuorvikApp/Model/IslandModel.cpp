@@ -143,8 +143,35 @@ void IslandModel::answerRefused(std::string_view id, const std::string& who, Dat
 
 AlertReply IslandModel::addAlert(const AlertRequest& alert, Date now) {
     if (!settings_.alerts) return {"disabled", std::nullopt};
+    updatePause(now);
+    if (memory_.alertsPausedUntil) {
+        journal_.noteAlert(now, "",
+                           alert.title + " (not shown: alerts are paused until " +
+                               ISO8601::text(*memory_.alertsPausedUntil) + ")");
+        return {"disabled", std::nullopt};
+    }
     journal_.noteAlert(now, alerts_.add(alert, now), alert.title);
     return {"ok", std::nullopt};
+}
+
+void IslandModel::pauseAlerts(double seconds, Date now) {
+    updatePause(now);
+    if (seconds > 0) {
+        memory_.alertsPausedUntil = now + std::chrono::duration<double>(seconds);
+        journal_.note(now, "", "alerts are paused until " + ISO8601::text(*memory_.alertsPausedUntil));
+    } else if (memory_.alertsPausedUntil) {
+        memory_.alertsPausedUntil.reset();
+        journal_.note(now, "", "the pause of alerts is over: the user said so");
+    }
+}
+
+void IslandModel::updatePause(Date now) {
+    auto& until = memory_.alertsPausedUntil;
+    if (!until) return;
+    until = std::min(*until, now + std::chrono::duration<double>(longestPause));
+    if (*until > now) return;
+    until.reset();
+    journal_.note(now, "", "the pause of alerts is over");
 }
 
 std::vector<std::shared_ptr<const SessionRecord>> IslandModel::shownRecords() const {
@@ -203,6 +230,7 @@ void IslandModel::unpick(Date now) {
 
 Snapshot IslandModel::snapshot(Date now) {
     alerts_.expire(now);
+    updatePause(now);
     std::erase_if(refused_, [&](const RefusedAnswer& refused) {
         return refused.when > now || refused.when + refusedLinger <= now;
     });
@@ -227,6 +255,7 @@ Snapshot IslandModel::snapshot(Date now) {
     snapshot.unsupported = sessions_.unsupported;
     snapshot.requests = requests_.waiting();
     snapshot.alerts = alerts_.shown();
+    snapshot.alertsPausedUntil = memory_.alertsPausedUntil;
     for (const RefusedAnswer& refused : refused_)
         snapshot.troubles.push_back(refused.text);
     for (const auto& [area, troubles] : troubles_)
@@ -242,6 +271,7 @@ std::optional<Date> IslandModel::nextChange(Date now) const {
     std::optional<Date> next = layout;
     const auto include = [&](Date when) { next = next ? std::min(*next, when) : when; };
     if (const auto alert = alerts_.nextChange()) include(*alert);
+    if (memory_.alertsPausedUntil) include(*memory_.alertsPausedUntil);
     if (!refused_.empty()) include(refused_.back().when + refusedLinger);
     return next;
 }

@@ -62,8 +62,16 @@ class IslandModel {
     /// Notes that an agent's process tried to answer; `who` describes the process.
     void answerRefused(std::string_view id, const std::string& who, Date now);
 
-    /// Adds the alert, and returns the reply for its sender.
+    /// Adds the alert, and returns the reply for its sender: "ok", or "disabled" while the setting `alerts`
+    /// is off or alerts are paused.
     AlertReply addAlert(const AlertRequest& alert, Date now);
+
+    /// The longest pause of alerts, in seconds. Nor does one last longer when the clock is set back
+    /// meanwhile.
+    static constexpr double longestPause = 86'400;
+
+    /// Takes no alerts for so many seconds, from 0 (which ends a pause) to longestPause. What is shown stays.
+    void pauseAlerts(double seconds, Date now);
 
     /// The user has seen the item, which then is no longer shown. False when no item that can be acknowledged
     /// has that key.
@@ -100,6 +108,7 @@ class IslandModel {
     Records shownRecords() const;
     Records signalRecords() const;
     void forgetMemoryOfTheGone(Date now);
+    void updatePause(Date now);
 
     struct RefusedAnswer {
         Date when{};

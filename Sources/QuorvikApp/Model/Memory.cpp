@@ -13,6 +13,7 @@ Memory Memory::parse(std::string_view text) {
         std::vector<std::string> acknowledged;
         reader.required("acknowledged", acknowledged);
         memory.acknowledged.insert(acknowledged.begin(), acknowledged.end());
+        reader.optional("alertsPausedUntil", memory.alertsPausedUntil);
         if (const auto* value = reader.member("pick")) {
             const RecordReader pick(*value);
             ManualPick& chosen = memory.pick.emplace();
@@ -28,6 +29,7 @@ Memory Memory::parse(std::string_view text) {
 
 std::string Memory::text() const {
     nlohmann::json document = {{"acknowledged", acknowledged}};
+    writeOptional(document, "alertsPausedUntil", alertsPausedUntil);
     if (pick)
         document["pick"] = {{"key", pick->key},
                             {"stateSince", secondsSince1970(pick->stateSince)},

@@ -101,6 +101,7 @@ constexpr SettingRule rules[] = {
     onOrOff<&Settings::alerts>("alerts", "show what `quorvik alert` sends"),
     onOrOff<&Settings::approvals>("approvals", "take agents' requests; off: agents ask by themselves"),
     onOrOff<&Settings::notifications>("notifications", "tell of a request that no front end shows"),
+    onOrOff<&Settings::motion>("motion", "grow and shrink smoothly (overlay)"),
     onOrOff<&Settings::git>("git", "tell what happens in the repositories in which sessions live"),
     onOrOff<&Settings::servers>("servers", "show the development servers that run below your home folder"),
     onOrOff<&Settings::containers>("containers", "show containers and Compose projects"),

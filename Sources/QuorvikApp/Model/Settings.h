@@ -26,6 +26,7 @@ struct Settings {
     bool xcode = true;         ///< "on" or "off": show Xcode's builds and test runs
     bool usage = true;         ///< "on" or "off": tell when much of an agent's limits is used
     bool accounts = false; ///< "on" or "off": ask the services named below, over the network, about limits
+    bool motion = true;    ///< "on" or "off": whether the overlay grows and shrinks smoothly
     std::string claudeHost, grokHost;  ///< "api.example.org"; empty: it is not asked
     std::string grokTokenFile;         ///< an absolute path: the file with the token for grokHost
     bool github = false;               ///< "on" or "off": ask GitHub through `gh` for news and deployments

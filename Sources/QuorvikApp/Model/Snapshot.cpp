@@ -130,6 +130,8 @@ std::string SnapshotWriter::text(const Snapshot& snapshot) {
             text += printJSON(alert);
         }
     }
+    if (snapshot.alertsPausedUntil)
+        text += ",\"alertsPausedUntil\":" + printJSON(secondsSince1970(*snapshot.alertsPausedUntil));
     text += ",\"bubbles\":";
     addAll(snapshot.bubbles);
     text += ",\"corrupt\":" + printJSON(snapshot.corrupt);
@@ -178,6 +180,7 @@ class SnapshotReader {
         snapshot_.unsupported = texts("unsupported");
         snapshot_.troubles = texts("troubles");
         readRequests();
+        reader.optional("alertsPausedUntil", snapshot_.alertsPausedUntil);
         for (const Text& text : elements("alerts")) {
             const nlohmann::json value = json(text);
             const RecordReader alert(value);

@@ -51,6 +51,7 @@ struct Snapshot {
     std::vector<std::string> corrupt, unsupported; ///< paths of files that hold no readable record
     std::vector<std::shared_ptr<const WaitingRequest>> requests; ///< oldest first
     std::vector<ShownAlert> alerts;                              ///< oldest first
+    std::optional<Date> alertsPausedUntil;                       ///< until then no alert is taken
     std::vector<std::string> troubles;                           ///< what does not work, a text each
     Settings settings;
 

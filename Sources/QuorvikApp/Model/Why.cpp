@@ -85,6 +85,8 @@ std::vector<std::string> IslandModel::why(std::string_view key, Date now) {
                                                   ISO8601::text(waiting->receivedAt)));
     if (key.empty()) {
         if (!settings_.alerts) lines.emplace_back("alerts are switched off");
+        if (shown.alertsPausedUntil)
+            lines.push_back("alerts are paused until " + ISO8601::text(*shown.alertsPausedUntil));
         if (!settings_.approvals) lines.emplace_back("approvals are switched off: agents ask by themselves");
         for (const std::string& path : shown.corrupt)
             lines.push_back("not shown: no readable session record: " + Unicode::terminalLine(path));

@@ -139,6 +139,7 @@ void ControlService::handle(const FrontEndPointer& frontEnd, const Message& mess
     if (method == "answer") return answer(frontEnd, message);
     if (method == "acknowledge") return reply(acknowledge(message));
     if (method == "pick") return reply(pick(message));
+    if (method == "pauseAlerts") return reply(pauseAlerts(message));
     if (method == "status") return reply(status());
     if (method == "signals") return reply(signals());
     if (method == "changes") return reply(changes(message).toJSON());
@@ -268,6 +269,17 @@ nlohmann::json ControlService::pick(const Message& message) {
     }
     app_.changed();
     return nlohmann::json::object();
+}
+
+nlohmann::json ControlService::pauseAlerts(const Message& message) {
+    const auto seconds = parameter<double>(message, "seconds");
+    if (seconds < 0 || seconds > IslandModel::longestPause)
+        throw RecordError("seconds must be a number, 0 to 86400");
+    model_.pauseAlerts(seconds, loop_.now());
+    app_.changed();
+    nlohmann::json result = nlohmann::json::object();
+    writeOptional(result, "until", model_.memory().alertsPausedUntil);
+    return result;
 }
 
 void ControlService::answer(const FrontEndPointer& frontEnd, const Message& message) {

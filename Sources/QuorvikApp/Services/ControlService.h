@@ -76,6 +76,7 @@ class ControlService {
     nlohmann::json clipboard(const Message& message);
     nlohmann::json acknowledge(const Message& message);
     nlohmann::json pick(const Message& message);
+    nlohmann::json pauseAlerts(const Message& message);
     void answer(const FrontEndPointer& frontEnd, const Message& message);
     nlohmann::json stopApp(const Message& message);
 

@@ -68,6 +68,7 @@ void SettingsService::readMemory() {
     Memory memory = Memory::parse(*savedMemory_);
     memory.acknowledged.insert(model_.memory().acknowledged.begin(), model_.memory().acknowledged.end());
     if (model_.memory().pick) memory.pick = model_.memory().pick;
+    if (model_.memory().alertsPausedUntil) memory.alertsPausedUntil = model_.memory().alertsPausedUntil;
     model_.setMemory(std::move(memory));
 }
 

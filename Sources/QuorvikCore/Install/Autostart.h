@@ -8,8 +8,9 @@
 #include <string>
 #include <vector>
 
-/// Starts the app with the user's session, by a unit for systemd or an agent for launchd. Both restart it
-/// after a crash. They do not when it ended by itself, or found another app running.
+/// Starts the app, and the overlay, with the user's session. The app by a unit for systemd or an agent for
+/// launchd; both restart it after a crash, but not when it ended by itself, or found another app running. The
+/// overlay by an entry for the desktop (the XDG autostart specification) or an agent for launchd.
 namespace quorvik::Autostart {
 
 using Path = std::filesystem::path;
@@ -20,7 +21,7 @@ inline constexpr std::string_view marker = "quorvik-managed";
 
 /// What the app is started with.
 struct Start {
-    std::string program;                      ///< absolute path of quorvik-island
+    std::string program;                      ///< absolute path of quorvik-island, or quorvik-overlay
     std::optional<std::string> supportFolder; ///< $QUORVIK_HOME, if the user has set it
     std::string
         searchPath; ///< $PATH, for launchd, which has a bare one: the app runs git, docker and the like
@@ -29,38 +30,39 @@ struct Start {
     static Start now(std::string program);
 };
 
-/// `$XDG_CONFIG_HOME/systemd/user/quorvik.service`, or `~/Library/LaunchAgents/com.quorvik.app.plist`.
-Path file(ServiceManager manager);
+enum class What { app, overlay };
 
-/// What makes systemd start the unit: a link to it in "default.target.wants" beside it. Empty for launchd,
-/// which starts everything in the folder.
-Path link(ServiceManager manager);
+/// `$XDG_CONFIG_HOME/systemd/user/quorvik.service` and `$XDG_CONFIG_HOME/autostart/quorvik-overlay.desktop`,
+/// or `~/Library/LaunchAgents/com.quorvik.app.plist` and `com.quorvik.overlay.plist` beside it.
+Path file(ServiceManager manager, What what);
 
-/// The file's content. Throws EditError when one of the texts of `start` holds a control character, or the
-/// program's path holds a quote or a backslash, which systemd does not take there.
-std::string text(ServiceManager manager, const Start& start);
+/// What makes systemd start the unit: a link to it in "default.target.wants" beside it. Empty for the others,
+/// who start everything in the folder.
+Path link(ServiceManager manager, What what);
 
 enum class State {
     installed,    ///< up to date
     notInstalled, ///< there is no such file
     stale,        ///< not as an installation would leave it now, or the program cannot be run
+    switchedOff,  ///< ours, and the user has told systemd or the desktop not to start it
     foreign       ///< there is one, and it is not ours
 };
 
-/// Throws as text() does, and FileError when the file cannot be read.
-State state(ServiceManager manager, const Start& start);
+/// Throws EditError when the file cannot be written so that the program is started (AutostartText), and
+/// FileError when it cannot be read.
+State state(ServiceManager manager, What what, const Start& start);
 
-/// Writes the file and the link. A file of ours that was edited is backed up. Throws as text() does,
-/// FileError, and EditError "<path> is not Quorvik's; it is left alone".
-EditOutcome install(ServiceManager manager, const Start& start);
+/// Writes the file and the link. A file of ours that was edited is backed up. Throws as state() does, and
+/// EditError "<path> is not Quorvik's; it is left alone".
+EditOutcome install(ServiceManager manager, What what, const Start& start);
 
 /// Removes the file and the link; what is not ours stays. Throws FileError.
-EditOutcome uninstall(ServiceManager manager);
+EditOutcome uninstall(ServiceManager manager, What what);
 
 /// The command that tells the service manager of an install(), or of an uninstall(). Empty when there is
 /// nothing to tell before the next session.
-std::vector<std::string> noticeOfInstall(ServiceManager manager);
-std::vector<std::string> noticeOfUninstall(ServiceManager manager);
+std::vector<std::string> noticeOfInstall(ServiceManager manager, What what);
+std::vector<std::string> noticeOfUninstall(ServiceManager manager, What what);
 
 /// Whether the service manager is set up to start an app for the support folder of this process, with
 /// whatever program. The app should then be started by it alone.
@@ -72,5 +74,5 @@ std::vector<std::string> startCommand(ServiceManager manager);
 } // namespace quorvik::Autostart
 
 template <>
-inline constexpr std::array<std::string_view, 4> quorvik::rawValues<quorvik::Autostart::State> = {
-    "installed", "notInstalled", "stale", "foreign"};
+inline constexpr std::array<std::string_view, 5> quorvik::rawValues<quorvik::Autostart::State> = {
+    "installed", "notInstalled", "stale", "switchedOff", "foreign"};

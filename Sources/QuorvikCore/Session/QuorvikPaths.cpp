@@ -70,6 +70,9 @@ Path appLock() {
 Path appLog() {
     return supportDirectory() / "app.log";
 }
+Path overlayLog() {
+    return supportDirectory() / "overlay.log";
+}
 
 Path installedCLIBinary() {
     return binDirectory() / cliBinaryName;
@@ -79,6 +82,9 @@ Path installedHookBinary() {
 }
 Path installedAppBinary() {
     return binDirectory() / appBinaryName;
+}
+Path installedOverlayBinary() {
+    return binDirectory() / overlayBinaryName;
 }
 
 Path claudeSettings() {

@@ -33,13 +33,16 @@ Path settingsFile(); ///< the user's choices
 Path memoryFile();   ///< what the user has acknowledged and picked
 Path appLock();      ///< locked by the app for as long as it runs; never removed
 Path appLog();       ///< what an app says that was started in the background
+Path overlayLog();   ///< the same of the overlay
 
 inline constexpr const char* cliBinaryName = "quorvik";
 inline constexpr const char* hookBinaryName = "quorvik-hook";
 inline constexpr const char* appBinaryName = "quorvik-island";
+inline constexpr const char* overlayBinaryName = "quorvik-overlay";
 Path installedCLIBinary();
 Path installedHookBinary();
 Path installedAppBinary();
+Path installedOverlayBinary();
 
 /// Marks a hook command line as written by us.
 inline constexpr const char* managedMarker = "QUORVIK_MANAGED=1";

@@ -19,8 +19,11 @@ constexpr TopicRow variables[] = {
     {"PAGER", "shows the logs of commands; by default less"},
     {"TMUX", "`open` selects panes of this tmux"},
     {"PATH", "where tools are found, such as git, docker and gh; `autostart install` keeps it for the app"},
+    {"DISPLAY", "the X server on whose screen the overlay appears"},
+    {"WAYLAND_DISPLAY", "the same, of Wayland"},
     {"ZDOTDIR", "the folder of .zshrc; by default your home folder"},
-    {"XDG_CONFIG_HOME", "the folder of systemd's user units; by default .config in your home folder"},
+    {"XDG_CONFIG_HOME", "the folder of systemd's user units and of desktops' autostart/; by default .config "
+                        "in your home folder"},
     {"CLAUDE_CONFIG_DIR", "the folder of Claude Code; `doctor` says when our hooks are elsewhere"},
     {"QWEN_HOME", "the same, of Qwen Code"},
     {"COPILOT_HOME", "the same, of GitHub Copilot"},
@@ -38,10 +41,11 @@ constexpr TopicRow supportFiles[] = {
     {"bin/, shell/", "installed programs, the script for zsh"},
     {"settings.json", "your choices (`quorvik-island settings`)"},
     {"hooks.json", "when agents were connected, and which of their events were not understood"},
-    {"memory.json", "what you have waved away and picked"},
+    {"memory.json", "what you have waved away and picked, and a pause of alerts"},
     {"alert.sock, approval.sock", "where `quorvik alert` and the hook find the app"},
     {"island.sock", "for front ends"},
     {"app.lock, app.log", "the app's lock, and what it says when it was started in the background"},
+    {"overlay.log", "what the overlay says when it was started in the background"},
 };
 
 constexpr TopicTable tables[] = {
@@ -84,13 +88,14 @@ Results go to standard output, failures to standard error.
                      .environment = "QUORVIK_HOME QUORVIK_NO_START ACCESSIBLE NO_COLOR TERM"},
             .groups = groups,
             .isParsed = true,
-            .seeAlso = "quorvik(1), quorvik-hook(1), quorvik-account(1)"};
+            .seeAlso = "quorvik(1), quorvik-hook(1), quorvik-account(1), quorvik-overlay(1)"};
 }
 
 } // namespace
 
 std::span<const ProgramRow> programs() {
-    static const ProgramRow all[] = {islandRow(), Rows::quorvik(), Rows::hook(), Rows::account()};
+    static const ProgramRow all[] = {islandRow(), Rows::quorvik(), Rows::hook(), Rows::account(),
+                                     Rows::overlay()};
     return all;
 }
 

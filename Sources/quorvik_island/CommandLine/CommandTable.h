@@ -103,7 +103,7 @@ struct TopicTable {
 /// it; all of it is constant, and costs nothing before it is looked at.
 namespace CommandTable {
 
-/// The four programs; quorvik-island is the first.
+/// Our programs, also those that this build leaves out; quorvik-island is the first.
 std::span<const ProgramRow> programs();
 
 /// quorvik-island itself.

@@ -28,6 +28,21 @@ constexpr OptionRow watchOptions[] = {
     json("one object a line: all of `show --json`, with \"requests\", \"alerts\" and \"revision\""),
 };
 
+constexpr WordRow overlayWords[] = {{"stop", "end the overlay that runs"}};
+
+constexpr ArgumentRow overlayArguments[] = {
+    {.name = "action", .completes = Completes::words, .words = overlayWords},
+};
+
+constexpr OptionRow overlayOptions[] = {
+    {.name = "--foreground", .summary = "run it here, and let it say here what it has to say"},
+    {.name = "--doctor", .summary = "tell what it needs of the desktop, and what is missing"},
+    {.name = "--program",
+     .summary = "the overlay program; by default the installed one, else the one beside this program",
+     .value = "path",
+     .completes = Completes::file},
+};
+
 constexpr ArgumentRow requestsArguments[] = {
     {.name = "id", .summary = "of one request: all of it is printed", .completes = Completes::request},
 };
@@ -37,8 +52,19 @@ constexpr OptionRow requestsOptions[] = {
     json("one array: the requests as the hooks sent them, with \"receivedAt\", in seconds since 1970"),
 };
 
+constexpr WordRow alertsWords[] = {
+    {"pause", "take no alerts for so many minutes; the sender is told that they are switched off"},
+    {"resume", "take alerts again"},
+};
+
+constexpr ArgumentRow alertsArguments[] = {
+    {.name = "action", .completes = Completes::words, .words = alertsWords},
+    {.name = "minutes", .summary = "how long the pause is, 1 to 1440; 60 by default"},
+};
+
 constexpr OptionRow alertsOptions[] = {
-    json("one array: the alerts as they were sent, with \"key\" and \"receivedAt\", in seconds since 1970"),
+    json("one array: the alerts as they were sent, with \"key\" and \"receivedAt\", in seconds since 1970; "
+         "of pause and resume one object, with \"until\" as long as alerts are paused"),
 };
 
 constexpr ArgumentRow whyArguments[] = {
@@ -100,6 +126,17 @@ starts none itself.
   tmux        set -g status-right "#(quorvik-island watch --format tmux)"
 )help",
      .environment = "QUORVIK_NO_START"},
+    {.name = "overlay",
+     .summary = "the island at the top of the screen",
+     .description = R"(
+Starts the island at the top of the screen, in the background; one runs per user, and a second one says so. It starts
+the app when that does not run, and attaches itself again when that is started again. What it has to say goes to
+overlay.log in Quorvik's folder. `quorvik-island autostart install --overlay` starts it with your session.
+)",
+     .arguments = overlayArguments,
+     .options = overlayOptions,
+     .usage = "[--foreground] [--program <path>]\nstop\n--doctor [--program <path>]",
+     .environment = "QUORVIK_HOME QUORVIK_NO_START DISPLAY WAYLAND_DISPLAY"},
     {.name = "requests",
      .summary = "what agents wait for",
      .description = R"(
@@ -124,12 +161,20 @@ something.
   quorvik-island answer "$(quorvik-island requests | head -n 1 | cut -f 1)" deny
 )help"},
     {.name = "alerts",
-     .summary = "the alerts that are shown",
+     .summary = "the alerts that are shown; take none for a while",
      .description = R"(
 Prints the alerts that are shown, the oldest first: a line each, with tabs between its key, its level (info, action
 or fail), its age, its title and its text. `acknowledge`, `pick`, `open` and `why` take the key.
+
+With pause, no further alerts are taken for a while, also when the app is started again meanwhile; what is shown stays.
+Prints when the pause is over. To take none at all: `quorvik-island settings alerts off`.
 )",
-     .options = alertsOptions},
+     .arguments = alertsArguments,
+     .options = alertsOptions,
+     .usage = "[--json]\npause [<minutes>] [--json]\nresume [--json]",
+     .examples = R"(
+  quorvik-island alerts pause 90
+)"},
     {.name = "why",
      .summary = "why something is shown, or is not",
      .description = R"(

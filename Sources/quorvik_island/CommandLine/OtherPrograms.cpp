@@ -132,6 +132,23 @@ constexpr OptionRow accountOptions[] = {
     version,
 };
 
+constexpr OptionRow overlayOptions[] = {
+    {.name = "--doctor",
+     .summary =
+         "tell which screen and which of Qt's platforms it uses, and what is missing; opens no window"},
+    {.name = "--detached",
+     .summary = "how it is started in the background: the descriptor on which it reports",
+     .value = "n",
+     .isHidden = true},
+    version,
+};
+
+constexpr StatusRow overlayStatuses[] = {
+    {"0", "it has ended as it was told to, or another runs already"},
+    {"1", "it could not start; one line on standard error says why"},
+    {"3", "the command line makes no sense"},
+};
+
 } // namespace
 
 ProgramRow quorvik() {
@@ -182,6 +199,22 @@ wants to be left alone, each when there is one. The app runs it once `quorvik-is
                      .options = accountOptions,
                      .usage = "[--seconds <n>] claude <host>\n[--seconds <n>] grok <host> <file>\n--version",
                      .environment = "QUORVIK_HOME"},
+            .seeAlso = "quorvik-island(1)"};
+}
+
+ProgramRow overlay() {
+    return {.name = "quorvik-overlay",
+            .summary = "the island at the top of the screen",
+            .self = {.name = "quorvik-overlay",
+                     .description = R"(
+The island at the top of the screen: what goes on, and what waits for your answer. It never takes the focus by itself.
+`quorvik-island overlay` starts it in the background, `quorvik-island autostart install --overlay` with your session.
+One runs per user; a second one says so and ends.
+)",
+                     .options = overlayOptions,
+                     .usage = "[--doctor]\n--version",
+                     .statuses = overlayStatuses,
+                     .environment = "QUORVIK_HOME QUORVIK_NO_START DISPLAY WAYLAND_DISPLAY"},
             .seeAlso = "quorvik-island(1)"};
 }
 

@@ -16,6 +16,7 @@ GroupRow helping();
 ProgramRow quorvik();
 ProgramRow hook();
 ProgramRow account();
+ProgramRow overlay();
 
 inline constexpr OptionRow json(std::string_view summary) {
     return {.name = "--json", .summary = summary};

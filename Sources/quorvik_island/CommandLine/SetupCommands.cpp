@@ -55,6 +55,8 @@ constexpr OptionRow shellOptions[] = {
 constexpr OptionRow statusLineOptions[] = {hookPath, json("one JSON object instead of lines")};
 
 constexpr OptionRow autostartOptions[] = {
+    {.name = "--overlay",
+     .summary = "with install the island at the top of the screen as well; with uninstall that alone"},
     {.name = "--program",
      .summary = "the app; by default the installed quorvik-island, else this program",
      .value = "path",
@@ -157,25 +159,30 @@ it could not be put back.
   quorvik-island statusline status --json
 )"},
     {.name = "autostart",
-     .summary = "start the app with your session",
+     .summary = "start the app, and the overlay, with your session",
      .description = R"(
 Lets the app start with your session, by a unit for systemd or an agent for launchd. Without it the app is started by
-the first live island or `watch`.
+the first live island or `watch`. With --overlay also the island at the top of the screen, by an entry for your desktop
+or another agent for launchd.
 
 Prints how things stand (after the change), and where the file is:
 
   installed      up to date
   notInstalled   nothing of ours is there
   stale          edited, of another version, or the program is gone: install again
+  switchedOff    you have told systemd or your desktop not to start it; install switches it on
   foreign        there is a file of that name that is not ours; it is left alone
 
-A file of ours that was edited is copied before it is changed. The app that runs now goes on.
+Lines about the overlay begin with "overlay: ". Without --overlay, uninstall takes both away.
+
+A file of ours that was edited is copied before it is changed. What runs now goes on.
 )",
      .arguments = oneAction,
      .options = autostartOptions,
      .examples = R"(
   quorvik-island autostart install
   systemctl --user start quorvik      not only with the next session, but now
+  quorvik-island autostart install --overlay
 )",
      .environment = "QUORVIK_HOME PATH XDG_CONFIG_HOME"},
     {.name = "doctor",
@@ -201,7 +208,7 @@ One line for each check, with what to do below it where something is to be done:
      .summary = "renew what an older version has left",
      .description = R"(
 Brings up to date what another version of Quorvik, or one that stood elsewhere, has left: hooks in agents' settings, the
-status line, the script for zsh, the unit that starts the app, and the app itself while no request waits. What was never
+status line, the script for zsh, what starts the app and the overlay, and the app itself while no request waits. What was never
 installed stays so. Files are copied before they are changed; each line says what was renewed and where to it was copied.
 )",
      .options = updateOptions,

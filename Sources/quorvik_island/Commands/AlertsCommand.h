@@ -2,7 +2,7 @@
 
 #include "quorvik_island/Arguments.h"
 
-/// `quorvik-island alerts`: the alerts that are shown.
+/// `quorvik-island alerts`: the alerts that are shown, and their pause.
 namespace quorvik::AlertsCommand {
 
 /// Takes what came after "alerts" and returns the exit status. Throws UsageError, and ControlError and NoApp.

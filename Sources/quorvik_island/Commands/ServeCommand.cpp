@@ -3,19 +3,20 @@
 #include "quorvik_island/Arguments.h"
 #include "quorvik_island/Console.h"
 
-#include "QuorvikApp/Control/AppStarter.h"
+#include "QuorvikApp/Control/BackgroundProgram.h"
 #include "QuorvikApp/Services/App.h"
 
+#include "QuorvikCore/Session/QuorvikPaths.h"
 #include "QuorvikCore/Text/Number.h"
 
 namespace quorvik::ServeCommand {
 
 int run(const Arguments& arguments) {
-    AppStarter::Readiness readiness;
+    BackgroundProgram::Readiness readiness;
     if (const std::string* given = arguments.value("--detached")) {
         const auto descriptor = Number::integer<int>(*given);
         if (!descriptor || *descriptor < 3) throw UsageError("serve: --detached needs a descriptor");
-        readiness = AppStarter::detach(*descriptor);
+        readiness = BackgroundProgram::detach(*descriptor, QuorvikPaths::appLog());
     }
     Console console(false);
     try {

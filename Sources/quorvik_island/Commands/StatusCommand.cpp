@@ -6,6 +6,7 @@
 
 #include "QuorvikApp/Control/ControlClient.h"
 #include "QuorvikApp/FrontEnds/Age.h"
+#include "QuorvikApp/Model/UsageRecords.h"
 
 #include "QuorvikCore/Text/Unicode.h"
 
@@ -39,6 +40,9 @@ std::string linesOf(const nlohmann::json& status, const Snapshot& snapshot) {
             ", " + RequestsCommand::what(waiting->request));
     for (const auto& frontEnd : status.value("frontEnds", nlohmann::json::array()))
         add(frontEnd.value("role", "") + " attached for " + process(frontEnd, "since"));
+    if (snapshot.alertsPausedUntil)
+        add("alerts are paused until " +
+            clockTime(*snapshot.alertsPausedUntil, std::chrono::system_clock::now()));
     std::ranges::for_each(snapshot.troubles, addTrouble);
     for (const std::string& path : snapshot.corrupt)
         addTrouble(path + " holds no readable session record");

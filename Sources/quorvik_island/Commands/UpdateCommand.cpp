@@ -74,13 +74,12 @@ class Update {
         });
     }
 
-    void autostart() {
-        tryTo("autostart", [&](nlohmann::json& result) {
-            const auto manager = Platform::serviceManager();
-            const auto start = Autostart::Start::now(appProgram.of(arguments_));
-            if (Autostart::state(manager, start) != Autostart::State::stale) return;
-            report("autostart", Autostart::file(manager), AutostartCommand::install(arguments_, console_),
-                   result);
+    void autostart(Autostart::What what) {
+        const std::string name = what == Autostart::What::app ? "autostart" : "overlay";
+        tryTo(name, [&](nlohmann::json& result) {
+            if (AutostartCommand::state(what, arguments_) != Autostart::State::stale) return;
+            report(name, Autostart::file(Platform::serviceManager(), what),
+                   AutostartCommand::install(what, arguments_, console_), result);
         });
     }
 
@@ -154,7 +153,8 @@ int run(const Arguments& arguments) {
     update.hooks();
     update.statusLine();
     update.shell();
-    update.autostart();
+    update.autostart(Autostart::What::app);
+    update.autostart(Autostart::What::overlay);
     update.app();
     update.finish();
     return console.exitStatus();

@@ -46,27 +46,36 @@ void signals(ControlClient& client, Findings& findings) {
     findings.well("app.signals", on.empty() ? "no signals are at work" : "signals at work: " + listed(on));
 }
 
-/// What starts the app with the user's session, if anything does.
-void autostart(Findings& findings) try {
+/// What starts the app or the overlay with the user's session, if anything does.
+void autostart(Autostart::What what, Findings& findings) {
     using Autostart::State;
-    const auto manager = Platform::serviceManager();
-    const std::string file = Autostart::file(manager).string();
-    switch (Autostart::state(manager, Autostart::Start::now(appProgram.of({})))) {
-    case State::installed: return findings.well("app.autostart", file + " starts it with each login");
-    case State::stale:
-        return findings.warn("app.autostart", file + " is out of date", "quorvik-island autostart install");
-    case State::foreign:
-    case State::notInstalled: return;
+    const bool isApp = what == Autostart::What::app;
+    const std::string id = isApp ? "app.autostart" : "overlay.autostart";
+    const char* const howToInstall =
+        isApp ? "quorvik-island autostart install" : "quorvik-island autostart install --overlay";
+    try {
+        const auto manager = Platform::serviceManager();
+        const std::string file = Autostart::file(manager, what).string();
+        const std::string program = (isApp ? appProgram : overlayProgram).of({});
+        switch (Autostart::state(manager, what, Autostart::Start::now(program))) {
+        case State::installed:
+            return findings.well(id, file + " starts " + (isApp ? "it" : "the overlay") + " with each login");
+        case State::stale: return findings.warn(id, file + " is out of date", howToInstall);
+        case State::switchedOff:
+        case State::foreign:
+        case State::notInstalled: return;
+        }
+    } catch (const std::exception& error) {
+        findings.warn(id, error.what(), howToInstall);
     }
-} catch (const std::exception& error) {
-    findings.warn("app.autostart", error.what(), "quorvik-island autostart install");
 }
 
 } // namespace
 
 void run(Findings& findings) try {
     const std::string ownVersion(BuildInfo::version());
-    autostart(findings);
+    autostart(Autostart::What::app, findings);
+    autostart(Autostart::What::overlay, findings);
     ControlClient client = ControlClient::connect("command", ControlClient::Start::never);
     const nlohmann::json status = client.call("status");
     const std::string version = status.value("version", "");

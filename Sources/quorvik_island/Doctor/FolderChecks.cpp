@@ -2,6 +2,7 @@
 
 #include "quorvik_island/Sessions.h"
 
+#include "QuorvikCore/Install/Autostart.h"
 #include "QuorvikCore/Install/HookTarget.h"
 #include "QuorvikCore/Install/ShellIntegration.h"
 #include "QuorvikCore/Platform/Files.h"
@@ -155,6 +156,8 @@ std::vector<Path> leftBehind(Date now) {
     std::vector<Path> edited = {ShellIntegration::zshrcURL()};
     for (const Source agent : agentSources())
         edited.push_back(HookTarget::target(agent)->fileURL);
+    for (const auto what : {Autostart::What::app, Autostart::What::overlay})
+        edited.push_back(Autostart::file(Platform::serviceManager(), what));
     for (const Path& file : edited) {
         std::error_code unknown; // a link is edited where it leads
         const Path target = std::filesystem::weakly_canonical(file, unknown);

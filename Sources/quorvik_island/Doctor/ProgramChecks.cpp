@@ -105,9 +105,9 @@ void run(Findings& findings) {
     check("quorvik-island", own.string());
     check("quorvik", commandLineTool.of({}));
     check("quorvik-hook", hookProgram.of({}));
-    if (const auto account = own.parent_path() / "quorvik-account";
-        std::filesystem::exists(account)) // optional
-        check("quorvik-account", account.string());
+    for (const char* optional : {"quorvik-account", "quorvik-overlay"})
+        if (const auto path = own.parent_path() / optional; std::filesystem::exists(path))
+            check(optional, path.string());
 
     if (!Platform::findProgram("quorvik"))
         findings.note("programs.path", "quorvik is not on your PATH",
