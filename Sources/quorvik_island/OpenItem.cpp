@@ -63,14 +63,23 @@ bool goToPane(const SessionRecord& record) {
     return true;
 }
 
-bool showLog(const SessionRecord& record) {
+void openOnDesktop(const std::string& what) {
+    const std::string program(Platform::desktopOpener());
+    runHere({program, what}, program);
+}
+
+bool showLog(const SessionRecord& record, bool onDesktop) {
     std::error_code gone;
     if (!record.logPath || !std::filesystem::is_regular_file(*record.logPath, gone)) return false;
+    const std::string file = std::filesystem::absolute(*record.logPath).string();
+    if (onDesktop) {
+        openOnDesktop(file);
+        return true;
+    }
     // $PAGER is a command line of the user's; the path is passed to it as an argument, never as a part of its
     // text.
     std::string pager = Platform::environmentValue("PAGER");
     if (pager.empty()) pager = "less";
-    const std::string file = std::filesystem::absolute(*record.logPath).string();
     // Ctrl-C is the pager's own affair; without a trap the shell would end by it once the pager has ended.
     runHere({"sh", "-c", "trap : INT\n" + pager + " \"$@\"", pager, file}, "the pager");
     return true;
@@ -84,8 +93,7 @@ bool isWebAddress(std::string_view text) {
 bool showPage(const SessionRecord& record) {
     for (const auto* place : {&record.openURL, &record.webURL}) {
         if (!*place || (!isWebAddress(**place) && !(*place)->starts_with('/'))) continue;
-        const std::string program(Platform::desktopOpener());
-        runHere({program, **place}, program);
+        openOnDesktop(**place);
         return true;
     }
     return false;
@@ -93,8 +101,8 @@ bool showPage(const SessionRecord& record) {
 
 } // namespace
 
-void openItem(const SessionRecord& record) {
-    if (goToPane(record) || showLog(record) || showPage(record)) return;
+void openItem(const SessionRecord& record, bool onDesktop) {
+    if (goToPane(record) || showLog(record, onDesktop) || showPage(record)) return;
     throw OpenError(record.key() + " has no terminal in tmux, no log and no page");
 }
 

@@ -12,9 +12,9 @@ class OpenError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Goes to where the record comes from: its tmux pane, else its log in $PAGER, else its page or file in the
-/// desktop's program for it. Runs other programs on our standard streams, and waits for them. Nothing that
-/// the record says reaches a shell. Throws OpenError.
-void openItem(const SessionRecord& record);
+/// Goes to where the record comes from: its tmux pane, else its log in $PAGER (`onDesktop`: in the desktop's
+/// program for it), else its page or file in the desktop's program for it. Runs other programs on our
+/// standard streams, and waits for them. Nothing that the record says reaches a shell. Throws OpenError.
+void openItem(const SessionRecord& record, bool onDesktop = false);
 
 } // namespace quorvik

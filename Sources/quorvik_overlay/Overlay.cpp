@@ -9,7 +9,6 @@
 #include <QFile>
 #include <QProcess>
 #include <QUrl>
-
 #include <algorithm>
 #include <cmath>
 
@@ -71,8 +70,9 @@ Overlay::Overlay(OverlayModel::Look look)
         does(model_.press(Press::unfold, momentNow()));
         window_.takeFocus();
     });
-    connect(&tray_, &TrayIcon::pauseWanted, this,
-            [this](bool pause) { link_.send("pauseAlerts", {{"seconds", pause ? pauseTime : 0}}); });
+    connect(&tray_, &TrayIcon::pauseWanted, this, [this](bool pause) {
+        link_.send("pauseAlerts", {{"seconds", pause ? pauseTime : 0}});
+    });
     connect(&tray_, &TrayIcon::settingsWanted, this, &Overlay::showSettingsFile);
     connect(&tray_, &TrayIcon::quitWanted, this, &Overlay::quit);
 }
@@ -121,7 +121,8 @@ void Overlay::draw() {
         pointer_.stop();
     if (!picture.nextChange) return later_.stop();
     constexpr double longest = 3600; // seconds
-    const double left = std::clamp((*picture.nextChange - std::chrono::system_clock::now()).count(), 0.0, longest);
+    const double left =
+        std::clamp((*picture.nextChange - std::chrono::system_clock::now()).count(), 0.0, longest);
     later_.start(static_cast<int>(std::ceil(left * 1000)));
 }
 

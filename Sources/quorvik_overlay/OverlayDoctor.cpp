@@ -30,17 +30,20 @@ Report report(const Platform::PluginChoice& choice) {
     const bool isWayland = QGuiApplication::platformName().startsWith("wayland");
     if (isWayland && !choice.layerShell) {
         report.isWell = false;
-        add("!", "Wayland lets no program place a window: use XWayland (QT_QPA_PLATFORM=xcb), or a build with "
-                 "LayerShellQt");
+        add("!",
+            "Wayland lets no program place a window: use XWayland (QT_QPA_PLATFORM=xcb), or a build with "
+            "LayerShellQt");
     }
     const QScreen* under = QGuiApplication::screenAt(QCursor::pos());
     if (!under) under = QGuiApplication::primaryScreen();
     for (const QScreen* screen : QGuiApplication::screens())
         add(screen == under ? "✓" : "–",
             QStringLiteral("screen %1, %2, %3 % scale, windows may use %4%5")
-                .arg(screen->name().isEmpty() ? "without a name" : screen->name(), rectangle(screen->geometry()))
+                .arg(screen->name().isEmpty() ? "without a name" : screen->name(),
+                     rectangle(screen->geometry()))
                 .arg(qRound(screen->devicePixelRatio() * 100))
-                .arg(rectangle(screen->availableGeometry()), screen == under ? ": the overlay appears here" : ""));
+                .arg(rectangle(screen->availableGeometry()),
+                     screen == under ? ": the overlay appears here" : ""));
     if (!under) {
         report.isWell = false;
         add("!", "there is no screen");
@@ -49,9 +52,9 @@ Report report(const Platform::PluginChoice& choice) {
         add("✓", "the tray takes an icon");
     else
         add("–", "no tray: no icon with the count; `quorvik-island overlay stop` ends the overlay");
-    add(Platform::wantsLessMotion() ? "–" : "✓",
-        Platform::wantsLessMotion() ? "the system wants less motion: shapes change at once"
-                                    : "shapes grow and shrink smoothly");
+    add(Platform::wantsLessMotion() ? "–" : "✓", Platform::wantsLessMotion()
+                                                     ? "the system wants less motion: shapes change at once"
+                                                     : "shapes grow and shrink smoothly");
     try {
         ControlClient::connect("command", ControlClient::Start::never);
         add("✓", "the app runs");

@@ -4,8 +4,8 @@
 
 #include <string>
 
-/// What `quorvik-overlay --doctor` says: which platform plug-in draws, on which screen, and what is missing. Needs
-/// a running QApplication.
+/// What `quorvik-overlay --doctor` says: which platform plug-in draws, on which screen, and what is missing.
+/// Needs a running QApplication.
 namespace quorvik::OverlayDoctor {
 
 struct Report {

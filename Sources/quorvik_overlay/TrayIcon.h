@@ -3,7 +3,6 @@
 #include <QAction>
 #include <QMenu>
 #include <QSystemTrayIcon>
-
 #include <memory>
 
 namespace quorvik {

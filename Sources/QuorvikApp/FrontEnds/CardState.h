@@ -57,8 +57,8 @@ class CardState {
     std::size_t question() const { return question_; }
     const Answer& answer() const { return answers_[question_]; }
     bool isAnswered() const;
-    void choose(std::size_t option); ///< toggles it; ignored when there is no such option
-    void answerWith(std::string words); ///< the user's own; empty: takes them back
+    void choose(std::size_t option);          ///< toggles it; ignored when there is no such option
+    void answerWith(std::string words);       ///< the user's own; empty: takes them back
     bool back();                              ///< to the question before; false at the first
     bool goOn();                              ///< to the next question; false at the last
     std::vector<std::string> answers() const; ///< one for each question

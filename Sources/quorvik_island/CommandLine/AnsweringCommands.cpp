@@ -49,6 +49,11 @@ constexpr ArgumentRow openArguments[] = {
     {.name = itemKey.name, .summary = itemKey.summary, .completes = itemKey.completes, .isRequired = true},
 };
 
+constexpr OptionRow openOptions[] = {
+    {.name = "--desktop",
+     .summary = "for callers without a terminal: the log in the desktop's program for it"},
+};
+
 constexpr OptionRow clearOptions[] = {json("one object: \"removed\"")};
 
 constexpr WordRow clipboardWords[] = {
@@ -101,6 +106,7 @@ Goes to where an item comes from, to the first of these that is there:
   its page       a web address or file, in the program that the desktop has for it
 )",
      .arguments = openArguments,
+     .options = openOptions,
      .environment = "PAGER TMUX"},
     {.name = "clear",
      .summary = "forget what is over",

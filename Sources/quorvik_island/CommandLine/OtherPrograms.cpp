@@ -140,6 +140,10 @@ constexpr OptionRow overlayOptions[] = {
      .summary = "how it is started in the background: the descriptor on which it reports",
      .value = "n",
      .isHidden = true},
+    {.name = "--reports-to",
+     .summary = "the same, once it has left its starter",
+     .value = "n",
+     .isHidden = true},
     version,
 };
 

@@ -15,7 +15,7 @@ int run(const Arguments& arguments) {
     const Snapshot snapshot = ControlClient::connect("command", ControlClient::Start::never).snapshot();
     for (const SnapshotItem* item : snapshot.items()) {
         if (item->id() != key) continue;
-        openItem(*item->record);
+        openItem(*item->record, arguments.has("--desktop"));
         return exitSuccess;
     }
     throw OpenError("no item has the key " + key);

@@ -72,9 +72,8 @@ void OverlayModel::placeCard() {
     isHeldBack_ = false;
     if (!disconnected_.empty()) {
         cards_.clear();
-    } else if (cards_.contains(before) &&
-               (wanted_.contains(before) || pointer_ == Pointer::over ||
-                opensByItself(*snapshot_->request(before)))) {
+    } else if (cards_.contains(before) && (wanted_.contains(before) || pointer_ == Pointer::over ||
+                                           opensByItself(*snapshot_->request(before)))) {
         cardRequest_ = before;
     } else {
         const WaitingRequest* next = nullptr;
@@ -94,8 +93,8 @@ void OverlayModel::placeCard() {
 }
 
 void OverlayModel::openCard(const WaitingRequest& waiting) {
-    const auto& shared = *std::ranges::find_if(snapshot_->requests,
-                                               [&](const auto& each) { return each.get() == &waiting; });
+    const auto& shared =
+        *std::ranges::find_if(snapshot_->requests, [&](const auto& each) { return each.get() == &waiting; });
     cardRequest_ = waiting.request.id;
     cards_.try_emplace(cardRequest_, shared, look_.secrets, look_.home);
 }
@@ -221,8 +220,8 @@ OverlayModel::Effects OverlayModel::pressItem(const std::string& key) {
         if (!entry.request) return {{OverlayEffect::Kind::open, key}};
     }
     for (const auto& waiting : snapshot_->requests) {
-        const bool isMeant = key == waiting->request.key() ||
-                             key == std::string(requestPrefix) + waiting->request.id;
+        const bool isMeant =
+            key == waiting->request.key() || key == std::string(requestPrefix) + waiting->request.id;
         if (!isMeant || !disconnected_.empty()) continue;
         if (waiting->request.id != cardRequest_) {
             asksWhyNot_ = false;

@@ -45,7 +45,7 @@ class OverlayModel {
 
     void show(std::shared_ptr<const Snapshot> snapshot, Moment now);
     void disconnected(std::string why); ///< until the next snapshot nothing can be answered
-    void refused(std::string_view request, std::string message); ///< an answer did not reach its hook
+    void refused(std::string_view request, std::string message);     ///< an answer did not reach its hook
     void say(std::string message) { message_ = std::move(message); } ///< one line, until the next press
 
     enum class Pointer {
@@ -55,8 +55,8 @@ class OverlayModel {
     };
     void pointer(Pointer place);
 
-    /// The card that opened by itself is not shown after all: the pointer is where it would appear. It opens once
-    /// the pointer is away.
+    /// The card that opened by itself is not shown after all: the pointer is where it would appear. It opens
+    /// once the pointer is away.
     void holdBack(Pointer place);
 
     /// The card stands on the screen in full size, and shows rows [first, first + shown) of `total`, in any
@@ -78,8 +78,8 @@ class OverlayModel {
     Effects acknowledge(const std::string& key) const;
     void typed(std::string text); ///< the whole text of the card's field: the reason, or the user's own words
 
-    /// What a key does on the card, where no text is typed: "a", "A", "d", "t", "v", "n", "1" to "9", "Enter",
-    /// "Left". Other keys do nothing.
+    /// What a key does on the card, where no text is typed: "a", "A", "d", "t", "v", "n", "1" to "9",
+    /// "Enter", "Left". Other keys do nothing.
     Effects key(std::string_view key, Moment now);
 
     // What there is to see.

@@ -132,13 +132,15 @@ OverlayPicture OverlayModel::picture(Moment now) const {
     };
     const bool isList = picture.shape == OverlayShape::list;
     if (isList) {
-        const std::size_t fits = entries.size() <= room_ ? entries.size() : std::max<std::size_t>(room_, 2) - 1;
+        const std::size_t fits =
+            entries.size() <= room_ ? entries.size() : std::max<std::size_t>(room_, 2) - 1;
         for (std::size_t index = 0; index < fits; ++index)
             picture.rows.push_back(add(entries[index]));
         if (fits < entries.size()) picture.moreRows = std::to_string(entries.size() - fits) + " more";
     } else if (!entries.empty()) {
         picture.primary = add(entries.front());
-        const std::size_t beside = static_cast<std::size_t>(std::max(snapshot_->settings.scheduler.maxBubbles, 0));
+        const std::size_t beside =
+            static_cast<std::size_t>(std::max(snapshot_->settings.scheduler.maxBubbles, 0));
         for (std::size_t index = 1; index < entries.size() && index <= beside; ++index)
             picture.bubbles.push_back(pictureOf(entries[index], now.wall));
         const std::size_t rest = entries.size() - 1 - picture.bubbles.size();
@@ -195,7 +197,8 @@ std::vector<ButtonPicture> OverlayModel::buttons(const CardState& card) const {
     const RequestCard& offered = card.card();
     std::vector<ButtonPicture> list;
     const auto add = [&](Press press, std::string text, std::string key, std::string about) {
-        list.push_back({press, std::move(text), std::move(key), std::move(about), whyNot(card, press).empty()});
+        list.push_back(
+            {press, std::move(text), std::move(key), std::move(about), whyNot(card, press).empty()});
     };
     if (asksWhyNot_) {
         add(Press::deny, "Deny", "Enter", "deny it, with that reason");
@@ -218,7 +221,8 @@ std::vector<ButtonPicture> OverlayModel::buttons(const CardState& card) const {
     if (offered.hidesSecrets)
         add(Press::secrets, card.showsSecrets() ? "Hide secrets" : "Show hidden", "v",
             "show what is hidden, or hide it again");
-    if (snapshot_->requests.size() > 1) add(Press::nextRequest, "Next one", "n", "the next request that waits");
+    if (snapshot_->requests.size() > 1)
+        add(Press::nextRequest, "Next one", "n", "the next request that waits");
     return list;
 }
 

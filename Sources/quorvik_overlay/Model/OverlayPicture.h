@@ -24,15 +24,15 @@ enum class Tone { awaiting, quiet, failed, working, done, faint };
 enum class Press {
     allow,
     always,
-    deny,          ///< asks for the reason first; the second time it denies
-    ask,           ///< in the agent's own terminal
-    secrets,       ///< shows what is hidden, or hides it again
-    choose,        ///< an option of the question; takes its index
-    confirm,       ///< the next question; after the last one: sends the answers
-    back,          ///< the question before
-    nextRequest,   ///< another request that waits
-    fold,          ///< the card or the list becomes the pill; first takes a reason back
-    unfold,        ///< the pill becomes the card of what waits, else the list
+    deny,        ///< asks for the reason first; the second time it denies
+    ask,         ///< in the agent's own terminal
+    secrets,     ///< shows what is hidden, or hides it again
+    choose,      ///< an option of the question; takes its index
+    confirm,     ///< the next question; after the last one: sends the answers
+    back,        ///< the question before
+    nextRequest, ///< another request that waits
+    fold,        ///< the card or the list becomes the pill; first takes a reason back
+    unfold,      ///< the pill becomes the card of what waits, else the list
 };
 
 /// One item, or a request whose session has no item. All texts are on one line and drive no terminal; they
@@ -72,8 +72,8 @@ struct CardPicture {
     std::string place;                           ///< "1 of 2" questions; empty for a single one
     std::vector<std::string> grants;             ///< what "Always" keeps, a sentence each
     std::vector<ButtonPicture> buttons;
-    std::string note;       ///< why something cannot be done, or what was refused; may be empty
-    std::string others;     ///< "1 of 3" requests; empty for a single one
+    std::string note;           ///< why something cannot be done, or what was refused; may be empty
+    std::string others;         ///< "1 of 3" requests; empty for a single one
     bool opensByItself = false; ///< the user has not asked for it
     bool asksWhyNot = false;    ///< a field for the reason is shown
 };

@@ -9,10 +9,10 @@ namespace quorvik::Platform {
 
 /// Which of Qt's platform plug-ins is to draw. Decided before Qt starts, from environment variables alone.
 struct PluginChoice {
-    std::string plugin;    ///< for $QT_QPA_PLATFORM; empty: Qt's own choice
+    std::string plugin;      ///< for $QT_QPA_PLATFORM; empty: Qt's own choice
     bool layerShell = false; ///< Wayland, by its protocol for bars and overlays
-    std::string why;       ///< of the choice, for people: one line
-    bool isPossible = true; ///< false: `why` says what is missing
+    std::string why;         ///< of the choice, for people: one line
+    bool isPossible = true;  ///< false: `why` says what is missing
 };
 PluginChoice choosePlugin();
 

@@ -1,11 +1,12 @@
 #include "quorvik_overlay/Platform/DesktopWindow.h"
 
-#include <QWidget>
-
 #include <objc/message.h>
 #include <objc/runtime.h>
 
-// AppKit is spoken to through the Objective-C runtime's own functions: four messages are not worth a second language.
+#include <QWidget>
+
+// AppKit is spoken to through the Objective-C runtime's own functions: four messages are not worth a second
+// language.
 
 namespace quorvik::Platform {
 
@@ -13,8 +14,8 @@ namespace {
 
 template <typename Result, typename... Arguments>
 Result send(id object, const char* message, Arguments... arguments) {
-    return reinterpret_cast<Result (*)(id, SEL, Arguments...)>(objc_msgSend)(object, sel_registerName(message),
-                                                                           arguments...);
+    return reinterpret_cast<Result (*)(id, SEL, Arguments...)>(objc_msgSend)(
+        object, sel_registerName(message), arguments...);
 }
 
 } // namespace
@@ -28,7 +29,7 @@ void prepareOverlay(QWidget&, const PluginChoice&) {}
 void raiseAboveAll(QWidget& window) {
     // <AppKit/NSWindow.h>: above the menu bar, on all spaces, beside programs in full screen, and not in the
     // cycle of windows.
-    constexpr long aboveMenuBar = 25;                                    // NSStatusWindowLevel
+    constexpr long aboveMenuBar = 25; // NSStatusWindowLevel
     constexpr unsigned long everywhere = 1UL << 0 | 1UL << 4 | 1UL << 6 | 1UL << 8;
     // canJoinAllSpaces, stationary, ignoresCycle, fullScreenAuxiliary
     const id view = reinterpret_cast<id>(window.winId());
@@ -39,8 +40,7 @@ void raiseAboveAll(QWidget& window) {
 }
 
 bool wantsLessMotion() {
-    const id workspace =
-        send<id>(reinterpret_cast<id>(objc_getClass("NSWorkspace")), "sharedWorkspace");
+    const id workspace = send<id>(reinterpret_cast<id>(objc_getClass("NSWorkspace")), "sharedWorkspace");
     return workspace && send<BOOL>(workspace, "accessibilityDisplayShouldReduceMotion");
 }
 

@@ -27,12 +27,14 @@ PluginChoice choosePlugin() {
     const bool wayland = isSet("WAYLAND_DISPLAY"), x11 = isSet("DISPLAY");
     // GNOME knows Wayland, but not this protocol of it.
     const bool knowsLayers = environmentValue("XDG_CURRENT_DESKTOP").find("GNOME") == std::string::npos;
-    if (wayland && hasLayerShell && knowsLayers) return {"wayland", true, "Wayland, as a layer above all windows"};
+    if (wayland && hasLayerShell && knowsLayers)
+        return {"wayland", true, "Wayland, as a layer above all windows"};
     if (wayland && x11) return {"xcb", false, "XWayland: Wayland itself lets no program place a window"};
     if (x11) return {"xcb", false, "X11"};
     if (wayland)
         return {"", false,
-                "Wayland lets no program place a window: it needs XWayland, or a build with LayerShellQt", false};
+                "Wayland lets no program place a window: it needs XWayland, or a build with LayerShellQt",
+                false};
     return {"", false, "there is no desktop here: neither $DISPLAY nor $WAYLAND_DISPLAY is set", false};
 }
 

@@ -4,7 +4,6 @@
 #include <QStyle>
 #include <QTextBlockFormat>
 #include <QTextCursor>
-
 #include <cmath>
 
 namespace quorvik {

@@ -6,8 +6,8 @@
 
 namespace quorvik {
 
-/// The whole of what a request asks for: a command in a font of fixed width, an edit as a diff. To be scrolled,
-/// selected and copied, never changed.
+/// The whole of what a request asks for: a command in a font of fixed width, an edit as a diff. To be
+/// scrolled, selected and copied, never changed.
 class CardBody : public QTextEdit {
   public:
     explicit CardBody(QWidget* parent);

@@ -4,8 +4,8 @@
 
 namespace quorvik {
 
-/// A plain text on one line, which ends with "…" where there is no room for all of it. Assistive technology gets
-/// the whole text.
+/// A plain text on one line, which ends with "…" where there is no room for all of it. Assistive technology
+/// gets the whole text.
 class ElidedLabel : public QLabel {
   public:
     explicit ElidedLabel(QWidget* parent = nullptr);

@@ -33,7 +33,8 @@ void ListView::show(const OverlayPicture& picture, const Theme& theme) {
         rows_[index]->setVisible(index < picture.rows.size());
         if (index < picture.rows.size()) rows_[index]->show(picture.rows[index], theme);
     }
-    for (const auto& [label, text] : {std::pair(more_, &picture.moreRows), std::pair(notice_, &picture.notice)}) {
+    for (const auto& [label, text] :
+         {std::pair(more_, &picture.moreRows), std::pair(notice_, &picture.notice)}) {
         label->setText(qString(*text));
         label->setColour(theme.faint);
         label->setVisible(!text->empty());

@@ -3,7 +3,6 @@
 #include "quorvik_overlay/View/ItemButton.h"
 
 #include <QWidget>
-
 #include <vector>
 
 namespace quorvik {

@@ -65,9 +65,8 @@ OverlayWindow::OverlayWindow()
         layout->addWidget(view, 0, Qt::AlignTop);
     layout->addStretch();
 
-    connect(pill_, &PillView::pressed, this, [this] {
-        emit pressed(shape_ == OverlayShape::card ? Press::fold : Press::unfold, 0);
-    });
+    connect(pill_, &PillView::pressed, this,
+            [this] { emit pressed(shape_ == OverlayShape::card ? Press::fold : Press::unfold, 0); });
     connect(pill_, &PillView::dotPressed, this, &OverlayWindow::itemPressed);
     connect(list_, &ListView::pressed, this, &OverlayWindow::itemPressed);
     connect(list_, &ListView::acknowledged, this, &OverlayWindow::acknowledged);
@@ -198,7 +197,8 @@ void OverlayWindow::takeFocus() {
     activateWindow();
 }
 
-/// To the window that had it: its manager chooses that one when ours goes, and showing it again takes no focus.
+/// To the window that had it: its manager chooses that one when ours goes, and showing it again takes no
+/// focus.
 void OverlayWindow::giveFocusBack() {
     if (windowHandle()) windowHandle()->setFlag(Qt::WindowDoesNotAcceptFocus, true);
     if (isActiveWindow()) hide();
@@ -222,8 +222,7 @@ void OverlayWindow::resizeEvent(QResizeEvent* event) {
 
 void OverlayWindow::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange && theme_ &&
-        theme_ != &Theme::of(QGuiApplication::palette()))
+    if (event->type() == QEvent::PaletteChange && theme_ && theme_ != &Theme::of(QGuiApplication::palette()))
         emit themeChanged();
 }
 

@@ -8,21 +8,20 @@
 #include <QTimer>
 #include <QVariantAnimation>
 #include <QWidget>
-
 #include <functional>
 
 namespace quorvik {
 
-/// The island's window: draws an OverlayPicture at the top of the screen that has the pointer, and tells what is
-/// pressed. Takes the focus only when the user clicks into one of its texts, or with takeFocus().
+/// The island's window: draws an OverlayPicture at the top of the screen that has the pointer, and tells what
+/// is pressed. Takes the focus only when the user clicks into one of its texts, or with takeFocus().
 class OverlayWindow : public QWidget {
     Q_OBJECT
 
   public:
     OverlayWindow();
 
-    /// Draws it. False when a card that opens by itself would come under the pointer: then nothing is drawn, and
-    /// the model is to hold it back until pointerPlace() is another.
+    /// Draws it. False when a card that opens by itself would come under the pointer: then nothing is drawn,
+    /// and the model is to hold it back until pointerPlace() is another.
     bool show(const OverlayPicture& picture);
 
     /// Whether the shapes grow and shrink smoothly, in less than 200 ms.

@@ -3,7 +3,6 @@
 #include "quorvik_overlay/View/ItemButton.h"
 
 #include <QWidget>
-
 #include <vector>
 
 namespace quorvik {
@@ -21,7 +20,7 @@ class PillView : public QWidget {
     QString shownText() const;
 
   signals:
-    void pressed();                     ///< the item or the notice
+    void pressed();                      ///< the item or the notice
     void dotPressed(const QString& key); ///< of an item
 
   private:

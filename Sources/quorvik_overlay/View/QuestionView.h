@@ -5,7 +5,6 @@
 #include <QAbstractButton>
 #include <QLabel>
 #include <QScrollArea>
-
 #include <vector>
 
 namespace quorvik {

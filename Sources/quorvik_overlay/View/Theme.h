@@ -5,14 +5,13 @@
 #include <QColor>
 #include <QPalette>
 #include <QString>
-
 #include <array>
 #include <string_view>
 
 namespace quorvik {
 
-/// The overlay's colours, for a light or a dark desktop. Texts stand out from what is behind them by 4.5 to 1 at
-/// least.
+/// The overlay's colours, for a light or a dark desktop. Texts stand out from what is behind them by 4.5 to 1
+/// at least.
 struct Theme {
     QColor background, border, text, faint; ///< `faint` is for texts that matter less
     QColor raised;                          ///< behind buttons, fields and what the pointer is over
