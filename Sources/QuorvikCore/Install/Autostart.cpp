@@ -30,9 +30,10 @@ bool isLinked(const Path& link) {
 }
 
 /// As desktops write into an entry when they are told to start it no more.
-bool isSwitchedOff(std::string_view content) {
-    return content.find("\nHidden=true\n") != content.npos ||
-           content.find("\nX-GNOME-Autostart-enabled=false\n") != content.npos;
+bool isSwitchedOff(const std::string& content) {
+    const std::string lines = content + "\n"; // the last one may have no end
+    return lines.find("\nHidden=true\n") != lines.npos ||
+           lines.find("\nX-GNOME-Autostart-enabled=false\n") != lines.npos;
 }
 
 void makeLink(const Path& link, const Path& file) {

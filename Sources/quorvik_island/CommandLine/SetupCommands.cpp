@@ -170,7 +170,7 @@ Prints how things stand (after the change), and where the file is:
   installed      up to date
   notInstalled   nothing of ours is there
   stale          edited, of another version, or the program is gone: install again
-  switchedOff    you have told systemd or your desktop not to start it; install switches it on
+  switchedOff    you have told systemd or your desktop not to start it
   foreign        there is a file of that name that is not ours; it is left alone
 
 Lines about the overlay begin with "overlay: ". Without --overlay, uninstall takes both away.

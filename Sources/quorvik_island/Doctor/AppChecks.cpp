@@ -61,7 +61,7 @@ void autostart(Autostart::What what, Findings& findings) {
         case State::installed:
             return findings.well(id, file + " starts " + (isApp ? "it" : "the overlay") + " with each login");
         case State::stale: return findings.warn(id, file + " is out of date", howToInstall);
-        case State::switchedOff:
+        case State::switchedOff: return findings.note(id, file + " is switched off", howToInstall);
         case State::foreign:
         case State::notInstalled: return;
         }
