@@ -20,10 +20,6 @@ constexpr int shortest = 33;       // milliseconds between two drawings that nob
 constexpr int pointerLook = 250;   // milliseconds, while a card waits for the pointer to go away
 constexpr double pauseTime = 3600; // seconds
 
-Moment momentNow() {
-    return {std::chrono::system_clock::now(), steadySeconds()};
-}
-
 } // namespace
 
 Overlay::Overlay(OverlayModel::Look look)
@@ -34,6 +30,7 @@ Overlay::Overlay(OverlayModel::Look look)
                                               model_.say(message);
                                               drawSoon();
                                           }}) {
+    now = [] { return Moment{std::chrono::system_clock::now(), steadySeconds()}; };
     perform = [this](const OverlayEffect& effect) { return send(effect); };
     for (QTimer* timer : {&soon_, &later_})
         timer->setSingleShot(true);
@@ -44,14 +41,14 @@ Overlay::Overlay(OverlayModel::Look look)
     connect(&pointer_, &QTimer::timeout, this, &Overlay::followPointer);
 
     connect(&window_, &OverlayWindow::pressed, this, [this](Press press, int option) {
-        does(model_.press(press, momentNow(), static_cast<std::size_t>(option)));
+        does(model_.press(press, now(), static_cast<std::size_t>(option)));
     });
     connect(&window_, &OverlayWindow::itemPressed, this,
             [this](const QString& key) { does(model_.pressItem(key.toStdString())); });
     connect(&window_, &OverlayWindow::acknowledged, this,
             [this](const QString& key) { does(model_.acknowledge(key.toStdString())); });
     connect(&window_, &OverlayWindow::keyPressed, this,
-            [this](const QString& key) { does(model_.key(key.toStdString(), momentNow())); });
+            [this](const QString& key) { does(model_.key(key.toStdString(), now())); });
     connect(&window_, &OverlayWindow::typed, this, [this](const QString& text) {
         model_.typed(text.toStdString());
         draw();
@@ -60,14 +57,14 @@ Overlay::Overlay(OverlayModel::Look look)
             [this](const QString& page, int width, int first, int shown, int total) {
                 const auto pixels = [](int count) { return static_cast<std::size_t>(std::max(count, 0)); };
                 model_.drawn(page.toStdString(), pixels(width), pixels(first), pixels(shown), pixels(total),
-                             momentNow());
+                             now());
                 drawSoon(); // "Allow" may be there now
             });
     connect(&window_, &OverlayWindow::pointerMoved, this, &Overlay::followPointer);
     connect(&window_, &OverlayWindow::themeChanged, this, &Overlay::draw, Qt::QueuedConnection);
 
     connect(&tray_, &TrayIcon::shown, this, [this] {
-        does(model_.press(Press::unfold, momentNow()));
+        does(model_.press(Press::unfold, now()));
         window_.takeFocus();
     });
     connect(&tray_, &TrayIcon::pauseWanted, this, [this](bool pause) {
@@ -78,7 +75,7 @@ Overlay::Overlay(OverlayModel::Look look)
 }
 
 void Overlay::take(std::shared_ptr<const Snapshot> snapshot) {
-    model_.show(std::move(snapshot), momentNow());
+    model_.show(std::move(snapshot), now());
     drawSoon();
     if (!std::exchange(wasReady_, true)) emit ready();
 }
@@ -107,10 +104,10 @@ void Overlay::draw() {
     const Settings& settings = model_.snapshot().settings;
     window_.setSmooth(settings.motion && !Platform::wantsLessMotion());
     model_.setRoom(window_.room());
-    OverlayPicture picture = model_.picture(momentNow());
+    OverlayPicture picture = model_.picture(now());
     if (!window_.show(picture)) {
         model_.holdBack(window_.pointerPlace());
-        picture = model_.picture(momentNow());
+        picture = model_.picture(now());
         window_.show(picture);
     }
     tray_.show(model_.attentionCount(), picture.isConnected, model_.snapshot().alertsPausedUntil.has_value());

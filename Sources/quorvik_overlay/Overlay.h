@@ -35,6 +35,9 @@ class Overlay : public QObject {
     /// How often it has drawn, for tests.
     std::size_t drawings() const { return drawings_; }
 
+    /// The clocks; replaced in tests.
+    std::function<Moment()> now;
+
     /// Answers and the like are passed to this instead of the app, in tests.
     std::function<bool(const OverlayEffect&)> perform;
 

@@ -66,6 +66,7 @@ void OverlayModel::placeCard() {
         const WaitingRequest& known = entry.second.waiting();
         return !waiting || waiting->receivedAt != known.receivedAt || waiting->members != known.members;
     });
+    const bool isAnother = !cards_.contains(before); // also when its id has come again
     const auto isGone = [&](const std::string& id) { return !snapshot_->request(id); };
     std::erase_if(dismissed_, isGone);
     std::erase_if(wanted_, isGone);
@@ -84,7 +85,7 @@ void OverlayModel::placeCard() {
         isHeldBack_ = next && pointer_ != Pointer::away;
         if (next && !isHeldBack_) openCard(*next);
     }
-    if (cardRequest_ != before) { // what was typed belonged to the card before
+    if (cardRequest_ != before || isAnother) { // what was typed belonged to the card before
         asksWhyNot_ = false;
         typed_.clear();
         drawnPage_.clear();
@@ -96,7 +97,13 @@ void OverlayModel::openCard(const WaitingRequest& waiting) {
     const auto& shared =
         *std::ranges::find_if(snapshot_->requests, [&](const auto& each) { return each.get() == &waiting; });
     cardRequest_ = waiting.request.id;
-    cards_.try_emplace(cardRequest_, shared, look_.secrets, look_.home);
+    if (cards_.try_emplace(cardRequest_, shared, look_.secrets, look_.home).second) ++cardCount_;
+}
+
+/// Names what the open card shows. No other card has ever had that name, not even one of the same request's
+/// id.
+std::string OverlayModel::page() const {
+    return card()->page() + "#" + std::to_string(cardCount_);
 }
 
 CardState* OverlayModel::card() {
@@ -111,7 +118,7 @@ const CardState* OverlayModel::card() const {
 void OverlayModel::drawn(const std::string& page, std::size_t width, std::size_t first, std::size_t shown,
                          std::size_t total, Moment now) {
     CardState* card = this->card();
-    if (!card || card->page() != page) return;
+    if (!card || this->page() != page) return;
     if (std::exchange(drawnPage_, page) != page) drawnSince_ = now.steady;
     const bool wasRead = card->isRead();
     card->drawn(width, first, shown, total);
@@ -120,7 +127,7 @@ void OverlayModel::drawn(const std::string& page, std::size_t width, std::size_t
 
 bool OverlayModel::takesPresses(Moment now) const {
     const CardState* card = this->card();
-    return card && !card->isSent && card->page() == drawnPage_ && now.steady - drawnSince_ >= tooSoon;
+    return card && !card->isSent && page() == drawnPage_ && now.steady - drawnSince_ >= tooSoon;
 }
 
 // What the user does.

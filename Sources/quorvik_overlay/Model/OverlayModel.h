@@ -114,6 +114,7 @@ class OverlayModel {
     void openCard(const WaitingRequest& waiting);
     CardState* card();
     const CardState* card() const;
+    std::string page() const;
     Effects answer(ApprovalResponse response);
 
     Look look_;
@@ -123,6 +124,7 @@ class OverlayModel {
     double greetUntil_ = 0; ///< steady
     bool hasShown_ = false;
     std::map<std::string, CardState, std::less<>> cards_;
+    std::size_t cardCount_ = 0;                    ///< how many there have been
     std::string cardRequest_;                      ///< whose card is open; empty: none
     std::set<std::string, std::less<>> dismissed_; ///< requests whose card was folded by the user
     std::set<std::string, std::less<>> wanted_;    ///< requests whose card was opened by the user

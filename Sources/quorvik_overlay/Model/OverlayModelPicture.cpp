@@ -164,7 +164,7 @@ OverlayPicture OverlayModel::picture(Moment now) const {
 CardPicture OverlayModel::cardPicture() const {
     const CardState& state = *card();
     const RequestCard& offered = state.card();
-    CardPicture picture{.page = state.page(), .request = state.id(), .headline = oneLine(offered.headline)};
+    CardPicture picture{.page = page(), .request = state.id(), .headline = oneLine(offered.headline)};
     if (state.isQuestion()) {
         picture.question = &offered.questions[state.question()];
         picture.answer = state.answer();

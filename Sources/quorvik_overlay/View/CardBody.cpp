@@ -89,7 +89,7 @@ void CardBody::show(const std::vector<CardLine>& lines, const Theme& theme) {
 int CardBody::heightFor(int width) {
     // The bar's room is always reserved: the text must not be laid out anew once it is known to be long.
     document()->setTextWidth(width - 2 * frameWidth() - 8 - style()->pixelMetric(QStyle::PM_ScrollBarExtent));
-    return static_cast<int>(std::ceil(document()->size().height())) + 2 * frameWidth() + 10;
+    return static_cast<int>(std::ceil(document()->size().height())) + 2 * frameWidth() + 8;
 }
 
 } // namespace quorvik

@@ -30,8 +30,6 @@ CardView::CardView(QWidget* parent)
         layout->addWidget(part);
     layout->addLayout(buttonGrid_);
     connect(field_, &QLineEdit::textEdited, this, &CardView::typed);
-    connect(field_, &QLineEdit::returnPressed, this,
-            [this] { emit pressed(asksWhyNot_ ? Press::deny : Press::confirm, 0); });
     connect(question_, &QuestionView::chosen, this,
             [this](int option) { emit pressed(Press::choose, option); });
     for (const QAbstractScrollArea* area : std::initializer_list<QAbstractScrollArea*>{body_, question_}) {
@@ -73,8 +71,10 @@ void CardView::show(const CardPicture& card, const Theme& theme) {
     for (const ButtonPicture& button : card.buttons)
         offered += qString(button.text) + '\n';
     if (std::exchange(offered_, offered) != offered) {
-        for (const Button& button : buttons_)
+        for (const Button& button : buttons_) {
+            button.widget->clearFocus(); // which would go to a button that nobody has chosen
             button.widget->deleteLater();
+        }
         buttons_.clear();
         for (const ButtonPicture& button : card.buttons) {
             auto* widget = new QPushButton(this);

@@ -27,6 +27,7 @@ class CardView : public QWidget {
     /// Which rows of the body, or of the question, are in view; pixels.
     struct Seen {
         int first = 0, shown = 0, total = 0;
+        bool operator==(const Seen&) const = default;
     };
     Seen seen() const;
 

@@ -120,6 +120,7 @@ bool OverlayWindow::show(const OverlayPicture& picture) {
         cardRequest_.clear();
     }
     const OverlayShape before = std::exchange(shape_, picture.shape);
+    if (before != OverlayShape::card) told_ = {};
     if (shape_ == OverlayShape::hidden) {
         growth_.stop();
         giveFocusBack();
@@ -134,6 +135,7 @@ bool OverlayWindow::show(const OverlayPicture& picture) {
 
     const QSize size = sizeOf(shape_);
     content_->setFixedSize(size);
+    content_->layout()->activate(); // at once: what has been in view is looked at before Qt would do it
     moveTo(Placement::at(size, available()));
     return true;
 }
@@ -181,8 +183,9 @@ void OverlayWindow::settled() {
 
 void OverlayWindow::tellSeen() {
     if (shape_ != OverlayShape::card || !isSettled() || !isVisible()) return;
-    const CardView::Seen seen = card_->seen();
-    emit cardSeen(qString(card_->page()), card_->width(), seen.first, seen.shown, seen.total);
+    const Told now{card_->page(), card_->width(), card_->seen()};
+    if (std::exchange(told_, now) == now) return;
+    emit cardSeen(qString(now.page), now.width, now.seen.first, now.seen.shown, now.seen.total);
 }
 
 OverlayWindow::Pointer OverlayWindow::pointerPlace() const {

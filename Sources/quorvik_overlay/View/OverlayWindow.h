@@ -40,6 +40,7 @@ class OverlayWindow : public QWidget {
     void takeFocus();
 
     OverlayShape shape() const { return shape_; }
+    bool isCardSeen() const { return isSettled() && told_.page == card_->page(); }
     bool isSettled() const { return growth_.state() != QAbstractAnimation::Running; }
     const PillView& pill() const { return *pill_; }
     const ListView& list() const { return *list_; }
@@ -80,7 +81,14 @@ class OverlayWindow : public QWidget {
     CardView* card_;
     const Theme* theme_ = nullptr;
     std::string cardRequest_; ///< whose card is shown; empty: none
-    QRect inTheWay_;          ///< where a card would have come that was not shown because of the pointer
+    struct Told {
+        std::string page;
+        int width = 0;
+        CardView::Seen seen;
+        bool operator==(const Told&) const = default;
+    };
+    Told told_;      ///< the last cardSeen(); each causes a drawing
+    QRect inTheWay_; ///< where a card would have come that was not shown because of the pointer
     OverlayShape shape_ = OverlayShape::hidden;
     QVariantAnimation growth_;
     QTimer pointerSettles_, seenTimer_;
