@@ -106,7 +106,8 @@ void Overlay::draw() {
     model_.setRoom(window_.room());
     OverlayPicture picture = model_.picture(now());
     if (!window_.show(picture)) {
-        model_.holdBack(window_.pointerPlace());
+        pointerPlace_ = window_.pointerPlace();
+        model_.holdBack(pointerPlace_);
         picture = model_.picture(now());
         window_.show(picture);
     }
@@ -118,13 +119,14 @@ void Overlay::draw() {
         pointer_.stop();
     if (!picture.nextChange) return later_.stop();
     constexpr double longest = 3600; // seconds
-    const double left =
-        std::clamp((*picture.nextChange - std::chrono::system_clock::now()).count(), 0.0, longest);
+    const double left = std::clamp((*picture.nextChange - now().wall).count(), 0.0, longest);
     later_.start(static_cast<int>(std::ceil(left * 1000)));
 }
 
 void Overlay::followPointer() {
     const auto place = window_.pointerPlace();
+    const bool mayOpen = model_.isHeldBack() && place == OverlayModel::Pointer::away;
+    if (std::exchange(pointerPlace_, place) == place && !mayOpen) return;
     model_.pointer(place);
     draw();
 }

@@ -59,8 +59,9 @@ class Overlay : public QObject {
     AppLink link_;
     TrayIcon tray_;
     QTimer soon_, later_, pointer_;
-    double drawnAt_ = 0; ///< steady
-    std::string shown_;  ///< the request of which the app was told last
+    OverlayModel::Pointer pointerPlace_ = OverlayModel::Pointer::away; ///< that the model knows
+    double drawnAt_ = 0;                                               ///< steady
+    std::string shown_; ///< the request of which the app was told last
     std::size_t drawings_ = 0;
     bool wasReady_ = false;
 };

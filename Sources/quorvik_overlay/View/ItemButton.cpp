@@ -47,8 +47,9 @@ ItemButton::ItemButton(bool isRow, QWidget* parent)
         sign_->setFixedWidth(metrics.horizontalAdvance("W"));
         mark_->setFixedWidth(metrics.horizontalAdvance("WWW"));
         state_->setFixedWidth(fontMetrics().horizontalAdvance("compacting") + 1);
-        age_->setMinimumWidth(fontMetrics().horizontalAdvance("59 min") + 1);
     }
+    // Nothing moves only because time passes.
+    age_->setMinimumWidth(fontMetrics().horizontalAdvance("59 min") + 1);
     for (ElidedLabel* label : {sign_, age_})
         label->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 }

@@ -87,14 +87,16 @@ OverlayWindow::OverlayWindow()
     card_->body().viewport()->installEventFilter(this);
 }
 
-QRect OverlayWindow::available() const {
+/// Goes to the screen that has the pointer. Asking where that is wakes the X server, so it is not done for an
+/// age.
+void OverlayWindow::chooseScreen() {
     const QScreen* screen = QGuiApplication::screenAt(pointer());
     if (!screen) screen = QGuiApplication::primaryScreen();
-    return screen ? screen->availableGeometry() : QRect(0, 0, 800, 600);
+    available_ = screen ? screen->availableGeometry() : QRect(0, 0, 800, 600);
 }
 
 std::size_t OverlayWindow::room() const {
-    const int lines = Placement::highest(available()) / std::max(list_->rowHeight(), 1);
+    const int lines = Placement::highest(available_) / std::max(list_->rowHeight(), 1);
     return static_cast<std::size_t>(std::clamp(lines - 2, 2, 30));
 }
 
@@ -106,11 +108,13 @@ bool OverlayWindow::show(const OverlayPicture& picture) {
         update();
     }
     pill_->show(picture, theme);
+    const bool isNewCard = picture.card && picture.card->request != cardRequest_;
+    if (picture.shape != shape_ || isNewCard || available_.isEmpty()) chooseScreen();
     if (picture.card) {
         card_->show(*picture.card, theme);
-        const bool isNew = std::exchange(cardRequest_, picture.card->request) != picture.card->request;
-        if (isNew && picture.card->opensByItself) {
-            inTheWay_ = Placement::at(sizeOf(OverlayShape::card), available());
+        cardRequest_ = picture.card->request;
+        if (isNewCard && picture.card->opensByItself) {
+            inTheWay_ = Placement::at(sizeOf(OverlayShape::card), available_);
             if (inTheWay_.contains(pointer())) {
                 cardRequest_.clear();
                 return false;
@@ -136,13 +140,13 @@ bool OverlayWindow::show(const OverlayPicture& picture) {
     const QSize size = sizeOf(shape_);
     content_->setFixedSize(size);
     content_->layout()->activate(); // at once: what has been in view is looked at before Qt would do it
-    moveTo(Placement::at(size, available()));
+    moveTo(Placement::at(size, available_));
     return true;
 }
 
 /// The size of the shape; lays out its parts.
 QSize OverlayWindow::sizeOf(OverlayShape shape) {
-    const QRect area = available();
+    const QRect& area = available_;
     const int character = fontMetrics().averageCharWidth();
     const int pillHeight = pill_->sizeHint().height();
     switch (shape) {
@@ -162,7 +166,11 @@ QSize OverlayWindow::sizeOf(OverlayShape shape) {
 void OverlayWindow::moveTo(const QRect& target) {
     if (growth_.state() == QAbstractAnimation::Running && growth_.endValue().toRect() == target) return;
     growth_.stop();
-    if (!isVisible() || !isSmooth_ || target == geometry()) {
+    if (isVisible() && target == geometry()) {
+        if (shape_ == OverlayShape::card) seenTimer_.start(0);
+        return;
+    }
+    if (!isVisible() || !isSmooth_) {
         setGeometry(target);
         if (!isVisible()) {
             QWidget::show();

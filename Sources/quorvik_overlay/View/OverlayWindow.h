@@ -68,7 +68,7 @@ class OverlayWindow : public QWidget {
     bool eventFilter(QObject* object, QEvent* event) override;
 
   private:
-    QRect available() const;
+    void chooseScreen();
     QSize sizeOf(OverlayShape shape);
     void moveTo(const QRect& target);
     void settled();
@@ -87,8 +87,9 @@ class OverlayWindow : public QWidget {
         CardView::Seen seen;
         bool operator==(const Told&) const = default;
     };
-    Told told_;      ///< the last cardSeen(); each causes a drawing
-    QRect inTheWay_; ///< where a card would have come that was not shown because of the pointer
+    Told told_;       ///< the last cardSeen(); each causes a drawing
+    QRect inTheWay_;  ///< where a card would have come that was not shown because of the pointer
+    QRect available_; ///< of the screen, empty before the first picture
     OverlayShape shape_ = OverlayShape::hidden;
     QVariantAnimation growth_;
     QTimer pointerSettles_, seenTimer_;

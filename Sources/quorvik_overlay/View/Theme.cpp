@@ -47,6 +47,11 @@ QString Theme::styleSheet() const {
         QPushButton:focus, QLineEdit:focus, QTextEdit:focus { border: 2px solid %5; }
         QPushButton:hover:enabled { border-color: %1; }
         QLineEdit, QTextEdit { color: %1; background: %3; border: 1px solid %4; border-radius: 6px; padding: 3px; }
+        QRadioButton::indicator, QCheckBox::indicator { width: 11px; height: 11px; border: 1px solid %2;
+            background: %3; border-radius: 2px; }
+        QRadioButton::indicator { border-radius: 6px; }
+        QRadioButton::indicator:checked, QCheckBox::indicator:checked { background: %5; border-color: %5; }
+        QRadioButton:focus, QCheckBox:focus { border: 1px solid %5; border-radius: 4px; }
         QScrollArea, QScrollArea > QWidget > QWidget { background: transparent; border: none; }
     )")
         .arg(text.name(), faint.name(), raised.name(), border.name(), tone(Tone::working).name());

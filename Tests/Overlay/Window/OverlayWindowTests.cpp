@@ -1,5 +1,4 @@
 #include "Tests/Terminal/ExampleSnapshots.h"
-
 #include "quorvik_overlay/Overlay.h"
 #include "quorvik_overlay/View/Placement.h"
 
@@ -68,12 +67,14 @@ class OverlayWindowTests : public ::testing::Test {
         std::vector<const QWidget*> parts;
         for (const QWidget* part : window.findChildren<const QWidget*>()) {
             if (!part->isVisible() || part->size().isEmpty()) continue;
-            const bool isPart = qobject_cast<const QLabel*>(part) || qobject_cast<const QAbstractButton*>(part) ||
+            const bool isPart = qobject_cast<const QLabel*>(part) ||
+                                qobject_cast<const QAbstractButton*>(part) ||
                                 qobject_cast<const QLineEdit*>(part) || qobject_cast<const QTextEdit*>(part);
-            if (!isPart || window.card().question().isAncestorOf(part)) continue; // what is scrolled may be outside
+            if (!isPart || window.card().question().isAncestorOf(part))
+                continue; // what is scrolled may be outside
             const QRect area(part->mapTo(&window, QPoint()), part->size());
-            const std::string name = part->metaObject()->className() + std::string(" ") +
-                                     part->accessibleName().toStdString();
+            const std::string name =
+                part->metaObject()->className() + std::string(" ") + part->accessibleName().toStdString();
             if (!window.rect().contains(area)) text += name + " is outside; ";
             for (const QWidget* other : parts)
                 if (!other->isAncestorOf(part) &&
@@ -142,7 +143,8 @@ Snapshot withHostileTexts() {
     for (auto* list : {&snapshot.bubbles, &snapshot.overflow})
         for (SnapshotItem& item : *list)
             change(item);
-    snapshot.requests = {requestOf("r1", "s1", texts[0], nlohmann::json{{texts[0], texts[1]}, {texts[2], texts[3]}}.dump())};
+    snapshot.requests = {
+        requestOf("r1", "s1", texts[0], nlohmann::json{{texts[0], texts[1]}, {texts[2], texts[3]}}.dump())};
     return snapshot;
 }
 
@@ -166,7 +168,8 @@ TEST_F(OverlayWindowTests, EverySnapshotHasItsShapeInTheMiddleOfTheTop) {
         {"command", withCommand("ls"), OverlayShape::card, "? CC Fix the login bug 8 s",
          "Claude Code asks to run Bash in ~/work/app|Allow|Deny…|In its terminal"},
         {"long command", withCommand(long_), OverlayShape::card, "? CC Fix the login bug 8 s",
-         "Claude Code asks to run Bash in ~/work/app|read it to its end first: scroll down|(Allow)|Deny…|In its "
+         "Claude Code asks to run Bash in ~/work/app|read it to its end first: scroll down|(Allow)|Deny…|In "
+         "its "
          "terminal"},
         {"questions", withQuestions(), OverlayShape::card, "? CC AskUserQuestion",
          "Claude Code asks you some questions in ~/work/app|(Next)|Deny…|In its terminal"},
@@ -278,7 +281,9 @@ TEST_F(OverlayWindowTests, QuestionsAreAnsweredByClicksAndKeys) {
     QTest::keyClick(&window, Qt::Key_1);
     QTest::keyClick(&window, Qt::Key_2);
     QTest::keyClick(&window, Qt::Key_Return);
-    EXPECT_EQ(decision(), R"(q {"answers":["Maybe","Yes & <b>no</b>","mine","Yes & <b>no</b>, Maybe"],"decision":"allow"})");
+    EXPECT_EQ(
+        decision(),
+        R"(q {"answers":["Maybe","Yes & <b>no</b>","mine","Yes & <b>no</b>, Maybe"],"decision":"allow"})");
     QTest::keyClick(&window, Qt::Key_Escape);
     settle();
     EXPECT_EQ(window.shape(), OverlayShape::pill);
@@ -302,7 +307,8 @@ TEST_F(OverlayWindowTests, TextsStandOutFromWhatIsBehindThem) {
         const auto linear = [](double part) {
             return part <= 0.03928 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
         };
-        return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) + 0.0722 * linear(colour.blueF());
+        return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) +
+               0.0722 * linear(colour.blueF());
     };
     for (const Theme* theme : {&Theme::light(), &Theme::dark()}) {
         std::vector<QColor> texts = {theme->text, theme->faint, theme->added, theme->removed, theme->hidden};
@@ -321,10 +327,10 @@ TEST(PlacementTests, AtTheTopInTheMiddle) {
         QSize size;
         QRect available, placed;
     };
-    for (const auto& [size, available, placed] : {
-             Row{{200, 30}, {0, 25, 1000, 700}, {400, 25, 200, 30}},
-             Row{{200, 30}, {-1000, -40, 1000, 700}, {-600, -40, 200, 30}}, // another screen
-             Row{{2000, 900}, {10, 0, 320, 200}, {10, 0, 320, 200}}})
+    for (const auto& [size, available, placed] :
+         {Row{{200, 30}, {0, 25, 1000, 700}, {400, 25, 200, 30}},
+          Row{{200, 30}, {-1000, -40, 1000, 700}, {-600, -40, 200, 30}}, // another screen
+          Row{{2000, 900}, {10, 0, 320, 200}, {10, 0, 320, 200}}})
         EXPECT_EQ(Placement::at(size, available), placed);
 }
 
