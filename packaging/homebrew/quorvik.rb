@@ -14,6 +14,7 @@ class Quorvik < Formula
   depends_on "libuv"
   depends_on macos: :ventura
   depends_on "pcre2"
+  depends_on "qt" => :recommended # for the overlay
   depends_on "utf8proc"
 
   uses_from_macos "curl"
