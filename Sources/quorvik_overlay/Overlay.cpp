@@ -27,14 +27,14 @@ Overlay::Overlay(OverlayModel::Look look)
                                       .lose = [this](const std::string& why) { lose(why); },
                                       .say =
                                           [this](const std::string& message) {
-                                              model_.say(message);
+                                              model_.say(message, now());
                                               drawSoon();
                                           }}) {
     now = [] { return Moment{std::chrono::system_clock::now(), steadySeconds()}; };
     perform = [this](const OverlayEffect& effect) { return send(effect); };
     for (QTimer* timer : {&soon_, &later_})
         timer->setSingleShot(true);
-    later_.setTimerType(Qt::VeryCoarseTimer);
+    later_.setTimerType(Qt::PreciseTimer); // one that comes early would come again and again
     pointer_.setInterval(pointerLook);
     connect(&soon_, &QTimer::timeout, this, &Overlay::draw);
     connect(&later_, &QTimer::timeout, this, &Overlay::draw);
@@ -61,7 +61,7 @@ Overlay::Overlay(OverlayModel::Look look)
                 drawSoon(); // "Allow" may be there now
             });
     connect(&window_, &OverlayWindow::pointerMoved, this, &Overlay::followPointer);
-    connect(&window_, &OverlayWindow::themeChanged, this, &Overlay::draw, Qt::QueuedConnection);
+    connect(&window_, &OverlayWindow::surroundingsChanged, this, &Overlay::draw, Qt::QueuedConnection);
 
     connect(&tray_, &TrayIcon::shown, this, [this] {
         does(model_.press(Press::unfold, now()));
@@ -133,7 +133,7 @@ void Overlay::followPointer() {
 
 void Overlay::does(const OverlayModel::Effects& effects) {
     for (const OverlayEffect& effect : effects)
-        if (!perform(effect)) model_.refused(effect.id, "Quorvik is not running");
+        if (!perform(effect)) model_.refused(effect.id, "Quorvik is not running", now());
     draw();
 }
 
@@ -143,7 +143,7 @@ bool Overlay::send(const OverlayEffect& effect) {
         nlohmann::json params = effect.response.toJSON();
         params["id"] = effect.id;
         return link_.send("answer", params, [this, id = effect.id](const AppConnection::Reply& reply) {
-            if (reply.error) model_.refused(id, reply.error->what());
+            if (reply.error) model_.refused(id, reply.error->what(), now());
             drawSoon();
         });
     }

@@ -71,6 +71,11 @@ int becomeBackgroundProgram(int pipe) {
     return fail("could not run " + words[0] + ": " + std::generic_category().message(errno));
 }
 
+/// quit() would ask the window, which never closes.
+void end() {
+    QCoreApplication::exit(exitSuccess);
+}
+
 /// Ends Qt's loop at SIGTERM, SIGINT and SIGHUP.
 class EndSignals {
   public:
@@ -82,7 +87,7 @@ class EndSignals {
                 [[maybe_unused]] const ssize_t count = ::write(writeEnd, &byte, 1);
             });
         notifier_ = std::make_unique<QSocketNotifier>(pipe_.readEnd.get(), QSocketNotifier::Read);
-        QObject::connect(notifier_.get(), &QSocketNotifier::activated, qApp, &QCoreApplication::quit);
+        QObject::connect(notifier_.get(), &QSocketNotifier::activated, qApp, end);
     }
 
   private:
@@ -124,7 +129,7 @@ int run(std::span<const std::string> commandLine, int& argc, char** argv) {
     const EndSignals endSignals;
     Overlay overlay({.secrets = RequestCard::credentials, .home = Platform::homeFolder()});
     Platform::prepareOverlay(overlay.window(), choice);
-    QObject::connect(&overlay, &Overlay::quit, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    QObject::connect(&overlay, &Overlay::quit, qApp, end, Qt::QueuedConnection);
     QObject::connect(&overlay, &Overlay::ready, qApp, [] { readiness.report("ready"); });
     QObject::connect(&overlay, &Overlay::taken, qApp, [](const std::string& why) {
         readiness.report("running " + why);

@@ -182,7 +182,7 @@ TEST_F(OverlayModelTests, AnAnswerNeedsACardThatWasInView) {
     EXPECT_EQ(decision(model.key("a", now)), R"(r1 {"decision":"allow"})");
     EXPECT_EQ(note(), "sent");
     EXPECT_EQ(decision(model.key("a", now)), "") << "one answer";
-    model.refused("r1", "withdrawn");
+    model.refused("r1", "withdrawn", now);
     EXPECT_EQ(note(), "withdrawn");
 
     // Another request under the same name is another card.

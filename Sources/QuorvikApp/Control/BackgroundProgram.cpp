@@ -90,7 +90,7 @@ std::string firstLine(int readEnd, const std::filesystem::path& log, std::chrono
 std::vector<std::string> environment(std::span<const std::string_view> prefixes) {
     std::vector<std::string> reduced;
     for (const auto& [name, value] : Platform::environment()) {
-        const auto begins = [&](std::string_view prefix) { return name.starts_with(prefix); };
+        const auto begins = [&name = name](std::string_view prefix) { return name.starts_with(prefix); };
         if (std::ranges::find(kept, name) == kept.end() && std::ranges::none_of(prefixes, begins)) continue;
         // A relative path is made absolute, since the program's folder is "/".
         const bool isFolder = name == "QUORVIK_HOME" && !value.empty();

@@ -38,8 +38,8 @@ Date nextAgeChange(Date since, Date now) {
     return std::max(next, now + Seconds(0.001)); // a rounded sum may not have moved on
 }
 
-Date nextAgeLook(Date since, Date now) {
-    const double step = (now - since).count() < 60 ? 2 : 5;
+Date nextAgeLook(Date since, Date now, double young) {
+    const double step = (now - since).count() < 60 ? young : 5;
     const double next = secondsSince1970(nextAgeChange(since, now));
     return dateFromSeconds(std::ceil(next / step) * step);
 }

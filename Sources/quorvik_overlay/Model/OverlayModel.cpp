@@ -31,8 +31,14 @@ void OverlayModel::disconnected(std::string why) {
     placeCard();
 }
 
-void OverlayModel::refused(std::string_view request, std::string message) {
-    say(std::move(message));
+void OverlayModel::say(std::string message, Moment now) {
+    constexpr double readable = 8; // seconds
+    message_ = std::move(message);
+    messageUntil_ = now.steady + readable;
+}
+
+void OverlayModel::refused(std::string_view request, std::string message, Moment now) {
+    say(std::move(message), now);
     if (const auto found = cards_.find(request); found != cards_.end()) found->second.isSent = false;
 }
 
@@ -162,7 +168,8 @@ OverlayModel::Effects OverlayModel::press(Press press, Moment now, std::size_t o
         const auto entries = this->entries();
         const WaitingRequest* next = entries.empty() ? nullptr : entries.front().request;
         if (next && disconnected_.empty()) return pressItem(std::string(requestPrefix) + next->request.id);
-        isListPinned_ = !isListPinned_;
+        if (entries.empty()) greetUntil_ = now.steady + greeting; // somebody asks whether it is there
+        isListPinned_ = !isListPinned_ && !entries.empty();
         isListOpen_ = isListPinned_ || pointer_ == Pointer::over;
         return {};
     }
@@ -193,7 +200,7 @@ OverlayModel::Effects OverlayModel::press(Press press, Moment now, std::size_t o
         return {};
     }
     if (std::string why = whyNot(*card, press); !why.empty()) {
-        say(std::move(why));
+        say(std::move(why), now);
         return {};
     }
     switch (press) {

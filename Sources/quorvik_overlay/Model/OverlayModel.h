@@ -45,8 +45,8 @@ class OverlayModel {
 
     void show(std::shared_ptr<const Snapshot> snapshot, Moment now);
     void disconnected(std::string why); ///< until the next snapshot nothing can be answered
-    void refused(std::string_view request, std::string message);     ///< an answer did not reach its hook
-    void say(std::string message) { message_ = std::move(message); } ///< one line, until the next press
+    void refused(std::string_view request, std::string message, Moment now); ///< an answer did not arrive
+    void say(std::string message, Moment now); ///< one line, for some seconds or until the next press
 
     enum class Pointer {
         away,
@@ -104,10 +104,11 @@ class OverlayModel {
     };
     std::vector<Entry> entries() const;
     ItemPicture pictureOf(const Entry& entry, Date now) const;
-    CardPicture cardPicture() const;
+    CardPicture cardPicture(Moment now) const;
     std::vector<ButtonPicture> buttons(const CardState& card) const;
     std::string whyNot(const CardState& card, Press press) const;
     bool isGreeting(Moment now) const;
+    bool hasMessage(Moment now) const;
     bool takesPresses(Moment now) const;
     bool opensByItself(const WaitingRequest& waiting) const;
     void placeCard();
@@ -121,7 +122,7 @@ class OverlayModel {
     std::shared_ptr<const Snapshot> snapshot_ = std::make_shared<const Snapshot>();
     std::string disconnected_ = "connecting"; ///< why; empty while connected
     std::string message_;
-    double greetUntil_ = 0; ///< steady
+    double messageUntil_ = 0, greetUntil_ = 0; ///< steady
     bool hasShown_ = false;
     std::map<std::string, CardState, std::less<>> cards_;
     std::size_t cardCount_ = 0;                    ///< how many there have been

@@ -104,10 +104,14 @@ bool OverlayModel::isGreeting(Moment now) const {
     return hasShown_ && now.steady < greetUntil_;
 }
 
+bool OverlayModel::hasMessage(Moment now) const {
+    return !message_.empty() && now.steady < messageUntil_;
+}
+
 OverlayShape OverlayModel::shape(Moment now) const {
     if (card()) return OverlayShape::card;
     const bool isEmpty = snapshot_->items().empty() && snapshot_->requests.empty();
-    if (isEmpty && disconnected_.empty() && message_.empty() && !isGreeting(now)) return OverlayShape::hidden;
+    if (isEmpty && disconnected_.empty() && !hasMessage(now) && !isGreeting(now)) return OverlayShape::hidden;
     return isListOpen_ && !isEmpty ? OverlayShape::list : OverlayShape::pill;
 }
 
@@ -127,7 +131,8 @@ OverlayPicture OverlayModel::picture(Moment now) const {
         if (!picture.nextChange || date < *picture.nextChange) picture.nextChange = date;
     };
     const auto add = [&](const Entry& entry) {
-        if (entry.item) changesAt(nextAgeLook(entry.item->record->stateSince, now.wall));
+        constexpr double step = 5; // seconds; a window wakes up more than once for a drawing
+        if (entry.item) changesAt(nextAgeLook(entry.item->record->stateSince, now.wall, step));
         return pictureOf(entry, now.wall);
     };
     const bool isList = picture.shape == OverlayShape::list;
@@ -146,22 +151,22 @@ OverlayPicture OverlayModel::picture(Moment now) const {
         const std::size_t rest = entries.size() - 1 - picture.bubbles.size();
         if (rest > 0) picture.more = "+" + std::to_string(rest);
     }
-    if (picture.shape == OverlayShape::card) picture.card = cardPicture();
+    if (picture.shape == OverlayShape::card) picture.card = cardPicture(now);
 
     if (!disconnected_.empty())
         picture.notice = oneLine(disconnected_);
-    else if (!message_.empty() && picture.shape != OverlayShape::card)
+    else if (hasMessage(now) && picture.shape != OverlayShape::card)
         picture.notice = oneLine(message_);
     else if (isList && !snapshot_->troubles.empty())
         picture.notice = oneLine("! " + snapshot_->troubles.front());
     else if (entries.empty() && picture.shape == OverlayShape::pill)
         picture.notice = "Quorvik is here; nothing is going on";
-    if (entries.empty() && isGreeting(now))
-        changesAt(now.wall + std::chrono::duration<double>(greetUntil_ - now.steady));
+    for (const double until : {greetUntil_, messageUntil_})
+        if (until > now.steady) changesAt(now.wall + std::chrono::duration<double>(until - now.steady));
     return picture;
 }
 
-CardPicture OverlayModel::cardPicture() const {
+CardPicture OverlayModel::cardPicture(Moment now) const {
     const CardState& state = *card();
     const RequestCard& offered = state.card();
     CardPicture picture{.page = page(), .request = state.id(), .headline = oneLine(offered.headline)};
@@ -180,7 +185,7 @@ CardPicture OverlayModel::cardPicture() const {
         std::ranges::find_if(requests, [&](const auto& each) { return each->request.id == state.id(); });
     picture.others = numbered(static_cast<std::size_t>(at - requests.begin()), requests.size());
     if (!state.isSent) picture.buttons = buttons(state);
-    if (!message_.empty())
+    if (hasMessage(now))
         picture.note = oneLine(message_);
     else if (state.isSent)
         picture.note = "sent";

@@ -19,8 +19,10 @@ PluginChoice choosePlugin();
 /// Prepares a window that has not been shown yet.
 void prepareOverlay(QWidget& window, const PluginChoice& choice);
 
-/// Puts a window that has just been shown above all others, on all of the user's desktops.
-void raiseAboveAll(QWidget& window);
+/// Puts the window above all others, on all of the user's desktops. The one is to be called before it is
+/// shown each time, the other after.
+void beforeShowing(QWidget& window);
+void afterShowing(QWidget& window);
 
 /// Whether the user wants less motion, as far as the system tells.
 bool wantsLessMotion();

@@ -26,7 +26,9 @@ PluginChoice choosePlugin() {
 
 void prepareOverlay(QWidget&, const PluginChoice&) {}
 
-void raiseAboveAll(QWidget& window) {
+void beforeShowing(QWidget&) {}
+
+void afterShowing(QWidget& window) {
     // <AppKit/NSWindow.h>: above the menu bar, on all spaces, beside programs in full screen, and not in the
     // cycle of windows.
     constexpr long aboveMenuBar = 25; // NSStatusWindowLevel

@@ -11,6 +11,12 @@
 #include <LayerShellQt/Shell>
 #include <LayerShellQt/Window>
 #endif
+#ifdef QUORVIK_XCB
+#include <xcb/xcb.h>
+#endif
+
+#include <cstdlib>
+#include <memory>
 
 namespace quorvik::Platform {
 
@@ -51,7 +57,24 @@ void prepareOverlay([[maybe_unused]] QWidget& window, [[maybe_unused]] const Plu
 #endif
 }
 
-void raiseAboveAll(QWidget& window) {
+void beforeShowing([[maybe_unused]] QWidget& window) {
+#ifdef QUORVIK_XCB
+    const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    if (QGuiApplication::platformName() != "xcb" || !x11 || !x11->connection()) return;
+    // Window managers take this property away when a window goes.
+    constexpr std::string_view name = "_NET_WM_DESKTOP";
+    xcb_connection_t* server = x11->connection();
+    const auto cookie = xcb_intern_atom(server, 0, name.size(), name.data());
+    const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> atom(
+        xcb_intern_atom_reply(server, cookie, nullptr), std::free);
+    constexpr std::uint32_t all = 0xFFFFFFFF;
+    if (atom)
+        xcb_change_property(server, XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(window.winId()),
+                            atom->atom, XCB_ATOM_CARDINAL, 32, 1, &all);
+#endif
+}
+
+void afterShowing(QWidget& window) {
     window.raise();
 }
 

@@ -3,6 +3,7 @@
 #include "quorvik_overlay/Platform/DesktopWindow.h"
 #include "quorvik_overlay/View/Placement.h"
 
+#include <QCloseEvent>
 #include <QCursor>
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -57,6 +58,7 @@ OverlayWindow::OverlayWindow()
     setAttribute(Qt::WA_TranslucentBackground);
     setAttribute(Qt::WA_MacAlwaysShowToolWindow);
     setWindowTitle("Quorvik");
+    setAccessibleName("Quorvik");
     setObjectName("quorvik-overlay");
     auto* layout = new QVBoxLayout(content_);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -85,6 +87,23 @@ OverlayWindow::OverlayWindow()
     // Texts are where a click means that somebody wants to type, or to select.
     card_->field().installEventFilter(this);
     card_->body().viewport()->installEventFilter(this);
+    followScreens();
+}
+
+/// Bars and screens come and go.
+void OverlayWindow::followScreens() {
+    const auto changed = [this] {
+        available_ = {};
+        emit surroundingsChanged();
+    };
+    const auto follow = [this, changed](const QScreen* screen) {
+        connect(screen, &QScreen::availableGeometryChanged, this, changed);
+    };
+    for (const QScreen* screen : QGuiApplication::screens())
+        follow(screen);
+    connect(qGuiApp, &QGuiApplication::screenAdded, this, follow);
+    connect(qGuiApp, &QGuiApplication::screenAdded, this, changed);
+    connect(qGuiApp, &QGuiApplication::screenRemoved, this, changed);
 }
 
 /// Goes to the screen that has the pointer. Asking where that is wakes the X server, so it is not done for an
@@ -173,8 +192,9 @@ void OverlayWindow::moveTo(const QRect& target) {
     if (!isVisible() || !isSmooth_) {
         setGeometry(target);
         if (!isVisible()) {
+            Platform::beforeShowing(*this);
             QWidget::show();
-            Platform::raiseAboveAll(*this);
+            Platform::afterShowing(*this);
         }
         settled();
         return;
@@ -234,7 +254,13 @@ void OverlayWindow::resizeEvent(QResizeEvent* event) {
 void OverlayWindow::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
     if (event->type() == QEvent::PaletteChange && theme_ && theme_ != &Theme::of(QGuiApplication::palette()))
-        emit themeChanged();
+        emit surroundingsChanged();
+}
+
+/// A window manager's wish to close it folds it; it stays as long as the overlay runs.
+void OverlayWindow::closeEvent(QCloseEvent* event) {
+    event->ignore();
+    emit pressed(Press::fold, 0);
 }
 
 void OverlayWindow::enterEvent(QEnterEvent* event) {

@@ -52,8 +52,8 @@ class OverlayWindow : public QWidget {
     void acknowledged(const QString& key);
     void typed(const QString& text);
     void keyPressed(const QString& key);
-    void themeChanged();
-    void pointerMoved(); ///< onto the window, or off it, and has stayed there for a moment
+    void surroundingsChanged(); ///< colours, screens: it is to be drawn anew
+    void pointerMoved();        ///< onto the window, or off it, and has stayed there for a moment
 
     /// The card of that page stands in its full size, and shows those rows in that width.
     void cardSeen(const QString& page, int width, int first, int shown, int total);
@@ -62,6 +62,7 @@ class OverlayWindow : public QWidget {
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
     void enterEvent(QEnterEvent* event) override;
     void leaveEvent(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
@@ -69,6 +70,7 @@ class OverlayWindow : public QWidget {
 
   private:
     void chooseScreen();
+    void followScreens();
     QSize sizeOf(OverlayShape shape);
     void moveTo(const QRect& target);
     void settled();
