@@ -1,5 +1,6 @@
 #include "Tests/Terminal/ExampleSnapshots.h"
 #include "quorvik_overlay/Overlay.h"
+#include "quorvik_overlay/Platform/DesktopWindow.h"
 #include "quorvik_overlay/View/Placement.h"
 
 #include <gtest/gtest.h>
@@ -319,6 +320,62 @@ TEST_F(OverlayWindowTests, TextsStandOutFromWhatIsBehindThem) {
                 EXPECT_GE(std::max(one, other) / std::min(one, other), 4.5)
                     << text.name().toStdString() << " on " << behind.name().toStdString();
             }
+    }
+}
+
+TEST_F(OverlayWindowTests, ShapesChangeAtOnceWhereMotionIsOff) {
+    const auto changesAtOnce = [&](Snapshot snapshot) {
+        overlay.take(std::make_shared<const Snapshot>(std::move(snapshot)));
+        overlay.draw();
+        return window.isSettled();
+    };
+    show(withAlerts(1));
+    EXPECT_FALSE(changesAtOnce(withCommand("ls")));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return window.isSettled(); }, 1000));
+    Snapshot still = withAlerts(1);
+    still.settings.motion = false;
+    EXPECT_TRUE(changesAtOnce(std::move(still)));
+}
+
+TEST_F(OverlayWindowTests, TheTrayTellsAndOffers) {
+    TrayIcon tray;
+    std::string wanted;
+    QObject::connect(&tray, &TrayIcon::pauseWanted,
+                     [&](bool pause) { wanted += pause ? "pause " : "resume "; });
+    QObject::connect(&tray, &TrayIcon::quitWanted, [&] { wanted += "quit "; });
+    for (const auto& [count, connected, paused, texts] :
+         {std::tuple(0, true, false, "nothing waits for you|Pause alerts for an hour"),
+          std::tuple(1, true, true, "1 needs you|Resume alerts"),
+          std::tuple(12, true, false, "12 need you|Pause alerts for an hour"),
+          std::tuple(3, false, false, "not connected|Pause alerts for an hour")}) {
+        tray.show(static_cast<std::size_t>(count), connected, paused);
+        const auto actions = tray.menu().actions();
+        EXPECT_EQ((actions[0]->text() + "|" + actions[3]->text()).toStdString(),
+                  std::string("Quorvik: ") + texts);
+        EXPECT_EQ(actions[3]->isEnabled(), connected);
+        actions[3]->trigger();
+    }
+    tray.menu().actions().back()->trigger();
+    EXPECT_EQ(wanted, "pause resume pause quit ");
+}
+
+TEST(PlatformTests, ThePluginIsChosenByTheDesktop) {
+    if (QSysInfo::kernelType() != "linux") GTEST_SKIP() << "there is one desktop only";
+    struct Row {
+        const char *chosen, *display, *wayland;
+        std::string plugin, why;
+    };
+    for (const auto& [chosen, display, wayland, plugin, why] :
+         {Row{"", ":0", "", "xcb", "X11"}, Row{"", ":0", "wayland-0", "xcb", "XWayland"},
+          Row{"", "", "wayland-0", "-", "needs XWayland"}, Row{"", "", "", "-", "no desktop"},
+          Row{"offscreen", "", "", "", "$QT_QPA_PLATFORM"}}) {
+        for (const auto& [name, value] :
+             {std::pair("QT_QPA_PLATFORM", chosen), std::pair("DISPLAY", display),
+              std::pair("WAYLAND_DISPLAY", wayland), std::pair("XDG_CURRENT_DESKTOP", "GNOME")})
+            qputenv(name, value);
+        const Platform::PluginChoice choice = Platform::choosePlugin();
+        EXPECT_EQ(choice.isPossible ? choice.plugin : "-", plugin);
+        EXPECT_NE(choice.why.find(why), std::string::npos) << choice.why;
     }
 }
 
