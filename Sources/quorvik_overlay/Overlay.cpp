@@ -49,10 +49,11 @@ Overlay::Overlay(OverlayModel::Look look)
             [this](const QString& key) { does(model_.acknowledge(key.toStdString())); });
     connect(&window_, &OverlayWindow::keyPressed, this,
             [this](const QString& key) { does(model_.key(key.toStdString(), now())); });
-    connect(&window_, &OverlayWindow::typed, this, [this](const QString& text) {
-        model_.typed(text.toStdString());
+    connect(&window_, &OverlayWindow::typed, this, [this](const QString& page, const QString& text) {
+        model_.typed(page.toStdString(), text.toStdString());
         draw();
     });
+    connect(&window_, &OverlayWindow::cardMoved, this, [this] { model_.notDrawn(); });
     connect(&window_, &OverlayWindow::cardSeen, this,
             [this](const QString& page, int width, int first, int shown, int total) {
                 const auto pixels = [](int count) { return static_cast<std::size_t>(std::max(count, 0)); };
@@ -82,7 +83,10 @@ void Overlay::take(std::shared_ptr<const Snapshot> snapshot) {
 
 void Overlay::lose(const std::string& why) {
     shown_.clear();
-    if (link_.connection().isTaken() && !wasReady_) {
+    // The app may not have noticed yet that our last connection is gone, so later one refusal is none.
+    constexpr int mostRefusals = 3;
+    refusals_ = link_.connection().isTaken() ? refusals_ + 1 : 0;
+    if (refusals_ > 0 && (!wasReady_ || refusals_ >= mostRefusals)) {
         emit taken(why);
         return;
     }
@@ -113,10 +117,12 @@ void Overlay::draw() {
     }
     tray_.show(model_.attentionCount(), picture.isConnected, model_.snapshot().alertsPausedUntil.has_value());
     tellShown(picture);
-    if (model_.isHeldBack())
-        pointer_.start();
-    else
+    if (!model_.isHeldBack()) {
         pointer_.stop();
+        window_.forgetTheWay();
+    } else if (!pointer_.isActive()) {
+        pointer_.start();
+    }
     if (!picture.nextChange) return later_.stop();
     constexpr double longest = 3600; // seconds
     const double left = std::clamp((*picture.nextChange - now().wall).count(), 0.0, longest);

@@ -63,6 +63,7 @@ class Overlay : public QObject {
     double drawnAt_ = 0;                                               ///< steady
     std::string shown_; ///< the request of which the app was told last
     std::size_t drawings_ = 0;
+    int refusals_ = 0; ///< in a row: the app has another overlay
     bool wasReady_ = false;
 };
 

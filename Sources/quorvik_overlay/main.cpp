@@ -113,6 +113,7 @@ int run(std::span<const std::string> commandLine, int& argc, char** argv) {
     const Platform::PluginChoice choice = Platform::choosePlugin();
     if (!choice.isPossible) return fail(choice.why);
     if (!choice.plugin.empty()) ::setenv("QT_QPA_PLATFORM", choice.plugin.c_str(), 1);
+    if (choice.layerShell) ::setenv("QT_WAYLAND_SHELL_INTEGRATION", "layer-shell", 1); // read as Qt starts
     std::signal(SIGPIPE, SIG_IGN);
 
     qInstallMessageHandler(tell);

@@ -179,6 +179,11 @@ TEST_F(OverlayModelTests, AnAnswerNeedsACardThatWasInView) {
     EXPECT_EQ(decision(model.key("a", now)), "") << "again too soon after a press that came too soon";
     pass(0.4);
     EXPECT_EQ(decision(model.key("x", now)), "");
+    EXPECT_EQ(decision(model.key("a", now)), "") << "somebody types";
+    pass(0.4);
+    model.notDrawn();
+    EXPECT_EQ(decision(model.key("a", now)), "") << "its buttons have moved";
+    read();
     EXPECT_EQ(decision(model.key("a", now)), R"(r1 {"decision":"allow"})");
     EXPECT_EQ(note(), "sent");
     EXPECT_EQ(decision(model.key("a", now)), "") << "one answer";
@@ -215,13 +220,17 @@ TEST_F(OverlayModelTests, EachAnswerHasItsConditions) {
     model.key("v", now);
     read();
     EXPECT_EQ(decision(model.key("A", now)), "") << "no rule to keep";
+    pass(0.4);
     EXPECT_EQ(decision(model.key("d", now)), "");
     EXPECT_TRUE(model.picture(now).card->asksWhyNot);
-    EXPECT_EQ(decision(model.key("a", now)), "") << "not while a reason is typed";
+    EXPECT_EQ(decision(model.key("a", now)) + decision(model.key("n", now)), "")
+        << "not while a reason is typed";
+    model.typed("another page", "lost");
+    pass(0.4);
     model.press(Press::fold, now);
     EXPECT_FALSE(model.picture(now).card->asksWhyNot);
     model.press(Press::deny, now);
-    model.typed("not\non a Friday");
+    model.typed(model.picture(now).card->page, "not\non a Friday");
     EXPECT_EQ(decision(model.press(Press::deny, now)),
               R"(r1 {"decision":"deny","message":"not on a Friday"})");
 
@@ -257,9 +266,9 @@ TEST_F(OverlayModelTests, QuestionsAreAnsweredOneByOne) {
     model.key("2", now);
     model.key("9", now); // there is no such option
     EXPECT_TRUE(model.picture(now).card->answer.chosen.contains(1));
-    model.typed("medium");
+    model.typed(model.picture(now).card->page, "medium");
     EXPECT_TRUE(model.picture(now).card->answer.chosen.empty());
-    model.typed("");
+    model.typed(model.picture(now).card->page, "");
     EXPECT_EQ(decision(model.key("Enter", now)), "") << "own words taken back";
     model.key("1", now);
     model.key("Enter", now);
@@ -293,7 +302,7 @@ TEST_F(OverlayModelTests, TextsOfAgentsStayOnOneBoundedLine) {
     show(withRequest("Bash", R"({"command":"ls"})"));
     read();
     model.press(Press::deny, now);
-    model.typed(long_);
+    model.typed(model.picture(now).card->page, long_);
     const auto effects = model.press(Press::deny, now);
     ASSERT_EQ(effects.size(), 1U);
     EXPECT_EQ(*effects[0].response.message, long_.substr(0, 2000));

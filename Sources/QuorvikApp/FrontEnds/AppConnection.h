@@ -55,7 +55,8 @@ class AppConnection {
     /// Takes what has come, and calls the handlers.
     void read();
 
-    /// Sends a request, if there is a connection; false when there is none. `reply` hears the app's answer;
+    /// Sends a request, if there is a connection; false when there was none. When sending loses it,
+    /// Handlers::lose tells so. `reply` hears the app's answer;
     /// without it, an error goes to Handlers::say.
     bool send(std::string_view method, const nlohmann::json& params = nlohmann::json::object(),
               std::function<void(const Reply&)> reply = {});

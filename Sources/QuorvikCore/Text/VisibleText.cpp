@@ -43,6 +43,7 @@ bool isInvisible(char32_t scalar) {
         {0x115F, 0x1160},                                                         // Hangul fillers
         {0x17B4, 0x17B5},                                                         // Khmer inherent vowels
         {0x180B, 0x180F},                                                         // Mongolian selectors
+        {0xFFFC, 0xFFFC},                                                         // stands for an object
         {0x2800, 0x2800},                                                         // the blank Braille pattern
         {0x3164, 0x3164}, {0xFFA0, 0xFFA0}, {0xFE00, 0xFE0D}, {0xE0000, 0xE0FFF}, // tags and more selectors
     };

@@ -24,7 +24,8 @@ struct Shown {
 ///  - control characters ("\n", "\t", "\r", "\x1b"), bytes that are not UTF-8 ("\xff"),
 ///  - what is not seen or turns the line around: formatting characters, joiners, fillers, line and paragraph
 ///    separators, variation selectors but those that follow a symbol ("\u{202E}"),
-///  - blanks other than U+0020, the blank Braille pattern, and characters that Unicode does not assign or
+///  - blanks other than U+0020, the blank Braille pattern, what stands for an
+///    object, and characters that Unicode does not assign or
 ///    leaves to others, which every font shows differently,
 ///  - combining marks with nothing to stand on, or with three before them already.
 Shown show(std::string_view text);

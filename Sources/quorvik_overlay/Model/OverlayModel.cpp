@@ -256,7 +256,7 @@ OverlayModel::Effects OverlayModel::acknowledge(const std::string& key) const {
     return {{OverlayEffect::Kind::acknowledge, key}};
 }
 
-void OverlayModel::typed(std::string text) {
+void OverlayModel::typed(const std::string& shownPage, std::string text) {
     constexpr std::size_t longest = 2000; // bytes; a reply is one line of bounded length
     std::string line = Unicode::terminalLine(text);
     std::string_view rest = line;
@@ -267,7 +267,7 @@ void OverlayModel::typed(std::string text) {
     }
     if (line.size() <= longest) text = std::move(line);
     CardState* card = this->card();
-    if (!card || card->isSent) return;
+    if (!card || card->isSent || page() != shownPage) return;
     if (asksWhyNot_)
         typed_ = std::move(text);
     else if (card->isQuestion() && card->card().allow)
@@ -277,11 +277,12 @@ void OverlayModel::typed(std::string text) {
 OverlayModel::Effects OverlayModel::key(std::string_view key, Moment now) {
     const CardState* card = this->card();
     if (!card) return {};
-    if (key == "n") return press(Press::nextRequest, now);
-    if (card->isQuestion() && key.size() == 1 && key[0] >= '1' && key[0] <= '9')
+    if (key == "n" && !asksWhyNot_) return press(Press::nextRequest, now);
+    if (card->isQuestion() && !asksWhyNot_ && key.size() == 1 && key[0] >= '1' && key[0] <= '9')
         return press(Press::choose, now, static_cast<std::size_t>(key[0] - '1'));
     for (const ButtonPicture& button : buttons(*card))
         if (!key.empty() && button.key == key) return press(button.press, now);
+    drawnSince_ = now.steady; // somebody types, and may not mean this card
     return {};
 }
 

@@ -64,7 +64,7 @@ class OverlayModel {
     void drawn(const std::string& page, std::size_t width, std::size_t first, std::size_t shown,
                std::size_t total, Moment now);
 
-    /// The card is not to be seen for now.
+    /// The card is not to be seen for now, or not with its buttons where they were.
     void notDrawn() { drawnPage_.clear(); }
 
     /// How many rows the list has room for.
@@ -76,10 +76,11 @@ class OverlayModel {
     Effects press(Press press, Moment now, std::size_t option = 0);
     Effects pressItem(const std::string& key); ///< a row or a dot: its card when it waits, else opens it
     Effects acknowledge(const std::string& key) const;
-    void typed(std::string text); ///< the whole text of the card's field: the reason, or the user's own words
+    /// The whole text of the field of the card that shows that page: the reason, or the user's own words.
+    void typed(const std::string& shownPage, std::string text);
 
-    /// What a key does on the card, where no text is typed: "a", "A", "d", "t", "v", "n", "1" to "9",
-    /// "Enter", "Left". Other keys do nothing.
+    /// What a key does on the card, where no text is typed: those of the buttons, "n", and "1" to "9" for the
+    /// options. Every other key tells that somebody types, and for a moment no key does anything.
     Effects key(std::string_view key, Moment now);
 
     // What there is to see.

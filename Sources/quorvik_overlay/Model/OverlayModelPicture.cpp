@@ -217,7 +217,8 @@ std::vector<ButtonPicture> OverlayModel::buttons(const CardState& card) const {
             isLast ? "send the answers" : "to the next question");
     } else {
         add(Press::allow, "Allow", "a", "allow it this once");
-        if (offered.always) add(Press::always, "Always", "A", "allow it, and keep the rules below");
+        if (offered.always)
+            add(Press::always, "Always", "A", "allow it, and keep the rules that are told above");
     }
     if (offered.deny)
         add(Press::deny, "Deny…", "d",

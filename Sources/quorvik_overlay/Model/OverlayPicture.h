@@ -63,9 +63,9 @@ struct ButtonPicture {
 
 /// A request's card. Pointers are valid until the model hears of something.
 struct CardPicture {
-    std::string page;    ///< names what the card shows; another page is another content
-    std::string request; ///< id
-    std::string headline;
+    std::string page;     ///< names what the card shows; another page is another content
+    std::string request;  ///< id
+    std::string headline; ///< one line of 400 characters at most
     const std::vector<CardLine>* body = nullptr; ///< null for a question
     const CardQuestion* question = nullptr;      ///< null for a permission
     CardState::Answer answer;                    ///< of the question

@@ -8,7 +8,6 @@
 #include <QWindow>
 
 #ifdef QUORVIK_LAYER_SHELL
-#include <LayerShellQt/Shell>
 #include <LayerShellQt/Window>
 #endif
 #ifdef QUORVIK_XCB
@@ -28,7 +27,8 @@ constexpr bool hasLayerShell = false;
 
 PluginChoice choosePlugin() {
     const auto isSet = [](const char* name) { return !environmentValue(name).empty(); };
-    if (isSet("QT_QPA_PLATFORM"))
+    // Many set "wayland" for all programs: it is no wish about this one.
+    if (isSet("QT_QPA_PLATFORM") && !environmentValue("QT_QPA_PLATFORM").starts_with("wayland"))
         return {"", false, "$QT_QPA_PLATFORM has chosen " + environmentValue("QT_QPA_PLATFORM")};
     const bool wayland = isSet("WAYLAND_DISPLAY"), x11 = isSet("DISPLAY");
     // GNOME knows Wayland, but not this protocol of it.
@@ -47,7 +47,6 @@ PluginChoice choosePlugin() {
 void prepareOverlay([[maybe_unused]] QWidget& window, [[maybe_unused]] const PluginChoice& choice) {
 #ifdef QUORVIK_LAYER_SHELL
     if (!choice.layerShell) return;
-    LayerShellQt::Shell::useLayerShell();
     window.winId(); // makes the window that is configured below
     auto* layer = LayerShellQt::Window::get(window.windowHandle());
     layer->setLayer(LayerShellQt::Window::LayerOverlay);

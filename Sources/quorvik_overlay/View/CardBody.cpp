@@ -49,7 +49,12 @@ CardBody::CardBody(QWidget* parent) : QTextEdit(parent) {
     setAccessibleName("what it asks for");
 }
 
-void CardBody::show(const std::vector<CardLine>& lines, const Theme& theme) {
+void CardBody::show(const std::vector<CardLine>& body, const std::vector<std::string>& grants,
+                    const Theme& theme) {
+    knownWidth_ = -1;
+    std::vector<CardLine> lines = body;
+    for (std::size_t index = 0; index < grants.size(); ++index)
+        lines.push_back({.kind = Kind::note, .text = (index == 0 ? "Always: " : "and: ") + grants[index]});
     const QFont fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     const qreal indent = 2 * QFontMetricsF(fixed).averageCharWidth();
     clear();
@@ -87,9 +92,11 @@ void CardBody::show(const std::vector<CardLine>& lines, const Theme& theme) {
 }
 
 int CardBody::heightFor(int width) {
+    if (std::exchange(knownWidth_, width) == width) return knownHeight_;
     // The bar's room is always reserved: the text must not be laid out anew once it is known to be long.
     document()->setTextWidth(width - 2 * frameWidth() - 8 - style()->pixelMetric(QStyle::PM_ScrollBarExtent));
-    return static_cast<int>(std::ceil(document()->size().height())) + 2 * frameWidth() + 8;
+    knownHeight_ = static_cast<int>(std::ceil(document()->size().height())) + 2 * frameWidth() + 8;
+    return knownHeight_;
 }
 
 } // namespace quorvik

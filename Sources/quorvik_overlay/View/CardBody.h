@@ -12,12 +12,17 @@ class CardBody : public QTextEdit {
   public:
     explicit CardBody(QWidget* parent);
 
-    void show(const std::vector<CardLine>& lines, const Theme& theme);
+    /// Below the lines: what "Always" would keep, which has to be read as well.
+    void show(const std::vector<CardLine>& lines, const std::vector<std::string>& grants, const Theme& theme);
 
-    /// The height that shows all of it in that width.
+    /// The height that shows all of it in that width. Laying out a long text takes its time, and is done
+    /// once.
     int heightFor(int width);
 
     QSize minimumSizeHint() const override { return {0, 0}; }
+
+  private:
+    int knownWidth_ = -1, knownHeight_ = 0;
 };
 
 } // namespace quorvik

@@ -15,9 +15,8 @@ constexpr int longestText = 2000;
 } // namespace
 
 CardView::CardView(QWidget* parent)
-    : QWidget(parent), headline_(wrappedLabel(this)), grants_(wrappedLabel(this)), note_(wrappedLabel(this)),
-      body_(new CardBody(this)), question_(new QuestionView(this)), field_(new QLineEdit(this)),
-      buttonGrid_(new QGridLayout) {
+    : QWidget(parent), headline_(wrappedLabel(this)), note_(wrappedLabel(this)), body_(new CardBody(this)),
+      question_(new QuestionView(this)), field_(new QLineEdit(this)), buttonGrid_(new QGridLayout) {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(14, 4, 14, 12);
     layout->setSpacing(space);
@@ -26,10 +25,11 @@ CardView::CardView(QWidget* parent)
     headline_->setFont(strong);
     field_->setMaxLength(longestText);
     buttonGrid_->setSpacing(space);
-    for (QWidget* part : std::initializer_list<QWidget*>{headline_, body_, question_, field_, note_, grants_})
+    for (QWidget* part : std::initializer_list<QWidget*>{headline_, body_, question_, field_, note_})
         layout->addWidget(part);
     layout->addLayout(buttonGrid_);
-    connect(field_, &QLineEdit::textEdited, this, &CardView::typed);
+    connect(field_, &QLineEdit::textEdited, this,
+            [this](const QString& text) { emit typed(qString(page_), text); });
     connect(question_, &QuestionView::chosen, this,
             [this](int option) { emit pressed(Press::choose, option); });
     for (const QAbstractScrollArea* area : std::initializer_list<QAbstractScrollArea*>{body_, question_}) {
@@ -41,13 +41,14 @@ CardView::CardView(QWidget* parent)
 void CardView::show(const CardPicture& card, const Theme& theme) {
     const bool isNew = std::exchange(page_, card.page) != card.page;
     const bool asked = std::exchange(asksWhyNot_, card.asksWhyNot);
+    const bool isDrawnAnew = std::exchange(theme_, &theme) != &theme || isNew;
     isQuestion_ = card.question != nullptr;
-    headline_->setText(qString(card.headline));
+    headline_->setText(breakable(card.headline));
     setAccessibleName(headline_->text());
     body_->setVisible(!isQuestion_);
     question_->setVisible(isQuestion_);
-    if (isNew && card.body) body_->show(*card.body, theme);
-    if (isNew && card.question) question_->show(*card.question, qString(card.place), theme);
+    if (isDrawnAnew && card.body) body_->show(*card.body, card.grants, theme);
+    if (isDrawnAnew && card.question) question_->show(*card.question, qString(card.place), theme);
     if (card.question) question_->check(card.answer);
 
     field_->setVisible(isQuestion_ || asksWhyNot_);
@@ -59,12 +60,7 @@ void CardView::show(const CardPicture& card, const Theme& theme) {
         field_->clear(); // an option was chosen in its place
     field_->setEnabled(!card.buttons.empty());
 
-    QString grants;
-    for (const std::string& grant : card.grants)
-        grants += (grants.isEmpty() ? "Always: " : "\n    and: ") + qString(grant);
-    grants_->setText(grants);
-    grants_->setVisible(!grants.isEmpty());
-    note_->setText(qString(card.note));
+    note_->setText(breakable(card.note));
     note_->setVisible(!card.note.empty());
 
     QString offered;
@@ -73,6 +69,8 @@ void CardView::show(const CardPicture& card, const Theme& theme) {
     if (std::exchange(offered_, offered) != offered) {
         for (const Button& button : buttons_) {
             button.widget->clearFocus(); // which would go to a button that nobody has chosen
+            button.widget->hide();
+            buttonGrid_->removeWidget(button.widget);
             button.widget->deleteLater();
         }
         buttons_.clear();
@@ -83,6 +81,10 @@ void CardView::show(const CardPicture& card, const Theme& theme) {
             buttons_.push_back({button.press, widget});
         }
     }
+    if (isNew)
+        for (const Button& button : buttons_)
+            button.widget->clearFocus(); // it was chosen for another page
+    if (asksWhyNot_ && !asked && isActiveWindow()) field_->setFocus();
     for (std::size_t index = 0; index < buttons_.size(); ++index) {
         const ButtonPicture& button = card.buttons[index];
         QString text = qString(button.text);
@@ -93,6 +95,13 @@ void CardView::show(const CardPicture& card, const Theme& theme) {
         buttons_[index].widget->setAccessibleDescription(qString(button.about));
         buttons_[index].widget->setToolTip(qString(button.about + " (" + button.key + ")"));
     }
+}
+
+std::vector<QRect> CardView::buttonPlaces() const {
+    std::vector<QRect> places;
+    for (const Button& button : buttons_)
+        places.push_back(button.widget->geometry());
+    return places;
 }
 
 QSize CardView::fit(int width, int highest) {
@@ -123,8 +132,10 @@ CardView::Seen CardView::seen() const {
     const QAbstractScrollArea& area =
         isQuestion_ ? static_cast<const QAbstractScrollArea&>(*question_) : *body_;
     const QScrollBar& bar = *area.verticalScrollBar();
-    const int shown = area.viewport()->height();
-    return {bar.value(), shown, bar.maximum() + shown};
+    const QRect visible =
+        area.viewport()->visibleRegion().boundingRect(); // the window may be too small for it
+    return {bar.value() + std::max(visible.top(), 0), visible.height(),
+            bar.maximum() + area.viewport()->height()};
 }
 
 QPushButton* CardView::button(Press press) const {
@@ -134,7 +145,7 @@ QPushButton* CardView::button(Press press) const {
 
 QStringList CardView::shownTexts() const {
     QStringList texts;
-    for (const QLabel* label : {headline_, note_, grants_})
+    for (const QLabel* label : {headline_, note_})
         if (!label->isHidden()) texts << label->text();
     for (const Button& button : buttons_)
         texts << (button.widget->isEnabled() ? button.widget->text() : "(" + button.widget->text() + ")");

@@ -24,6 +24,9 @@ class CardView : public QWidget {
     /// parts for it.
     QSize fit(int width, int highest);
 
+    /// Where the buttons are. When that changes, a click may have been meant for another one.
+    std::vector<QRect> buttonPlaces() const;
+
     /// Which rows of the body, or of the question, are in view; pixels.
     struct Seen {
         int first = 0, shown = 0, total = 0;
@@ -36,15 +39,15 @@ class CardView : public QWidget {
     const CardBody& body() const { return *body_; }
     const QuestionView& question() const { return *question_; }
     QLineEdit& field() const { return *field_; }
-    QStringList shownTexts() const; ///< headline, grants, note and buttons
+    QStringList shownTexts() const; ///< headline, note and buttons
 
   signals:
     void pressed(Press press, int option);
-    void typed(const QString& text);
+    void typed(const QString& page, const QString& text);
     void scrolled();
 
   private:
-    QLabel *headline_, *grants_, *note_;
+    QLabel *headline_, *note_;
     CardBody* body_;
     QuestionView* question_;
     QLineEdit* field_; ///< the reason of a denial, or the user's own words
@@ -54,6 +57,7 @@ class CardView : public QWidget {
         QPushButton* widget;
     };
     std::vector<Button> buttons_;
+    const Theme* theme_ = nullptr;
     std::string page_;
     QString offered_; ///< which buttons there are
     bool asksWhyNot_ = false, isQuestion_ = false;

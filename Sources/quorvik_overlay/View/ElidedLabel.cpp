@@ -47,4 +47,22 @@ QLabel* wrappedLabel(QWidget* parent) {
     return label;
 }
 
+QString breakable(std::string_view text) {
+    constexpr int longest = 16; // characters
+    constexpr QChar lineMayEnd(0x200B);
+    const QString whole = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+    QString broken;
+    int length = 0;
+    for (qsizetype at = 0; at < whole.size(); ++at) {
+        length = whole[at].isSpace() ? 0 : length + 1;
+        const bool isInside = whole[at].isLowSurrogate() || whole[at].isMark();
+        if (length > longest && !isInside) {
+            broken += lineMayEnd;
+            length = 1;
+        }
+        broken += whole[at];
+    }
+    return broken;
+}
+
 } // namespace quorvik

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QLabel>
+#include <string_view>
 
 namespace quorvik {
 
@@ -24,5 +25,8 @@ class ElidedLabel : public QLabel {
 
 /// A plain text over several lines. What agents write must never be read as markup, which QLabel guesses.
 QLabel* wrappedLabel(QWidget* parent);
+
+/// A text for such a label, which breaks at blanks alone: with places in long words where a line may end.
+QString breakable(std::string_view text);
 
 } // namespace quorvik

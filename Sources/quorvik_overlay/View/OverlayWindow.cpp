@@ -44,7 +44,9 @@ QString keyName(const QKeyEvent& event) {
     default: break;
     }
     const bool isPlain = (event.modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier)) == 0;
-    return isPlain && event.text().size() == 1 ? event.text() : QString();
+    if (!isPlain || event.text().size() != 1) return {};
+    // "A" is not "a": with Caps Lock on, nobody means it.
+    return event.modifiers() & Qt::ShiftModifier ? event.text() : event.text().toLower();
 }
 
 } // namespace
@@ -114,7 +116,8 @@ void OverlayWindow::chooseScreen() {
     available_ = screen ? screen->availableGeometry() : QRect(0, 0, 800, 600);
 }
 
-std::size_t OverlayWindow::room() const {
+std::size_t OverlayWindow::room() {
+    if (available_.isEmpty()) chooseScreen();
     const int lines = Placement::highest(available_) / std::max(list_->rowHeight(), 1);
     return static_cast<std::size_t>(std::clamp(lines - 2, 2, 30));
 }
@@ -132,6 +135,7 @@ bool OverlayWindow::show(const OverlayPicture& picture) {
     if (picture.card) {
         card_->show(*picture.card, theme);
         cardRequest_ = picture.card->request;
+        if (picture.card->page != told_.page) told_ = {};
         if (isNewCard && picture.card->opensByItself) {
             inTheWay_ = Placement::at(sizeOf(OverlayShape::card), available_);
             if (inTheWay_.contains(pointer())) {
@@ -154,11 +158,19 @@ bool OverlayWindow::show(const OverlayPicture& picture) {
     pill_->setVisible(shape_ != OverlayShape::list);
     list_->setVisible(shape_ == OverlayShape::list);
     card_->setVisible(shape_ == OverlayShape::card);
-    if (before == OverlayShape::card && shape_ != before) giveFocusBack();
+    // What is being typed was not meant for a card that comes by itself.
+    const bool isUnasked = isNewCard && picture.card->opensByItself;
+    if (before == OverlayShape::card && (shape_ != before || isUnasked)) giveFocusBack();
 
     const QSize size = sizeOf(shape_);
     content_->setFixedSize(size);
     content_->layout()->activate(); // at once: what has been in view is looked at before Qt would do it
+    card_->layout()->activate();
+    if (shape_ == OverlayShape::card && card_->buttonPlaces() != buttonPlaces_) {
+        buttonPlaces_ = card_->buttonPlaces();
+        told_ = {};
+        emit cardMoved();
+    }
     moveTo(Placement::at(size, available_));
     return true;
 }
@@ -259,6 +271,7 @@ void OverlayWindow::changeEvent(QEvent* event) {
 
 /// A window manager's wish to close it folds it; it stays as long as the overlay runs.
 void OverlayWindow::closeEvent(QCloseEvent* event) {
+    if (!event->spontaneous()) return; // the whole program ends
     event->ignore();
     emit pressed(Press::fold, 0);
 }
@@ -274,6 +287,7 @@ void OverlayWindow::leaveEvent(QEvent* event) {
 }
 
 void OverlayWindow::keyPressEvent(QKeyEvent* event) {
+    if (event->isAutoRepeat()) return; // a key that is held down answers one card at most
     auto* button = qobject_cast<QPushButton*>(focusWidget());
     const QString key = keyName(*event);
     if (event->key() == Qt::Key_Escape)

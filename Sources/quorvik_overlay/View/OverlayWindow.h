@@ -28,10 +28,13 @@ class OverlayWindow : public QWidget {
     void setSmooth(bool isSmooth) { isSmooth_ = isSmooth; }
 
     /// How many rows the list has room for.
-    std::size_t room() const;
+    std::size_t room();
 
     using Pointer = OverlayModel::Pointer;
     Pointer pointerPlace() const;
+
+    /// Nothing waits any more for the pointer to go away.
+    void forgetTheWay() { inTheWay_ = {}; }
 
     /// Where the pointer is, in the screens' coordinates; replaced in tests.
     std::function<QPoint()> pointer;
@@ -50,10 +53,12 @@ class OverlayWindow : public QWidget {
     void pressed(Press press, int option);
     void itemPressed(const QString& key);
     void acknowledged(const QString& key);
-    void typed(const QString& text);
+    void typed(const QString& page, const QString& text);
     void keyPressed(const QString& key);
     void surroundingsChanged(); ///< colours, screens: it is to be drawn anew
     void pointerMoved();        ///< onto the window, or off it, and has stayed there for a moment
+
+    void cardMoved(); ///< the card's buttons are elsewhere now
 
     /// The card of that page stands in its full size, and shows those rows in that width.
     void cardSeen(const QString& page, int width, int first, int shown, int total);
@@ -89,6 +94,7 @@ class OverlayWindow : public QWidget {
         CardView::Seen seen;
         bool operator==(const Told&) const = default;
     };
+    std::vector<QRect> buttonPlaces_;
     Told told_;       ///< the last cardSeen(); each causes a drawing
     QRect inTheWay_;  ///< where a card would have come that was not shown because of the pointer
     QRect available_; ///< of the screen, empty before the first picture

@@ -16,7 +16,7 @@ PillView::PillView(QWidget* parent)
 }
 
 void PillView::show(const OverlayPicture& picture, const Theme& theme) {
-    if (picture.primary && picture.isConnected) {
+    if (picture.primary && picture.notice.empty()) {
         item_->show(*picture.primary, theme);
     } else if (picture.primary) {
         ItemPicture lost = *picture.primary;

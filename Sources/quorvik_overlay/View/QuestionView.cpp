@@ -14,7 +14,8 @@ QuestionView::QuestionView(QWidget* parent) : QScrollArea(parent) {
     setFrameShape(QFrame::NoFrame);
     setWidgetResizable(true);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setFocusPolicy(Qt::NoFocus);
+    setFocusPolicy(Qt::StrongFocus); // for the keys that scroll
+    setAccessibleName("the question");
 }
 
 void QuestionView::show(const CardQuestion& question, const QString& place, const Theme& theme) {
@@ -36,8 +37,8 @@ void QuestionView::show(const CardQuestion& question, const QString& place, cons
     }
     for (const CardLine& line : question.text) {
         QLabel* label = wrappedLabel(content);
-        label->setText(qString(line.text));
-        spoken += (spoken.isEmpty() ? "" : " ") + label->text();
+        label->setText(breakable(line.text));
+        spoken += (spoken.isEmpty() ? "" : " ") + qString(line.text);
         grid->addWidget(label, row++, 0, 1, 2);
     }
     content->setAccessibleName(spoken);
@@ -49,7 +50,7 @@ void QuestionView::show(const CardQuestion& question, const QString& place, cons
         button->setAccessibleDescription(qString(option.description.text));
         QLabel* label = wrappedLabel(content);
         const std::string about = option.description.text.empty() ? "" : "\n" + option.description.text;
-        label->setText(qString(std::to_string(options_.size() + 1) + "  " + option.label.text + about));
+        label->setText(breakable(std::to_string(options_.size() + 1) + "  " + option.label.text + about));
         label->installEventFilter(this);
         label->setCursor(Qt::PointingHandCursor);
         grid->addWidget(button, row, 0, Qt::AlignTop);
@@ -59,7 +60,8 @@ void QuestionView::show(const CardQuestion& question, const QString& place, cons
         options_.push_back(button);
         labels_.push_back(label);
     }
-    setWidget(content); // deletes the one before
+    if (QWidget* before = takeWidget()) before->deleteLater(); // one of its buttons may have called us
+    setWidget(content);
 }
 
 void QuestionView::check(const CardState::Answer& answer) {

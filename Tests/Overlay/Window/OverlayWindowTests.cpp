@@ -40,8 +40,12 @@ class OverlayWindowTests : public ::testing::Test {
 
     /// Until the card has been in view, and its buttons are as they should be then.
     void see() {
-        EXPECT_TRUE(QTest::qWaitFor([&] { return window.isCardSeen(); }));
-        overlay.draw();
+        for (int round = 0; round < 2; ++round) {
+            EXPECT_TRUE(QTest::qWaitFor([&] { return window.isCardSeen(); }))
+                << window.card().page() << " shape " << static_cast<int>(window.shape())
+                << window.isSettled();
+            overlay.draw();
+        }
     }
 
     /// Until it takes clicks.
@@ -251,9 +255,45 @@ TEST_F(OverlayWindowTests, ClicksCountOnceACardHasBeenInView) {
     EXPECT_TRUE(QTest::qWaitFor([&] { return window.card().button(Press::allow)->isEnabled(); }));
     read();
     click(Press::deny);
+    read();
     QTest::keyClicks(&window.card().field(), "not now");
     QTest::keyClick(&window.card().field(), Qt::Key_Return);
     EXPECT_EQ(decision(), R"(r1 {"decision":"deny","message":"not now"})");
+}
+
+TEST_F(OverlayWindowTests, WhatWasMeantForAnotherCardAnswersNothing) {
+    Snapshot both = exampleSnapshot();
+    show(both);
+    read();
+    QTest::keyClick(&window, Qt::Key_D);
+    settle();
+    read();
+    QTest::keyClicks(&window, "not as a matter");
+    EXPECT_EQ(decision(), "") << "typed beside the field";
+    EXPECT_EQ(window.card().button(Press::nextRequest), nullptr);
+    QTest::keyClick(&window, Qt::Key_Escape);
+
+    QTest::keyClicks(&window, "nn"); // there and back, faster than the window grows
+    settle();
+    read();
+    QKeyEvent held(QEvent::KeyPress, Qt::Key_A, Qt::NoModifier, "a", true);
+    QCoreApplication::sendEvent(&window, &held);
+    EXPECT_EQ(decision(), "") << "a key that is held down";
+    QTest::keyClick(&window, Qt::Key_A);
+    EXPECT_EQ(decision(), R"(r1 {"decision":"allow"})");
+
+    both.requests.erase(both.requests.begin());
+    both.requests.push_back(requestOf("r3", "s1", "Bash", R"({"command":"ls"})"));
+    show(both);
+    read();
+    both.requests.pop_back();
+    overlay.take(std::make_shared<const Snapshot>(both));
+    overlay.draw(); // one button less: the others are elsewhere
+    QTest::mouseClick(window.card().button(Press::allow), Qt::LeftButton);
+    EXPECT_EQ(decision(), "");
+    read();
+    click(Press::allow);
+    EXPECT_EQ(decision(), R"(r2 {"decision":"allow"})");
 }
 
 TEST_F(OverlayWindowTests, NothingOpensUnderThePointer) {
