@@ -10,7 +10,7 @@
 
 /// Starts the app, and the overlay, with the user's session. The app by a unit for systemd or an agent for
 /// launchd; both restart it after a crash, but not when it ended by itself, or found another app running. The
-/// overlay by an entry for the desktop (the XDG autostart specification) or an agent for launchd.
+/// overlay by an entry in the XDG autostart folder or an agent for launchd.
 namespace quorvik::Autostart {
 
 using Path = std::filesystem::path;
