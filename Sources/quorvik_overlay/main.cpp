@@ -44,7 +44,7 @@ int fail(const std::string& why) {
 
 /// One line for each of Qt's messages; what ends the program must not end it by a crash.
 void tell(QtMsgType type, const QMessageLogContext&, const QString& message) {
-    constexpr int most = 200; // lines in the log's whole life
+    constexpr int most = 200; // lines of one run
     static int lines = 0;
     const std::string text = message.section('\n', 0, 0).toStdString();
     if (type == QtFatalMsg) ::_exit(fail(text));
@@ -71,7 +71,7 @@ int becomeBackgroundProgram(int pipe) {
     return fail("could not run " + words[0] + ": " + std::generic_category().message(errno));
 }
 
-/// quit() would ask the window, which never closes.
+/// quit() would ask the window first, which may be about to say no.
 void end() {
     QCoreApplication::exit(exitSuccess);
 }

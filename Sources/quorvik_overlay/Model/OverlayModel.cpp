@@ -227,12 +227,9 @@ OverlayModel::Effects OverlayModel::press(Press press, Moment now, std::size_t o
 
 OverlayModel::Effects OverlayModel::pressItem(const std::string& key) {
     message_.clear();
-    for (const Entry& entry : entries()) {
-        const std::string request = entry.request ? entry.request->request.id : "";
-        const bool isMeant = entry.item && entry.item->id() == key;
-        if (!isMeant && (request.empty() || key != std::string(requestPrefix) + request)) continue;
-        if (!entry.request) return {{OverlayEffect::Kind::open, key}};
-    }
+    for (const Entry& entry : entries())
+        if (entry.item && !entry.request && entry.item->id() == key)
+            return {{OverlayEffect::Kind::open, key}};
     for (const auto& waiting : snapshot_->requests) {
         const bool isMeant =
             key == waiting->request.key() || key == std::string(requestPrefix) + waiting->request.id;
