@@ -1,5 +1,6 @@
-# A package for Debian and its relatives: cpack, or scripts/package, which also checks it. Programs, completions, manual pages and the
-# unit are those of every installation; what only Debian wants, below share/doc, is added here.
+# Packages for Debian and its relatives: cpack, or scripts/package, which also checks them. quorvik holds the programs; quorvik-overlay,
+# where it is built, the window at the top of the screen, so that a machine without a desktop does not have to install Qt. Programs,
+# completions, manual pages and the unit are those of every installation; what only Debian wants, below share/doc, is added here.
 if(NOT CMAKE_SYSTEM_NAME STREQUAL "Linux")
   return()
 endif()
@@ -48,15 +49,20 @@ install(CODE "
   file(INSTALL \"${PROJECT_SOURCE_DIR}/packaging/debian/lintian-overrides\" DESTINATION \"\${data}/lintian/overrides\"
     RENAME quorvik)
 " COMPONENT debian EXCLUDE_FROM_ALL)
+install(CODE "
+  set(folder \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATAROOTDIR}/doc\")
+  file(MAKE_DIRECTORY \"\${folder}\")
+  file(CREATE_LINK quorvik \"\${folder}/quorvik-overlay\" SYMBOLIC)
+" COMPONENT debian_overlay EXCLUDE_FROM_ALL)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME quorvik)
 set(CPACK_PACKAGE_VENDOR "")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "tells what your coding agents, commands and services are doing")
-set(CPACK_PACKAGE_DESCRIPTION "Coding agents, long commands, services, repositories and builds report to
-one small app per user. The island shows them in a terminal or a status bar,
-and what agents ask is answered there without switching windows.")
-set(CPACK_INSTALL_CMAKE_PROJECTS "${CMAKE_BINARY_DIR};Quorvik;ALL;/;${CMAKE_BINARY_DIR};Quorvik;debian;/")
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
+set(CPACK_COMPONENTS_ALL programs debian)
+set(CPACK_COMPONENT_PROGRAMS_GROUP quorvik)
+set(CPACK_COMPONENT_DEBIAN_GROUP quorvik)
 set(CPACK_SET_DESTDIR ON) # the install scripts are to see /usr, and not a folder of the build's
 set(CPACK_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
@@ -64,5 +70,20 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${QUORVIK_MAINTAINER}")
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_SUGGESTS "tmux, lsof, zsh")
+set(CPACK_DEBIAN_QUORVIK_PACKAGE_NAME quorvik)
+set(CPACK_DEBIAN_QUORVIK_DESCRIPTION "tells what your coding agents, commands and services are doing
+Coding agents, long commands, services, repositories and builds report to
+one small app per user. The island shows them in a terminal or a status bar,
+and what agents ask is answered there without switching windows.")
+set(CPACK_DEBIAN_QUORVIK_PACKAGE_SUGGESTS "quorvik-overlay, tmux, lsof, zsh")
+if(TARGET quorvik-overlay)
+  list(APPEND CPACK_COMPONENTS_ALL overlay debian_overlay)
+  set(CPACK_COMPONENT_OVERLAY_GROUP overlay)
+  set(CPACK_COMPONENT_DEBIAN_OVERLAY_GROUP overlay)
+  set(CPACK_DEBIAN_OVERLAY_PACKAGE_NAME quorvik-overlay)
+  set(CPACK_DEBIAN_OVERLAY_DESCRIPTION "Quorvik's island at the top of the screen
+A window shows what coding agents, long commands, services, repositories and
+builds are doing, and lets you answer what agents ask with a click.")
+  set(CPACK_DEBIAN_OVERLAY_PACKAGE_DEPENDS "quorvik (= ${PROJECT_VERSION})")
+endif()
 include(CPack)

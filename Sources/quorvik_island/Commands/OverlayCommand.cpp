@@ -82,9 +82,11 @@ void stop(Console& console) {
 std::string program(const Arguments& arguments) {
     std::string program = overlayProgram.of(arguments);
     if (Files::isExecutable(program)) return program;
-    throw std::runtime_error(arguments.value(overlayProgram.option)
-                                 ? "there is no overlay program at " + program
-                                 : "this Quorvik was built without Qt 6, and so has no overlay");
+    throw std::runtime_error(
+        arguments.value(overlayProgram.option)
+            ? "there is no overlay program at " + program
+            : "the overlay is not installed; it is the Debian package quorvik-overlay, or "
+              "part of a build that finds Qt 6");
 }
 
 int run(const Arguments& arguments) {

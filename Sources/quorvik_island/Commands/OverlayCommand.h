@@ -12,8 +12,8 @@ namespace quorvik::OverlayCommand {
 int run(const Arguments& arguments);
 
 /// The absolute path of the overlay's program. Throws std::runtime_error when it is not there: "there is no
-/// overlay program at <path>" when the option names it, else "this Quorvik was built without Qt 6, and so has
-/// no overlay".
+/// overlay program at <path>" when the option names it, else "the overlay is not installed; it is the
+/// Debian package quorvik-overlay, or part of a build that finds Qt 6".
 std::string program(const Arguments& arguments);
 
 } // namespace quorvik::OverlayCommand
