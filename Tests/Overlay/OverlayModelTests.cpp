@@ -156,10 +156,20 @@ TEST_F(OverlayModelTests, ACardOpensWhereThePointerIsNot) {
     EXPECT_EQ(card(), "r2");
     EXPECT_EQ(model.picture(now).card->others, "2 of 2");
 
-    // What the user has folded stays folded, and what has waited for long does not open by itself.
+    // Folded means "not now" to all that wait; what comes later opens, unless it has waited for long already.
     model.pointer(OverlayModel::Pointer::away);
     model.press(Press::fold, now);
-    more.primary->quiet = true;
+    show(more);
+    EXPECT_EQ(card(), "");
+    Snapshot later = more;
+    later.requests.push_back(requestOf("r10", "s10", "Bash", R"({"command":"ls"})"));
+    later.primary = itemOf(Source::claude, "s10", DisplayState::awaiting, 1);
+    later.primary->quiet = true;
+    show(later);
+    EXPECT_EQ(card(), "");
+    later.primary->quiet = false;
+    show(later);
+    EXPECT_EQ(card(), "r10");
     show(more);
     EXPECT_EQ(card(), "");
     model.press(Press::unfold, now);
@@ -198,7 +208,7 @@ TEST_F(OverlayModelTests, AnAnswerNeedsACardThatWasInView) {
     EXPECT_EQ(decision(model.key("a", now)), "");
     read(40, 100);
     EXPECT_EQ(decision(model.key("a", now)), "");
-    EXPECT_EQ(note(), "read it to its end first: scroll down");
+    EXPECT_EQ(note(), "read all of it first: scroll");
     EXPECT_FALSE(model.picture(now).card->buttons[0].isEnabled);
     model.drawn(model.picture(now).card->page, 500, 60, 40, 100, now);
     pass(0.4);
@@ -277,7 +287,7 @@ TEST_F(OverlayModelTests, QuestionsAreAnsweredOneByOne) {
     read();
     model.key("1", now);
     model.key("2", now);
-    model.key("Left", now);
+    model.key("b", now);
     EXPECT_EQ(model.picture(now).card->place, "1 of 2");
     read();
     model.key("Enter", now);

@@ -145,7 +145,7 @@ std::string OverlayModel::whyNot(const CardState& card, Press press) const {
     const bool answers = press == Press::choose || press == Press::confirm;
     if (permits || answers) {
         if (!offered.allow) return offered.whyNoAllow;
-        if (!card.isRead()) return "read it to its end first: scroll down";
+        if (!card.isRead()) return "read all of it first: scroll";
     }
     if (permits && offered.hidesSecrets && !card.showsSecrets())
         return "show what is hidden here; then it may be allowed";
@@ -178,9 +178,10 @@ OverlayModel::Effects OverlayModel::press(Press press, Moment now, std::size_t o
             typed_.clear();
             return {};
         }
-        if (card) {
-            dismissed_.insert(cardRequest_);
-            wanted_.erase(cardRequest_);
+        if (card) { // and no other one takes its place: the user has other things to do
+            for (const auto& waiting : snapshot_->requests)
+                dismissed_.insert(waiting->request.id);
+            wanted_.clear();
             cardRequest_.clear();
             drawnPage_.clear();
         }

@@ -31,8 +31,8 @@ struct OverlayEffect {
 /// clock.
 ///
 /// A card opens by itself when a request waits, unless the pointer is where it would appear, the user has
-/// folded it, or it has waited for so long that it no longer draws attention. An answer counts only when its
-/// card has been in view, whole and unchanged, for a third of a second.
+/// folded a card since it came, or it has waited for so long that it no longer draws attention. An answer
+/// counts only when its card has been in view, whole and unchanged, for a third of a second.
 class OverlayModel {
   public:
     struct Look {
@@ -128,7 +128,7 @@ class OverlayModel {
     std::map<std::string, CardState, std::less<>> cards_;
     std::size_t cardCount_ = 0;                    ///< how many there have been
     std::string cardRequest_;                      ///< whose card is open; empty: none
-    std::set<std::string, std::less<>> dismissed_; ///< requests whose card was folded by the user
+    std::set<std::string, std::less<>> dismissed_; ///< requests that waited when the user folded a card
     std::set<std::string, std::less<>> wanted_;    ///< requests whose card was opened by the user
     Pointer pointer_ = Pointer::away;
     bool isListOpen_ = false, isListPinned_ = false;

@@ -212,7 +212,7 @@ std::vector<ButtonPicture> OverlayModel::buttons(const CardState& card) const {
     }
     if (card.isQuestion()) {
         const bool isLast = card.question() + 1 == offered.questions.size();
-        if (card.question() > 0) add(Press::back, "Back", "Left", "to the question before");
+        if (card.question() > 0) add(Press::back, "Back", "b", "to the question before");
         add(Press::confirm, isLast ? "Send" : "Next", "Enter",
             isLast ? "send the answers" : "to the next question");
     } else {

@@ -37,12 +37,7 @@ QPainterPath outline(const QRectF& area) {
 
 /// The name of a key as the model has it; empty for keys that mean nothing there.
 QString keyName(const QKeyEvent& event) {
-    switch (event.key()) {
-    case Qt::Key_Return:
-    case Qt::Key_Enter: return "Enter";
-    case Qt::Key_Left: return "Left";
-    default: break;
-    }
+    if (event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter) return "Enter";
     const bool isPlain = (event.modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier)) == 0;
     if (!isPlain || event.text().size() != 1) return {};
     // "A" is not "a": with Caps Lock on, nobody means it.

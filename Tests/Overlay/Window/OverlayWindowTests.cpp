@@ -173,7 +173,7 @@ TEST_F(OverlayWindowTests, EverySnapshotHasItsShapeInTheMiddleOfTheTop) {
         {"command", withCommand("ls"), OverlayShape::card, "? CC Fix the login bug 8 s",
          "Claude Code asks to run Bash in ~/work/app|Allow|Deny…|In its terminal"},
         {"long command", withCommand(long_), OverlayShape::card, "? CC Fix the login bug 8 s",
-         "Claude Code asks to run Bash in ~/work/app|read it to its end first: scroll down|(Allow)|Deny…|In "
+         "Claude Code asks to run Bash in ~/work/app|read all of it first: scroll|(Allow)|Deny…|In "
          "its "
          "terminal"},
         {"questions", withQuestions(), OverlayShape::card, "? CC AskUserQuestion",
