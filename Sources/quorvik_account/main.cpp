@@ -2,7 +2,6 @@
 #include "quorvik_island/Arguments.h"
 #include "quorvik_island/CommandLine/HelpText.h"
 
-#include "QuorvikCore/Platform/BuildInfo.h"
 #include "QuorvikCore/Platform/FileDescriptor.h"
 #include "QuorvikCore/Platform/Files.h"
 #include "QuorvikCore/Text/Number.h"
@@ -67,12 +66,7 @@ int ask(Source agent, const std::vector<std::string>& words, std::chrono::second
 int run(std::span<const std::string> commandLine) {
     const ProgramRow& program = *CommandTable::program("quorvik-account");
     const Arguments arguments = Arguments::parse(program.self, commandLine);
-    if (arguments.has("--version")) return BuildInfo::print(program.name);
-    if (arguments.has("--help")) {
-        constexpr std::size_t columns = 80;
-        std::cout << HelpText::of(program, program.self, columns) << std::flush;
-        return exitSuccess;
-    }
+    if (HelpText::printIfAsked(program, arguments)) return exitSuccess;
     std::chrono::seconds time(4);
     if (const std::string* given = arguments.value("--seconds")) {
         const auto seconds = Number::integer<int>(*given);

@@ -6,7 +6,6 @@
 
 #include "QuorvikApp/Control/BackgroundProgram.h"
 
-#include "QuorvikCore/Platform/BuildInfo.h"
 #include "QuorvikCore/Platform/Environment.h"
 #include "QuorvikCore/Platform/FileDescriptor.h"
 #include "QuorvikCore/Platform/RunProgram.h"
@@ -18,6 +17,7 @@
 #include <unistd.h>
 
 #include <QApplication>
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -98,12 +98,7 @@ class EndSignals {
 int run(std::span<const std::string> commandLine, int& argc, char** argv) {
     const ProgramRow& program = *CommandTable::program("quorvik-overlay");
     const Arguments arguments = Arguments::parse(program.self, commandLine);
-    if (arguments.has("--version")) return BuildInfo::print(program.name);
-    if (arguments.has("--help")) {
-        constexpr std::size_t columns = 80;
-        std::cout << HelpText::of(program, program.self, columns) << std::flush;
-        return exitSuccess;
-    }
+    if (HelpText::printIfAsked(program, arguments)) return exitSuccess;
     if (const std::string* given = arguments.value("--detached"))
         return becomeBackgroundProgram(descriptor(*given));
     if (const std::string* given = arguments.value("--reports-to")) {
@@ -146,11 +141,11 @@ int run(std::span<const std::string> commandLine, int& argc, char** argv) {
 } // namespace quorvik
 
 int main(int argc, char** argv) {
-    const std::vector<std::string> words(argv + 1, argv + argc);
+    quorvik::occupyStandardDescriptors();
     try {
-        return quorvik::run(words, argc, argv);
+        return quorvik::run(std::vector<std::string>(argv + std::min(argc, 1), argv + argc), argc, argv);
     } catch (const quorvik::UsageError& error) {
-        quorvik::complain(error.what());
+        quorvik::complain(std::string(error.what()) + " (see quorvik-overlay --help)");
         return quorvik::exitUsage;
     } catch (const std::exception& error) {
         return quorvik::fail(error.what());

@@ -2,9 +2,11 @@
 
 #include "quorvik_island/CommandLine/TableText.h"
 
+#include "QuorvikCore/Platform/BuildInfo.h"
 #include "QuorvikCore/Text/Unicode.h"
 
 #include <algorithm>
+#include <iostream>
 #include <utility>
 #include <vector>
 
@@ -178,6 +180,17 @@ std::string ofStatuses(std::size_t columns) {
                     page.rows(TableText::fullName(program, command), statusRows(program, command));
     }
     return page.text_;
+}
+
+bool printIfAsked(const ProgramRow& program, const Arguments& arguments) {
+    constexpr std::size_t columns = 80;
+    if (arguments.has("--version"))
+        BuildInfo::print(program.name);
+    else if (arguments.has("--help"))
+        std::cout << of(program, program.self, columns) << std::flush;
+    else
+        return false;
+    return true;
 }
 
 } // namespace quorvik::HelpText

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "quorvik_island/Arguments.h"
 #include "quorvik_island/CommandLine/CommandTable.h"
 
 #include <cstddef>
@@ -17,5 +18,8 @@ std::string of(const TopicTable& topic, std::size_t columns);
 
 /// `help statuses`: those of every program, and of the commands that have their own.
 std::string ofStatuses(std::size_t columns);
+
+/// For a program without commands: prints what `--version` or `--help` asks for. False when neither is there.
+bool printIfAsked(const ProgramRow& program, const Arguments& arguments);
 
 } // namespace quorvik::HelpText
