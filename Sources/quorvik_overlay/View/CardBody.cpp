@@ -45,6 +45,7 @@ CardBody::CardBody(QWidget* parent) : QTextEdit(parent) {
     setTabChangesFocus(true);
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    setLineWrapMode(FixedPixelWidth); // of its own: the width that it has before it is shown means nothing
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setAccessibleName("what it asks for");
 }
@@ -94,7 +95,8 @@ void CardBody::show(const std::vector<CardLine>& body, const std::vector<std::st
 int CardBody::heightFor(int width) {
     if (std::exchange(knownWidth_, width) == width) return knownHeight_;
     // The bar's room is always reserved: the text must not be laid out anew once it is known to be long.
-    document()->setTextWidth(width - 2 * frameWidth() - 8 - style()->pixelMetric(QStyle::PM_ScrollBarExtent));
+    setLineWrapColumnOrWidth(
+        std::max(width - 2 * frameWidth() - 8 - style()->pixelMetric(QStyle::PM_ScrollBarExtent), 1));
     knownHeight_ = static_cast<int>(std::ceil(document()->size().height())) + 2 * frameWidth() + 8;
     return knownHeight_;
 }

@@ -94,6 +94,13 @@ class OverlayWindowTests : public ::testing::Test {
     std::vector<OverlayEffect> effects;
     std::size_t drawn = 0;
     double passed = 0; ///< seconds that the overlay's clock is ahead
+    /// Pixels below the last line of the card's text, when that is not to be scrolled.
+    int emptyBelowText() const {
+        const CardBody& body = window.card().body();
+        if (!body.isVisible() || body.verticalScrollBar()->maximum() > 0) return 0;
+        return body.viewport()->height() - static_cast<int>(body.document()->size().height());
+    }
+
     Overlay overlay{{.secrets = RequestCard::credentials, .home = "/home/u"}};
     OverlayWindow& window = overlay.window();
 };
@@ -170,7 +177,8 @@ TEST_F(OverlayWindowTests, EverySnapshotHasItsShapeInTheMiddleOfTheTop) {
     const Row rows[] = {
         {"none", {}, OverlayShape::pill, "– Quorvik is here; nothing is going on", ""},
         {"flood", withAlerts(40), OverlayShape::pill, "✗ GIT Deploy 0 0 s ✗GIT ✗GIT ✗GIT +36", ""},
-        {"command", withCommand("ls"), OverlayShape::card, "? CC Fix the login bug 8 s",
+        {"command", withCommand("git push --force origin main"), OverlayShape::card,
+         "? CC Fix the login bug 8 s",
          "Claude Code asks to run Bash in ~/work/app|Allow|Deny…|In its terminal"},
         {"long command", withCommand(long_), OverlayShape::card, "? CC Fix the login bug 8 s",
          "Claude Code asks to run Bash in ~/work/app|read all of it first: scroll|(Allow)|Deny…|In "
@@ -196,6 +204,7 @@ TEST_F(OverlayWindowTests, EverySnapshotHasItsShapeInTheMiddleOfTheTop) {
         }
         EXPECT_EQ(window.shape(), shape) << name;
         EXPECT_EQ(misplaced(), "") << name;
+        EXPECT_LE(emptyBelowText(), 16) << name;
         const QRect area = window.geometry();
         EXPECT_TRUE(screen.contains(area)) << name;
         EXPECT_EQ(area.top(), screen.top()) << name;
