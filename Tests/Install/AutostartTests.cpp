@@ -180,9 +180,16 @@ TEST_F(AutostartTests, TheCommandWritesAUnit) {
     EXPECT_EQ(run({"update"}).output, "everything is up to date\n");
     EXPECT_EQ(run({"autostart", "status"}).output,
               "switchedOff\n" + file.string() + "\noverlay: switchedOff\noverlay: " + entry.string() + "\n");
+    EXPECT_EQ(run({"autostart", "install"}).status, 0);
+    const std::string unit = contentOf(file);
+    write(file, unit + "# of an older version\n");
     write(entry, good + "X=y\n");
-    EXPECT_TRUE(run({"update"})
-                    .output.starts_with("overlay: renewed in " + entry.string() + "\noverlay: backup in "));
+    const std::string renewed = run({"update"}).output;
+    for (const auto& [what, where] : {std::pair("autostart", file), std::pair("overlay", entry)})
+        for (const std::string& line : {std::string(what) + ": renewed in " + where.string() + "\n",
+                                        std::string(what) + ": backup in "})
+            EXPECT_NE(renewed.find(line), renewed.npos) << renewed;
+    EXPECT_EQ(contentOf(file), unit);
     EXPECT_EQ(contentOf(entry), good);
     EXPECT_EQ(run({"autostart", "uninstall", "--overlay"}).status, 0);
     EXPECT_FALSE(std::filesystem::exists(entry));

@@ -1,8 +1,13 @@
+#include "Tests/Support/FakeApp.h"
 #include "Tests/Support/RunningApp.h"
 
 #include "QuorvikCore/JSON/RecordCoding.h"
+#include "QuorvikCore/Platform/BuildInfo.h"
 #include "QuorvikCore/Session/SessionStore.h"
 
+#include <unistd.h>
+
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -280,6 +285,51 @@ TEST_F(ControlCommandsTests, OpensTheFirstPlaceThatIsThere) {
     EXPECT_EQ(tmux({"display-message", "-p", "#{window_index}"}), "0");
     tmux({"kill-server"});
     ::unsetenv("TMUX_TMPDIR");
+}
+
+TEST_F(ControlCommandsTests, AnOlderAppMakesRoomForANewerOneOnceNothingWaits) {
+    const auto socket = support / "island.sock";
+    std::atomic<bool> waits = true;
+    const FakeApp older(socket, [&](std::string line, int connection) {
+        while (!line.empty()) {
+            const auto call = nlohmann::json::parse(line);
+            nlohmann::json reply = {{"id", call["id"]}, {"result", nlohmann::json::object()}};
+            if (call["method"] == "hello") {
+                reply["result"] = {{"version", "0.0.9"}, {"program", "/old/quorvik-island"}};
+            } else if (waits) {
+                reply.erase("result");
+                reply["error"] = {{"code", 15}, {"message", "1 request waits"}};
+            } else {
+                EXPECT_EQ(call["params"]["replacedBy"], BuildInfo::version());
+                std::filesystem::remove(socket); // it ends
+            }
+            FakeApp::says(reply.dump() + "\n")("", connection);
+            line.clear();
+            for (char c; ::read(connection, &c, 1) == 1 && c != '\n';)
+                line += c;
+        }
+    });
+    ::unsetenv("QUORVIK_NO_START");
+    const std::string why =
+        "an older Quorvik (0.0.9, /old/quorvik-island) still runs, where 1 request waits: "
+        "once that is settled, run quorvik-island restart";
+    EXPECT_EQ(island({"update"}).errors, "quorvik-island: app: " + why + "\n");
+    waits = false;
+    const std::string newer(BuildInfo::version());
+    EXPECT_EQ(island({"update"}), (Program::Result{0, "app: version 0.0.9 replaced by " + newer + "\n", ""}));
+    ::setenv("QUORVIK_NO_START", "1", 1);
+    EXPECT_NE(island({"status"}).output.find("version " + newer + ", "), std::string::npos);
+
+    hook("claude", R"({"session_id":"s","cwd":"/","hook_event_name":"PermissionRequest","tool_name":"Bash",)"
+                   R"("tool_input":{"command":"ls"}})");
+    waitingRequest();
+    try {
+        control().call("stop", {{"replacedBy", "99.0"}});
+        ADD_FAILURE() << "its agent would not get the answer";
+    } catch (const ControlError& error) {
+        EXPECT_STREQ(error.what(), "1 request waits");
+    }
+    EXPECT_EQ(island({"stop"}).status, 0);
 }
 
 } // namespace quorvik
