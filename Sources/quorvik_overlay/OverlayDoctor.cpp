@@ -27,6 +27,7 @@ Report report(const Platform::PluginChoice& choice) {
     };
     add("✓", QStringLiteral("Qt %1, platform plug-in %2 (%3)")
                  .arg(qVersion(), QGuiApplication::platformName(), QString::fromStdString(choice.why)));
+    if (!choice.drawback.empty()) add("!", QString::fromStdString(choice.drawback));
     const bool isWayland = QGuiApplication::platformName().startsWith("wayland");
     if (isWayland && !choice.layerShell) {
         report.isWell = false;

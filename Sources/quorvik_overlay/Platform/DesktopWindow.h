@@ -13,6 +13,7 @@ struct PluginChoice {
     bool layerShell = false; ///< Wayland, by its protocol for bars and overlays
     std::string why;         ///< of the choice, for people: one line
     bool isPossible = true;  ///< false: `why` says what is missing
+    std::string drawback{};  ///< what will not be as it should, one line; empty: nothing
 };
 PluginChoice choosePlugin();
 

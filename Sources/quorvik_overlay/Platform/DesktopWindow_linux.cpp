@@ -14,8 +14,12 @@
 #include <xcb/xcb.h>
 #endif
 
+#include <array>
 #include <cstdlib>
 #include <memory>
+#include <span>
+#include <string_view>
+#include <vector>
 
 namespace quorvik::Platform {
 
@@ -35,7 +39,13 @@ PluginChoice choosePlugin() {
     const bool knowsLayers = environmentValue("XDG_CURRENT_DESKTOP").find("GNOME") == std::string::npos;
     if (wayland && hasLayerShell && knowsLayers)
         return {"wayland", true, "Wayland, as a layer above all windows"};
-    if (wayland && x11) return {"xcb", false, "XWayland: Wayland itself lets no program place a window"};
+    if (wayland && x11)
+        return {.plugin = "xcb",
+                .why = "XWayland: Wayland itself lets no program place a window",
+                .drawback = isSet("SWAYSOCK")
+                                ? "Sway puts windows of XWayland into the middle of the screen: the top "
+                                  "needs a build with LayerShellQt"
+                                : ""};
     if (x11) return {"xcb", false, "X11"};
     if (wayland)
         return {"", false,
@@ -56,20 +66,49 @@ void prepareOverlay([[maybe_unused]] QWidget& window, [[maybe_unused]] const Plu
 #endif
 }
 
+#ifdef QUORVIK_XCB
+namespace {
+
+template <typename Reply>
+std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
+    return {reply, std::free};
+}
+
+/// Null where the server does not answer.
+xcb_atom_t atom(xcb_connection_t* server, std::string_view name) {
+    const auto cookie = xcb_intern_atom(server, 0, static_cast<std::uint16_t>(name.size()), name.data());
+    const auto reply = owned(xcb_intern_atom_reply(server, cookie, nullptr));
+    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+}
+
+void setProperty(xcb_connection_t* server, xcb_window_t window, xcb_atom_t name, xcb_atom_t type,
+                 std::span<const std::uint32_t> values) {
+    xcb_change_property(server, XCB_PROP_MODE_REPLACE, window, name, type, 32,
+                        static_cast<std::uint32_t>(values.size()), values.data());
+}
+
+} // namespace
+#endif
+
 void beforeShowing([[maybe_unused]] QWidget& window) {
 #ifdef QUORVIK_XCB
     const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
     if (QGuiApplication::platformName() != "xcb" || !x11 || !x11->connection()) return;
-    // Window managers take this property away when a window goes.
-    constexpr std::string_view name = "_NET_WM_DESKTOP";
     xcb_connection_t* server = x11->connection();
-    const auto cookie = xcb_intern_atom(server, 0, name.size(), name.data());
-    const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> atom(
-        xcb_intern_atom_reply(server, cookie, nullptr), std::free);
-    constexpr std::uint32_t all = 0xFFFFFFFF;
-    if (atom)
-        xcb_change_property(server, XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(window.winId()),
-                            atom->atom, XCB_ATOM_CARDINAL, 32, 1, &all);
+    const auto id = static_cast<xcb_window_t>(window.winId());
+    // Window managers take this property away when a window goes.
+    if (const xcb_atom_t desktop = atom(server, "_NET_WM_DESKTOP"))
+        setProperty(server, id, desktop, XCB_ATOM_CARDINAL, std::array{0xFFFFFFFFU}); // all of them
+    // Qt says that it would take the focus when told to, even for a window that does not accept it. Some
+    // managers then give it (Sway does).
+    const xcb_atom_t protocols = atom(server, "WM_PROTOCOLS"), focus = atom(server, "WM_TAKE_FOCUS");
+    constexpr std::uint32_t most = 64; // there are about five
+    const auto cookie = xcb_get_property(server, 0, id, protocols, XCB_ATOM_ATOM, 0, most);
+    const auto known = owned(xcb_get_property_reply(server, cookie, nullptr));
+    if (!known || known->format != 32) return;
+    const auto* first = static_cast<const xcb_atom_t*>(xcb_get_property_value(known.get()));
+    std::vector<xcb_atom_t> kept(first, first + known->value_len);
+    if (std::erase(kept, focus) > 0) setProperty(server, id, protocols, XCB_ATOM_ATOM, kept);
 #endif
 }
 

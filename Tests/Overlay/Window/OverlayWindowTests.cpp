@@ -413,18 +413,25 @@ TEST(PlatformTests, ThePluginIsChosenByTheDesktop) {
     struct Row {
         const char *chosen, *display, *wayland;
         std::string plugin, why;
+        const char* sway = "";
+        std::string drawback = {};
     };
-    for (const auto& [chosen, display, wayland, plugin, why] :
+    for (const auto& [chosen, display, wayland, plugin, why, sway, drawback] :
          {Row{"", ":0", "", "xcb", "X11"}, Row{"", ":0", "wayland-0", "xcb", "XWayland"},
           Row{"", "", "wayland-0", "-", "needs XWayland"}, Row{"", "", "", "-", "no desktop"},
-          Row{"offscreen", "", "", "", "$QT_QPA_PLATFORM"}}) {
+          Row{"offscreen", "", "", "", "$QT_QPA_PLATFORM"},
+          Row{"wayland", ":0", "wayland-0", "xcb", "XWayland", "/run/sway",
+              "Sway puts windows of XWayland into the middle of the screen: the top needs a build with "
+              "LayerShellQt"}}) {
         for (const auto& [name, value] :
              {std::pair("QT_QPA_PLATFORM", chosen), std::pair("DISPLAY", display),
-              std::pair("WAYLAND_DISPLAY", wayland), std::pair("XDG_CURRENT_DESKTOP", "GNOME")})
+              std::pair("WAYLAND_DISPLAY", wayland), std::pair("XDG_CURRENT_DESKTOP", "GNOME"),
+              std::pair("SWAYSOCK", sway)})
             qputenv(name, value);
         const Platform::PluginChoice choice = Platform::choosePlugin();
         EXPECT_EQ(choice.isPossible ? choice.plugin : "-", plugin);
         EXPECT_NE(choice.why.find(why), std::string::npos) << choice.why;
+        EXPECT_EQ(choice.drawback, drawback);
     }
 }
 
