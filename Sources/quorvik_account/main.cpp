@@ -66,7 +66,7 @@ int ask(Source agent, const std::vector<std::string>& words, std::chrono::second
 int run(std::span<const std::string> commandLine) {
     const ProgramRow& program = *CommandTable::program("quorvik-account");
     const Arguments arguments = Arguments::parse(program.self, commandLine);
-    if (HelpText::printIfAsked(program, arguments)) return exitSuccess;
+    if (const auto status = HelpText::printIfAsked(program, arguments)) return *status;
     std::chrono::seconds time(4);
     if (const std::string* given = arguments.value("--seconds")) {
         const auto seconds = Number::integer<int>(*given);

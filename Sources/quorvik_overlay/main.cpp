@@ -98,7 +98,7 @@ class EndSignals {
 int run(std::span<const std::string> commandLine, int& argc, char** argv) {
     const ProgramRow& program = *CommandTable::program("quorvik-overlay");
     const Arguments arguments = Arguments::parse(program.self, commandLine);
-    if (HelpText::printIfAsked(program, arguments)) return exitSuccess;
+    if (const auto status = HelpText::printIfAsked(program, arguments)) return *status;
     if (const std::string* given = arguments.value("--detached"))
         return becomeBackgroundProgram(descriptor(*given));
     if (const std::string* given = arguments.value("--reports-to")) {

@@ -192,6 +192,12 @@ TEST_F(ShowCommandTests, SaysWhenItCannotBeWritten) {
         EXPECT_EQ(result.errors, "quorvik-island: could not write the output: No space left on device\n")
             << what;
     }
+    for (const std::string name : {"quorvik-account", "quorvik-overlay"})
+        for (const std::string what : {"--version", "--help"})
+            if (const std::string program = testing::programPath(name); std::filesystem::exists(program)) {
+                EXPECT_EQ(Program::run({"sh", "-c", program + " " + what + " >/dev/full"}).status, 1)
+                    << name << what;
+            }
 }
 #endif
 

@@ -182,15 +182,12 @@ std::string ofStatuses(std::size_t columns) {
     return page.text_;
 }
 
-bool printIfAsked(const ProgramRow& program, const Arguments& arguments) {
+std::optional<int> printIfAsked(const ProgramRow& program, const Arguments& arguments) {
     constexpr std::size_t columns = 80;
-    if (arguments.has("--version"))
-        BuildInfo::print(program.name);
-    else if (arguments.has("--help"))
-        std::cout << of(program, program.self, columns) << std::flush;
-    else
-        return false;
-    return true;
+    if (arguments.has("--version")) return BuildInfo::print(program.name);
+    if (!arguments.has("--help")) return std::nullopt;
+    std::cout << of(program, program.self, columns) << std::flush;
+    return std::cout ? 0 : 1;
 }
 
 } // namespace quorvik::HelpText

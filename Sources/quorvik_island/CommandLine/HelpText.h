@@ -4,6 +4,7 @@
 #include "quorvik_island/CommandLine/CommandTable.h"
 
 #include <cstddef>
+#include <optional>
 #include <string>
 
 /// Help for people, made of the table: usage, what it does, its arguments and options, examples, exit
@@ -19,7 +20,8 @@ std::string of(const TopicTable& topic, std::size_t columns);
 /// `help statuses`: those of every program, and of the commands that have their own.
 std::string ofStatuses(std::size_t columns);
 
-/// For a program without commands: prints what `--version` or `--help` asks for. False when neither is there.
-bool printIfAsked(const ProgramRow& program, const Arguments& arguments);
+/// For a program without commands: prints what `--version` or `--help` asks for. Returns the exit status: 0,
+/// or 1 when that cannot be written; nothing when neither is there.
+std::optional<int> printIfAsked(const ProgramRow& program, const Arguments& arguments);
 
 } // namespace quorvik::HelpText

@@ -44,7 +44,7 @@ void CardView::show(const CardPicture& card, const Theme& theme) {
     const bool isDrawnAnew = std::exchange(theme_, &theme) != &theme || isNew;
     isQuestion_ = card.question != nullptr;
     headline_->setText(breakable(card.headline));
-    setAccessibleName(headline_->text());
+    setAccessibleName(qString(card.headline));
     body_->setVisible(!isQuestion_);
     question_->setVisible(isQuestion_);
     if (isDrawnAnew && card.body) body_->show(*card.body, card.grants, theme);
