@@ -127,11 +127,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string line = oneLine(text);
     auto expected = plainlyMasked(line);
     if (!expected) return 0;
-    // In one command without anything that a shell reads, front ends hide the same.
+    // In one command without anything that a shell reads, front ends hide the same; but they leave "bearer"
+    // as it is spelled.
     const bool isData = line.find_first_of("\"'`$();|&<>\\#*?[{~=/@") == line.npos &&
                         line.find("sh") == line.npos && line.find("eval") == line.npos &&
                         line.find("xargs") == line.npos && line.find("parallel") == line.npos &&
-                        line.find("busybox") == line.npos && line.find("earer") == line.npos;
+                        line.find("busybox") == line.npos &&
+                        Unicode::lowercased(line).find("earer") == line.npos;
     const std::string command = "echo " + line;
     if (isData && line.find("/p/") == line.npos && line.find("/home/u/") == line.npos)
         CHECK(masked(command) == *plainlyMasked(command));
