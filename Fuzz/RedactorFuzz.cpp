@@ -86,7 +86,8 @@ std::string masked(std::string_view text) {
         CHECK(done <= begin && begin < end && end <= text.size());
         const std::string_view hidden = text.substr(begin, end - begin);
         CHECK(!Unicode::isValid(text) || Unicode::isValid(hidden));
-        CHECK(hidden.find('`') == hidden.npos && hidden.find("$(") == hidden.npos);
+        for (const std::string_view run : {"`", "$(", "${"})
+            CHECK(hidden.find(run) == hidden.npos);
         result.append(text, done, begin - done).append("***");
         done = end;
     }

@@ -80,6 +80,11 @@ TEST_F(RedactorTests, FindsSecretsForThoseWhoShowTheWholeText) {
              {"A_PASS=x>f B_PASS=$C D_PASS=a${E@P} F_PASS=1",
               "A_PASS=***>f B_PASS=$C D_PASS=a${E@P} F_PASS=1"},
              {"make CC_PASS='$(shell evil)'", "make CC_PASS='$(shell evil)'"},
+             {"make CC_PASS='${shell evil}' D_PASS='$'\\(evil)",
+              "make CC_PASS='${shell evil}' D_PASS='$'\\(evil)"},
+             {"make CC_PASS=\"\\$(evil)\" D_PASS=a\\`evil\\`",
+              "make CC_PASS=\"\\$(evil)\" D_PASS=a\\`evil\\`"},
+             {"make CC_PASS='a$b' D_PASS=a\\$b E_PASS='c", "make CC_PASS=*** D_PASS=*** E_PASS=***"},
              {"cat <<E\nA_PASS=1\nE", "cat <<E\nA_PASS=1\nE"},
              {"diff <(A_PASS=1 evil)", "diff <(A_PASS=1 evil)"},
              // what names the command

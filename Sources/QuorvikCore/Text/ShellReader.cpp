@@ -52,8 +52,7 @@ std::size_t ShellReader::endOfData(std::size_t begin, std::size_t end) {
     if (isDoubtful_ || at_ != begin || !isAtData()) return begin;
     while (at_ < end && !isAtBreak())
         step();
-    const bool isExpanded = at_ < end && (text_[at_] == '$' || text_[at_] == '`');
-    return isExpanded ? begin : std::min(at_, end);
+    return at_ < end && isAtExpansion() ? begin : std::min(at_, end);
 }
 
 bool ShellReader::isAtData() const {
@@ -61,14 +60,24 @@ bool ShellReader::isAtData() const {
     return hasCommand_ && !expectsTarget_ && (!runsArguments_ || (isInWord_ && hasEquals_));
 }
 
+/// Whether something begins here that is run or expanded, by the shell or behind it.
+bool ShellReader::isAtExpansion() const {
+    const bool mayExpand = quote_ != Quote::single;
+    const std::size_t start = mayExpand && following(0) == '\\' ? 1 : 0;
+    const char c = following(start);
+    if (c == '$' && mayExpand && start == 0) return true;
+    // Single quotes and a backslash hide these from the shell, but make runs them, and so may a program that
+    // gets the value. The bracket behind a "$" may be quoted in another way than the "$".
+    const bool opens = std::string_view("({'\"\\").find(following(start + 1)) != std::string_view::npos;
+    return c == '`' || (c == '$' && opens);
+}
+
 /// Whether something begins here that is more than data.
 bool ShellReader::isAtBreak() const {
+    if (isAtExpansion()) return true;
     const char c = text_[at_];
-    // Single quotes hide these two from the shell, but make runs them, and so may a program that gets the
-    // value.
-    if (c == '`' || (c == '$' && following(1) == '(')) return true;
     if (quote_ == Quote::single) return false;
-    if (c == '$' || (c == '\\' && following(1) == '\n')) return true;
+    if (c == '\\' && following(1) == '\n') return true;
     return quote_ == Quote::none &&
            (isSeparator(c) || std::string_view(" \t<>").find(c) != std::string_view::npos);
 }

@@ -28,6 +28,7 @@ class ShellReader {
     enum class Quote { none, single, twice };
 
     bool isAtData() const;
+    bool isAtExpansion() const;
     bool isAtBreak() const;
     void step();
     void stepUnquoted(char c);
