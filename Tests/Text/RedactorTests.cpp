@@ -97,6 +97,7 @@ TEST_F(RedactorTests, FindsSecretsForThoseWhoShowTheWholeText) {
              {"> bearer evil; 2>bearer evil", "> bearer evil; 2>bearer evil"},
              {"if ! A_PASS=1 --token evil", "if ! A_PASS=*** --token evil"},
              {"A_PASS=1 # it's\nB_PASS=bearer evil", "A_PASS=*** # it's\nB_PASS=*** evil"},
+             {"ls --token #$(evil)", "ls --token #$(evil)"},
              {"sudo -u x sk-abcdef A_PASS=1", "sudo -u x sk-abcdef A_PASS=***"},
              {"ssh h 'A_PASS=1 evil'", "ssh h 'A_PASS=1 evil'"},
              {"nice /bin/ba\"sh\" -c 'bearer evil'", "nice /bin/ba\"sh\" -c 'bearer evil'"},

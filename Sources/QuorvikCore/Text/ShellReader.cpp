@@ -78,8 +78,9 @@ bool ShellReader::isAtBreak() const {
     const char c = text_[at_];
     if (quote_ == Quote::single) return false;
     if (c == '\\' && following(1) == '\n') return true;
+    const bool isComment = c == '#' && !isInWord_; // zsh reads it as a word while somebody types
     return quote_ == Quote::none &&
-           (isSeparator(c) || std::string_view(" \t<>").find(c) != std::string_view::npos);
+           (isSeparator(c) || isComment || std::string_view(" \t<>").find(c) != std::string_view::npos);
 }
 
 void ShellReader::step() {
