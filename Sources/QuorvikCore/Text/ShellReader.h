@@ -9,11 +9,12 @@ namespace quorvik {
 /// Tells which parts of a command line are data to the shells of the Bourne family: parts of arguments and of
 /// assigned values, in which nothing is run or expanded. For those who hide data and must not hide what runs.
 ///
-/// In doubt a part is no data. Everything is doubtful that comes after a command substitution, a parameter
-/// with an operator, a here-document or a process substitution, after a command whose name comes from a
-/// variable or a pattern, and after the name of a program that runs a text (a shell, eval, ssh, xargs…).
-/// Behind a program that runs its arguments (sudo, env, exec…) only what follows a "=" is data. Texts that
-/// are no command lines are read as if they were.
+/// In doubt a part is no data. A word is none when it holds a substitution that only quotes or a backslash
+/// keep from the shell: make would run it. A comment is none. Everything is doubtful that comes after a
+/// command substitution, a parameter with an operator, a here-document or a process substitution, after a
+/// command whose name comes from a variable or a pattern, and after the name of a program that runs a text (a
+/// shell, eval, ssh, xargs…). Behind a program that runs its arguments (sudo, env, exec…) only what follows a
+/// "=" is data. Texts that are no command lines are read as if they were.
 class ShellReader {
   public:
     /// `text` must outlive the reader.
