@@ -9,7 +9,7 @@ namespace quorvik {
 /// Tells which parts of a command line are data to the shells of the Bourne family: parts of arguments and of
 /// assigned values, in which nothing is run or expanded. For those who hide data and must not hide what runs.
 ///
-/// In doubt a part is no data. A word is none when it holds a substitution that only quotes or a backslash
+/// In doubt a part is no data. It is none when it holds a substitution that only quotes or a backslash
 /// keep from the shell: make would run it. A comment is none. Everything is doubtful that comes after a
 /// command substitution, a parameter with an operator, a here-document or a process substitution, after a
 /// command whose name comes from a variable or a pattern, and after the name of a program that runs a text (a
@@ -21,7 +21,7 @@ class ShellReader {
     explicit ShellReader(std::string_view text) : text_(text) {}
 
     /// The end of the part of [begin, end) that is data, from `begin` on. That is `begin` itself when no data
-    /// begins there, or when the shell would expand a part of the same word. `begin` must not lie before the
+    /// begins there, or when a part of [begin, end) would be run or expanded. `begin` must not lie before the
     /// `end` of an earlier call. All calls together take time proportional to the text.
     std::size_t endOfData(std::size_t begin, std::size_t end);
 
