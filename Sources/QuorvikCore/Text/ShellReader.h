@@ -21,8 +21,8 @@ class ShellReader {
     explicit ShellReader(std::string_view text) : text_(text) {}
 
     /// The end of the part of [begin, end) that is data, from `begin` on. That is `begin` itself when no data
-    /// begins there, or when a part of [begin, end) would be run or expanded. `begin` must not lie before the
-    /// `end` of an earlier call. All calls together take time proportional to the text.
+    /// begins there, or when the same word, within [begin, end), holds an expansion. `begin` must not lie
+    /// before the `end` of an earlier call. All calls together take time proportional to the text.
     std::size_t endOfData(std::size_t begin, std::size_t end);
 
   private:
